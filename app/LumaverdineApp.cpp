@@ -1,0 +1,1 @@
+#include "app/LumaverdineApp.h"

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "player/PayerManager.h"
+
+class LumaverdineApp {
+public:
+    LumaverdineApp() = default;
+};

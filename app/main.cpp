@@ -1,0 +1,9 @@
+#include "app/LumaverdineApp.h"
+
+#include <QApplication>
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    return 0;
+}

@@ -1,0 +1,16 @@
+# Every target of ours links lumaverdine_options: the warnings, the strict Qt definitions, the sanitizers.
+option(LUMAVERDINE_WERROR "Treat warnings as errors" OFF)
+set(LUMAVERDINE_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
+
+add_library(lumaverdine_options INTERFACE)
+target_compile_options(lumaverdine_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast -Woverloaded-virtual
+    $<$<BOOL:${LUMAVERDINE_WERROR}>:-Werror>)
+target_compile_definitions(lumaverdine_options INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
+target_include_directories(lumaverdine_options INTERFACE ${PROJECT_SOURCE_DIR})
+
+if(LUMAVERDINE_SANITIZE)
+    add_compile_options(-fsanitize=${LUMAVERDINE_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${LUMAVERDINE_SANITIZE})
+endif()

@@ -1,0 +1,305 @@
+#include "player/PayerManager.h"
+
+#include "platform/files/FileOrder.h"
+#include "platform/files/LocalFile.h"
+
+#include <QRandomGenerator>
+#include <QSet>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto ProgressInterval = 250ms;
+constexpr double RestartThreshold = 3.0; // seconds
+
+void printLine(const QString &message, const Error &error)
+{
+    const QString line = message + u' ' + error.description.simplified();
+    std::puts(line.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+} // namespace
+
+PlayerManager::PlayerManager(PlatformServices services)
+    : m_services(std::move(services))
+{
+    m_progressTimer.setInterval(ProgressInterval);
+    m_progressTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_progressTimer, &QTimer::timeout, this, &PlayerManager::updateProgress);
+}
+
+PlayerManager::~PlayerManager()
+{
+    stopProgressTimer();
+    for (const QUrl &url : std::as_const(m_securityScopedURLs))
+        m_services.stopAccessing(url);
+}
+
+std::optional<qsizetype> PlayerManager::currentIndex() const
+{
+    if (!currentTrack())
+        return std::nullopt;
+    const qsizetype index = playlist().indexOf(*currentTrack());
+    return index < 0 ? std::nullopt : std::optional(index);
+}
+
+void PlayerManager::applyVolume(double value)
+{
+    if (m_audioPlayer)
+        m_audioPlayer->setVolume(static_cast<float>(value));
+}
+
+// Playback
+
+void PlayerManager::load(const Track &track, bool autoplay)
+{
+    stopProgressTimer();
+    auto opened = m_services.openAudioPlayer(track.url());
+    if (opened.isError()) {
+        printLine(u"No se pudo reproducir el archivo:"_s, opened.error());
+        isPlaying = false;
+        return;
+    }
+    auto player = opened.take();
+    player->setDelegate(this);
+    player->setVolume(static_cast<float>(volume()));
+    player->prepareToPlay();
+    m_audioPlayer = std::move(player);
+
+    currentTrack = track;
+    currentTime = 0;
+    duration = m_audioPlayer->duration();
+    if (autoplay)
+        play();
+    else
+        isPlaying = false;
+}
+
+void PlayerManager::play()
+{
+    if (m_audioPlayer) {
+        m_audioPlayer->play();
+        isPlaying = true;
+        startProgressTimer();
+    } else if (!playlist().isEmpty()) {
+        load(playlist().first());
+    }
+}
+
+void PlayerManager::pause()
+{
+    if (m_audioPlayer)
+        m_audioPlayer->pause();
+    isPlaying = false;
+    stopProgressTimer();
+    updateProgress();
+}
+
+void PlayerManager::togglePlayback()
+{
+    if (!currentTrack()) {
+        if (!playlist().isEmpty())
+            load(playlist().first());
+    } else if (isPlaying()) {
+        pause();
+    } else {
+        play();
+    }
+}
+
+void PlayerManager::stop()
+{
+    if (m_audioPlayer) {
+        m_audioPlayer->stop();
+        m_audioPlayer->setCurrentTime(0);
+    }
+    currentTime = 0;
+    isPlaying = false;
+    stopProgressTimer();
+}
+
+void PlayerManager::seek(double time)
+{
+    if (!m_audioPlayer)
+        return;
+    const double target = std::min(std::max(time, 0.0), m_audioPlayer->duration());
+    m_audioPlayer->setCurrentTime(target);
+    currentTime = target;
+}
+
+// Progress
+
+void PlayerManager::startProgressTimer()
+{
+    m_progressTimer.start();
+}
+
+void PlayerManager::stopProgressTimer()
+{
+    m_progressTimer.stop();
+}
+
+void PlayerManager::updateProgress()
+{
+    if (!m_audioPlayer)
+        return;
+    currentTime = m_audioPlayer->currentTime();
+    duration = m_audioPlayer->duration();
+    if (isPlaying() && !m_audioPlayer->isPlaying()) {
+        isPlaying = false;
+        stopProgressTimer();
+    }
+}
+
+QString PlayerManager::formattedTime(double seconds) const
+{
+    if (!std::isfinite(seconds) || seconds < 0)
+        return u"0:00"_s;
+    // 2^63: the first double that a signed 64-bit integer cannot hold.
+    if (seconds >= 0x1p63)
+        qFatal("A time of %g seconds cannot be written", seconds);
+    const auto whole = static_cast<qint64>(std::floor(seconds));
+    return u"%1:%2"_s.arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+// Navigation
+
+void PlayerManager::next()
+{
+    if (playlist().isEmpty())
+        return;
+    if (isShuffling() && playlist().size() > 1) {
+        playRandomTrack();
+        return;
+    }
+    const std::optional<qsizetype> current = currentIndex();
+    const qsizetype following = current ? (*current + 1) % playlist().size() : 0;
+    load(playlist().at(following));
+}
+
+void PlayerManager::previous()
+{
+    if (playlist().isEmpty())
+        return;
+    if (currentTime() > RestartThreshold) {
+        seek(0);
+        return;
+    }
+    const std::optional<qsizetype> current = currentIndex();
+    const qsizetype last = playlist().size() - 1;
+    const qsizetype preceding = current ? (*current > 0 ? *current - 1 : last) : 0;
+    load(playlist().at(preceding));
+}
+
+void PlayerManager::playRandomTrack()
+{
+    if (playlist().size() < 2)
+        return;
+    // Drawn among the others: the positions behind the current track move up by one.
+    const std::optional<qsizetype> current = currentIndex();
+    const qsizetype candidates = playlist().size() - (current ? 1 : 0);
+    qsizetype pick = QRandomGenerator::system()->bounded(candidates);
+    if (current && pick >= *current)
+        ++pick;
+    load(playlist().at(pick));
+}
+
+void PlayerManager::audioPlayerDidFinishPlaying(AudioPlayer &, bool)
+{
+    QMetaObject::invokeMethod(this, &PlayerManager::handleEndOfTrack, Qt::QueuedConnection);
+}
+
+void PlayerManager::handleEndOfTrack()
+{
+    isPlaying = false;
+    stopProgressTimer();
+    if (isRepeating()) {
+        seek(0);
+        play();
+    } else {
+        next();
+    }
+}
+
+void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::optional<Error> &error)
+{
+    const auto handle = [this, error] {
+        isPlaying = false;
+        stopProgressTimer();
+        if (error)
+            printLine(u"Error decodificando el audio:"_s, *error);
+    };
+    QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+}
+
+// Playlist editing
+
+void PlayerManager::addFiles(const QList<QUrl> &urls)
+{
+    QSet<QByteArray> listed;
+    listed.reserve(playlist().size() + urls.size());
+    for (const Track &track : playlist())
+        listed.insert(standardizedFilePath(track.url()));
+
+    for (const QUrl &url : sortedByFileName(urls)) {
+        const QByteArray path = standardizedFilePath(url);
+        if (listed.contains(path))
+            continue;
+        listed.insert(path);
+        if (m_services.startAccessing(url))
+            m_securityScopedURLs.append(url);
+        Track track(url);
+        playlist.mutate([&track](QList<Track> &tracks) { tracks.append(std::move(track)); });
+    }
+
+    if (!currentTrack() && !playlist().isEmpty())
+        load(playlist().first(), false);
+}
+
+void PlayerManager::removeTrack(const Track &track)
+{
+    const qsizetype index = playlist().indexOf(track);
+    if (index < 0)
+        return;
+    const bool isCurrent = currentTrack() == track;
+    playlist.mutate([index](QList<Track> &tracks) { tracks.removeAt(index); });
+    if (!isCurrent)
+        return;
+
+    if (m_audioPlayer)
+        m_audioPlayer->stop();
+    m_audioPlayer.reset();
+    currentTrack = std::nullopt;
+    isPlaying = false;
+    currentTime = 0;
+    duration = 0;
+    stopProgressTimer();
+    if (!playlist().isEmpty())
+        load(playlist().first(), false);
+}
+
+void PlayerManager::clearPlaylist()
+{
+    stop();
+    m_audioPlayer.reset();
+    playlist = {};
+    currentTrack = std::nullopt;
+    duration = 0;
+}
+
+void PlayerManager::moveTrack(const std::set<qsizetype> &from, qsizetype to)
+{
+    playlist.mutate([&from, to](QList<Track> &tracks) {
+        QList<Track> before, moved, after;
+        for (qsizetype i = 0; i < tracks.size(); ++i)
+            (from.contains(i) ? moved : i < to ? before : after).append(tracks.at(i));
+        tracks = before + moved + after;
+    });
+}

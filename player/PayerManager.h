@@ -1,0 +1,86 @@
+#pragma once
+
+#include "platform/PlatformServices.h"
+#include "player/Published.h"
+#include "player/Track.h"
+
+#include <QList>
+#include <QTimer>
+#include <memory>
+#include <optional>
+#include <set>
+
+/// The player: the playlist, the current track, its sound, and every operation that changes them.
+///
+/// The one observable object that all views render and all commands call. Operations that need a loaded track
+/// do nothing without one; none of them reports an error. Times are seconds. Main thread only, but for the
+/// two delegate callbacks.
+class PlayerManager : public ObservableObject, private AudioPlayerDelegate {
+    Q_OBJECT
+
+public:
+    explicit PlayerManager(PlatformServices services = {});
+    ~PlayerManager() override;
+
+    Published<QList<Track>> playlist{*this, {}};
+    Published<std::optional<Track>> currentTrack{*this, std::nullopt}; ///< a copy of the playlist's entry
+    Published<bool> isPlaying{*this, false};
+    Published<double> currentTime{*this, 0};
+    Published<double> duration{*this, 0}; ///< as the audio player reports it
+    Published<double> volume{*this, 0.75, [this](double value) { applyVolume(value); }}; ///< linear, 0…1
+    Published<bool> isRepeating{*this, false};
+    Published<bool> isShuffling{*this, false};
+    Published<bool> showFileImporter{*this, false}; ///< asks the window for the file picker
+
+    /// Position of the current track in the playlist, found by its id; none where it is not there.
+    [[nodiscard]] std::optional<qsizetype> currentIndex() const;
+
+    // Playback
+
+    /// Puts `track` in the audio player and makes it current at 0, sounding or ready. Where its file cannot
+    /// be opened, says so in one line on standard output; what was loaded before stays and goes on sounding.
+    void load(const Track &track, bool autoplay = true);
+
+    void play(); ///< loads the first track where none is loaded
+    void pause();
+    void togglePlayback();
+    void stop(); ///< back to 0; the track stays loaded
+    void seek(double time); ///< clamped to 0…the audio player's duration
+
+    // Navigation
+
+    void next(); ///< wraps from the last track to the first; a random other one while shuffling
+    void previous(); ///< restarts the track when it is past 3 seconds; always in list order
+
+    // Playlist editing
+
+    /// Appends the files in natural order of their names, without those that are listed already; loads the
+    /// first track of the list, paused, where none is current.
+    void addFiles(const QList<QUrl> &urls);
+    void removeTrack(const Track &track); ///< removing the current one loads the first, paused
+    void clearPlaylist();
+
+    /// Moves the tracks at the positions `from`, as one block in their order, before the track that stood at
+    /// position `to`; to the end where `to` is the count.
+    void moveTrack(const std::set<qsizetype> &from, qsizetype to);
+
+    /// Minutes and two-digit seconds ("62:05"), "0:00" for a negative or not finite time. A time beyond the
+    /// range of 64-bit seconds ends the program.
+    [[nodiscard]] QString formattedTime(double seconds) const;
+
+private:
+    void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) override;
+    void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
+    void handleEndOfTrack();
+
+    void playRandomTrack();
+    void applyVolume(double value);
+    void startProgressTimer();
+    void stopProgressTimer();
+    void updateProgress();
+
+    PlatformServices m_services;
+    std::unique_ptr<AudioPlayer> m_audioPlayer;
+    QTimer m_progressTimer; ///< active only while isPlaying
+    QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end
+};

@@ -1,0 +1,53 @@
+#include "player/Track.h"
+
+#include "platform/files/LocalFile.h"
+
+#include <cmath>
+
+namespace {
+
+/// Only the last extension goes; a leading dot starts a name, it does not end one.
+QString withoutPathExtension(const QString &fileName)
+{
+    const qsizetype dot = fileName.lastIndexOf(u'.');
+    const bool hasExtension = dot > 0 && dot < fileName.size() - 1;
+    return hasExtension ? fileName.first(dot) : fileName;
+}
+
+void replaceUnlessEmpty(QString &field, const std::optional<QString> &value)
+{
+    if (value && !value->isEmpty())
+        field = *value;
+}
+
+} // namespace
+
+Track::Track(const QUrl &url)
+    : title(withoutPathExtension(localFileName(url)))
+    , m_url(url)
+{
+    loadMetadata();
+}
+
+void Track::loadMetadata()
+{
+    const MediaAsset asset(m_url);
+
+    if (const MediaTime length = asset.duration(); length.isNumeric())
+        duration = std::isfinite(length.seconds()) ? length.seconds() : 0;
+
+    const QList<MetadataItem> &metadata = asset.commonMetadata();
+    replaceUnlessEmpty(title, metadataValue(CommonIdentifier::Title, metadata));
+    replaceUnlessEmpty(artist, metadataValue(CommonIdentifier::Artist, metadata));
+    replaceUnlessEmpty(album, metadataValue(CommonIdentifier::AlbumName, metadata));
+
+    const QList<MetadataItem> pictures = MediaAsset::metadataItems(metadata, CommonIdentifier::Artwork);
+    if (!pictures.isEmpty() && pictures.first().dataValue())
+        artwork = Artwork::decode(*pictures.first().dataValue());
+}
+
+std::optional<QString> Track::metadataValue(CommonIdentifier identifier, const QList<MetadataItem> &items)
+{
+    const QList<MetadataItem> matches = MediaAsset::metadataItems(items, identifier);
+    return matches.isEmpty() ? std::nullopt : matches.first().stringValue();
+}

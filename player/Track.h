@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/media/Artwork.h"
+#include "platform/media/MediaAsset.h"
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+#include <QUuid>
+#include <optional>
+
+/// One entry of the playlist: an audio file and what its metadata say of it.
+///
+/// A plain value. Two tracks are equal exactly when their ids are: a copy equals its original, the same file
+/// admitted twice does not.
+class Track {
+public:
+    /// Reads the file's metadata before it returns. Cannot fail: what the file does not carry, or cannot be
+    /// read, keeps its default. Any thread; blocks while the file is read.
+    explicit Track(const QUrl &url);
+
+    [[nodiscard]] const QUuid &id() const { return m_id; }
+    [[nodiscard]] const QUrl &url() const { return m_url; }
+
+    QString title; ///< the file name without its last extension where no title is stored
+    QString artist = QStringLiteral("Artista desconocido");
+    QString album = QStringLiteral("Álbum desconocido");
+    double duration = 0; ///< seconds, always finite; the container's, not the audio player's
+    std::optional<Artwork> artwork;
+
+    friend bool operator==(const Track &a, const Track &b) { return a.m_id == b.m_id; }
+
+private:
+    void loadMetadata();
+    static std::optional<QString> metadataValue(
+        CommonIdentifier identifier, const QList<MetadataItem> &items);
+
+    QUuid m_id = QUuid::createUuid();
+    QUrl m_url;
+};

@@ -1,0 +1,6 @@
+#include "ui/ContentView.h"
+
+ContentView::ContentView(PlayerManager &, QWidget *parent)
+    : QWidget(parent)
+{
+}
