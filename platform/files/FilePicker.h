@@ -18,14 +18,16 @@ public:
     explicit FilePicker(QWidget &window);
     ~FilePicker() override;
 
-    /// Shows the picker, in the user's music folder the first time; brings it to the front where it is showing.
+    /// Shows the picker, in the user's music folder the first time; brings it to the front where it is
+    /// showing.
     void open();
 
     /// Closes it without a choice; nothing where it is not showing.
     void close();
 
 Q_SIGNALS:
-    /// The user has chosen: the files in the picker's order, or why they cannot be delivered. Not sent on cancel.
+    /// The user has chosen: the files in the picker's order, or why they cannot be delivered. Not sent on
+    /// cancel.
     void completed(const Result<QList<QUrl>> &result);
 
     /// The picker is gone, however it closed; comes after completed().
