@@ -4,8 +4,10 @@
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QUrl>
 
+class AudioFileDialog;
 class QWidget;
 
 /// The system's file picker for audio files, several at a time. Does not block the window behind it.
@@ -32,4 +34,12 @@ Q_SIGNALS:
 
     /// The picker is gone, however it closed; comes after completed().
     void closed();
+
+private:
+    void finish(int outcome);
+    [[nodiscard]] QUrl firstFolder() const;
+
+    QWidget &m_window;
+    QPointer<AudioFileDialog> m_dialog; ///< null while it is not showing; owned by the window
+    QUrl m_lastFolder; ///< where the last choice was made; empty before the first
 };

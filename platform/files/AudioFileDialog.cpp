@@ -1,0 +1,98 @@
+#include "platform/files/AudioFileDialog.h"
+
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QMimeDatabase>
+#include <QPushButton>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString audioFilter()
+{
+    QStringList patterns;
+    for (const QMimeType &type : QMimeDatabase().allMimeTypes()) {
+        if (type.name().startsWith("audio/"_L1))
+            patterns += type.globPatterns();
+    }
+    patterns.removeDuplicates();
+    return u"Archivos de audio (%1)"_s.arg(patterns.join(u' '));
+}
+
+bool isAddress(const QString &text)
+{
+    static const QRegularExpression scheme(
+        u"^[a-z][a-z0-9+.-]*://."_s, QRegularExpression::CaseInsensitiveOption);
+    return scheme.match(text).hasMatch();
+}
+
+/// The pieces of `"one" "two"`, or all of a text that has no quotation marks around it.
+QStringList namesIn(const QString &text)
+{
+    if (!text.startsWith(u'"'))
+        return {text};
+    QStringList names;
+    for (const QString &piece : text.split(u'"', Qt::SkipEmptyParts)) {
+        if (!piece.trimmed().isEmpty())
+            names.append(piece);
+    }
+    return names;
+}
+
+} // namespace
+
+QList<QUrl> typedAddresses(const QString &text)
+{
+    QList<QUrl> addresses;
+    for (const QString &name : namesIn(text.trimmed())) {
+        if (!isAddress(name))
+            return {};
+        addresses.append(QUrl(name));
+    }
+    return addresses;
+}
+
+AudioFileDialog::AudioFileDialog(QWidget *parent, const QUrl &folder)
+    : QFileDialog(parent)
+{
+    setWindowTitle(u"Añadir música"_s);
+    setFileMode(QFileDialog::ExistingFiles);
+    setOption(QFileDialog::HideNameFilterDetails);
+    setOption(QFileDialog::ReadOnly);
+    setNameFilter(audioFilter());
+    setDirectoryUrl(folder);
+}
+
+QList<QUrl> AudioFileDialog::chosenUrls() const
+{
+    return m_typedAddresses.isEmpty() ? selectedUrls() : m_typedAddresses;
+}
+
+void AudioFileDialog::accept()
+{
+    if (const auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s))
+        m_typedAddresses = typedAddresses(nameField->text());
+    if (m_typedAddresses.isEmpty())
+        QFileDialog::accept();
+    else
+        QDialog::accept();
+}
+
+void AudioFileDialog::showEvent(QShowEvent *event)
+{
+    QFileDialog::showEvent(event);
+    if (const auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s)) {
+        connect(nameField, &QLineEdit::textChanged, this, &AudioFileDialog::enableForAddresses,
+            Qt::UniqueConnection);
+    }
+}
+
+void AudioFileDialog::enableForAddresses(const QString &text)
+{
+    // The toolkit leaves its button off for what is no file in the folder.
+    const auto *buttons = findChild<QDialogButtonBox *>(u"buttonBox"_s);
+    if (buttons && !typedAddresses(text).isEmpty())
+        buttons->button(QDialogButtonBox::Open)->setEnabled(true);
+}

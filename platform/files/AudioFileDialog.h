@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QFileDialog>
+
+/// The file dialog for audio files: the desktop's own where it offers one, the toolkit's elsewhere.
+///
+/// Several files at a time, audio types only. The toolkit's own dialog
+/// does not list files whose names are not valid UTF-8; their file:// address can be typed into its name
+/// field.
+class AudioFileDialog : public QFileDialog {
+    Q_OBJECT
+
+public:
+    /// A dialog that starts in `folder`; main thread only.
+    AudioFileDialog(QWidget *parent, const QUrl &folder);
+
+    /// What was chosen, in the dialog's order: also addresses of what does not lie on this machine.
+    [[nodiscard]] QList<QUrl> chosenUrls() const;
+
+    void accept() override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void enableForAddresses(const QString &text);
+
+    QList<QUrl> m_typedAddresses; ///< the name field's content where it was accepted as addresses
+};
+
+/// The addresses ("smb://server/a.mp3", "file:///m/%FF.mp3") in what was typed into a name field: one, or
+/// several in quotation marks. Empty where anything in it is not an address, but a file name.
+QList<QUrl> typedAddresses(const QString &text);

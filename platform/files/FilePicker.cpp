@@ -1,0 +1,78 @@
+#include "platform/files/FilePicker.h"
+
+#include "platform/files/AudioFileDialog.h"
+
+#include <QSettings>
+#include <QStandardPaths>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The toolkit's own dialog saves its state under the user's home when it is destroyed. Below /dev/null no
+/// file can be made, not even by root.
+void forgetToolkitState()
+{
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, u"/dev/null"_s);
+}
+
+Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
+{
+    const auto remote =
+        std::find_if(urls.begin(), urls.end(), [](const QUrl &url) { return !url.isLocalFile(); });
+    if (remote == urls.end())
+        return urls;
+    return Error{u"«%1» no es un archivo de este equipo."_s.arg(remote->toDisplayString())};
+}
+
+} // namespace
+
+FilePicker::FilePicker(QWidget &window)
+    : m_window(window)
+{
+}
+
+FilePicker::~FilePicker()
+{
+    delete m_dialog;
+}
+
+void FilePicker::open()
+{
+    if (m_dialog) {
+        m_dialog->raise();
+        m_dialog->activateWindow();
+        return;
+    }
+    forgetToolkitState();
+    m_dialog = new AudioFileDialog(&m_window, firstFolder());
+    connect(m_dialog, &QDialog::finished, this, &FilePicker::finish);
+    m_dialog->show();
+}
+
+void FilePicker::close()
+{
+    if (m_dialog)
+        m_dialog->reject();
+}
+
+void FilePicker::finish(int outcome)
+{
+    const QList<QUrl> chosen = outcome == QDialog::Accepted ? m_dialog->chosenUrls() : QList<QUrl>();
+    m_dialog->deleteLater();
+    m_dialog.clear();
+    if (!chosen.isEmpty()) {
+        m_lastFolder = chosen.first().adjusted(QUrl::RemoveFilename);
+        Q_EMIT completed(localFilesOnly(chosen));
+    }
+    Q_EMIT closed();
+}
+
+QUrl FilePicker::firstFolder() const
+{
+    if (!m_lastFolder.isEmpty())
+        return m_lastFolder;
+    const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+    return QUrl::fromLocalFile(QDir(music).exists() ? music : QDir::homePath());
+}
