@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -43,12 +42,6 @@ QString localFileName(const QUrl &url)
 {
     const QByteArray path = localFilePath(url);
     return QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1));
-}
-
-FileDescriptor::~FileDescriptor()
-{
-    if (m_descriptor >= 0)
-        close(m_descriptor);
 }
 
 Result<FileDescriptor> openRegularFile(const QUrl &url)

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QUrl>
+#include <unistd.h>
 #include <utility>
 
 /// The path of a file URL as the system's calls take it, byte for byte: also where the name is not valid
@@ -34,7 +35,11 @@ public:
         std::swap(m_descriptor, other.m_descriptor);
         return *this;
     }
-    ~FileDescriptor();
+    ~FileDescriptor()
+    {
+        if (m_descriptor >= 0)
+            close(m_descriptor);
+    }
 
     [[nodiscard]] int get() const { return m_descriptor; }
 

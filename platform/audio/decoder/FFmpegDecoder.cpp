@@ -1,0 +1,264 @@
+#include "platform/audio/decoder/FFmpegDecoder.h"
+
+#include <algorithm>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int mostBadPackets = 100;
+constexpr int mostBadSeconds = 2;
+
+// Timestamps of some containers are whole milliseconds, and some are a packet off: only a leap beyond that
+// is a hole in the track.
+constexpr double smallestLeap = 0.25;
+
+// Before the target, because a codec needs a few packets until its output is exact; then further and further
+// back, where an index has led past the target.
+constexpr double runUps[] = {0.1, 1, 10};
+
+} // namespace
+
+FFmpegDecoder::FFmpegDecoder(std::unique_ptr<FFmpegInput> input)
+    : m_input(std::move(input))
+    , m_packet(av_packet_alloc())
+    , m_frame(av_frame_alloc())
+{
+}
+
+FFmpegDecoder::~FFmpegDecoder()
+{
+    av_frame_free(&m_frame);
+    av_packet_free(&m_packet);
+    avcodec_free_context(&m_codec);
+}
+
+Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(FileDescriptor file, StopFlag stop)
+{
+    auto input = FFmpegInput::open(std::move(file), std::move(stop));
+    if (input.isError())
+        return input.error();
+    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(input.take()));
+    if (const auto error = decoder->openCodec())
+        return *error;
+    if (const auto error = decoder->decodeFirstFrame())
+        return *error;
+    return std::unique_ptr<Decoder>(std::move(decoder));
+}
+
+std::optional<Error> FFmpegDecoder::openCodec()
+{
+    const AVStream &stream = *m_input->audioStream();
+    const AVCodec *codec = avcodec_find_decoder(stream.codecpar->codec_id);
+    if (!codec)
+        return Error{u"El códec de audio del archivo no es compatible."_s};
+    m_codec = avcodec_alloc_context3(codec);
+    if (!m_codec || !m_packet || !m_frame)
+        return Error{u"No hay memoria suficiente."_s};
+    avcodec_parameters_to_context(m_codec, stream.codecpar);
+    // With the time base known the codec cuts encoder delay and padding off by itself.
+    m_codec->pkt_timebase = stream.time_base;
+    m_codec->thread_count = 1;
+    if (avcodec_open2(m_codec, codec, nullptr) < 0)
+        return Error{u"El códec de audio del archivo no es compatible."_s};
+    return std::nullopt;
+}
+
+std::optional<Error> FFmpegDecoder::decodeFirstFrame()
+{
+    m_firstPacketTime = INT64_MAX;
+    if (decodeFrame() != Step::Frame)
+        return m_input->hasReadError() ? failure()
+                                       : Error{u"El audio del archivo no se puede decodificar."_s};
+    m_origin = m_frame->best_effort_timestamp == AV_NOPTS_VALUE ? 0 : m_frame->best_effort_timestamp;
+    m_firstPacketTime = std::min(m_firstPacketTime, m_origin);
+    m_format = FrameConverter::formatFor(*m_frame);
+    m_converter.setOutput(m_format);
+    if (convertFrame() != Step::Frame)
+        return Error{u"El audio del archivo no se puede decodificar."_s};
+    return std::nullopt;
+}
+
+Result<DecodedFrames> FFmpegDecoder::read()
+{
+    if (!m_isChunkFresh && fillChunk() == Step::Failed)
+        return failure();
+    m_isChunkFresh = false;
+    return DecodedFrames{m_chunk, m_chunkPosition};
+}
+
+/// Puts the next run of frames into the chunk, an empty one at the end of the track.
+FFmpegDecoder::Step FFmpegDecoder::fillChunk()
+{
+    m_chunkPosition += chunkFrames();
+    m_chunk.clear();
+    while (m_chunk.empty()) {
+        Step step = decodeFrame();
+        if (step == Step::Frame)
+            step = convertFrame();
+        if (step == Step::Failed)
+            return step;
+        if (step == Step::End) {
+            m_converter.drain(m_chunk);
+            m_converter.reset();
+            return step;
+        }
+    }
+    return Step::Frame;
+}
+
+FFmpegDecoder::Step FFmpegDecoder::convertFrame()
+{
+    followTimestamp(framePosition());
+    const bool isConverted = m_converter.convert(*m_frame, m_chunk);
+    av_frame_unref(m_frame);
+    m_isChunkFresh = !m_chunk.empty();
+    return isConverted ? Step::Frame : countDamage();
+}
+
+void FFmpegDecoder::followTimestamp(std::optional<std::int64_t> position)
+{
+    const bool isLeap = position && *position > m_chunkPosition + m_format.frames(smallestLeap);
+    if (position && (isLeap || !m_isPositionKnown))
+        m_chunkPosition = *position;
+    m_isPositionKnown = true;
+}
+
+FFmpegDecoder::Step FFmpegDecoder::decodeFrame()
+{
+    Step step = receiveFrame();
+    while (step == Step::Again) {
+        step = sendPacket();
+        if (step == Step::Again)
+            step = receiveFrame();
+    }
+    return step;
+}
+
+FFmpegDecoder::Step FFmpegDecoder::receiveFrame()
+{
+    const int result = avcodec_receive_frame(m_codec, m_frame);
+    if (result == AVERROR(EAGAIN))
+        return Step::Again;
+    if (result == AVERROR_EOF)
+        return Step::End;
+    if (result < 0)
+        return countDamage();
+    if (m_frame->nb_samples <= 0 || m_frame->sample_rate <= 0)
+        return Step::Again;
+    m_badPackets = 0;
+    m_badTime = 0;
+    return Step::Frame;
+}
+
+FFmpegDecoder::Step FFmpegDecoder::sendPacket()
+{
+    if (m_isDrained)
+        return Step::End;
+    int result = m_input->readPacket(m_packet);
+    if (result == AVERROR_INVALIDDATA)
+        return countDamage();
+    if (m_input->hasReadError())
+        return Step::Failed;
+    if (result < 0) {
+        // Truncation and the stop flag end the track as its end does.
+        m_isDrained = true;
+        avcodec_send_packet(m_codec, nullptr);
+        return Step::Again;
+    }
+    if (m_packet->pts != AV_NOPTS_VALUE)
+        m_firstPacketTime = std::min(m_firstPacketTime, m_packet->pts);
+    m_badTime += m_packet->duration;
+    result = avcodec_send_packet(m_codec, m_packet);
+    av_packet_unref(m_packet);
+    return result < 0 && result != AVERROR(EAGAIN) ? countDamage() : Step::Again;
+}
+
+FFmpegDecoder::Step FFmpegDecoder::countDamage()
+{
+    m_isDamaged = true;
+    const double badSeconds = double(m_badTime) * av_q2d(m_input->audioStream()->time_base);
+    return ++m_badPackets >= mostBadPackets || badSeconds >= mostBadSeconds ? Step::Failed : Step::Again;
+}
+
+std::optional<std::int64_t> FFmpegDecoder::framePosition() const
+{
+    if (m_frame->best_effort_timestamp == AV_NOPTS_VALUE)
+        return std::nullopt;
+    const std::int64_t fromOrigin = m_frame->best_effort_timestamp - m_origin;
+    return av_rescale_q(fromOrigin, m_input->audioStream()->time_base, {1, m_format.rate});
+}
+
+std::int64_t FFmpegDecoder::chunkFrames() const
+{
+    return std::int64_t(m_chunk.size()) / std::max(m_format.channels, 1);
+}
+
+void FFmpegDecoder::dropFrames(std::int64_t count)
+{
+    const std::int64_t dropped = std::clamp<std::int64_t>(count, 0, chunkFrames());
+    m_chunk.erase(m_chunk.begin(), m_chunk.begin() + dropped * m_format.channels);
+    m_chunkPosition += dropped;
+}
+
+Error FFmpegDecoder::failure() const
+{
+    if (m_input->hasReadError())
+        return {u"El archivo no se puede leer (%1)."_s.arg(qt_error_string(m_input->readErrorNumber()))};
+    return {u"El archivo está dañado."_s};
+}
+
+bool FFmpegDecoder::seek(std::int64_t frame)
+{
+    const AVRational timeBase = m_input->audioStream()->time_base;
+    const std::int64_t target = m_origin + av_rescale_q(frame, {1, m_format.rate}, timeBase);
+    for (const double runUp : runUps) {
+        const std::int64_t start =
+            std::max(target - std::int64_t(runUp / av_q2d(timeBase)), m_firstPacketTime);
+        if (seekContainer(start) && decodeUntil(frame))
+            return true;
+        if (start == m_firstPacketTime)
+            break;
+    }
+    return seekContainer(m_firstPacketTime) && (decodeUntil(frame) || m_isChunkFresh);
+}
+
+bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
+{
+    const int stream = m_input->audioStream()->index;
+    if (avformat_seek_file(m_input->format(), stream, INT64_MIN, timestamp, timestamp, 0) < 0)
+        return false;
+    avcodec_flush_buffers(m_codec);
+    m_converter.reset();
+    m_chunk.clear();
+    m_chunkPosition = 0;
+    m_isChunkFresh = false;
+    m_isPositionKnown = false;
+    m_isDrained = false;
+    m_badPackets = 0;
+    m_badTime = 0;
+    return true;
+}
+
+/// Makes `frame` the first of the chunk, or the end where the track is shorter. False where the sound begins
+/// behind it.
+bool FFmpegDecoder::decodeUntil(std::int64_t frame)
+{
+    bool isFirst = true;
+    for (;;) {
+        const Step step = fillChunk();
+        if (isFirst && m_chunkPosition > frame)
+            return false;
+        isFirst = false;
+        if (m_chunkPosition + chunkFrames() > frame || step != Step::Frame)
+            break;
+    }
+    dropFrames(frame - m_chunkPosition);
+    m_isChunkFresh = !m_chunk.empty();
+    return true;
+}

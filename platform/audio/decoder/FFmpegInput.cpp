@@ -1,0 +1,172 @@
+#include "platform/audio/decoder/FFmpegInput.h"
+
+#include <cerrno>
+#include <cmath>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/mem.h>
+}
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int bufferSize = 32 * 1024;
+
+// Audio containers only. Left out on purpose: playlists and anything else that refers to other files
+// (hls, dash, concat, sdp, rtp), images, trackers, generators, devices, subtitles.
+constexpr char allowedFormats[] =
+    "aac,ac3,eac3,aiff,amr,ape,asf,au,caf,dsf,dts,dtshd,flac,iff,loas,matroska,webm,"
+    "mov,mp4,m4a,mlp,mp3,mpc,mpc8,ogg,oma,rm,shn,sox,tak,truehd,tta,voc,w64,wav,wv,xwma";
+
+int refuseNested(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
+{
+    return AVERROR(EPERM);
+}
+
+} // namespace
+
+FFmpegInput::FFmpegInput(FileDescriptor file, StopFlag stop)
+    : m_file(std::move(file))
+    , m_stop(std::move(stop))
+{
+}
+
+FFmpegInput::~FFmpegInput()
+{
+    avformat_close_input(&m_format);
+    if (m_io)
+        av_freep(&m_io->buffer);
+    avio_context_free(&m_io);
+}
+
+Result<std::unique_ptr<FFmpegInput>> FFmpegInput::open(FileDescriptor file, StopFlag stop)
+{
+    std::unique_ptr<FFmpegInput> input(new FFmpegInput(std::move(file), std::move(stop)));
+    if (const auto error = input->openContainer())
+        return *error;
+    return input;
+}
+
+std::optional<Error> FFmpegInput::openContainer()
+{
+    if (!allocateContexts())
+        return Error{u"No hay memoria suficiente."_s};
+    // On failure this frees the format context and sets it to null.
+    if (avformat_open_input(&m_format, nullptr, nullptr, nullptr) < 0)
+        return openingError();
+    chooseAudioStream();
+    if (avformat_find_stream_info(m_format, nullptr) < 0)
+        return openingError();
+    if (!chooseAudioStream())
+        return Error{u"El archivo no contiene audio."_s};
+    return std::nullopt;
+}
+
+bool FFmpegInput::allocateContexts()
+{
+    auto *buffer = static_cast<unsigned char *>(av_malloc(bufferSize));
+    m_io = buffer ? avio_alloc_context(buffer, bufferSize, 0, this, read, nullptr, seek) : nullptr;
+    if (!m_io) {
+        av_free(buffer);
+        return false;
+    }
+    m_format = avformat_alloc_context();
+    if (!m_format)
+        return false;
+    m_format->pb = m_io;
+    m_format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    m_format->io_open = refuseNested;
+    m_format->protocol_whitelist = av_strdup("");
+    m_format->format_whitelist = av_strdup(allowedFormats);
+    m_format->probesize = 1'000'000;
+    m_format->max_analyze_duration = 2 * AV_TIME_BASE;
+    m_format->max_streams = 64;
+    m_format->interrupt_callback = {
+        [](void *self) { return int(static_cast<FFmpegInput *>(self)->isStopped()); }, this};
+    return m_format->protocol_whitelist && m_format->format_whitelist;
+}
+
+bool FFmpegInput::chooseAudioStream()
+{
+    const int best = av_find_best_stream(m_format, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    if (best < 0)
+        return false;
+    for (unsigned index = 0; index < m_format->nb_streams; ++index)
+        m_format->streams[index]->discard = int(index) == best ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    m_audioStream = m_format->streams[best];
+    return true;
+}
+
+std::optional<double> FFmpegInput::duration() const
+{
+    double seconds = 0;
+    if (m_audioStream->duration != AV_NOPTS_VALUE)
+        seconds = double(m_audioStream->duration) * av_q2d(m_audioStream->time_base);
+    else if (m_format->duration != AV_NOPTS_VALUE)
+        seconds = double(m_format->duration) / AV_TIME_BASE;
+    if (!std::isfinite(seconds) || seconds <= 0)
+        return std::nullopt;
+    return seconds;
+}
+
+bool FFmpegInput::isDurationGuessed() const
+{
+    return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+}
+
+int FFmpegInput::readPacket(AVPacket *packet)
+{
+    for (;;) {
+        const int result = av_read_frame(m_format, packet);
+        if (result < 0 || packet->stream_index == m_audioStream->index)
+            return result;
+        av_packet_unref(packet);
+    }
+}
+
+bool FFmpegInput::isStopped() const
+{
+    return m_stop && m_stop->load(std::memory_order_relaxed);
+}
+
+Error FFmpegInput::openingError() const
+{
+    if (hasReadError())
+        return {u"El archivo no se puede leer (%1)."_s.arg(qt_error_string(m_readErrorNumber))};
+    return {u"El formato del archivo no se reconoce."_s};
+}
+
+int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
+{
+    auto &input = *static_cast<FFmpegInput *>(self);
+    ssize_t count = -1;
+    do {
+        if (input.isStopped())
+            return AVERROR_EXIT;
+        count = pread(input.m_file.get(), buffer, size_t(size), input.m_offset);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        input.m_readErrorNumber = errno;
+        return AVERROR(errno);
+    }
+    input.m_offset += count;
+    return count > 0 ? int(count) : AVERROR_EOF;
+}
+
+std::int64_t FFmpegInput::seek(void *self, std::int64_t offset, int whence)
+{
+    auto &input = *static_cast<FFmpegInput *>(self);
+    struct stat status = {};
+    if (((whence & AVSEEK_SIZE) || whence == SEEK_END) && fstat(input.m_file.get(), &status) != 0)
+        return AVERROR(errno);
+    if (whence & AVSEEK_SIZE)
+        return status.st_size;
+    const std::int64_t base = whence == SEEK_CUR ? input.m_offset : whence == SEEK_END ? status.st_size : 0;
+    if (offset < 0 ? base < -offset : offset > INT64_MAX - base)
+        return AVERROR(EINVAL);
+    return input.m_offset = base + offset;
+}

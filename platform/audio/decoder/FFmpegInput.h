@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/audio/DecoderModule.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+struct AVFormatContext;
+struct AVIOContext;
+struct AVPacket;
+struct AVStream;
+
+/// An audio container, open on one descriptor: the border that no file's bytes can cross.
+///
+/// 1. Bytes come from the descriptor alone, by pread(). 2. No protocol is allowed, and whatever a container
+/// refers to is refused. 3. Only demuxers of audio containers are allowed, by name. 4. How much is probed,
+/// how long, and how many streams there may be is bounded. 5. The stop flag ends every operation.
+///
+/// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
+/// time.
+class FFmpegInput {
+public:
+    /// Fails with a readable description where the file is not an audio container. `stop` may be null.
+    static Result<std::unique_ptr<FFmpegInput>> open(FileDescriptor file, StopFlag stop);
+    ~FFmpegInput();
+    FFmpegInput(const FFmpegInput &) = delete;
+    FFmpegInput &operator=(const FFmpegInput &) = delete;
+
+    [[nodiscard]] AVFormatContext *format() { return m_format; }
+    [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
+
+    /// Length in seconds, finite and not negative; nothing where the container does not tell.
+    [[nodiscard]] std::optional<double> duration() const;
+
+    /// Whether duration() was estimated from the bit rate.
+    [[nodiscard]] bool isDurationGuessed() const;
+
+    /// The next packet of the audio stream; 0 or an AVERROR code.
+    int readPacket(AVPacket *packet);
+
+    /// Whether the medium, rather than the file's content, has failed.
+    [[nodiscard]] bool hasReadError() const { return m_readErrorNumber != 0; }
+    [[nodiscard]] int readErrorNumber() const { return m_readErrorNumber; }
+
+private:
+    FFmpegInput(FileDescriptor file, StopFlag stop);
+
+    std::optional<Error> openContainer();
+    bool allocateContexts();
+    bool chooseAudioStream();
+    [[nodiscard]] bool isStopped() const;
+    [[nodiscard]] Error openingError() const;
+
+    static int read(void *self, std::uint8_t *buffer, int size);
+    static std::int64_t seek(void *self, std::int64_t offset, int whence);
+
+    FileDescriptor m_file;
+    StopFlag m_stop;
+    std::int64_t m_offset = 0;
+    int m_readErrorNumber = 0;
+    AVIOContext *m_io = nullptr;
+    AVFormatContext *m_format = nullptr;
+    AVStream *m_audioStream = nullptr;
+};
