@@ -77,7 +77,7 @@ void AudioFileDialog::accept()
     if (m_typedAddresses.isEmpty())
         QFileDialog::accept();
     else
-        QDialog::accept();
+        done(QDialog::Accepted);
 }
 
 void AudioFileDialog::showEvent(QShowEvent *event)
