@@ -1,1 +1,63 @@
 #include "app/LumaverdineApp.h"
+
+#include "ui/ContentView.h"
+
+#include <QMenuBar>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize MinimumContentSize(720, 620);
+
+/// Adds a command that is always enabled. A key that is held down counts once.
+QAction *addCommand(QMenu &menu, const QString &title, const QKeySequence &shortcut)
+{
+    QAction *command = menu.addAction(title);
+    command->setShortcut(shortcut);
+    command->setAutoRepeat(false);
+    return command;
+}
+
+} // namespace
+
+LumaverdineApp::LumaverdineApp(PlatformServices services)
+    : m_player(std::move(services))
+{
+    auto *content = new ContentView(m_player);
+    content->setMinimumSize(MinimumContentSize);
+    m_window.setWindowTitle(u"Lumaverdine"_s);
+    m_window.setCentralWidget(content);
+    buildFileMenu();
+    buildPlaybackMenu();
+}
+
+void LumaverdineApp::show()
+{
+    m_window.show();
+}
+
+void LumaverdineApp::buildFileMenu()
+{
+    QMenu &menu = *m_window.menuBar()->addMenu(u"Archivo"_s);
+    const QAction *addMusic = addCommand(menu, u"Añadir música…"_s, Qt::CTRL | Qt::Key_O);
+    const QAction *quit = addCommand(menu, u"Salir"_s, Qt::CTRL | Qt::Key_Q);
+    QObject::connect(addMusic, &QAction::triggered, &m_player, [this] { m_player.showFileImporter = true; });
+    QObject::connect(quit, &QAction::triggered, &m_window, &QWidget::close);
+}
+
+void LumaverdineApp::buildPlaybackMenu()
+{
+    QMenu &menu = *m_window.menuBar()->addMenu(u"Reproducción"_s);
+    QAction *toggle = addCommand(menu, {}, Qt::Key_Space);
+    const QAction *previous = addCommand(menu, u"Canción anterior"_s, Qt::CTRL | Qt::Key_Left);
+    const QAction *next = addCommand(menu, u"Canción siguiente"_s, Qt::CTRL | Qt::Key_Right);
+    QObject::connect(toggle, &QAction::triggered, &m_player, &PlayerManager::togglePlayback);
+    QObject::connect(previous, &QAction::triggered, &m_player, &PlayerManager::previous);
+    QObject::connect(next, &QAction::triggered, &m_player, &PlayerManager::next);
+    const auto nameIt = [this, toggle] {
+        toggle->setText(m_player.isPlaying() ? u"Pausar"_s : u"Reproducir"_s);
+    };
+    QObject::connect(&m_player, &PlayerManager::objectWillChange, toggle, nameIt, Qt::QueuedConnection);
+    nameIt();
+}

@@ -2,7 +2,28 @@
 
 #include "player/PayerManager.h"
 
+#include <QMainWindow>
+
+class QAction;
+class QMenu;
+
+/// The program: the one player of the process, its one window, and the menu commands.
+///
+/// The player outlives the window. Closing the window ends the event loop. Main thread only.
 class LumaverdineApp {
 public:
-    LumaverdineApp() = default;
+    /// A player on the system's own services; tests pass fakes.
+    explicit LumaverdineApp(PlatformServices services = {});
+
+    void show();
+
+    [[nodiscard]] PlayerManager &player() { return m_player; }
+    [[nodiscard]] QMainWindow &window() { return m_window; }
+
+private:
+    void buildFileMenu();
+    void buildPlaybackMenu();
+
+    PlayerManager m_player;
+    QMainWindow m_window;
 };

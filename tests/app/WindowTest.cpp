@@ -1,0 +1,69 @@
+#include "tests/app/AppFixture.h"
+
+#include <QTimer>
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The exit code of the event loop in which `action` runs; -1 where the loop does not end by itself.
+int exitCodeAfter(const std::function<void()> &action)
+{
+    QTimer::singleShot(0, qApp, action);
+    QTimer bound;
+    bound.callOnTimeout([] { QCoreApplication::exit(-1); });
+    bound.start(5000);
+    return QApplication::exec();
+}
+
+} // namespace
+
+class WindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void isNamedAfterTheProgram()
+    {
+        const AppFixture f;
+        QCOMPARE(f.window.windowTitle(), u"Lumaverdine"_s);
+    }
+
+    void contentIsNeverSmallerThan720By620()
+    {
+        const AppFixture f;
+        f.window.resize(100, 100);
+        QTRY_COMPARE(f.window.centralWidget()->size(), QSize(720, 620));
+        f.window.resize(1400, 1000);
+        QTRY_COMPARE(f.window.width(), 1400);
+        QCOMPARE(f.window.centralWidget()->width(), 1400);
+    }
+
+    void nothingIsLoadedOrAskedForAtTheStart()
+    {
+        const AppFixture f;
+        QVERIFY(f.platform.opened.empty());
+        QVERIFY(!f.player.showFileImporter());
+    }
+
+    void closingTheWindowEndsTheProgram()
+    {
+        const AppFixture f;
+        QCOMPARE(exitCodeAfter([&f] { f.window.close(); }), 0);
+    }
+
+    void quitEndsTheProgramWhilePlaying()
+    {
+        auto f = std::make_unique<AppFixture>();
+        f->add({u"a.mp3"_s});
+        f->player.play();
+        QCOMPARE(exitCodeAfter([&f] { f->press(Qt::Key_Q, Qt::ControlModifier); }), 0);
+        const auto sound = f->platform.opened.front();
+        f->platform.opened.clear();
+        f.reset();
+        QVERIFY(!sound->isAlive());
+    }
+};
+
+QTEST_MAIN(WindowTest)
+#include "WindowTest.moc"
