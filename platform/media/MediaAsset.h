@@ -10,12 +10,16 @@
 /// A rational media time: value / timescale seconds.
 struct MediaTime {
     std::int64_t value = 0;
-    std::int32_t timescale = 0; ///< units per second; 0 marks a time that is not known
+    std::int32_t timescale = -1; ///< units per second; negative where the time is not known
 
-    /// Whether the time is a number at all.
-    [[nodiscard]] bool isNumeric() const { return timescale > 0; }
+    /// The time nearest to `seconds`, in millionths; not numeric where that is infinite, NaN or beyond
+    /// reason.
+    [[nodiscard]] static MediaTime fromSeconds(double seconds);
 
-    /// Meaningful only where isNumeric().
+    /// Whether the time is known. A numeric time need not be finite.
+    [[nodiscard]] bool isNumeric() const { return timescale >= 0; }
+
+    /// Meaningful only where isNumeric(); infinite or NaN where the timescale is 0.
     [[nodiscard]] double seconds() const { return static_cast<double>(value) / timescale; }
 };
 

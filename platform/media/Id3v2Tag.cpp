@@ -1,0 +1,225 @@
+#include "platform/media/Id3v2Tag.h"
+
+#include "platform/media/MediaContents.h"
+#include "platform/media/TextValues.h"
+
+#include <QStringDecoder>
+#include <algorithm>
+#include <array>
+
+namespace {
+
+enum TagFlag { Unsynchronised = 0x80, Extended = 0x40, Footer = 0x10 };
+
+quint32 plainNumber(QByteArrayView bytes)
+{
+    quint32 number = 0;
+    for (const char byte : bytes)
+        number = number << 8 | static_cast<quint8>(byte);
+    return number;
+}
+
+/// Seven bits a byte.
+quint32 syncsafeNumber(QByteArrayView bytes)
+{
+    quint32 number = 0;
+    for (const char byte : bytes)
+        number = number << 7 | (static_cast<quint8>(byte) & 0x7F);
+    return number;
+}
+
+QByteArray withoutUnsynchronisation(QByteArrayView data)
+{
+    QByteArray plain;
+    plain.reserve(data.size());
+    for (qsizetype i = 0; i < data.size(); ++i) {
+        plain.append(data[i]);
+        if (data[i] == '\xff' && i + 1 < data.size() && data[i + 1] == '\0')
+            ++i;
+    }
+    return plain;
+}
+
+bool isFrameIdentifier(QByteArrayView bytes)
+{
+    return !bytes.isEmpty() && std::all_of(bytes.begin(), bytes.end(), [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    });
+}
+
+std::optional<CommonIdentifier> commonIdentifier(QByteArrayView frame)
+{
+    struct Name {
+        QByteArrayView frame;
+        CommonIdentifier identifier;
+    };
+    static constexpr std::array names{
+        Name{"TIT2", CommonIdentifier::Title},
+        Name{"TPE1", CommonIdentifier::Artist},
+        Name{"TALB", CommonIdentifier::AlbumName},
+        Name{"APIC", CommonIdentifier::Artwork},
+        Name{"TT2", CommonIdentifier::Title},
+        Name{"TP1", CommonIdentifier::Artist},
+        Name{"TAL", CommonIdentifier::AlbumName},
+        Name{"PIC", CommonIdentifier::Artwork},
+    };
+    for (const Name &name : names) {
+        if (name.frame == frame)
+            return name.identifier;
+    }
+    return std::nullopt;
+}
+
+QString decodedText(char encoding, QByteArrayView text)
+{
+    switch (encoding) {
+    case 0:
+        return QString::fromLatin1(text);
+    case 1:
+        return QStringDecoder(QStringDecoder::Utf16)(text);
+    case 2:
+        return QStringDecoder(QStringDecoder::Utf16BE)(text);
+    default:
+        return QString::fromUtf8(text);
+    }
+}
+
+/// Where the text at `begin` ends, its terminator included.
+qsizetype endOfText(char encoding, QByteArrayView data, qsizetype begin)
+{
+    const qsizetype unit = encoding == 1 || encoding == 2 ? 2 : 1;
+    for (qsizetype i = begin; i + unit <= data.size(); i += unit) {
+        if (data[i] == '\0' && data[i + unit - 1] == '\0')
+            return i + unit;
+    }
+    return data.size();
+}
+
+/// Walks the frames of one tag.
+class FrameReader {
+public:
+    FrameReader(int version, QByteArrayView frames)
+        : m_version(version)
+        , m_rest(frames)
+    {
+    }
+
+    QList<MetadataItem> items()
+    {
+        while (m_items.size() < MaxItemsPerTag
+            && isFrameIdentifier(m_rest.first(std::min(idSize(), m_rest.size())))
+            && m_rest.size() > headerSize())
+            readFrame();
+        return std::move(m_items);
+    }
+
+private:
+    [[nodiscard]] qsizetype idSize() const { return m_version == 2 ? 3 : 4; }
+    [[nodiscard]] qsizetype headerSize() const { return m_version == 2 ? 6 : 10; }
+
+    void readFrame()
+    {
+        const auto identifier = commonIdentifier(m_rest.first(idSize()));
+        const quint8 flags = m_version == 2 ? 0 : static_cast<quint8>(m_rest[9]);
+        const qsizetype size = std::min(frameSize(), m_rest.size() - headerSize());
+        if (identifier)
+            readContent(*identifier, flags, m_rest.sliced(headerSize(), size));
+        m_rest = m_rest.sliced(headerSize() + size);
+    }
+
+    [[nodiscard]] qsizetype frameSize() const
+    {
+        const QByteArrayView bytes = m_rest.sliced(idSize(), m_version == 2 ? 3 : 4);
+        const qsizetype plain = plainNumber(bytes);
+        const qsizetype syncsafe = syncsafeNumber(bytes);
+        if (m_version != 4)
+            return plain;
+        // Some writers of 2.4 leave the size as 2.3 has it, which shows where the next frame starts.
+        return !isFrameEnd(syncsafe) && isFrameEnd(plain) ? plain : syncsafe;
+    }
+
+    [[nodiscard]] bool isFrameEnd(qsizetype size) const
+    {
+        const qsizetype end = headerSize() + size;
+        if (end + headerSize() >= m_rest.size())
+            return end <= m_rest.size();
+        return m_rest[end] == '\0' || isFrameIdentifier(m_rest.sliced(end, idSize()));
+    }
+
+    void readContent(CommonIdentifier identifier, quint8 flags, QByteArrayView data)
+    {
+        const bool isFour = m_version == 4;
+        if (flags & (isFour ? 0x0C : 0xC0)) // compressed, encrypted
+            return;
+        const qsizetype extra =
+            isFour ? (flags & 0x40 ? 1 : 0) + (flags & 0x01 ? 4 : 0) : (flags & 0x20 ? 1 : 0);
+        data = data.sliced(std::min(extra, data.size()));
+        QByteArray plain;
+        if (isFour && (flags & 0x02)) {
+            plain = withoutUnsynchronisation(data);
+            data = plain;
+        }
+        if (data.isEmpty())
+            return;
+        if (identifier == CommonIdentifier::Artwork)
+            readPicture(data);
+        else
+            appendTextValues(m_items, identifier, decodedText(data[0], data.sliced(1)));
+    }
+
+    void readPicture(QByteArrayView data)
+    {
+        const qsizetype kind = m_version == 2 ? 4 : endOfText(0, data, 1);
+        if (kind >= data.size())
+            return;
+        const qsizetype begin = endOfText(data[0], data, kind + 1);
+        m_items.append({CommonIdentifier::Artwork, data.sliced(begin).toByteArray()});
+    }
+
+    int m_version;
+    QByteArrayView m_rest;
+    QList<MetadataItem> m_items;
+};
+
+/// The frames behind the extended header, which says its own size: with itself in 2.4, without in 2.3.
+QByteArrayView withoutExtendedHeader(int version, QByteArrayView body)
+{
+    if (body.size() < 4)
+        return {};
+    const qsizetype size =
+        version == 4 ? syncsafeNumber(body.first(4)) : plainNumber(body.first(4)) + qsizetype(4);
+    return body.sliced(std::min(size, body.size()));
+}
+
+} // namespace
+
+qint64 id3v2TagSize(QByteArrayView header)
+{
+    if (header.size() < Id3v2HeaderSize || !header.startsWith("ID3") || header[3] == '\xff')
+        return 0;
+    const QByteArrayView size = header.sliced(6, 4);
+    if (std::any_of(size.begin(), size.end(), [](char byte) { return byte & 0x80; }))
+        return 0;
+    const bool hasFooter = header[3] == 4 && (header[5] & Footer);
+    return Id3v2HeaderSize + qint64(syncsafeNumber(size)) + (hasFooter ? Id3v2HeaderSize : 0);
+}
+
+QList<MetadataItem> id3v2Items(QByteArrayView tag)
+{
+    if (id3v2TagSize(tag) == 0)
+        return {};
+    const int version = tag[3];
+    const char flags = tag[5];
+    if (version < 2 || version > 4)
+        return {};
+
+    QByteArrayView body = tag.sliced(Id3v2HeaderSize);
+    QByteArray plain;
+    if ((flags & Unsynchronised) && version < 4) {
+        plain = withoutUnsynchronisation(body);
+        body = plain;
+    }
+    if ((flags & Extended) && version > 2)
+        body = withoutExtendedHeader(version, body);
+    return FrameReader(version, body).items();
+}

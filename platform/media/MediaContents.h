@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/media/MediaAsset.h"
+
+/// What one reader finds in a file.
+struct MediaContents {
+    MediaTime duration; ///< not numeric where the reader cannot tell
+    QList<MetadataItem> items; ///< in stored order
+};
+
+/// As many items as one tag gives at most; a hostile one could hold millions.
+constexpr qsizetype MaxItemsPerTag = 64;

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+
+/// The bytes of one open media file, read by position, without the tags that were dropped at its two ends.
+///
+/// What is asked for beyond the end, or cannot be read, is missing from the answer: no call fails. Borrows
+/// the descriptor. One thread at a time.
+class MediaSource {
+public:
+    explicit MediaSource(int descriptor);
+
+    /// Bytes between the two ends.
+    [[nodiscard]] qint64 size() const { return m_end - m_begin; }
+
+    /// Up to `length` bytes from `offset`.
+    [[nodiscard]] QByteArray read(qint64 offset, qint64 length);
+
+    /// The same into `buffer`; returns the number of bytes that were read.
+    qint64 readInto(char *buffer, qint64 offset, qint64 length);
+
+    /// Moves an end inwards; later offsets count from the new beginning.
+    void dropFront(qint64 length);
+    void dropBack(qint64 length);
+
+private:
+    [[nodiscard]] bool isCached(qint64 position, qint64 length) const;
+
+    int m_descriptor;
+    qint64 m_begin = 0;
+    qint64 m_end = 0;
+    QByteArray m_cache; ///< small neighbouring reads are one call of the system
+    qint64 m_cachePosition = 0;
+};

@@ -1,0 +1,95 @@
+#include "platform/media/TrailingTags.h"
+
+#include "platform/media/MediaContents.h"
+#include "platform/media/TextValues.h"
+
+#include <QtEndian>
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype Id3v1Size = 128;
+constexpr qsizetype ApeEdgeSize = 32; // header and footer look the same
+constexpr qint64 ApeSizeLimit = 64 << 20;
+
+quint32 littleEndianAt(QByteArrayView bytes, qsizetype offset)
+{
+    return qFromLittleEndian<quint32>(bytes.sliced(offset, 4).data());
+}
+
+/// An ID3v1 field is filled up with zeros, or by some writers with blanks.
+void appendId3v1Field(QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView field)
+{
+    const qsizetype end = field.indexOf('\0');
+    QString text = QString::fromLatin1(end < 0 ? field : field.first(end));
+    while (text.endsWith(u' '))
+        text.chop(1);
+    if (!text.isEmpty())
+        items.append({identifier, text});
+}
+
+void appendApeItem(QList<MetadataItem> &items, const QByteArray &key, bool isBinary, QByteArrayView value)
+{
+    if (isBinary && key.startsWith("cover art")) {
+        const qsizetype nameEnd = value.indexOf('\0');
+        items.append({CommonIdentifier::Artwork, value.sliced(nameEnd + 1).toByteArray()});
+        return;
+    }
+    if (isBinary)
+        return;
+    if (key == "title")
+        appendTextValues(items, CommonIdentifier::Title, QString::fromUtf8(value));
+    else if (key == "artist")
+        appendTextValues(items, CommonIdentifier::Artist, QString::fromUtf8(value));
+    else if (key == "album")
+        appendTextValues(items, CommonIdentifier::AlbumName, QString::fromUtf8(value));
+}
+
+/// The items one after another: value size, flags, key, zero, value; all but the key in little endian.
+QList<MetadataItem> apeItems(QByteArrayView data)
+{
+    constexpr qsizetype fixedSize = 8;
+    QList<MetadataItem> items;
+    while (data.size() > fixedSize && items.size() < MaxItemsPerTag) {
+        const qsizetype size = littleEndianAt(data, 0);
+        const bool isBinary = (littleEndianAt(data, 4) >> 1 & 3) == 1;
+        const qsizetype keyEnd = data.indexOf('\0', fixedSize);
+        if (keyEnd < 0 || size > data.size() - keyEnd - 1)
+            break;
+        const QByteArray key = data.sliced(fixedSize, keyEnd - fixedSize).toByteArray().toLower();
+        appendApeItem(items, key, isBinary, data.sliced(keyEnd + 1, size));
+        data = data.sliced(keyEnd + 1 + size);
+    }
+    return items;
+}
+
+} // namespace
+
+QList<MetadataItem> takeId3v1Tag(MediaSource &source)
+{
+    const QByteArray tag = source.read(source.size() - Id3v1Size, Id3v1Size);
+    if (tag.size() < Id3v1Size || !tag.startsWith("TAG"))
+        return {};
+    source.dropBack(Id3v1Size);
+
+    QList<MetadataItem> items;
+    appendId3v1Field(items, CommonIdentifier::Title, QByteArrayView(tag).sliced(3, 30));
+    appendId3v1Field(items, CommonIdentifier::Artist, QByteArrayView(tag).sliced(33, 30));
+    appendId3v1Field(items, CommonIdentifier::AlbumName, QByteArrayView(tag).sliced(63, 30));
+    return items;
+}
+
+QList<MetadataItem> takeApeTag(MediaSource &source)
+{
+    const QByteArray footer = source.read(source.size() - ApeEdgeSize, ApeEdgeSize);
+    if (footer.size() < ApeEdgeSize || !footer.startsWith("APETAGEX"))
+        return {};
+    const qint64 size = littleEndianAt(footer, 12); // with the footer, without the header
+    const bool hasHeader = littleEndianAt(footer, 20) >> 31;
+    if (size < ApeEdgeSize || size > std::min(source.size(), ApeSizeLimit))
+        return {};
+
+    const QByteArray data = source.read(source.size() - size, size - ApeEdgeSize);
+    source.dropBack(size + (hasHeader ? ApeEdgeSize : 0));
+    return apeItems(data);
+}

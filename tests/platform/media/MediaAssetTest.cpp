@@ -1,0 +1,303 @@
+#include "platform/media/MediaAsset.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtEndian>
+#include <limits>
+#include <sys/resource.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QUrl mediaUrl(const QString &name)
+{
+    return QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + name);
+}
+
+QByteArray mediaFile(const QString &name)
+{
+    QFile file(mediaUrl(name).toLocalFile());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// All text values of one kind, in stored order.
+QStringList texts(const MediaAsset &asset, CommonIdentifier identifier)
+{
+    QStringList values;
+    for (const MetadataItem &item : MediaAsset::metadataItems(asset.commonMetadata(), identifier))
+        values.append(item.stringValue().value_or(u"no text"_s));
+    return values;
+}
+
+QList<QByteArray> pictures(const MediaAsset &asset)
+{
+    QList<QByteArray> values;
+    for (const MetadataItem &item :
+        MediaAsset::metadataItems(asset.commonMetadata(), CommonIdentifier::Artwork))
+        values.append(item.dataValue().value_or("no bytes"));
+    return values;
+}
+
+QByteArray bigEndian(quint32 number)
+{
+    QByteArray bytes(4, Qt::Uninitialized);
+    qToBigEndian(number, bytes.data());
+    return bytes;
+}
+
+QByteArray syncsafe(qsizetype number)
+{
+    QByteArray bytes;
+    for (const int shift : {21, 14, 7, 0})
+        bytes.append(static_cast<char>(number >> shift & 0x7F));
+    return bytes;
+}
+
+QByteArray id3v2Frame(const QByteArray &identifier, const QByteArray &content)
+{
+    return identifier + syncsafe(content.size()) + QByteArray(2, '\0') + content;
+}
+
+QByteArray id3v2Tag(const QByteArray &frames)
+{
+    return QByteArray("ID3\4\0\0", 6) + syncsafe(frames.size()) + frames;
+}
+
+long peakKilobytes()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+} // namespace
+
+class MediaAssetTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsEveryKindOfFile_data()
+    {
+        QTest::addColumn<QStringList>("titles");
+        QTest::addColumn<QStringList>("artists");
+        QTest::addColumn<QStringList>("albums");
+        QTest::addColumn<QStringList>("covers");
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<double>("tolerance");
+
+        constexpr double exact = 0.001;
+        constexpr double priming = 0.15; // containers that count the encoder's lead-in
+        const auto row = [](const char *file, const QStringList &titles, const QStringList &artists,
+                             const QStringList &albums, const QStringList &covers, double seconds,
+                             double tolerance) {
+            QTest::newRow(file) << titles << artists << albums << covers << seconds << tolerance;
+        };
+        const QStringList none, title{u"Title"_s}, artist{u"Artist"_s}, album{u"Album"_s};
+        const QStringList jpg{u"cover.jpg"_s}, png{u"cover.png"_s}, both = png + jpg;
+
+        row("song.mp3", none, none, none, none, 2, exact);
+        row("id3v1.mp3", {u"Title 1"_s}, {u"Artist 1"_s}, {u"Album 1"_s}, none, 2, exact);
+        row("id3v2.2.mp3", {u"Title 2.2"_s}, {u"Artist 2.2"_s}, {u"Album 2.2"_s}, png, 2, exact);
+        row("id3v2.3.mp3", {u"Título 2.3"_s}, {u"Artist 2.3"_s}, {u"Álbum 2.3"_s}, jpg, 2, exact);
+        row("id3v2.4.mp3", {u"Título 2.4"_s}, {u"Artist 2.4"_s}, {u"Álbum 2.4"_s}, jpg, 2, exact);
+        row("id3v2.3-unsynchronised.mp3", {u"Unsynchronised"_s}, none, none, jpg, 2, exact);
+        row("ape.mp3", {u"Title APE"_s}, {u"Artist APE"_s}, {u"Album APE"_s}, png, 2, exact);
+        row("ape-id3v1.mp3", {u"Title APE"_s}, {u"Artist APE"_s}, {u"Album APE"_s}, png, 2, exact);
+        row("three-tags.mp3", {u"Title 2"_s}, {u"Artist 2"_s}, {u"Album 2"_s}, jpg, 2, exact);
+        row("three-partial-tags.mp3", {u"Title 1"_s}, {u"Artist 2"_s}, {u"Album APE"_s}, none, 2, exact);
+        row("empty-before-ape.mp3", {u"Title APE"_s}, {u"Artist 2"_s}, {u"Album APE"_s}, png, 2, exact);
+        row("several-values.mp3", {u"First title"_s, u"Second title"_s},
+            {u"First artist"_s, u"Second artist"_s, u"Third artist"_s}, {u"First album"_s, u"Second album"_s},
+            none, 2, exact);
+        row("empty-title.mp3", none, artist, none, none, 2, exact);
+        row("blank-title.mp3", {u" "_s}, artist, none, none, 2, exact);
+        row("two-pictures.mp3", none, none, none, both, 2, exact);
+        row("two-pictures-first-broken.mp3", {u"Broken cover"_s}, none, none,
+            {u"broken.jpg"_s, u"cover.jpg"_s}, 2, exact);
+        row("constant-rate-no-header.mp3", none, none, none, none, 2, 0.06);
+        row("junk-first.mp3", none, none, none, none, 2, 0.06);
+        row("variable-rate-no-header.mp3", none, none, none, none, 6, 0.1);
+
+        row("flac.flac", title, artist, album, both, 1, exact);
+        row("flac-after-id3.flac", title, artist, album, both, 1, exact);
+        row("flac-without-total.oga", title, artist, album, none, 2, exact);
+        row("vorbis.ogg", title, {u"First artist"_s, u"Second artist"_s}, album, png, 2, exact);
+        row("coverart.ogg", title, artist, album, png, 1, exact);
+        row("opus.opus", title, artist, album, jpg, 2, exact);
+        row("aac.m4a", title, artist, album, jpg, 2, priming);
+        row("alac.m4a", title, artist, album, jpg, 1, exact);
+        row("two-covers.m4a", title, {u"First artist"_s, u"Second artist"_s}, album, both, 2, priming);
+        row("list-info.wav", {u"Info title"_s}, {u"Info artist"_s}, {u"Info album"_s}, none, 1, exact);
+        row("id3.wav", {u"ID3 title"_s}, {u"ID3 artist"_s}, none, jpg, 1, exact);
+        row("list-info-and-id3.wav", {u"ID3 title"_s}, {u"ID3 artist"_s}, {u"Info album"_s}, jpg, 1, exact);
+        row("id3.aiff", {u"ID3 title"_s}, {u"ID3 artist"_s}, none, jpg, 1, exact);
+        row("wma.wma", title, artist, album, jpg + png, 2, 0.5);
+        row("wavpack.wv", title, {u"First artist"_s, u"Second artist"_s}, album, both, 1, exact);
+        row("adts.aac", none, none, none, none, 2, priming);
+        row("adts-after-id3.aac", {u"ADTS title"_s}, {u"ADTS artist"_s}, none, none, 2, priming);
+        row("trueaudio.tta", title, artist, album, none, 1, exact);
+        row("matroska.mka", title, artist, album, none, 2, 0.01);
+        row("core.caf", none, none, none, none, 1, exact);
+        row("dolby.ac3", none, none, none, none, 1, 0.05);
+    }
+    void readsEveryKindOfFile()
+    {
+        const MediaAsset asset(mediaUrl(QString::fromLatin1(QTest::currentDataTag())));
+        QTEST(texts(asset, CommonIdentifier::Title), "titles");
+        QTEST(texts(asset, CommonIdentifier::Artist), "artists");
+        QTEST(texts(asset, CommonIdentifier::AlbumName), "albums");
+
+        QFETCH(QStringList, covers);
+        QList<QByteArray> expected;
+        for (const QString &cover : covers)
+            expected.append(mediaFile(cover));
+        QCOMPARE(pictures(asset), expected);
+
+        QFETCH(double, seconds);
+        QFETCH(double, tolerance);
+        QVERIFY(asset.duration().isNumeric());
+        const double difference = asset.duration().seconds() - seconds;
+        QVERIFY2(qAbs(difference) <= tolerance, qPrintable(u"%1 s off"_s.arg(difference)));
+    }
+
+    void hostileFilesGiveNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char *name :
+            {"hls.mp3", "hls.m4a", "ffconcat.mp3", "ffconcat.m4a", "sdp.mp3", "sdp.m4a", "dash.mp3",
+                "dash.m4a", "picture.mp3", "empty.mp3", "noise.mp3", "truncated.m4a", "missing.mp3", "."})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+    void hostileFilesGiveNothing()
+    {
+        QFETCH(QString, name);
+        const MediaAsset asset(mediaUrl(name));
+        QVERIFY(!asset.duration().isNumeric());
+        QVERIFY(asset.commonMetadata().isEmpty());
+    }
+
+    void contentCountsAndNotTheName()
+    {
+        const QUrl misnamed = temporaryFile(u"really-flac.mp3"_s, mediaFile(u"flac.flac"_s));
+        const MediaAsset asset(misnamed);
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
+        QCOMPARE(asset.duration().seconds(), 1.0);
+    }
+
+    void textArrivesUnchanged()
+    {
+        const MediaAsset asset(mediaUrl(u"strange-title.mp3"_s));
+        QCOMPARE(texts(asset, CommonIdentifier::Title),
+            QStringList({u"<b>bold</b> &amp;\nsecond\r\nline \u202eright to left\u202c \u200f\U0001F3B5"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"العربية"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::AlbumName), QStringList({u"100% #1? %1 %n"_s}));
+    }
+
+    void hundredThousandCharactersArriveUnchanged()
+    {
+        const QString title = u"ñandú "_s.repeated(20'000).first(100'000);
+        const QByteArray frame = id3v2Frame("TIT2", '\3' + title.toUtf8());
+        const MediaAsset asset(temporaryFile(u"long.mp3"_s, id3v2Tag(frame) + mediaFile(u"song.mp3"_s)));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({title}));
+        QCOMPARE(asset.duration().seconds(), 2.0);
+    }
+
+    void plainSizeInANewerTagIsUnderstood()
+    {
+        const QByteArray cover(1000, 'x');
+        const QByteArray picture = "\0image/png\0\3\0"_ba + cover;
+        const QByteArray sized = "APIC" + bigEndian(quint32(picture.size())) + "\0\0"_ba + picture;
+        const QByteArray tag = id3v2Tag(sized + id3v2Frame("TIT2", "\3Behind"));
+        const MediaAsset asset(temporaryFile(u"plain-size.mp3"_s, tag + mediaFile(u"song.mp3"_s)));
+        QCOMPARE(pictures(asset), QList<QByteArray>({cover}));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Behind"_s}));
+    }
+
+    void compressedFrameIsNotInflated()
+    {
+        const long before = peakKilobytes();
+        const MediaAsset asset(mediaUrl(u"inflating-title.mp3"_s));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList());
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"Artist"_s}));
+        QVERIFY(peakKilobytes() - before < 16'384);
+    }
+
+    void nestedContainersDoNotExhaustTheStack()
+    {
+        constexpr quint32 depth = 300'000;
+        QByteArray bytes("\0\0\0\x10"
+                         "ftypM4A \0\0\0\0",
+            16);
+        for (quint32 level = 0; level < depth; ++level)
+            bytes += bigEndian((depth - level) * 8) + "moov";
+        const MediaAsset asset(temporaryFile(u"nested.m4a"_s, bytes));
+        QVERIFY(asset.commonMetadata().isEmpty());
+    }
+
+    void countlessItemsAreCutShort()
+    {
+        const QByteArray values = QByteArray("\3a") + QByteArray(1'000'000, '\0');
+        const MediaAsset asset(temporaryFile(u"many.mp3"_s, id3v2Tag(id3v2Frame("TPE1", values))));
+        QVERIFY(asset.commonMetadata().size() <= 100);
+        QCOMPARE(texts(asset, CommonIdentifier::Artist).first(), u"a"_s);
+    }
+
+    void claimsBeyondTheEndAreCutOff()
+    {
+        QByteArray tag = id3v2Tag(id3v2Frame("TIT2", "\3Short"));
+        tag.replace(6, 4, QByteArray("\x7f\x7f\x7f\x7f", 4));
+        const MediaAsset asset(temporaryFile(u"claim.mp3"_s, tag));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Short"_s}));
+        QVERIFY(!asset.duration().isNumeric());
+    }
+
+    /// Every file cut at every hundredth of its length, and with a byte turned over at as many places: what
+    /// is read does not matter, that reading ends does.
+    void damageAnywhereIsSurvived_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        for (const char *name :
+            {"three-tags.mp3", "id3v2.3-unsynchronised.mp3", "flac.flac", "vorbis.ogg", "opus.opus",
+                "aac.m4a", "list-info-and-id3.wav", "id3.aiff", "wma.wma", "wavpack.wv", "adts.aac"})
+            QTest::newRow(name) << mediaFile(QString::fromLatin1(name));
+    }
+    void damageAnywhereIsSurvived()
+    {
+        QFETCH(QByteArray, bytes);
+        QVERIFY(!bytes.isEmpty());
+        for (int part = 0; part < 100; ++part) {
+            const qsizetype place = bytes.size() * part / 100;
+            const MediaAsset cut(temporaryFile(u"damaged"_s, bytes.first(place)));
+            QByteArray turned = bytes;
+            turned[part < 50 ? part : place] = static_cast<char>(~turned[part < 50 ? part : place]);
+            const MediaAsset other(temporaryFile(u"damaged"_s, turned));
+            QVERIFY(!other.duration().isNumeric() || other.duration().seconds() >= 0);
+        }
+    }
+
+    void timesThatAreNoNumberAreNotNumeric()
+    {
+        QVERIFY(!MediaTime().isNumeric());
+        QVERIFY(!MediaTime::fromSeconds(std::numeric_limits<double>::quiet_NaN()).isNumeric());
+        QVERIFY(!MediaTime::fromSeconds(std::numeric_limits<double>::infinity()).isNumeric());
+        QVERIFY(!MediaTime::fromSeconds(-std::numeric_limits<double>::infinity()).isNumeric());
+        QVERIFY(!MediaTime::fromSeconds(1e300).isNumeric());
+        QCOMPARE(MediaTime::fromSeconds(2.5).seconds(), 2.5);
+    }
+
+private:
+    QUrl temporaryFile(const QString &name, const QByteArray &bytes)
+    {
+        QFile file(m_folder.filePath(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            qFatal("The temporary folder is not writable.");
+        return QUrl::fromLocalFile(file.fileName());
+    }
+
+    QTemporaryDir m_folder;
+};
+
+QTEST_GUILESS_MAIN(MediaAssetTest)
+#include "MediaAssetTest.moc"
