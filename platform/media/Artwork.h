@@ -2,9 +2,13 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QRect>
 #include <QSize>
 #include <memory>
 #include <optional>
+
+/// The largest region of a picture of `size` that has the proportions of `target`, at its centre.
+QRect centredRegion(QSize size, QSize target);
 
 /// A cover picture as the file carries it: JPEG, PNG, WebP, GIF or BMP.
 ///
@@ -12,15 +16,15 @@
 /// only for what is drawn. Main thread only.
 class Artwork {
 public:
-    /// The picture in `bytes`, or nothing where they are not one of the formats above or claim a size beyond
-    /// reason. Reads the header only: no pixel is allocated.
+    /// The picture in `bytes`, or nothing where they are not one of the formats above (by content) or claim
+    /// more than 16,384 pixels a side or 50 million in all. Reads the header only: no pixel is allocated.
     static std::optional<Artwork> decode(const QByteArray &bytes);
 
-    /// Size in pixels, as the header states it.
+    /// Size in pixels, upright, as the header states it.
     [[nodiscard]] QSize size() const;
 
-    /// The picture scaled to cover `pixels`, its overflow cut evenly off both sides; null where its body
-    /// turns out to be damaged. Kept in a bounded cache.
+    /// The picture, upright, scaled to cover `pixels`, its overflow cut evenly off both sides; null where
+    /// its body turns out to be damaged or `pixels` is empty. The last 32 MiB of results are kept.
     [[nodiscard]] QImage scaledToFill(QSize pixels) const;
 
     /// The encoded bytes, shared with every artwork of the same picture.
@@ -29,6 +33,8 @@ public:
 private:
     struct Picture;
     explicit Artwork(std::shared_ptr<const Picture> picture);
+
+    static std::shared_ptr<const Picture> shared(const QByteArray &bytes);
 
     std::shared_ptr<const Picture> m_picture;
 };
