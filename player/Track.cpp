@@ -22,6 +22,11 @@ void replaceUnlessEmpty(QString &field, const std::optional<QString> &value)
 
 } // namespace
 
+double displayedDuration(const MediaTime &time)
+{
+    return time.isNumeric() && std::isfinite(time.seconds()) ? time.seconds() : 0;
+}
+
 Track::Track(const QUrl &url)
     : title(withoutPathExtension(localFileName(url)))
     , m_url(url)
@@ -33,8 +38,7 @@ void Track::loadMetadata()
 {
     const MediaAsset asset(m_url);
 
-    if (const MediaTime length = asset.duration(); length.isNumeric())
-        duration = std::isfinite(length.seconds()) ? length.seconds() : 0;
+    duration = displayedDuration(asset.duration());
 
     const QList<MetadataItem> &metadata = asset.commonMetadata();
     replaceUnlessEmpty(title, metadataValue(CommonIdentifier::Title, metadata));

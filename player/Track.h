@@ -9,6 +9,9 @@
 #include <QUuid>
 #include <optional>
 
+/// The length that is shown for a container's duration: seconds, 0 where that is not numeric or not finite.
+double displayedDuration(const MediaTime &time);
+
 /// One entry of the playlist: an audio file and what its metadata say of it.
 ///
 /// A plain value. Two tracks are equal exactly when their ids are: a copy equals its original, the same file
@@ -16,7 +19,7 @@
 class Track {
 public:
     /// Reads the file's metadata before it returns. Cannot fail: what the file does not carry, or cannot be
-    /// read, keeps its default. Any thread; blocks while the file is read.
+    /// read, keeps its default. Main thread, which it blocks meanwhile.
     explicit Track(const QUrl &url);
 
     [[nodiscard]] const QUuid &id() const { return m_id; }
