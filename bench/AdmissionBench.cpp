@@ -1,0 +1,253 @@
+// What admitting files costs: microseconds a file beside a bare TagLib read of the same files in the same
+// run, and memory a track beyond the covers, for 1,000 and for 10,000 tagged MP3 files, twelve of which share
+// a cover. Needs 1 GB in the temporary folder.
+
+#include "player/PayerManager.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QGuiApplication>
+#include <QImage>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <algorithm>
+#include <cstdio>
+#include <malloc.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/fileref.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mpegfile.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int TracksPerAlbum = 12;
+constexpr int Rounds = 5;
+
+// The files
+
+/// A picture of noise, about 88 KB.
+QByteArray noiseCover()
+{
+    QImage image(400, 400, QImage::Format_RGB32);
+    QRandomGenerator random(1);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, random.generate());
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", 70);
+    return bytes;
+}
+
+/// The cover with a comment that makes it one album's own.
+QByteArray albumCover(const QByteArray &cover, int album)
+{
+    const QByteArray comment = QByteArray::number(album).rightJustified(8, '0');
+    return cover.first(2) + QByteArray("\xff\xfe\0\x0a", 4) + comment + cover.sliced(2);
+}
+
+QByteArray id3v2Frame(const char *identifier, const QByteArray &content)
+{
+    QByteArray size(4, Qt::Uninitialized);
+    qToBigEndian(static_cast<quint32>(content.size()), size.data());
+    return identifier + size + QByteArray(2, '\0') + content;
+}
+
+QByteArray id3v2Tag(const QByteArray &frames)
+{
+    QByteArray size;
+    for (const int shift : {21, 14, 7, 0})
+        size.append(static_cast<char>(frames.size() >> shift & 0x7F));
+    return QByteArray("ID3\3\0\0", 6) + size + frames;
+}
+
+QByteArray latin1Text(const QString &text)
+{
+    return '\0' + text.toLatin1();
+}
+
+QByteArray trackTag(int number, const QByteArray &cover)
+{
+    const int album = number / TracksPerAlbum;
+    return id3v2Tag(id3v2Frame("TIT2", latin1Text(u"The title of track %1"_s.arg(number)))
+        + id3v2Frame("TPE1", latin1Text(u"The artist of album %1"_s.arg(album)))
+        + id3v2Frame("TALB", latin1Text(u"Album number %1"_s.arg(album)))
+        + id3v2Frame("APIC", QByteArray("\0image/jpeg\0\3\0", 14) + albumCover(cover, album)));
+}
+
+QList<QUrl> makeFiles(const QTemporaryDir &folder, int count, const QByteArray &cover)
+{
+    QFile sound(QStringLiteral(TEST_MEDIA "/song.mp3"));
+    if (!sound.open(QIODevice::ReadOnly))
+        qFatal("The sound file is missing.");
+    const QByteArray bytes = sound.readAll();
+
+    QList<QUrl> urls;
+    for (int number = 0; number < count; ++number) {
+        QFile file(folder.filePath(u"%1 track.mp3"_s.arg(number)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(trackTag(number, cover) + bytes) < 0)
+            qFatal("The temporary folder is full.");
+        urls.append(QUrl::fromLocalFile(file.fileName()));
+    }
+    return urls;
+}
+
+// The two ways to read them
+
+/// Needs no file and makes no sound.
+class SilentPlayer : public AudioPlayer {
+public:
+    void setDelegate(AudioPlayerDelegate *) override { }
+    void setVolume(float) override { }
+    bool prepareToPlay() override { return true; }
+    bool play() override { return true; }
+    void pause() override { }
+    void stop() override { }
+    [[nodiscard]] double currentTime() const override { return 0; }
+    void setCurrentTime(double) override { }
+    [[nodiscard]] double duration() const override { return 0; }
+    [[nodiscard]] bool isPlaying() const override { return false; }
+};
+
+/// All that a track shows, read by TagLib and thrown away.
+void bareRead(const QList<QUrl> &urls)
+{
+    quint64 seen = 0;
+    for (const QUrl &url : urls) {
+        const QByteArray path = QFile::encodeName(url.toLocalFile());
+        const TagLib::FileRef file(path.constData());
+        const TagLib::Tag *tag = file.tag();
+        seen += tag->title().size() + tag->artist().size() + tag->album().size();
+        seen += static_cast<quint64>(file.audioProperties()->lengthInMilliseconds());
+        const auto &frames =
+            dynamic_cast<TagLib::MPEG::File *>(file.file())->ID3v2Tag()->frameListMap()["APIC"];
+        seen += dynamic_cast<TagLib::ID3v2::AttachedPictureFrame *>(frames.front())->picture().size();
+    }
+    if (seen == 0)
+        qFatal("Nothing was read.");
+}
+
+std::unique_ptr<PlayerManager> admit(const QList<QUrl> &urls)
+{
+    PlatformServices services;
+    services.openAudioPlayer = [](const QUrl &) { return std::unique_ptr<AudioPlayer>(new SilentPlayer); };
+    auto manager = std::make_unique<PlayerManager>(services);
+    manager->addFiles(urls);
+    const Track &last = manager->playlist().last();
+    if (manager->playlist().size() != urls.size() || !last.artwork || !last.title.startsWith(u"The title"))
+        qFatal("The files were not read.");
+    return manager;
+}
+
+// Measuring
+
+template <typename Work> double microsecondsPerFile(qsizetype files, Work work)
+{
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return double(timer.nsecsElapsed()) / 1000 / double(files);
+}
+
+double allocatedBytes()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return double(info.uordblks) + double(info.hblkhd);
+}
+
+double residentBytes()
+{
+    QFile file(u"/proc/self/statm"_s);
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ').at(1).toDouble() * double(sysconf(_SC_PAGESIZE));
+}
+
+/// The same addresses, of which nothing is shared with anybody.
+QList<QUrl> detached(const QList<QUrl> &urls)
+{
+    QList<QUrl> copies;
+    for (const QUrl &url : urls)
+        copies.append(QUrl(url.toString()));
+    return copies;
+}
+
+/// Prints the memory of one admission beyond the bytes of the covers.
+void measureMemory(const QList<QUrl> &urls, const QByteArray &cover)
+{
+    const double allocatedBefore = allocatedBytes(), residentBefore = residentBytes();
+    const auto manager = admit(detached(urls));
+    const double allocated = allocatedBytes() - allocatedBefore, resident = residentBytes() - residentBefore;
+
+    const double covers =
+        double((urls.size() + TracksPerAlbum - 1) / TracksPerAlbum) * double(albumCover(cover, 0).size());
+    const double count = double(urls.size());
+    std::printf("%6lld files  memory a track beyond the covers: %.2f KiB allocated, %.2f KiB resident\n",
+        static_cast<long long>(urls.size()), (allocated - covers) / count / 1024,
+        (resident - covers) / count / 1024);
+}
+
+struct Times {
+    double bare = 1e9;
+    double admission = 1e9;
+};
+
+/// The best of several rounds of both, in turns, over all of `batches`, each of which is admitted by a new
+/// player. Microseconds a file.
+Times measureTimes(const QList<QList<QUrl>> &batches)
+{
+    const qsizetype batchSize = batches.first().size();
+    const qsizetype files = batches.size() * batchSize;
+    Times best;
+    for (int round = 0; round < Rounds; ++round) {
+        best.bare = std::min(best.bare, microsecondsPerFile(files, [&] {
+            for (const QList<QUrl> &urls : batches)
+                bareRead(urls);
+        }));
+        best.admission = std::min(best.admission, microsecondsPerFile(files, [&] {
+            for (const QList<QUrl> &urls : batches)
+                admit(urls);
+        }));
+    }
+    std::printf("%6lld files  bare TagLib read: %.1f us a file, admission: %.1f us a file, ratio %.2f\n",
+        static_cast<long long>(batchSize), best.bare, best.admission, best.admission / best.bare);
+    return best;
+}
+
+/// Cuts `urls` into lists of `size`.
+QList<QList<QUrl>> batchesOf(const QList<QUrl> &urls, qsizetype size)
+{
+    QList<QList<QUrl>> batches;
+    for (qsizetype i = 0; i < urls.size(); i += size)
+        batches.append(urls.sliced(i, size));
+    return batches;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    const QTemporaryDir folder;
+    const QByteArray cover = noiseCover();
+    std::printf(
+        "cover: %lld bytes, shared by %d tracks\n", static_cast<long long>(cover.size()), TracksPerAlbum);
+
+    const QList<QUrl> many = makeFiles(folder, 10'000, cover);
+    bareRead(many); // from now on all files are in the system's memory
+    admit(many.first(100));
+
+    measureMemory(many.first(1'000), cover);
+    measureMemory(many, cover);
+    const Times few = measureTimes(batchesOf(many, 1'000));
+    const Times all = measureTimes({many});
+    std::printf("10,000 files cost %.2f times what 1,000 cost\n", 10 * all.admission / few.admission);
+}
