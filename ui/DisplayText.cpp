@@ -1,0 +1,68 @@
+#include "ui/DisplayText.h"
+
+#include <QFontMetricsF>
+#include <QTextLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Wider than any screen in the narrowest letters.
+constexpr qsizetype LongestShown = 2000;
+
+/// The embeddings, overrides and isolates of the Unicode Bidirectional Algorithm (UAX #9, section 2): left
+/// open, they would reach beyond the text.
+bool isDirectionMark(QChar character)
+{
+    return (character >= u'\u202A' && character <= u'\u202E')
+        || (character >= u'\u2066' && character <= u'\u2069');
+}
+
+bool isLineBreakOrTab(QChar character)
+{
+    return (character >= u'\t' && character <= u'\r') || character == u'\u0085' || character == u'\u2028'
+        || character == u'\u2029';
+}
+
+QString cutBeforeShaping(const QString &text)
+{
+    if (text.size() <= LongestShown)
+        return text;
+    const bool splitsPair = text.at(LongestShown).isLowSurrogate();
+    return text.first(LongestShown - (splitsPair ? 1 : 0)) + u'…';
+}
+
+} // namespace
+
+QString displayText(const QString &text)
+{
+    QString shown = cutBeforeShaping(text);
+    shown.replace(u"\r\n"_s, u" "_s);
+    for (QChar &character : shown) {
+        if (isLineBreakOrTab(character))
+            character = u' ';
+    }
+    shown.removeIf([](QChar c) { return c.category() == QChar::Other_Control || isDirectionMark(c); });
+    return shown;
+}
+
+QList<TextLine> wrappedLines(const QString &text, const QFont &font, double width, int maximumLines)
+{
+    QList<TextLine> lines;
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    QTextLayout layout(text, font);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        if (lines.size() + 1 == maximumLines) {
+            const QString rest = text.sliced(line.textStart());
+            lines.append({line.textStart(), QFontMetricsF(font).elidedText(rest, Qt::ElideRight, width)});
+            break;
+        }
+        lines.append({line.textStart(), text.sliced(line.textStart(), line.textLength())});
+    }
+    layout.endLayout();
+    return lines.isEmpty() ? QList<TextLine>({TextLine()}) : lines;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QFont>
+#include <QList>
+#include <QString>
+
+/// The text of a tag as it can be drawn in a line: line breaks and tabs are spaces, other control characters
+/// and the marks that open or close a writing direction are gone, and what no window is wide enough to show
+/// is cut before anybody measures it.
+[[nodiscard]] QString displayText(const QString &text);
+
+/// A line of a text and where it starts in it.
+struct TextLine {
+    qsizetype start = 0;
+    QString text;
+};
+
+/// The text broken at words into lines of at most `width` pixels; the last of `maximumLines` ends in an
+/// ellipsis where the text goes on. At least one line, which may be empty. `maximumLines` of 0 means as many
+/// as it takes.
+[[nodiscard]] QList<TextLine> wrappedLines(
+    const QString &text, const QFont &font, double width, int maximumLines);
