@@ -1,0 +1,63 @@
+#include "ui/controls/Button.h"
+
+#include "ui/Colors.h"
+#include "ui/controls/FocusRing.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+
+namespace {
+
+constexpr double DisabledOpacity = 0.4;
+constexpr double PressedOpacity = 0.7;
+
+} // namespace
+
+Button::Button(const QString &help)
+{
+    setHelp(help);
+    setFocusPolicy(Qt::TabFocus);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+void Button::setHelp(const QString &help)
+{
+    if (help == toolTip())
+        return;
+    setToolTip(help);
+    setAccessibleName(help);
+}
+
+void Button::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(!isEnabled() ? DisabledOpacity : isDown() ? PressedOpacity : 1);
+    draw(painter);
+    if (hasFocus())
+        drawFocusRing(painter, rect(), palette());
+}
+
+void Button::keyPressEvent(QKeyEvent *event)
+{
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && !event->isAutoRepeat())
+        click();
+    else
+        event->ignore();
+}
+
+void Button::keyReleaseEvent(QKeyEvent *event)
+{
+    event->ignore();
+}
+
+void Button::enterEvent(QEnterEvent *)
+{
+    update();
+}
+
+void Button::leaveEvent(QEvent *)
+{
+    update();
+}

@@ -1,0 +1,23 @@
+#include "ui/controls/Divider.h"
+
+#include "ui/Colors.h"
+
+#include <QPainter>
+
+namespace {
+
+// How strongly a hairline at full opacity stands out from its background.
+constexpr double LineStrength = 0.2;
+
+} // namespace
+
+Divider::Divider(double opacity)
+    : m_opacity(opacity)
+{
+    setFixedHeight(1);
+}
+
+void Divider::paintEvent(QPaintEvent *)
+{
+    QPainter(this).fillRect(rect(), primaryColor(palette(), LineStrength * m_opacity));
+}

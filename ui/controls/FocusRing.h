@@ -1,0 +1,8 @@
+#pragma once
+
+class QPainter;
+class QPalette;
+class QRect;
+
+/// Shows along the inner edge of `bounds` where the keyboard is.
+void drawFocusRing(QPainter &painter, const QRect &bounds, const QPalette &palette);

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "ui/DisplayText.h"
+
+#include <QWidget>
+
+/// A plain text in a number of lines, the last of which ends in an ellipsis where the text goes on.
+///
+/// Its least size is one line of no width, so that no text ever keeps the window from shrinking. Assistive
+/// technology reads the whole text.
+class Label : public QWidget {
+    Q_OBJECT
+
+public:
+    enum class Tone { Primary, Secondary, Tertiary };
+
+    /// `maximumLines` of 0 means as many as the text takes.
+    Label(const QFont &font, Tone tone, int maximumLines = 1);
+
+    /// Nothing happens where the text is the same.
+    void setText(const QString &text);
+    [[nodiscard]] const QString &text() const { return m_text; } ///< as it was set
+
+    /// Where each line stands in the label; leading by default.
+    void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
+
+    [[nodiscard]] const QList<TextLine> &lines() const { return m_lines; } ///< as they are shown
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] bool hasHeightForWidth() const override { return m_maximumLines != 1; }
+    [[nodiscard]] int heightForWidth(int width) const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+    [[nodiscard]] const QString &shownText() const { return m_shown; }
+    [[nodiscard]] int lineHeight() const;
+    [[nodiscard]] QPointF origin(const TextLine &line, int number) const;
+
+private:
+    void breakLines();
+    virtual void drawLine(QPainter &painter, const TextLine &line, QPointF position);
+
+    Tone m_tone;
+    int m_maximumLines;
+    Qt::Alignment m_alignment = Qt::AlignLeft;
+    QString m_text;
+    QString m_shown;
+    QList<TextLine> m_lines{TextLine()};
+};

@@ -1,0 +1,18 @@
+#include "ui/controls/MenuButton.h"
+
+#include "ui/controls/Roles.h"
+
+#include <QMenu>
+
+MenuButton::MenuButton(const QString &symbol, const QString &help)
+    : SymbolButton(symbol, 13, help, QSize(20, 24))
+    , m_menu(new QMenu(this))
+{
+    installAccessibleRoles();
+    connect(this, &QAbstractButton::clicked, this, &MenuButton::openMenu);
+}
+
+void MenuButton::openMenu()
+{
+    m_menu->popup(mapToGlobal(rect().bottomLeft()));
+}

@@ -1,0 +1,42 @@
+#include "ui/controls/PlayButton.h"
+
+#include "ui/Colors.h"
+#include "ui/Symbol.h"
+
+#include <QPainter>
+
+using namespace Qt::StringLiterals;
+
+PlayButton::PlayButton()
+    : Button(u"Reproducir"_s)
+{
+}
+
+void PlayButton::setPlaying(bool isPlaying)
+{
+    if (isPlaying == m_isPlaying)
+        return;
+    m_isPlaying = isPlaying;
+    setHelp(isPlaying ? u"Pausar"_s : u"Reproducir"_s);
+    update();
+}
+
+QString PlayButton::symbol() const
+{
+    return m_isPlaying ? u"pause.fill"_s : u"play.fill"_s;
+}
+
+double PlayButton::symbolOffset() const
+{
+    // The triangle looks off-centre where it is centred.
+    return m_isPlaying ? 0 : 1.5;
+}
+
+void PlayButton::draw(QPainter &painter)
+{
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(primaryColor(palette()));
+    painter.drawEllipse(rect());
+    const QRectF area = QRectF(rect()).translated(symbolOffset(), 0);
+    drawSymbol(painter, area, symbol(), 23, windowBackgroundColor(palette()));
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "ui/controls/Button.h"
+
+/// The large filled circle with the play or pause symbol cut out of it.
+class PlayButton : public Button {
+    Q_OBJECT
+
+public:
+    PlayButton();
+
+    /// Shows what a click will do: pause while playing, play otherwise.
+    void setPlaying(bool isPlaying);
+
+    [[nodiscard]] QString symbol() const;
+    [[nodiscard]] double symbolOffset() const; ///< points to the right
+    [[nodiscard]] QSize sizeHint() const override { return {58, 58}; }
+
+private:
+    void draw(QPainter &painter) override;
+
+    bool m_isPlaying = false;
+};

@@ -1,0 +1,149 @@
+#include "ui/controls/SelectableLabel.h"
+
+#include "ui/Colors.h"
+
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QTextBoundaryFinder>
+#include <QTextLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void layOut(QTextLayout &layout)
+{
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+}
+
+} // namespace
+
+SelectableLabel::SelectableLabel(const QFont &font, Tone tone, int maximumLines)
+    : Label(font, tone, maximumLines)
+{
+    setCursor(Qt::IBeamCursor);
+    setFocusPolicy(Qt::ClickFocus);
+}
+
+qsizetype SelectableLabel::selectionStart() const
+{
+    return std::min({m_anchor, m_end, shownText().size()});
+}
+
+qsizetype SelectableLabel::selectionEnd() const
+{
+    return std::min(std::max(m_anchor, m_end), shownText().size());
+}
+
+QString SelectableLabel::selectedText() const
+{
+    const bool isWhole = selectionStart() == 0 && selectionEnd() == shownText().size();
+    return isWhole ? text() : shownText().sliced(selectionStart(), selectionEnd() - selectionStart());
+}
+
+void SelectableLabel::selectAll()
+{
+    select(0, shownText().size());
+}
+
+void SelectableLabel::copy() const
+{
+    if (selectionStart() < selectionEnd())
+        QGuiApplication::clipboard()->setText(selectedText());
+}
+
+void SelectableLabel::select(qsizetype anchor, qsizetype end)
+{
+    m_anchor = anchor;
+    m_end = end;
+    update();
+}
+
+void SelectableLabel::selectWord(qsizetype position)
+{
+    QTextBoundaryFinder word(QTextBoundaryFinder::Word, shownText());
+    word.setPosition(position);
+    const qsizetype start =
+        word.isAtBoundary() ? position : std::max<qsizetype>(0, word.toPreviousBoundary());
+    word.setPosition(start);
+    const qsizetype end = word.toNextBoundary();
+    select(start, end < 0 ? shownText().size() : end);
+}
+
+qsizetype SelectableLabel::positionAt(QPointF point) const
+{
+    const int last = static_cast<int>(lines().size()) - 1;
+    const int number = std::clamp(static_cast<int>(point.y()) / lineHeight(), 0, last);
+    const TextLine &line = lines().at(number);
+    QTextLayout layout(line.text, font());
+    layOut(layout);
+    const int cursor = layout.lineAt(0).xToCursor(point.x() - origin(line, number).x());
+    const bool isAtEnd = number == last && cursor == line.text.size();
+    return isAtEnd ? shownText().size() : line.start + cursor;
+}
+
+void SelectableLabel::drawLine(QPainter &painter, const TextLine &line, QPointF position)
+{
+    QTextLayout layout(line.text, font());
+    layOut(layout);
+    const qsizetype from = std::clamp<qsizetype>(selectionStart() - line.start, 0, line.text.size());
+    const qsizetype to = std::clamp<qsizetype>(selectionEnd() - line.start, 0, line.text.size());
+    QTextLayout::FormatRange selection;
+    selection.start = static_cast<int>(from);
+    selection.length = static_cast<int>(to - from);
+    selection.format.setBackground(accentColor(palette()));
+    selection.format.setForeground(onAccentColor(palette()));
+    layout.draw(&painter, position, {selection});
+}
+
+void SelectableLabel::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const qsizetype position = positionAt(event->position());
+    select(event->modifiers().testFlag(Qt::ShiftModifier) ? m_anchor : position, position);
+}
+
+void SelectableLabel::mouseMoveEvent(QMouseEvent *event)
+{
+    if (event->buttons().testFlag(Qt::LeftButton))
+        select(m_anchor, positionAt(event->position()));
+}
+
+void SelectableLabel::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    selectWord(positionAt(event->position()));
+}
+
+void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)
+{
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction *copyAction = menu->addAction(u"Copiar"_s, this, &SelectableLabel::copy);
+    copyAction->setEnabled(selectionStart() < selectionEnd());
+    menu->addAction(u"Seleccionar todo"_s, this, &SelectableLabel::selectAll);
+    menu->popup(event->globalPos());
+}
+
+void SelectableLabel::keyPressEvent(QKeyEvent *event)
+{
+    if (event->matches(QKeySequence::Copy))
+        copy();
+    else if (event->matches(QKeySequence::SelectAll))
+        selectAll();
+    else
+        event->ignore();
+}
+
+void SelectableLabel::focusOutEvent(QFocusEvent *event)
+{
+    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason)
+        select(0, 0);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "ui/controls/Label.h"
+
+/// A label whose text can be selected with the mouse and copied. A selection that reaches the end of the last
+/// line reaches the end of the text, also where an ellipsis hides it.
+class SelectableLabel : public Label {
+    Q_OBJECT
+
+public:
+    SelectableLabel(const QFont &font, Tone tone, int maximumLines);
+
+    [[nodiscard]] QString selectedText() const;
+    void selectAll();
+    void copy() const; ///< puts the selected text on the clipboard; nothing where nothing is selected
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+
+private:
+    void drawLine(QPainter &painter, const TextLine &line, QPointF position) override;
+    [[nodiscard]] qsizetype positionAt(QPointF point) const;
+    void select(qsizetype anchor, qsizetype end);
+    void selectWord(qsizetype position);
+    [[nodiscard]] qsizetype selectionStart() const;
+    [[nodiscard]] qsizetype selectionEnd() const;
+
+    qsizetype m_anchor = 0; ///< both in the shown text; bounded at use, for the text may change
+    qsizetype m_end = 0;
+};

@@ -1,0 +1,214 @@
+#include "ui/controls/Slider.h"
+
+#include "ui/Colors.h"
+#include "ui/controls/FocusRing.h"
+#include "ui/controls/Roles.h"
+
+#include <QAccessible>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double ThumbDiameter = 14;
+constexpr double GrooveHeight = 4;
+constexpr double DisabledOpacity = 0.4;
+
+void drawGroove(QPainter &painter, const QRectF &groove, const QColor &color)
+{
+    painter.setBrush(color);
+    painter.drawRoundedRect(groove, GrooveHeight / 2, GrooveHeight / 2);
+}
+
+} // namespace
+
+Slider::Slider(const QString &name)
+{
+    installAccessibleRoles();
+    setAccessibleName(name);
+    setFocusPolicy(Qt::StrongFocus);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+void Slider::setValue(double value)
+{
+    if (value == m_value)
+        return;
+    m_value = value;
+    announceValue();
+}
+
+void Slider::setMaximum(double maximum)
+{
+    if (maximum == m_maximum)
+        return;
+    m_maximum = maximum;
+    announceValue();
+}
+
+void Slider::setSteps(double step, double pageStep)
+{
+    m_step = step;
+    m_pageStep = pageStep;
+}
+
+void Slider::announceValue()
+{
+    update();
+    QAccessibleValueChangeEvent change(this, m_value);
+    QAccessible::updateAccessibility(&change);
+}
+
+// Editing
+
+void Slider::edit(double value)
+{
+    if (!isEnabled() || m_isHeld)
+        return;
+    begin();
+    moveTo(value);
+    end();
+}
+
+void Slider::begin()
+{
+    m_isHeld = true;
+    Q_EMIT editingBegan();
+}
+
+void Slider::moveTo(double value)
+{
+    setValue(std::clamp(value, 0.0, m_maximum));
+    Q_EMIT edited(m_value);
+}
+
+void Slider::end()
+{
+    if (!m_isHeld)
+        return;
+    m_isHeld = false;
+    Q_EMIT editingEnded();
+    update();
+}
+
+bool Slider::event(QEvent *event)
+{
+    const QEvent::Type type = event->type();
+    const bool isInterrupted = type == QEvent::Hide || type == QEvent::WindowBlocked
+        || (type == QEvent::EnabledChange && !isEnabled());
+    if (isInterrupted)
+        end();
+    return QWidget::event(event);
+}
+
+// Mouse
+
+void Slider::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton || m_isHeld)
+        return;
+    const double offset = event->position().x() - thumbCenter();
+    const bool isOnThumb = std::abs(offset) <= ThumbDiameter / 2;
+    m_grabOffset = isOnThumb ? offset : 0;
+    begin();
+    if (!isOnThumb)
+        moveTo(valueAt(event->position().x()));
+    update();
+}
+
+void Slider::mouseMoveEvent(QMouseEvent *event)
+{
+    if (m_isHeld)
+        moveTo(valueAt(event->position().x() - m_grabOffset));
+}
+
+void Slider::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        end();
+}
+
+void Slider::wheelEvent(QWheelEvent *event)
+{
+    m_wheelRemainder += event->angleDelta().y();
+    const int steps = m_wheelRemainder / QWheelEvent::DefaultDeltasPerStep;
+    m_wheelRemainder %= QWheelEvent::DefaultDeltasPerStep;
+    if (steps != 0)
+        edit(m_value + steps * m_step);
+}
+
+// Keyboard
+
+std::optional<double> Slider::valueAfterKey(int key) const
+{
+    switch (key) {
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+        return m_value + m_step;
+    case Qt::Key_Left:
+    case Qt::Key_Down:
+        return m_value - m_step;
+    case Qt::Key_PageUp:
+        return m_value + m_pageStep;
+    case Qt::Key_PageDown:
+        return m_value - m_pageStep;
+    case Qt::Key_Home:
+        return 0;
+    case Qt::Key_End:
+        return m_maximum;
+    default:
+        return std::nullopt;
+    }
+}
+
+void Slider::keyPressEvent(QKeyEvent *event)
+{
+    const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    if (const auto value = valueAfterKey(event->key()); value && isPlain)
+        edit(*value);
+    else
+        event->ignore();
+}
+
+// Geometry and drawing
+
+double Slider::shownFraction() const
+{
+    const double fraction = m_value / m_maximum;
+    return std::isnan(fraction) ? 0 : std::clamp(fraction, 0.0, 1.0);
+}
+
+double Slider::thumbCenter() const
+{
+    return ThumbDiameter / 2 + shownFraction() * (width() - ThumbDiameter);
+}
+
+double Slider::valueAt(double x) const
+{
+    const double room = std::max(1.0, width() - ThumbDiameter);
+    return (x - ThumbDiameter / 2) / room * m_maximum;
+}
+
+void Slider::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(isEnabled() ? 1 : DisabledOpacity);
+    painter.setPen(Qt::NoPen);
+
+    const double middle = height() / 2.0;
+    QRectF groove(0, middle - GrooveHeight / 2, width(), GrooveHeight);
+    drawGroove(painter, groove, primaryColor(palette(), 0.16));
+    groove.setRight(thumbCenter());
+    drawGroove(painter, groove, accentColor(palette()));
+
+    painter.setPen(QPen(primaryColor(palette(), 0.25), 1));
+    painter.setBrush(m_isHeld ? QColor(Qt::lightGray) : QColor(Qt::white));
+    painter.drawEllipse(QPointF(thumbCenter(), middle), (ThumbDiameter - 1) / 2, (ThumbDiameter - 1) / 2);
+    if (hasFocus())
+        drawFocusRing(painter, rect(), palette());
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <optional>
+
+/// A continuous slider from 0 to a maximum.
+///
+/// Whatever moves it, every edit is the same story: editingBegan(), one edited() for every movement, then
+/// editingEnded(). A drag with the mouse has as many movements as it takes; a click on the groove, a key, a
+/// turn of the wheel and a value set by assistive technology have one. What ends a drag early, such as
+/// disabling the slider or a dialog in front of it, ends the edit. The space bar never moves it.
+class Slider : public QWidget {
+    Q_OBJECT
+
+public:
+    /// A slider that assistive technology calls `name`.
+    explicit Slider(const QString &name);
+
+    [[nodiscard]] double value() const { return m_value; }
+    [[nodiscard]] double maximum() const { return m_maximum; }
+    [[nodiscard]] double step() const { return m_step; }
+    [[nodiscard]] bool isHeld() const { return m_isHeld; }
+
+    // Neither of these is an edit, and nothing happens where the value is the same.
+    void setValue(double value);
+    void setMaximum(double maximum);
+
+    /// How far the arrow keys and the wheel move, and how far the Page keys.
+    void setSteps(double step, double pageStep);
+
+    /// How assistive technology reads a value; as a plain number by default.
+    void setSpokenValue(std::function<QString(double)> spokenValue)
+    {
+        m_spokenValue = std::move(spokenValue);
+    }
+    [[nodiscard]] QString spokenValue() const { return m_spokenValue(m_value); }
+
+    /// A whole edit with one movement to `value`, kept within the range. Nothing while the slider is disabled
+    /// or held.
+    void edit(double value);
+
+    [[nodiscard]] QSize sizeHint() const override { return {145, 20}; }
+    [[nodiscard]] QSize minimumSizeHint() const override { return {40, 20}; }
+
+Q_SIGNALS:
+    void editingBegan();
+    void edited(double value);
+    void editingEnded();
+
+protected:
+    bool event(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+
+private:
+    [[nodiscard]] double shownFraction() const; ///< from 0 to 1, also for a value out of range
+    [[nodiscard]] double thumbCenter() const;
+    [[nodiscard]] double valueAt(double x) const;
+    [[nodiscard]] std::optional<double> valueAfterKey(int key) const;
+    void begin();
+    void moveTo(double value);
+    void end();
+    void announceValue();
+
+    double m_value = 0;
+    double m_maximum = 1;
+    double m_step = 0.05;
+    double m_pageStep = 0.1;
+    std::function<QString(double)> m_spokenValue = [](double value) { return QString::number(value); };
+    bool m_isHeld = false;
+    double m_grabOffset = 0; ///< from the thumb's centre to where the mouse holds it
+    int m_wheelRemainder = 0; ///< eighths of a degree that make no whole step yet
+};

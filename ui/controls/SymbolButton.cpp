@@ -1,0 +1,26 @@
+#include "ui/controls/SymbolButton.h"
+
+#include "ui/Colors.h"
+#include "ui/Symbol.h"
+
+#include <QPainter>
+
+SymbolButton::SymbolButton(const QString &symbol, int pointSize, const QString &help, const QSize &extent)
+    : Button(help)
+    , m_symbol(symbol)
+    , m_pointSize(pointSize)
+    , m_extent(extent)
+{
+}
+
+void SymbolButton::draw(QPainter &painter)
+{
+    if (isChecked()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(accentColor(palette(), 0.13));
+        painter.drawEllipse(rect());
+    }
+    const QColor color =
+        isChecked() ? accentColor(palette()) : primaryColor(palette(), underMouse() ? 1 : 0.82);
+    drawSymbol(painter, rect(), m_symbol, m_pointSize, color);
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "ui/controls/Button.h"
+
+/// A symbol that can be clicked, without a frame. In its active look, the checked state, symbol and a faint
+/// circle behind it take the accent colour.
+class SymbolButton : public Button {
+    Q_OBJECT
+
+public:
+    /// A button of `extent` with the symbol at `pointSize` in its middle.
+    SymbolButton(const QString &symbol, int pointSize, const QString &help, const QSize &extent);
+
+    [[nodiscard]] const QString &symbol() const { return m_symbol; }
+    [[nodiscard]] QSize sizeHint() const override { return m_extent; }
+
+private:
+    void draw(QPainter &painter) override;
+    void nextCheckState() override { } // what is active follows from the state of the player alone
+
+    QString m_symbol;
+    int m_pointSize;
+    QSize m_extent;
+};

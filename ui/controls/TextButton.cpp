@@ -1,0 +1,66 @@
+#include "ui/controls/TextButton.h"
+
+#include "ui/Colors.h"
+#include "ui/Fonts.h"
+#include "ui/Symbol.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+namespace {
+
+constexpr int TextSize = 13;
+constexpr int SymbolGap = 4;
+constexpr QSize Padding(12, 6);
+constexpr double CornerRadius = 6;
+
+} // namespace
+
+TextButton::TextButton(Look look, const QString &title, const QString &symbol)
+    : Button({})
+    , m_look(look)
+    , m_symbol(symbol)
+{
+    setFont(systemFont(TextSize));
+    setText(title);
+}
+
+int TextButton::symbolWidth() const
+{
+    return m_symbol.isEmpty() ? 0 : symbolExtent(TextSize) + SymbolGap;
+}
+
+QSize TextButton::sizeHint() const
+{
+    const QFontMetrics metrics(font());
+    const QSize content(symbolWidth() + metrics.horizontalAdvance(text()), metrics.height());
+    return content + 2 * Padding;
+}
+
+QColor TextButton::textColor() const
+{
+    return m_look == Look::Prominent ? onAccentColor(palette()) : primaryColor(palette());
+}
+
+void TextButton::drawFrame(QPainter &painter)
+{
+    const bool isProminent = m_look == Look::Prominent;
+    const double tint = underMouse() ? 0.11 : 0.07;
+    painter.setPen(isProminent ? QPen(Qt::NoPen) : QPen(primaryColor(palette(), 0.14), 1));
+    painter.setBrush(isProminent ? accentColor(palette()) : primaryColor(palette(), tint));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), CornerRadius, CornerRadius);
+}
+
+void TextButton::draw(QPainter &painter)
+{
+    drawFrame(painter);
+    QRect content = rect().adjusted(Padding.width(), 0, -Padding.width(), 0);
+    if (!m_symbol.isEmpty()) {
+        QRect symbolArea = content;
+        symbolArea.setWidth(symbolExtent(TextSize));
+        drawSymbol(painter, symbolArea, m_symbol, TextSize, textColor());
+        content.setLeft(content.left() + symbolWidth());
+    }
+    painter.setPen(textColor());
+    painter.drawText(content, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text());
+}

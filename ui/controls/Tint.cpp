@@ -1,0 +1,15 @@
+#include "ui/controls/Tint.h"
+
+#include "ui/Colors.h"
+
+#include <QPainter>
+
+Tint::Tint(double opacity)
+    : m_opacity(opacity)
+{
+}
+
+void Tint::paintEvent(QPaintEvent *)
+{
+    QPainter(this).fillRect(rect(), primaryColor(palette(), m_opacity));
+}
