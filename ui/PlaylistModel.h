@@ -1,0 +1,43 @@
+#pragma once
+
+#include "player/Track.h"
+#include "ui/PlaylistRow.h"
+
+#include <QAbstractListModel>
+#include <functional>
+#include <optional>
+
+/// The playlist as rows keyed by the tracks' ids. A change of the list reaches the view as inserted, removed
+/// or moved rows, never as a reset, so that the view keeps its place.
+class PlaylistModel : public QAbstractListModel {
+    Q_OBJECT
+
+public:
+    /// Builds the row of a track at its one-based position, when it is shown.
+    using RowBuilder = std::function<PlaylistRow(const Track &track, qsizetype number)>;
+
+    enum Role { RowRole = Qt::UserRole }; ///< a PlaylistRow
+
+    explicit PlaylistModel(RowBuilder rowBuilder);
+
+    /// Shows these tracks. Costs nothing where they are the list that is shown already.
+    void setTracks(const QList<Track> &tracks);
+
+    /// The marked row is this track's, in this state; announces the rows that look different now.
+    void setCurrent(const std::optional<Track> &track, bool isPlaying);
+
+    [[nodiscard]] const Track &track(const QModelIndex &index) const { return m_tracks.at(index.row()); }
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+
+private:
+    void replace(qsizetype first, qsizetype removed, const QList<Track> &tracks, qsizetype inserted);
+    bool moveBlock(qsizetype first, qsizetype count, const QList<Track> &tracks);
+    void announce(const std::optional<Track> &track);
+
+    RowBuilder m_rowBuilder;
+    QList<Track> m_tracks;
+    std::optional<Track> m_current;
+    bool m_isPlaying = false;
+};

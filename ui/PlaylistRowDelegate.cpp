@@ -1,0 +1,112 @@
+#include "ui/PlaylistRowDelegate.h"
+
+#include "ui/Colors.h"
+#include "ui/DisplayText.h"
+#include "ui/Fonts.h"
+#include "ui/PlaylistModel.h"
+#include "ui/PlaylistRowGeometry.h"
+#include "ui/Symbol.h"
+#include "ui/controls/FocusRing.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+#include <QPainterPath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double RowCornerRadius = 9;
+constexpr double CoverCornerRadius = 6;
+constexpr int SymbolSize = 13;
+
+int titleHeight()
+{
+    return QFontMetrics(systemFont(14, QFont::DemiBold)).height();
+}
+
+int artistHeight()
+{
+    return QFontMetrics(systemFont(12)).height();
+}
+
+void drawLine(
+    QPainter &painter, const QRect &area, const QString &text, const QFont &font, const QColor &color)
+{
+    const QList<TextLine> lines = wrappedLines(displayText(text), font, area.width(), 1);
+    painter.setFont(font);
+    painter.setPen(color);
+    painter.drawText(area.left(), area.top() + QFontMetrics(font).ascent(), lines.first().text);
+}
+
+void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette)
+{
+    if (row.isCurrent()) {
+        const bool isPlaying = row.marker == PlaylistRow::Marker::Playing;
+        const QString symbol = isPlaying ? u"speaker.wave.2.fill"_s : u"pause.fill"_s;
+        drawSymbol(painter, area, symbol, SymbolSize, accentColor(palette));
+        return;
+    }
+    painter.setFont(fixedFont(12));
+    painter.setPen(secondaryColor(palette));
+    painter.drawText(area, Qt::AlignCenter | Qt::TextDontClip, QString::number(row.number));
+}
+
+void drawSmallArtwork(QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette)
+{
+    QPainterPath outline;
+    outline.addRoundedRect(area, CoverCornerRadius, CoverCornerRadius);
+    painter.fillPath(outline, primaryColor(palette, 0.08));
+    const double ratio = painter.device()->devicePixelRatioF();
+    const QImage picture = row.artwork ? row.artwork->scaledToFill(area.size() * ratio) : QImage();
+    if (picture.isNull()) {
+        drawSymbol(painter, area, u"music.note"_s, SymbolSize, secondaryColor(palette));
+        return;
+    }
+    painter.save();
+    painter.setClipPath(outline, Qt::IntersectClip);
+    painter.drawImage(area, picture);
+    painter.restore();
+}
+
+void drawTexts(
+    QPainter &painter, const PlaylistRowGeometry &at, const PlaylistRow &row, const QPalette &palette)
+{
+    const QFont titleFont = systemFont(14, row.isCurrent() ? QFont::DemiBold : QFont::Medium);
+    const QColor titleColor = row.isCurrent() ? accentColor(palette) : primaryColor(palette);
+    drawLine(painter, at.title, row.title, titleFont, titleColor);
+    drawLine(painter, at.artist, row.artist, systemFont(12), secondaryColor(palette));
+    painter.setFont(fixedFont(12));
+    painter.setPen(secondaryColor(palette));
+    painter.drawText(at.length, Qt::AlignRight | Qt::AlignVCenter, row.length);
+}
+
+} // namespace
+
+void PlaylistRowDelegate::paint(
+    QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    const auto row = index.data(PlaylistModel::RowRole).value<PlaylistRow>();
+    const int lengthWidth = QFontMetrics(fixedFont(12)).horizontalAdvance(row.length);
+    const PlaylistRowGeometry at(option.rect, lengthWidth, titleHeight(), artistHeight());
+
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    if (row.isCurrent()) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(accentColor(option.palette, 0.1));
+        painter->drawRoundedRect(option.rect, RowCornerRadius, RowCornerRadius);
+    }
+    drawMarker(*painter, at.marker, row, option.palette);
+    drawSmallArtwork(*painter, at.cover, row, option.palette);
+    drawTexts(*painter, at, row, option.palette);
+    drawSymbol(*painter, at.menu, u"ellipsis"_s, SymbolSize, primaryColor(option.palette, 0.82));
+    if (option.state.testFlag(QStyle::State_HasFocus))
+        drawFocusRing(*painter, option.rect, option.palette);
+    painter->restore();
+}
+
+QSize PlaylistRowDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
+{
+    return {0, playlistRowHeight(titleHeight(), artistHeight())};
+}
