@@ -1,6 +1,104 @@
 #include "ui/ContentView.h"
 
-ContentView::ContentView(PlayerManager &, QWidget *parent)
+#include "platform/files/FilePicker.h"
+#include "player/PayerManager.h"
+#include "ui/ImportAlert.h"
+#include "ui/Layout.h"
+#include "ui/controls/Backdrop.h"
+#include "ui/controls/Divider.h"
+
+using namespace Qt::StringLiterals;
+
+ContentView::ContentView(PlayerManager &player, QWidget *parent)
     : QWidget(parent)
+    , m_player(player)
+    , m_renderer(player)
 {
+    setLayout(body());
+    setAccessibleName(u"Lumaverdine"_s);
+    setFocus(); // so that no button has it before the user asks for one
+    attachFileImporter();
+    attachImportAlert();
+}
+
+ContentView::~ContentView()
+{
+    // The pieces go before the state that they are made of.
+    qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
+}
+
+QSize ContentView::sizeHint() const
+{
+    return {720, 620};
+}
+
+QLayout *ContentView::body()
+{
+    return overlay({
+        background(),
+        widgetOf(vertical(0, {playerSection(), new Divider(0.55), playlistSection()})),
+    });
+}
+
+QWidget *ContentView::background()
+{
+    return new Backdrop;
+}
+
+QBoxLayout *ContentView::playerSection()
+{
+    QBoxLayout *section = vertical(22, {trackInformation(), transportControls(), progressSection()});
+    return padded(section, {30, 28, 30, 24});
+}
+
+// Importing files
+
+void ContentView::attachFileImporter()
+{
+    m_filePicker = new FilePicker(*this);
+    m_filePicker->setParent(this);
+    connect(m_filePicker, &FilePicker::completed, this, &ContentView::handleImportResult);
+    connect(m_filePicker, &FilePicker::closed, this, [this] {
+        m_isPickerShown = false;
+        m_player.showFileImporter = false;
+    });
+    m_renderer.follow([this] {
+        if (m_player.showFileImporter() == m_isPickerShown)
+            return;
+        m_isPickerShown = m_player.showFileImporter();
+        m_isPickerShown ? m_filePicker->open() : m_filePicker->close();
+    });
+}
+
+void ContentView::handleImportResult(const Result<QList<QUrl>> &result)
+{
+    if (result.isError()) {
+        m_importerError = result.error().description;
+        m_renderer.markOutOfDate();
+    } else {
+        m_player.addFiles(result.value());
+    }
+}
+
+void ContentView::attachImportAlert()
+{
+    m_renderer.follow([this] {
+        if (!m_importerError)
+            return;
+        if (!m_importAlert)
+            openImportAlert();
+        m_importAlert->setError(m_importerError);
+    });
+}
+
+void ContentView::openImportAlert()
+{
+    m_importAlert = new ImportAlert(this);
+    m_importAlert->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_importAlert, &QDialog::finished, this, [this] {
+        m_importAlert.clear();
+        m_importerError.reset();
+        m_renderer.markOutOfDate();
+    });
+    m_importAlert->open();
 }

@@ -1,13 +1,87 @@
 #pragma once
 
+#include "platform/Result.h"
+#include "ui/PlaylistModel.h"
+#include "ui/PlaylistRow.h"
+#include "ui/Renderer.h"
+
+#include <QPointer>
+#include <QUrl>
 #include <QWidget>
+#include <functional>
+#include <optional>
 
+class FilePicker;
+class ImportAlert;
 class PlayerManager;
+class QBoxLayout;
 
-/// The root view of the window.
+/// The root view of the window: everything it shows, each piece named for the area that it draws.
+///
+/// A piece is built once. Beside what it builds stands how that follows the state, as steps that run at every
+/// render. Clicks call one operation of the player each.
 class ContentView : public QWidget {
     Q_OBJECT
 
 public:
+    /// A view of `player`, which is borrowed and outlives it.
     explicit ContentView(PlayerManager &player, QWidget *parent = nullptr);
+    ~ContentView() override;
+
+    [[nodiscard]] QSize sizeHint() const override;
+
+private:
+    QLayout *body();
+    QWidget *background();
+    QBoxLayout *playerSection();
+
+    // What is playing
+    QBoxLayout *trackInformation();
+    QBoxLayout *trackTexts();
+    QWidget *artwork();
+    [[nodiscard]] QString trackPositionText() const;
+
+    // The transport buttons
+    QBoxLayout *transportControls();
+    QWidget *playButton();
+    QWidget *controlButton(const QString &symbol, const QString &help, const std::function<bool()> &isActive,
+        int size, const std::function<void()> &action);
+
+    // Progress, tools and volume
+    QBoxLayout *progressSection();
+    QWidget *seekBar();
+    QBoxLayout *times();
+    QBoxLayout *tools();
+    QWidget *importButton();
+    QWidget *optionsMenu();
+    QWidget *volumeSlider();
+    [[nodiscard]] QString volumeSymbol() const;
+    [[nodiscard]] double seekValue() const;
+    void seekBarEditing(bool isPressed);
+
+    // The playlist
+    QWidget *playlistSection();
+    QBoxLayout *playlistHeader();
+    QWidget *playlistRows();
+    QWidget *emptyPlaylist();
+    [[nodiscard]] QString playlistSubtitle() const;
+    [[nodiscard]] PlaylistRow playlistRow(const Track &track, qsizetype number) const;
+
+    // Importing files
+    void attachFileImporter();
+    void attachImportAlert();
+    void openImportAlert();
+    void handleImportResult(const Result<QList<QUrl>> &result);
+
+    PlayerManager &m_player;
+    std::optional<QString> m_importerError;
+    bool m_isDraggingSlider = false;
+    double m_temporaryProgress = 0; ///< seconds
+
+    Renderer m_renderer;
+    PlaylistModel m_playlistModel{
+        [this](const Track &track, qsizetype number) { return playlistRow(track, number); }};
+    FilePicker *m_filePicker = nullptr;
+    bool m_isPickerShown = false;
+    QPointer<ImportAlert> m_importAlert; ///< null while no error is shown
 };

@@ -1,0 +1,232 @@
+// The upper block of the window: what is playing, the transport buttons, progress and volume.
+
+#include "player/PayerManager.h"
+#include "ui/ContentView.h"
+#include "ui/Fonts.h"
+#include "ui/Layout.h"
+#include "ui/SpokenTime.h"
+#include "ui/controls/Cover.h"
+#include "ui/controls/MenuButton.h"
+#include "ui/controls/PlayButton.h"
+#include "ui/controls/SelectableLabel.h"
+#include "ui/controls/Slider.h"
+#include "ui/controls/SymbolView.h"
+#include "ui/controls/TextButton.h"
+
+#include <QAction>
+#include <QMenu>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double ShortestRange = 0.01; // seconds: a range that is valid without a track
+constexpr double SeekStep = 5; // seconds
+constexpr double SeekPageStep = 30;
+constexpr double VolumeStep = 0.05;
+constexpr double VolumePageStep = 0.2;
+
+} // namespace
+
+// What is playing
+
+QBoxLayout *ContentView::trackInformation()
+{
+    return horizontal(25, {artwork(), trackTexts()});
+}
+
+QWidget *ContentView::artwork()
+{
+    auto *cover = new Cover;
+    m_renderer.follow([=, this] { cover->setTrack(m_player.currentTrack()); });
+    return cover;
+}
+
+QBoxLayout *ContentView::trackTexts()
+{
+    auto *title = new SelectableLabel(systemFont(28, QFont::Bold), Label::Tone::Primary, 2);
+    auto *artist = new Label(systemFont(18, QFont::Medium), Label::Tone::Secondary);
+    auto *album = new Label(systemFont(14), Label::Tone::Tertiary);
+    auto *position = new Label(systemFont(13, QFont::Medium), Label::Tone::Secondary);
+    m_renderer.follow([=, this] {
+        const std::optional<Track> &track = m_player.currentTrack();
+        title->setText(track ? track->title : u"Sin reproducción"_s);
+        artist->setText(track ? track->artist : u"Añade música para comenzar"_s);
+        album->setText(track ? track->album : u"La playlist está vacía"_s);
+        position->setText(trackPositionText());
+    });
+    auto *positionLine = horizontal(9, {new SymbolView(u"music.note"_s, 13), position, Spacer()});
+    return vertical(9, {title, artist, album, Spacer(), positionLine});
+}
+
+QString ContentView::trackPositionText() const
+{
+    const std::optional<qsizetype> index = m_player.currentIndex();
+    if (!index || m_player.playlist().isEmpty())
+        return u"Sin canciones"_s;
+    return u"Canción %1 de %2"_s.arg(*index + 1).arg(m_player.playlist().size());
+}
+
+// The transport buttons
+
+QBoxLayout *ContentView::transportControls()
+{
+    const auto isShuffling = [this] { return m_player.isShuffling(); };
+    const auto isRepeating = [this] { return m_player.isRepeating(); };
+    const auto flipShuffling = [this] { m_player.isShuffling = !m_player.isShuffling(); };
+    const auto flipRepeating = [this] { m_player.isRepeating = !m_player.isRepeating(); };
+    const auto previous = [this] { m_player.previous(); };
+    const auto next = [this] { m_player.next(); };
+    return horizontal(18,
+        {
+            controlButton(u"shuffle"_s, u"Reproducción aleatoria"_s, isShuffling, 16, flipShuffling),
+            Spacer(),
+            controlButton(u"backward.end.fill"_s, u"Canción anterior"_s, {}, 23, previous),
+            playButton(),
+            controlButton(u"forward.end.fill"_s, u"Canción siguiente"_s, {}, 23, next),
+            Spacer(),
+            controlButton(u"repeat"_s, u"Repetir canción"_s, isRepeating, 16, flipRepeating),
+        });
+}
+
+QWidget *ContentView::playButton()
+{
+    auto *button = new PlayButton;
+    connect(button, &QAbstractButton::clicked, &m_player, &PlayerManager::togglePlayback);
+    m_renderer.follow([=, this] {
+        button->setPlaying(m_player.isPlaying());
+        button->setEnabled(!m_player.playlist().isEmpty());
+    });
+    return button;
+}
+
+/// Without `isActive` the button has no active look, and is none that can be on or off.
+QWidget *ContentView::controlButton(const QString &symbol, const QString &help,
+    const std::function<bool()> &isActive, int size, const std::function<void()> &action)
+{
+    auto *button = new SymbolButton(symbol, size, help, QSize(36, 36));
+    button->setCheckable(static_cast<bool>(isActive));
+    connect(button, &QAbstractButton::clicked, this, action);
+    m_renderer.follow([=, this] {
+        button->setChecked(isActive && isActive());
+        button->setEnabled(!m_player.playlist().isEmpty());
+    });
+    return button;
+}
+
+// Progress
+
+QBoxLayout *ContentView::progressSection()
+{
+    return vertical(14, {vertical(5, {seekBar(), times()}), tools()});
+}
+
+QWidget *ContentView::seekBar()
+{
+    auto *bar = new Slider(u"Posición"_s);
+    bar->setSteps(SeekStep, SeekPageStep);
+    bar->setSpokenValue([this](double value) {
+        return u"%1 de %2"_s.arg(spokenTime(value), spokenTime(m_player.duration()));
+    });
+    connect(bar, &Slider::editingBegan, this, [this] { seekBarEditing(true); });
+    connect(bar, &Slider::editingEnded, this, [this] { seekBarEditing(false); });
+    connect(bar, &Slider::edited, this, [this](double value) {
+        m_temporaryProgress = value;
+        m_renderer.markOutOfDate();
+    });
+    m_renderer.follow([=, this] {
+        bar->setEnabled(m_player.currentTrack().has_value());
+        bar->setMaximum(std::max(m_player.duration(), ShortestRange));
+        bar->setValue(seekValue());
+    });
+    return bar;
+}
+
+double ContentView::seekValue() const
+{
+    return m_isDraggingSlider ? m_temporaryProgress : m_player.currentTime();
+}
+
+void ContentView::seekBarEditing(bool isPressed)
+{
+    if (isPressed) {
+        m_isDraggingSlider = true;
+        m_temporaryProgress = m_player.currentTime();
+    } else {
+        // Seek first: what the bar returns to showing is the new position already.
+        m_player.seek(m_temporaryProgress);
+        m_isDraggingSlider = false;
+    }
+    m_renderer.markOutOfDate();
+}
+
+QBoxLayout *ContentView::times()
+{
+    const QFont font = fixedFont(11, QFont::Medium);
+    auto *elapsed = new Label(font, Label::Tone::Secondary);
+    auto *total = new Label(font, Label::Tone::Secondary);
+    m_renderer.follow([=, this] {
+        elapsed->setText(m_player.formattedTime(seekValue()));
+        total->setText(m_player.formattedTime(m_player.duration()));
+    });
+    return horizontal(8, {elapsed, Spacer(), total});
+}
+
+// Tools and volume
+
+QBoxLayout *ContentView::tools()
+{
+    auto *speaker = new SymbolView(volumeSymbol(), 13);
+    speaker->setFixedWidth(20);
+    auto *percentage = new Label(fixedFont(11), Label::Tone::Secondary);
+    percentage->setAlignment(Qt::AlignRight);
+    percentage->setFixedWidth(38);
+    m_renderer.follow([=, this] {
+        speaker->setSymbol(volumeSymbol());
+        // Cut, not rounded.
+        percentage->setText(u"%1 %"_s.arg(static_cast<int>(m_player.volume() * 100)));
+    });
+    return horizontal(10, {importButton(), optionsMenu(), Spacer(), speaker, volumeSlider(), percentage});
+}
+
+QWidget *ContentView::importButton()
+{
+    auto *button = new TextButton(TextButton::Look::Bordered, u"Añadir música"_s, u"plus"_s);
+    button->setHelp(u"Añadir archivos de audio"_s);
+    connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
+    return button;
+}
+
+QWidget *ContentView::optionsMenu()
+{
+    auto *button = new MenuButton(u"ellipsis"_s, u"Más opciones"_s);
+    QAction *clear = button->menu().addAction(u"Eliminar todas las canciones"_s);
+    connect(clear, &QAction::triggered, &m_player, &PlayerManager::clearPlaylist);
+    m_renderer.follow([=, this] { clear->setEnabled(!m_player.playlist().isEmpty()); });
+    return button;
+}
+
+QWidget *ContentView::volumeSlider()
+{
+    auto *slider = new Slider(u"Volumen"_s);
+    slider->setToolTip(u"Volumen"_s);
+    slider->setFixedWidth(145);
+    slider->setSteps(VolumeStep, VolumePageStep);
+    slider->setSpokenValue([](double value) { return u"%1 %"_s.arg(static_cast<int>(value * 100)); });
+    connect(slider, &Slider::edited, this, [this](double value) { m_player.volume = value; });
+    m_renderer.follow([=, this] { slider->setValue(m_player.volume()); });
+    return slider;
+}
+
+QString ContentView::volumeSymbol() const
+{
+    const double volume = m_player.volume();
+    if (volume == 0)
+        return u"speaker.slash.fill"_s;
+    if (volume >= 0 && volume < 0.34)
+        return u"speaker.wave.1.fill"_s;
+    if (volume >= 0.34 && volume < 0.67)
+        return u"speaker.wave.2.fill"_s;
+    return u"speaker.wave.3.fill"_s;
+}

@@ -1,0 +1,125 @@
+// The lower block of the window: the playlist with its header, or the invitation to fill it.
+
+#include "player/PayerManager.h"
+#include "ui/ContentView.h"
+#include "ui/Fonts.h"
+#include "ui/Layout.h"
+#include "ui/PlaylistView.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/Label.h"
+#include "ui/controls/SymbolView.h"
+#include "ui/controls/TextButton.h"
+#include "ui/controls/Tint.h"
+
+#include <numeric>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+double totalDuration(const QList<Track> &tracks)
+{
+    const auto add = [](double sum, const Track &track) { return sum + track.duration; };
+    return std::accumulate(tracks.begin(), tracks.end(), 0.0, add);
+}
+
+Label *centeredText(const QString &text, const QFont &font, Label::Tone tone)
+{
+    auto *label = new Label(font, tone, 0);
+    label->setText(text);
+    label->setAlignment(Qt::AlignHCenter);
+    return label;
+}
+
+} // namespace
+
+QWidget *ContentView::playlistSection()
+{
+    QWidget *empty = emptyPlaylist();
+    QWidget *rows = playlistRows();
+    m_renderer.follow([=, this] {
+        empty->setVisible(m_player.playlist().isEmpty());
+        rows->setVisible(!m_player.playlist().isEmpty());
+    });
+    QWidget *content = widgetOf(vertical(0, {playlistHeader(), new Divider(0.45), empty, rows}));
+    QWidget *section = widgetOf(overlay({new Tint(0.018), content}));
+    section->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    return section;
+}
+
+QBoxLayout *ContentView::playlistHeader()
+{
+    auto *heading = new Label(systemFont(20, QFont::Bold), Label::Tone::Primary);
+    heading->setText(u"Playlist"_s);
+    auto *subtitle = new Label(systemFont(12), Label::Tone::Secondary);
+    auto *total = new Label(fixedFont(12), Label::Tone::Secondary);
+    m_renderer.follow([=, this] {
+        const QList<Track> &playlist = m_player.playlist();
+        subtitle->setText(playlistSubtitle());
+        total->setText(playlist.isEmpty() ? QString() : m_player.formattedTime(totalDuration(playlist)));
+        total->setVisible(!playlist.isEmpty());
+    });
+    return padded(horizontal(8, {vertical(3, {heading, subtitle}), Spacer(), total}), {24, 17, 24, 17});
+}
+
+QString ContentView::playlistSubtitle() const
+{
+    switch (const qsizetype count = m_player.playlist().size()) {
+    case 0:
+        return u"Sin canciones"_s;
+    case 1:
+        return u"1 canción"_s;
+    default:
+        return u"%1 canciones"_s.arg(count);
+    }
+}
+
+QWidget *ContentView::playlistRows()
+{
+    auto *view = new PlaylistView(m_playlistModel);
+    connect(view, &PlaylistView::playRequested, this, [this](const Track &track) { m_player.load(track); });
+    connect(view, &PlaylistView::removalRequested, &m_player, &PlayerManager::removeTrack);
+    m_renderer.follow([this] {
+        m_playlistModel.setTracks(m_player.playlist());
+        m_playlistModel.setCurrent(m_player.currentTrack(), m_player.isPlaying());
+    });
+    return view;
+}
+
+PlaylistRow ContentView::playlistRow(const Track &track, qsizetype number) const
+{
+    using Marker = PlaylistRow::Marker;
+    const bool isCurrent = m_player.currentTrack() == track;
+    const Marker currentMarker = m_player.isPlaying() ? Marker::Playing : Marker::Paused;
+    return {
+        .marker = isCurrent ? currentMarker : Marker::Number,
+        .number = number,
+        .title = track.title,
+        .artist = track.artist,
+        .length = m_player.formattedTime(track.duration),
+        .artwork = track.artwork,
+    };
+}
+
+QWidget *ContentView::emptyPlaylist()
+{
+    const QFont headline = systemFont(13, QFont::Bold);
+    const QString formats = u"Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles."_s;
+    auto *button = new TextButton(TextButton::Look::Prominent, u"Seleccionar música…"_s);
+    connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
+
+    // The least window has no room for the full gaps.
+    QBoxLayout *content = vertical(0,
+        {
+            yieldingGap(4, 30, true),
+            new SymbolView(u"music.note.list"_s, 42),
+            yieldingGap(2, 14),
+            centeredText(u"La playlist está vacía"_s, headline, Label::Tone::Primary),
+            yieldingGap(2, 14),
+            centeredText(formats, systemFont(13), Label::Tone::Secondary),
+            yieldingGap(2, 14),
+            button,
+            yieldingGap(4, 30, true),
+        });
+    return yieldingWidgetOf(padded(content, {30, 0, 30, 0}));
+}
