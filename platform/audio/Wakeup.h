@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <semaphore.h>
+
+/// Lets one thread sleep until any other has news for it. Signalling never blocks, allocates or locks; news
+/// that arrive before the sleeper looks are one.
+class Wakeup {
+public:
+    Wakeup();
+    ~Wakeup();
+    Wakeup(const Wakeup &) = delete;
+    Wakeup &operator=(const Wakeup &) = delete;
+
+    /// Any thread.
+    void signal();
+
+    /// The sleeping thread only. Returns at once where a signal is waiting.
+    void wait();
+
+    /// As wait(), but for `time` at most.
+    void waitFor(std::chrono::milliseconds time);
+
+private:
+    sem_t m_semaphore;
+    std::atomic<bool> m_isSignalled = false;
+};

@@ -1,0 +1,243 @@
+#include "platform/audio/Renderer.h"
+#include "tests/platform/audio/WavFile.h"
+
+#include <QTest>
+#include <cmath>
+
+namespace {
+
+constexpr AudioFormat stereo{48000, 2};
+constexpr std::int64_t seconds = 1; // of sound in the feed
+constexpr std::int64_t queue = 48000 * 4 / 10;
+constexpr std::int64_t fade = 48000 * 8 / 1000;
+
+} // namespace
+
+/// An output as a sound server keeps it: what is rendered waits in a queue, and may be made anew until heard.
+class RendererTest : public QObject {
+    Q_OBJECT
+
+private:
+    std::shared_ptr<FrameFeed> m_feed;
+    std::unique_ptr<Renderer> m_renderer;
+    FrameRing *m_ring = nullptr;
+    std::uint32_t m_generation = 0;
+    std::int64_t m_heard = 0;
+    std::vector<float> m_sound; ///< the track, stereo, position coded
+    std::vector<float> m_output; ///< everything that was heard
+
+    void offer(std::int64_t start, std::int64_t frames)
+    {
+        m_feed->request(++m_generation);
+        m_ring = &m_feed->startOver(m_generation, start);
+        add(start, frames);
+        m_feed->publish();
+    }
+
+    void add(std::int64_t start, std::int64_t frames)
+    {
+        m_ring->write(std::span(m_sound).subspan(std::size_t(start) * 2, std::size_t(frames) * 2), start);
+    }
+
+    void change(const Mix &mix)
+    {
+        m_renderer->change(m_heard, mix);
+        fillQueue();
+    }
+
+    void fillQueue()
+    {
+        m_renderer->render(std::max<std::int64_t>(m_heard + queue - m_renderer->rendered(), 0));
+    }
+
+    void hear(std::int64_t frames)
+    {
+        for (std::int64_t frame = 0; frame < frames; ++frame, ++m_heard) {
+            const auto samples = m_renderer->samplesFrom(m_heard);
+            m_output.insert(m_output.end(), {samples[0], samples[1]});
+            if (frame % 1000 == 0)
+                fillQueue();
+        }
+    }
+
+    [[nodiscard]] double gainAt(std::int64_t frame) const
+    {
+        return double(m_output[std::size_t(frame) * 2 + 1]) / 0.8;
+    }
+
+    /// The track frame that was heard at `frame`; the signal must not be silent there.
+    [[nodiscard]] std::int64_t placeAt(std::int64_t frame) const
+    {
+        const auto index = std::size_t(frame) * 2;
+        const double left = double(m_output[index]) / double(m_output[index + 1]) * 0.8;
+        return std::llround((left - 0.2) / 0.6 * double(m_sound.size() / 2));
+    }
+
+    void verifyNoStep(double steepest)
+    {
+        for (std::int64_t frame = 1; frame < std::int64_t(m_output.size() / 2); ++frame)
+            QVERIFY2(
+                std::abs(gainAt(frame) - gainAt(frame - 1)) <= steepest, qPrintable(QString::number(frame)));
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_sound = WavFile::positionCodedSamples(stereo.rate, seconds * 2);
+        m_feed = std::make_shared<FrameFeed>(stereo);
+        m_renderer = std::make_unique<Renderer>(m_feed);
+        m_generation = 0;
+        m_heard = 0;
+        m_output.clear();
+    }
+
+    void trackBeginsWithItsFirstSampleAtOnce()
+    {
+        offer(0, 48000);
+        change({true, 1});
+        hear(100);
+        QCOMPARE(m_output, std::vector<float>(m_sound.begin(), m_sound.begin() + 200));
+    }
+
+    void framesThatComeLateStillBeginWithTheFirst()
+    {
+        m_renderer->change(0, {true, 1});
+        m_renderer->render(queue);
+        m_heard = 500;
+        offer(0, 48000);
+        QVERIFY(m_renderer->needsChange({true, 1}));
+        change({true, 1});
+        hear(100);
+        QCOMPARE(m_output, std::vector<float>(m_sound.begin(), m_sound.begin() + 200));
+    }
+
+    void pausesAndResumesLoseAndRepeatNothing()
+    {
+        offer(0, 96000);
+        change({true, 1});
+        std::int64_t expected = 0;
+        for (int round = 0; round < 10; ++round) {
+            hear(1500);
+            change({false, 1});
+            hear(2000 + round * 37);
+            change({true, 1});
+        }
+        for (std::int64_t frame = 0; frame < m_heard; ++frame) {
+            if (gainAt(frame) == 0)
+                continue;
+            QCOMPARE(placeAt(frame), expected);
+            ++expected;
+        }
+        QCOMPARE(expected, 10 * (1500 + fade));
+        verifyNoStep(1.01 / fade);
+    }
+
+    void resumeWithinTheFadeOfThePauseHasNoStep()
+    {
+        offer(0, 96000);
+        change({true, 1});
+        hear(1000);
+        change({false, 1});
+        hear(fade / 2);
+        change({true, 1});
+        hear(2000);
+        verifyNoStep(2.0 / fade);
+        QVERIFY(std::abs(gainAt(m_heard - 1) - 1) < 1e-6);
+    }
+
+    void volumeIsALinearFactorReachedOverARamp()
+    {
+        offer(0, 96000);
+        change({true, 0.75F});
+        hear(1000);
+        QVERIFY(std::abs(gainAt(999) - 0.75) < 1e-6);
+        change({true, 0.25F});
+        hear(2000);
+        QVERIFY(std::abs(gainAt(1000 + fade) - 0.25) < 1e-6);
+        QCOMPARE(placeAt(2999), 2999);
+        verifyNoStep(0.51 / fade);
+    }
+
+    void volumeZeroIsSilence()
+    {
+        offer(0, 96000);
+        change({true, 0});
+        hear(1000);
+        QCOMPARE(m_output, std::vector<float>(2000, 0.0F));
+    }
+
+    void seekCrossesOverToTheNewPlace()
+    {
+        offer(0, 48000);
+        change({true, 1});
+        hear(1000);
+        QCOMPARE(m_renderer->positionAt(m_heard).generation, 1U);
+        offer(60'000, 30'000);
+        QVERIFY(m_renderer->needsChange({true, 1}));
+        change({true, 1});
+        QCOMPARE(m_renderer->positionAt(m_heard - 1).seconds, 999.0 / 48000);
+        QCOMPARE(m_renderer->positionAt(m_heard).seconds, 60'000.0 / 48000);
+        QCOMPARE(m_renderer->positionAt(m_heard).generation, 2U);
+        hear(3000);
+        QCOMPARE(placeAt(3999), 62'999);
+        for (std::int64_t frame = 0; frame < m_heard; ++frame)
+            QVERIFY(std::abs(gainAt(frame) - 1) < 1e-5);
+    }
+
+    void positionHoldsWhileNothingArrives()
+    {
+        offer(0, 1000);
+        change({true, 1});
+        hear(3000);
+        QCOMPARE(m_renderer->positionAt(m_heard).seconds, 1000.0 / 48000);
+        add(1000, 5000);
+        QVERIFY(m_renderer->needsChange({true, 1}));
+        change({true, 1});
+        hear(1000);
+        QCOMPARE(placeAt(m_heard - 1), 1999);
+        QCOMPARE(m_renderer->positionAt(m_heard).seconds, 2000.0 / 48000);
+    }
+
+    void endIsTheFrameAfterTheLast()
+    {
+        offer(0, 1000);
+        m_ring->finish();
+        change({true, 1});
+        QVERIFY(m_renderer->end());
+        QCOMPARE(*m_renderer->end(), 1000);
+        hear(2000);
+        QCOMPARE(placeAt(999), 999);
+        QCOMPARE(gainAt(1000), 0.0);
+        QCOMPARE(m_renderer->positionAt(m_heard).seconds, 1000.0 / 48000);
+    }
+
+    void pauseBeforeTheEndTakesItBack()
+    {
+        offer(0, 2000);
+        m_ring->finish();
+        change({true, 1});
+        hear(500);
+        change({false, 1});
+        QVERIFY(!m_renderer->end());
+        hear(1000);
+        change({true, 1});
+        QCOMPARE(*m_renderer->end(), 1500 + 2000 - 500 - fade);
+    }
+
+    void detachedRendererFadesWithoutTakingFrames()
+    {
+        offer(0, 48000);
+        change({true, 1});
+        hear(1000);
+        const std::int64_t available = m_ring->available();
+        m_renderer->detach();
+        change({false, 1});
+        hear(1000);
+        QCOMPARE(m_ring->available(), available);
+        QCOMPARE(gainAt(1000 + fade), 0.0);
+        verifyNoStep(1.01 / fade);
+    }
+};
+
+QTEST_GUILESS_MAIN(RendererTest)
+#include "RendererTest.moc"
