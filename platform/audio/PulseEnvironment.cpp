@@ -1,0 +1,35 @@
+#include "platform/audio/PulseEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool hasCookie()
+{
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    return QFile::exists(config + u"/pulse/cookie"_s)
+        || QFile::exists(QDir::homePath() + u"/.pulse-cookie"_s);
+}
+
+/// Where libpulse would keep a link to its sockets, below the home folder, for want of a runtime folder.
+bool hasRuntimeLink()
+{
+    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u"/pulse"_s);
+    return !folder.entryList({u"*-runtime"_s}, QDir::AllEntries | QDir::System).isEmpty();
+}
+
+} // namespace
+
+void preparePulseEnvironment()
+{
+    if (!qEnvironmentVariableIsSet("PULSE_COOKIE") && !hasCookie())
+        qputenv("PULSE_COOKIE", "/dev/null");
+    const bool hasRuntimeFolder =
+        qEnvironmentVariableIsSet("XDG_RUNTIME_DIR") || qEnvironmentVariableIsSet("PULSE_RUNTIME_PATH");
+    if (!hasRuntimeFolder && !hasRuntimeLink())
+        qputenv("PULSE_RUNTIME_PATH", "/nonexistent");
+}

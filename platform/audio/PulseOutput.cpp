@@ -1,0 +1,35 @@
+#include "platform/audio/PulseOutput.h"
+
+#include "platform/audio/PulseConnection.h"
+#include "platform/audio/PulseStream.h"
+
+PulseOutput::PulseOutput(std::shared_ptr<FrameFeed> feed)
+    : m_stream(std::make_shared<PulseStream>(std::move(feed)))
+{
+    const PulseLock lock;
+    m_stream->open();
+}
+
+PulseOutput::~PulseOutput()
+{
+    const PulseLock lock;
+    m_stream->close();
+}
+
+void PulseOutput::apply(const Mix &mix)
+{
+    const PulseLock lock;
+    m_stream->apply(mix);
+}
+
+void PulseOutput::refresh()
+{
+    const PulseLock lock;
+    m_stream->update();
+}
+
+AudioOutput::Status PulseOutput::status()
+{
+    const PulseLock lock;
+    return m_stream->status();
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/audio/AudioPlayer.h"
+
+#include <atomic>
+#include <chrono>
+
+/// Notes what a player tells its delegate.
+class RecordingDelegate final : public AudioPlayerDelegate {
+public:
+    void audioPlayerDidFinishPlaying(AudioPlayer &, bool successfully) override
+    {
+        m_finishTime =
+            std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+        m_wasSuccessful = successfully;
+        ++m_finishes;
+    }
+
+    void audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::optional<Error> &error) override
+    {
+        m_wasErrorNamed = error && !error->description.isEmpty();
+        ++m_errors;
+    }
+
+    [[nodiscard]] int finishes() const { return m_finishes; }
+    [[nodiscard]] int errors() const { return m_errors; }
+    [[nodiscard]] bool wasSuccessful() const { return m_wasSuccessful; }
+    [[nodiscard]] bool wasErrorNamed() const { return m_wasErrorNamed; }
+
+    /// Of the last one, in seconds of the monotonic clock.
+    [[nodiscard]] double finishTime() const { return m_finishTime; }
+
+private:
+    std::atomic<int> m_finishes = 0;
+    std::atomic<int> m_errors = 0;
+    std::atomic<bool> m_wasSuccessful = false;
+    std::atomic<bool> m_wasErrorNamed = false;
+    std::atomic<double> m_finishTime = 0;
+};
