@@ -55,9 +55,6 @@ void LumaverdineApp::buildPlaybackMenu()
     QObject::connect(toggle, &QAction::triggered, &m_player, &PlayerManager::togglePlayback);
     QObject::connect(previous, &QAction::triggered, &m_player, &PlayerManager::previous);
     QObject::connect(next, &QAction::triggered, &m_player, &PlayerManager::next);
-    const auto nameIt = [this, toggle] {
-        toggle->setText(m_player.isPlaying() ? u"Pausar"_s : u"Reproducir"_s);
-    };
-    QObject::connect(&m_player, &PlayerManager::objectWillChange, toggle, nameIt, Qt::QueuedConnection);
-    nameIt();
+    m_renderer.follow(
+        [this, toggle] { toggle->setText(m_player.isPlaying() ? u"Pausar"_s : u"Reproducir"_s); });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "player/PayerManager.h"
+#include "ui/Renderer.h"
 
 #include <QMainWindow>
 
@@ -25,5 +26,6 @@ private:
     void buildPlaybackMenu();
 
     PlayerManager m_player;
+    Renderer m_renderer{m_player};
     QMainWindow m_window;
 };

@@ -1,5 +1,7 @@
 #include "tests/app/AppFixture.h"
 
+#include <QDialog>
+#include <QSignalSpy>
 #include <QTimer>
 #include <functional>
 
@@ -62,6 +64,15 @@ private Q_SLOTS:
         f->platform.opened.clear();
         f.reset();
         QVERIFY(!sound->isAlive());
+    }
+
+    void closingEndsTheProgramAlsoWithThePickerOpen()
+    {
+        AppFixture f;
+        f.player.showFileImporter = true;
+        QTRY_VERIFY(f.window.findChild<QDialog *>());
+        QTRY_VERIFY(f.window.findChild<QDialog *>()->isVisible());
+        QCOMPARE(exitCodeAfter([&f] { f.window.close(); }), 0);
     }
 };
 
