@@ -26,8 +26,9 @@ bool hasRuntimeLink()
 
 void preparePulseEnvironment()
 {
+    // A cookie of zeros: libpulse makes one of its own, at home, where a file gives it too few bytes.
     if (!qEnvironmentVariableIsSet("PULSE_COOKIE") && !hasCookie())
-        qputenv("PULSE_COOKIE", "/dev/null");
+        qputenv("PULSE_COOKIE", "/dev/zero");
     const bool hasRuntimeFolder =
         qEnvironmentVariableIsSet("XDG_RUNTIME_DIR") || qEnvironmentVariableIsSet("PULSE_RUNTIME_PATH");
     if (!hasRuntimeFolder && !hasRuntimeLink())
