@@ -7,10 +7,23 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// Where no session bus is named, only the user's own may be joined: the bus library would start one, and
+/// note it in a file under the home folder.
+void startNoSessionBus()
+{
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + qgetenv("XDG_RUNTIME_DIR") + "/bus");
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
     // Nothing of a run is kept for the next one, so there is no session to take part in.
     qunsetenv("SESSION_MANAGER");
+    startNoSessionBus();
 
     QApplication::setApplicationName(u"lumaverdine"_s);
     QApplication::setDesktopFileName(u"lumaverdine"_s);
