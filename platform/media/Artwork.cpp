@@ -131,7 +131,7 @@ std::shared_ptr<const Artwork::Picture> Artwork::shared(const QByteArray &bytes)
     static quint64 count = 0;
 
     const std::size_t key = fingerprint(bytes);
-    if (const auto picture = known.value(key).lock(); picture && picture->bytes == bytes)
+    if (auto picture = known.value(key).lock(); picture && picture->bytes == bytes)
         return picture;
 
     const QSize size = pictureFormat(bytes).isEmpty() ? QSize() : PictureReader(bytes).uprightSize();
@@ -141,7 +141,7 @@ std::shared_ptr<const Artwork::Picture> Artwork::shared(const QByteArray &bytes)
         known.removeIf([](const auto &entry) { return entry.value().expired(); });
         tidyAt = std::max<qsizetype>(64, 2 * known.size());
     }
-    const auto picture = std::make_shared<const Picture>(Picture{bytes, size, ++count});
+    auto picture = std::make_shared<const Picture>(Picture{bytes, size, ++count});
     known.insert(key, picture);
     return picture;
 }
@@ -159,7 +159,7 @@ QImage Artwork::scaledToFill(QSize pixels) const
     if (const QImage *known = scaledPictures().object(key))
         return *known;
 
-    const QImage image = PictureReader(m_picture->bytes).read(pixels);
+    QImage image = PictureReader(m_picture->bytes).read(pixels);
     scaledPictures().insert(key, new QImage(image), std::max<qsizetype>(image.sizeInBytes(), 1));
     return image;
 }

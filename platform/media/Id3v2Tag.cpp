@@ -208,7 +208,7 @@ QList<MetadataItem> id3v2Items(QByteArrayView tag)
 {
     if (id3v2TagSize(tag) == 0)
         return {};
-    const int version = tag[3];
+    const int version = static_cast<quint8>(tag[3]);
     const char flags = tag[5];
     if (version < 2 || version > 4)
         return {};

@@ -26,7 +26,7 @@ QList<MetadataItem> takeId3v2Tag(MediaSource &source)
     const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
     if (size == 0)
         return {};
-    const QList<MetadataItem> items = id3v2Items(source.read(0, std::min(size, Id3v2SizeLimit)));
+    QList<MetadataItem> items = id3v2Items(source.read(0, std::min(size, Id3v2SizeLimit)));
     source.dropFront(size);
     return items;
 }
