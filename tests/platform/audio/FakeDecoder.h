@@ -1,0 +1,71 @@
+#pragma once
+
+#include "platform/audio/Decoder.h"
+#include "tests/platform/audio/WavFile.h"
+
+#include <algorithm>
+#include <atomic>
+#include <fcntl.h>
+#include <memory>
+#include <optional>
+#include <unistd.h>
+#include <vector>
+
+/// A decoder of the position-coded signal that can be told how to fail.
+class FakeDecoder final : public Decoder {
+public:
+    static constexpr int rate = 48000;
+
+    struct Script {
+        double seconds = 10;
+        double claimedSeconds = 10;
+        bool isGuessed = false;
+        bool isDamaged = false;
+        double failsAt = 1e9; ///< seconds; reading on from there is an error
+        int blocksOn = -1; ///< a descriptor that every read() waits on, as a medium that does not answer
+    };
+
+    explicit FakeDecoder(Script script)
+        : m_script(script)
+        , m_samples(WavFile::positionCodedSamples(rate, script.seconds))
+    {
+    }
+    ~FakeDecoder() override { ++destroyed(); }
+
+    [[nodiscard]] AudioFormat format() const override { return {rate, 2}; }
+    [[nodiscard]] double duration() const override { return m_script.claimedSeconds; }
+    [[nodiscard]] bool isDurationGuessed() const override { return m_script.isGuessed; }
+    [[nodiscard]] bool isDamaged() const override { return m_script.isDamaged; }
+
+    Result<DecodedFrames> read() override
+    {
+        char byte = 0;
+        if (m_script.blocksOn >= 0 && ::read(m_script.blocksOn, &byte, 1) < 0)
+            return Error{QStringLiteral("descriptor")};
+        if (double(m_frame) / rate >= m_script.failsAt)
+            return Error{QStringLiteral("El archivo está dañado.")};
+        const auto first = std::min(std::size_t(m_frame) * 2, m_samples.size());
+        const auto count = std::min<std::size_t>(2 * 1152, m_samples.size() - first);
+        const DecodedFrames block{std::span(m_samples).subspan(first, count), m_frame};
+        m_frame += std::int64_t(count / 2);
+        return block;
+    }
+
+    bool seek(std::int64_t frame) override
+    {
+        m_frame = frame;
+        return true;
+    }
+
+    /// How many of them have been destroyed so far.
+    static std::atomic<int> &destroyed()
+    {
+        static std::atomic<int> count = 0;
+        return count;
+    }
+
+private:
+    const Script m_script;
+    const std::vector<float> m_samples;
+    std::int64_t m_frame = 0;
+};
