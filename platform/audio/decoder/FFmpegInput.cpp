@@ -63,6 +63,7 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     if (!chooseAudioStream())
         return Error{u"El archivo no contiene audio."_s};
+    m_isOpen = true;
     return std::nullopt;
 }
 
@@ -153,6 +154,8 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
         input.m_readErrorNumber = errno;
         return AVERROR(errno);
     }
+    if (!input.m_isOpen && (input.m_openingBytesLeft -= count) < 0)
+        return AVERROR_EXIT;
     input.m_offset += count;
     return count > 0 ? int(count) : AVERROR_EOF;
 }

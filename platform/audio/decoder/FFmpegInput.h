@@ -15,7 +15,8 @@ struct AVStream;
 ///
 /// 1. Bytes come from the descriptor alone, by pread(). 2. No protocol is allowed, and whatever a container
 /// refers to is refused. 3. Only demuxers of audio containers are allowed, by name. 4. How much is probed,
-/// how long, and how many streams there may be is bounded. 5. The stop flag ends every operation.
+/// how long, how many streams there may be and how much is read until the container is open, is bounded. 5.
+/// The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
 /// time.
@@ -58,6 +59,8 @@ private:
     FileDescriptor m_file;
     StopFlag m_stop;
     std::int64_t m_offset = 0;
+    std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and cover
+    bool m_isOpen = false;
     int m_readErrorNumber = 0;
     AVIOContext *m_io = nullptr;
     AVFormatContext *m_format = nullptr;
