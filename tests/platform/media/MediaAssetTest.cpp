@@ -65,6 +65,13 @@ QByteArray id3v2Tag(const QByteArray &frames)
     return QByteArray("ID3\4\0\0", 6) + syncsafe(frames.size()) + frames;
 }
 
+/// By this process, with read() and the like.
+qint64 bytesReadSoFar()
+{
+    QFile file(u"/proc/self/io"_s);
+    return file.open(QIODevice::ReadOnly) ? file.readLine().mid(7).trimmed().toLongLong() : -1;
+}
+
 long peakKilobytes()
 {
     rusage usage = {};
@@ -234,6 +241,27 @@ private Q_SLOTS:
             bytes += bigEndian((depth - level) * 8) + "moov";
         const MediaAsset asset(temporaryFile(u"nested.m4a"_s, bytes));
         QVERIFY(asset.commonMetadata().isEmpty());
+    }
+
+    void emptyVastnessIsNotReadThrough_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::newRow("tag.mp3") << QByteArray("ID3\4\0\0\x7f\x7f\x7f\x7f", 10);
+        QTest::newRow("nothing.mp3") << QByteArray();
+        QTest::newRow("chunks.wav") << QByteArray("RIFF\xff\xff\xff\xffWAVE", 12);
+        QTest::newRow("atoms.m4a") << QByteArray("\0\0\0\x10"
+                                                 "ftypM4A \0\0\0\0",
+            16);
+    }
+    void emptyVastnessIsNotReadThrough()
+    {
+        QFETCH(QByteArray, head);
+        const QUrl url = temporaryFile(QString::fromLatin1(QTest::currentDataTag()), head);
+        QVERIFY(QFile::resize(url.toLocalFile(), qint64(1) << 30));
+        const qint64 before = bytesReadSoFar();
+        const MediaAsset asset(url);
+        QVERIFY(bytesReadSoFar() - before < 200 << 20);
+        QVERIFY(!asset.duration().isNumeric());
     }
 
     void countlessItemsAreCutShort()
