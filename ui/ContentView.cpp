@@ -16,7 +16,6 @@ ContentView::ContentView(PlayerManager &player, QWidget *parent)
 {
     setLayout(body());
     setAccessibleName(u"Lumaverdine"_s);
-    setFocus(); // so that no button has it before the user asks for one
     attachFileImporter();
     attachImportAlert();
 }
@@ -30,6 +29,13 @@ ContentView::~ContentView()
 QSize ContentView::sizeHint() const
 {
     return {720, 620};
+}
+
+void ContentView::showEvent(QShowEvent *)
+{
+    // The window would give the keyboard to the first button, before the user asks for one.
+    if (!window()->focusWidget())
+        setFocus();
 }
 
 QLayout *ContentView::body()

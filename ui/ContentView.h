@@ -30,6 +30,9 @@ public:
 
     [[nodiscard]] QSize sizeHint() const override;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     QLayout *body();
     QWidget *background();

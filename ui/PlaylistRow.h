@@ -19,7 +19,7 @@ struct PlaylistRow {
     QString title;
     QString artist;
     QString length; ///< as "3:05"
-    std::optional<Artwork> artwork;
+    std::optional<Artwork> artwork = std::nullopt;
 
     [[nodiscard]] bool isCurrent() const { return marker != Marker::Number; }
 

@@ -31,7 +31,7 @@ Label::Label(const QFont &font, Tone tone, int maximumLines)
     installAccessibleRoles();
     setFont(font);
     // A fixed height would be that of one line.
-    setSizePolicy(QSizePolicy::Preferred, hasHeightForWidth() ? QSizePolicy::Preferred : QSizePolicy::Fixed);
+    setSizePolicy(QSizePolicy::Preferred, maximumLines == 1 ? QSizePolicy::Fixed : QSizePolicy::Preferred);
 }
 
 void Label::setText(const QString &text)

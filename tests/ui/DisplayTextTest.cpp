@@ -1,0 +1,99 @@
+#include "ui/DisplayText.h"
+#include "ui/Fonts.h"
+
+#include <QElapsedTimer>
+#include <QFontMetricsF>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class DisplayTextTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void textIsShownInOneLine_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("plain") << u"Canción 1"_s << u"Canción 1"_s;
+        QTest::newRow("markup") << u"<b>a</b> &amp;"_s << u"<b>a</b> &amp;"_s;
+        QTest::newRow("line feed") << u"a\nb"_s << u"a b"_s;
+        QTest::newRow("both line ends") << u"a\r\nb"_s << u"a b"_s;
+        QTest::newRow("tab") << u"a\tb"_s << u"a b"_s;
+        QTest::newRow("paragraph separator") << u"a\u2029b\u2028c"_s << u"a b c"_s;
+        QTest::newRow("control characters") << u"a\u0007\u009Bb"_s << u"ab"_s;
+        QTest::newRow("override") << u"\u202Eabc"_s << u"abc"_s;
+        QTest::newRow("isolates") << u"\u2067abc\u2069\u2069"_s << u"abc"_s;
+        QTest::newRow("direction of a letter") << u"abc\u200F"_s << u"abc\u200F"_s;
+        QTest::newRow("joined emoji") << u"👩‍🚀"_s << u"👩‍🚀"_s;
+    }
+
+    void textIsShownInOneLine()
+    {
+        QFETCH(const QString, text);
+        QTEST(displayText(text), "shown");
+    }
+
+    void longTextIsCutBetweenCharacters()
+    {
+        for (const QString &start : {u""_s, u"a"_s}) {
+            const QString shown = displayText(start + u"😀"_s.repeated(50'000));
+            QVERIFY(shown.size() < 2'100);
+            QVERIFY(shown.endsWith(u"😀…"_s));
+        }
+    }
+
+    void textWithinTheLinesIsWhole()
+    {
+        const QList<TextLine> lines = wrappedLines(u"Una canción"_s, systemFont(14), 400, 2);
+        QCOMPARE(lines.size(), 1);
+        QCOMPARE(lines.first().text, u"Una canción"_s);
+    }
+
+    void lastLineEndsInAnEllipsis()
+    {
+        const QString text = u"palabra "_s.repeated(40);
+        for (const int maximum : {1, 2, 3}) {
+            const QList<TextLine> lines = wrappedLines(text, systemFont(14), 200, maximum);
+            QCOMPARE(lines.size(), maximum);
+            QVERIFY(lines.last().text.endsWith(u'…'));
+        }
+    }
+
+    void noLineIsWiderThanTheWidth()
+    {
+        const QFont font = systemFont(28, QFont::Bold);
+        const QString text = u"Abecedario "_s.repeated(9) + u"W"_s.repeated(90);
+        for (const TextLine &line : wrappedLines(text, font, 250, 0))
+            QVERIFY(QFontMetricsF(font).horizontalAdvance(line.text.trimmed()) <= 251);
+        for (const TextLine &line : wrappedLines(text, font, 250, 2))
+            QVERIFY(QFontMetricsF(font).horizontalAdvance(line.text.trimmed()) <= 251);
+    }
+
+    void linesWithoutALimitHoldTheWholeText()
+    {
+        const QString text = u"uno dos tres cuatro cinco seis siete"_s;
+        QString joined;
+        for (const TextLine &line : wrappedLines(text, systemFont(14), 60, 0)) {
+            QCOMPARE(line.start, joined.size());
+            joined += line.text;
+        }
+        QCOMPARE(joined, text);
+    }
+
+    void emptyTextIsOneEmptyLine() { QCOMPARE(wrappedLines({}, systemFont(14), 100, 2).size(), 1); }
+
+    void hundredThousandCharactersAreBrokenSwiftly()
+    {
+        const QString text(100'000, u'i');
+        QElapsedTimer watch;
+        watch.start();
+        const QList<TextLine> lines = wrappedLines(displayText(text), systemFont(28), 400, 2);
+        // Shaping all of it takes some hundred milliseconds; the bound leaves room for a busy machine.
+        QVERIFY2(watch.elapsed() < 100, qPrintable(QString::number(watch.elapsed())));
+        QCOMPARE(lines.size(), 2);
+    }
+};
+
+QTEST_MAIN(DisplayTextTest)
+#include "DisplayTextTest.moc"
