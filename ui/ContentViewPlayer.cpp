@@ -109,7 +109,7 @@ QWidget *ContentView::controlButton(const QString &symbol, const QString &help,
     button->setCheckable(static_cast<bool>(isActive));
     connect(button, &QAbstractButton::clicked, this, action);
     m_renderer.follow([=, this] {
-        button->setChecked(isActive && isActive());
+        button->setActive(isActive && isActive());
         button->setEnabled(!m_player.playlist().isEmpty());
     });
     return button;

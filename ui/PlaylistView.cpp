@@ -16,8 +16,9 @@ namespace {
 
 constexpr int Padding = 10;
 constexpr int RowSpacing = 4;
-// The list view puts its spacing around the rows too; this is what is missing to the padding.
-constexpr int ExtraPadding = Padding - RowSpacing;
+// The list view puts its spacing on all sides of every row; this is what is missing to the padding.
+constexpr int SpacingAround = RowSpacing / 2;
+constexpr int ExtraPadding = Padding - SpacingAround;
 
 } // namespace
 
@@ -28,7 +29,7 @@ PlaylistView::PlaylistView(PlaylistModel &model)
     setItemDelegate(new PlaylistRowDelegate(this));
     setAccessibleName(u"Playlist"_s);
     setUniformItemSizes(true);
-    setSpacing(RowSpacing);
+    setSpacing(SpacingAround);
     setViewportMargins(ExtraPadding, 0, ExtraPadding, 0);
     setFrameShape(QFrame::NoFrame);
     viewport()->setAutoFillBackground(false);

@@ -11,6 +11,22 @@ SymbolButton::SymbolButton(const QString &symbol, int pointSize, const QString &
     , m_pointSize(pointSize)
     , m_extent(extent)
 {
+    connect(this, &QAbstractButton::toggled, this, &SymbolButton::clickWhereToggled);
+}
+
+void SymbolButton::setActive(bool isActive)
+{
+    m_isActive = isActive;
+    setChecked(isActive);
+}
+
+/// Assistive technology toggles a checkable button without clicking it.
+void SymbolButton::clickWhereToggled(bool isChecked)
+{
+    if (isChecked == m_isActive)
+        return;
+    setChecked(m_isActive);
+    click();
 }
 
 void SymbolButton::draw(QPainter &painter)

@@ -11,13 +11,16 @@ public:
     /// A button of `extent` with the symbol at `pointSize` in its middle.
     SymbolButton(const QString &symbol, int pointSize, const QString &help, const QSize &extent);
 
-    [[nodiscard]] const QString &symbol() const { return m_symbol; }
+    /// Shows the active look, of a checkable button, or ends it.
+    void setActive(bool isActive);
     [[nodiscard]] QSize sizeHint() const override { return m_extent; }
 
 private:
     void draw(QPainter &painter) override;
-    void nextCheckState() override { } // what is active follows from the state of the player alone
+    void nextCheckState() override { } // what is active follows from setActive() alone
+    void clickWhereToggled(bool isChecked);
 
+    bool m_isActive = false;
     QString m_symbol;
     int m_pointSize;
     QSize m_extent;

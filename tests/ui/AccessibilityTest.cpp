@@ -1,0 +1,163 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/PlaylistView.h"
+#include "ui/controls/MenuButton.h"
+
+#include <QAccessible>
+#include <QMenu>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Every object below `root` that assistive technology can see, each as "role: name".
+void collect(QAccessibleInterface *root, QAccessible::Role role, QStringList &names)
+{
+    for (int i = 0; i < root->childCount(); ++i) {
+        QAccessibleInterface *child = root->child(i);
+        if (!child || child->state().invisible)
+            continue;
+        if (child->role() == role)
+            names.append(child->text(QAccessible::Name));
+        collect(child, role, names);
+    }
+}
+
+/// The names of all visible objects with this role.
+QStringList named(const ViewFixture &f, QAccessible::Role role)
+{
+    QStringList names;
+    collect(QAccessible::queryAccessibleInterface(const_cast<ContentView *>(&f.view)), role, names);
+    return names;
+}
+
+QAccessible::State stateOf(const ViewFixture &f, const QString &buttonName)
+{
+    return QAccessible::queryAccessibleInterface(f.find<QAbstractButton>(buttonName))->state();
+}
+
+} // namespace
+
+class AccessibilityTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void buttonsAreNamedByTheirTooltips()
+    {
+        ViewFixture f;
+        QCOMPARE(named(f, QAccessible::Button),
+            QStringList({u"Canción anterior"_s, u"Reproducir"_s, u"Canción siguiente"_s,
+                u"Añadir archivos de audio"_s, u"Seleccionar música…"_s}));
+        QCOMPARE(named(f, QAccessible::CheckBox),
+            QStringList({u"Reproducción aleatoria"_s, u"Repetir canción"_s}));
+        QCOMPARE(named(f, QAccessible::ButtonMenu), QStringList({u"Más opciones"_s}));
+    }
+
+    void slidersAndCoverAreNamed()
+    {
+        const ViewFixture f;
+        QCOMPARE(named(f, QAccessible::Slider), QStringList({u"Posición"_s, u"Volumen"_s}));
+        QCOMPARE(named(f, QAccessible::Graphic), QStringList({u"Portada"_s}));
+    }
+
+    void textsAreLabelsWithTheirWholeText()
+    {
+        ViewFixture f;
+        f.add("a");
+        Track track = f.track(0);
+        track.title = u"Una canción muy larga "_s.repeated(20);
+        f.player.currentTrack = track;
+        f.render();
+        QCOMPARE(named(f, QAccessible::StaticText),
+            QStringList({track.title, u"Artista desconocido"_s, u"Álbum desconocido"_s, u"Canción 1 de 1"_s,
+                u"0:00"_s, u"1:40"_s, u"75 %"_s, u"Playlist"_s, u"1 canción"_s, u"0:00"_s}));
+    }
+
+    void rowsReadTitleArtistLengthAndWhetherTheyAreCurrent()
+    {
+        ViewFixture f;
+        f.add("ab");
+        f.player.play();
+        f.render();
+        QCOMPARE(named(f, QAccessible::List), QStringList({u"Playlist"_s}));
+        QCOMPARE(named(f, QAccessible::ListItem),
+            QStringList({u"a, Artista desconocido, 0:00, actual, reproduciendo"_s,
+                u"b, Artista desconocido, 0:00"_s}));
+    }
+
+    void playButtonIsNamedForWhatItWillDo()
+    {
+        ViewFixture f;
+        f.add("a");
+        f.player.play();
+        f.render();
+        QVERIFY(named(f, QAccessible::Button).contains(u"Pausar"_s));
+        QVERIFY(!named(f, QAccessible::Button).contains(u"Reproducir"_s));
+    }
+
+    void disabledAndActiveAreStates()
+    {
+        ViewFixture f;
+        QVERIFY(stateOf(f, u"Repetir canción"_s).disabled);
+        f.add("a");
+        f.player.isRepeating = true;
+        f.render();
+        QVERIFY(!stateOf(f, u"Repetir canción"_s).disabled);
+        QVERIFY(stateOf(f, u"Repetir canción"_s).checked);
+        QVERIFY(!stateOf(f, u"Reproducción aleatoria"_s).checked);
+    }
+
+    void buttonsCanBePressedFromOutside()
+    {
+        ViewFixture f;
+        f.add("ab");
+        const auto press = [&f](const QString &name) {
+            QAccessibleInterface *button =
+                QAccessible::queryAccessibleInterface(f.find<QAbstractButton>(name));
+            button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        };
+        press(u"Canción siguiente"_s);
+        QTRY_COMPARE(f.current(), u"b"_s);
+        press(u"Más opciones"_s);
+        QVERIFY(f.find<MenuButton>(u"Más opciones"_s)->menu().isVisible());
+    }
+
+    void shuffleCanBeToggledFromOutside()
+    {
+        ViewFixture f;
+        f.add("ab");
+        QAccessibleInterface *shuffle =
+            QAccessible::queryAccessibleInterface(f.find<QAbstractButton>(u"Reproducción aleatoria"_s));
+        shuffle->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+        f.render();
+        QVERIFY(f.player.isShuffling());
+        QVERIFY(shuffle->state().checked);
+    }
+
+    void everythingIsReachableWithTab()
+    {
+        ViewFixture f;
+        f.add("ab");
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        QStringList reached;
+        for (int i = 0; i < 10; ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            reached.append(QApplication::focusWidget()->accessibleName());
+        }
+        QCOMPARE(reached,
+            QStringList({u"Reproducción aleatoria"_s, u"Canción anterior"_s, u"Reproducir"_s,
+                u"Canción siguiente"_s, u"Repetir canción"_s, u"Posición"_s, u"Añadir archivos de audio"_s,
+                u"Más opciones"_s, u"Volumen"_s, u"Playlist"_s}));
+    }
+
+    void noButtonHasTheKeyboardAtTheStart()
+    {
+        ViewFixture f;
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        QCOMPARE(QApplication::focusWidget(), &f.view);
+    }
+};
+
+QTEST_MAIN(AccessibilityTest)
+#include "AccessibilityTest.moc"

@@ -1,0 +1,209 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/controls/Cover.h"
+#include "ui/controls/SelectableLabel.h"
+
+#include <QBuffer>
+#include <QClipboard>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The texts of the row beside the cover: title, artist, album and position.
+QStringList information(const ViewFixture &f)
+{
+    return f.texts().first(4);
+}
+
+SelectableLabel &titleOf(const ViewFixture &f)
+{
+    return *f.view.findChild<SelectableLabel *>();
+}
+
+/// A picture of three vertical bands: blue, red in the middle half, blue.
+QByteArray widePicture()
+{
+    QImage image(400, 100, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    for (int y = 0; y < 100; ++y) {
+        for (int x = 100; x < 300; ++x)
+            image.setPixelColor(x, y, Qt::red);
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+} // namespace
+
+class NowPlayingTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutATrackItShowsItsPlaceholders()
+    {
+        const ViewFixture f;
+        QCOMPARE(information(f),
+            QStringList({u"Sin reproducción"_s, u"Añade música para comenzar"_s, u"La playlist está vacía"_s,
+                u"Sin canciones"_s}));
+    }
+
+    void trackIsShownWithItsPlaceCountedFromOne()
+    {
+        ViewFixture f;
+        f.add("abcde");
+        QCOMPARE(information(f),
+            QStringList({u"a"_s, u"Artista desconocido"_s, u"Álbum desconocido"_s, u"Canción 1 de 5"_s}));
+        f.player.load(f.track(2));
+        f.render();
+        QCOMPARE(information(f).first(), u"c"_s);
+        QCOMPARE(information(f).last(), u"Canción 3 de 5"_s);
+    }
+
+    void placeFollowsTheList()
+    {
+        ViewFixture f;
+        f.add("abc");
+        f.player.load(f.track(2));
+        f.player.removeTrack(f.track(0));
+        f.render();
+        QCOMPARE(information(f).last(), u"Canción 2 de 2"_s);
+    }
+
+    void emptyTextsOfATrackAreShownAsTheyAre()
+    {
+        ViewFixture f;
+        f.add("a");
+        Track track = f.track(0);
+        track.title = track.artist = track.album = QString();
+        f.player.currentTrack = track;
+        f.render();
+        QCOMPARE(information(f), QStringList({u""_s, u""_s, u""_s, u"Canción 1 de 1"_s}));
+    }
+
+    void trackThatIsNoLongerListedHasNoPlace()
+    {
+        ViewFixture f;
+        f.add("ab");
+        f.player.playlist.mutate([](QList<Track> &tracks) { tracks.removeFirst(); });
+        f.render();
+        QCOMPARE(information(f).first(), u"a"_s);
+        QCOMPARE(information(f).last(), u"Sin canciones"_s);
+    }
+
+    void longTitleEndsAfterTwoLinesTheOthersAfterOne()
+    {
+        ViewFixture f;
+        f.add("a");
+        Track track = f.track(0);
+        track.title = track.artist = track.album = u"Una canción muy larga "_s.repeated(20);
+        f.player.currentTrack = track;
+        f.render();
+        const QList<Label *> labels = f.view.findChildren<Label *>();
+        for (const auto &[label, lines] :
+            {std::pair(labels[0], 2), std::pair(labels[1], 1), std::pair(labels[2], 1)}) {
+            QCOMPARE(label->lines().size(), lines);
+            QVERIFY(label->lines().last().text.endsWith(u'…'));
+            QCOMPARE(label->text(), track.title);
+        }
+    }
+
+    void titleTakesTheRoomOfTheLinesItHas()
+    {
+        ViewFixture f;
+        f.add("a");
+        f.render();
+        const int oneLine = titleOf(f).height();
+        Track track = f.track(0);
+        track.title = u"Una canción muy larga "_s.repeated(20);
+        f.player.currentTrack = track;
+        f.render();
+        QTRY_COMPARE(titleOf(f).height(), 2 * oneLine);
+    }
+
+    void titleCanBeSelectedWithTheMouseAndCopied()
+    {
+        ViewFixture f;
+        f.add("a");
+        Track track = f.track(0);
+        track.title = u"Canción de prueba"_s;
+        f.player.currentTrack = track;
+        f.render();
+        SelectableLabel &title = titleOf(f);
+        QTest::mousePress(&title, Qt::LeftButton, {}, QPoint(0, 10));
+        QTest::mouseMove(&title, QPoint(title.width() - 1, 10));
+        QTest::mouseRelease(&title, Qt::LeftButton, {}, QPoint(title.width() - 1, 10));
+        QCOMPARE(title.selectedText(), track.title);
+        QTest::keyClick(&title, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QGuiApplication::clipboard()->text(), track.title);
+    }
+
+    void doubleClickSelectsAWord()
+    {
+        ViewFixture f;
+        f.add("a");
+        Track track = f.track(0);
+        track.title = u"Canción de prueba"_s;
+        f.player.currentTrack = track;
+        f.render();
+        QTest::mouseDClick(&titleOf(f), Qt::LeftButton, {}, QPoint(20, 10));
+        QCOMPARE(titleOf(f).selectedText(), u"Canción"_s);
+    }
+
+    void copyOfACutTitleIsWhole()
+    {
+        ViewFixture f;
+        f.add("a");
+        Track track = f.track(0);
+        track.title = u"Una canción muy larga\n"_s.repeated(20);
+        f.player.currentTrack = track;
+        f.render();
+        titleOf(f).selectAll();
+        titleOf(f).copy();
+        QCOMPARE(QGuiApplication::clipboard()->text(), track.title);
+    }
+
+    void selectionSurvivesAShorterTitle()
+    {
+        ViewFixture f;
+        f.add("a");
+        titleOf(f).selectAll();
+        Track track = f.track(0);
+        track.title = QString();
+        f.player.currentTrack = track;
+        f.render();
+        QCOMPARE(titleOf(f).selectedText(), QString());
+        titleOf(f).grab();
+    }
+
+    void wideCoverFillsTheSquareAndIsCropped()
+    {
+        ViewFixture f;
+        Track track(f.url(u"a.mp3"_s));
+        track.artwork = Artwork::decode(widePicture());
+        QVERIFY(track.artwork);
+        f.player.load(track, false);
+        f.render();
+        const QImage shown = f.view.findChild<Cover *>()->grab().toImage();
+        for (const QPoint point : {QPoint(4, 95), QPoint(186, 95), QPoint(95, 4), QPoint(95, 186)}) {
+            const QColor color = shown.pixelColor(point);
+            QVERIFY2(color.red() > 200 && color.blue() < 60, qPrintable(color.name()));
+        }
+    }
+
+    void trackWithoutACoverShowsThePlaceholder()
+    {
+        ViewFixture f;
+        const QImage empty = f.view.findChild<Cover *>()->grab().toImage();
+        f.add("a");
+        f.player.play();
+        f.render();
+        QCOMPARE(f.view.findChild<Cover *>()->grab().toImage(), empty);
+        QCOMPARE(f.view.findChild<Cover *>()->size(), QSize(190, 190));
+    }
+};
+
+QTEST_MAIN(NowPlayingTest)
+#include "NowPlayingTest.moc"

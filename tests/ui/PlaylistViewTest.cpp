@@ -1,0 +1,315 @@
+#include "ui/PlaylistView.h"
+#include "tests/ui/ViewFixture.h"
+#include "ui/PlaylistRowGeometry.h"
+
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QScrollBar>
+#include <QSignalSpy>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The list of a view, and ways to touch its rows.
+struct ListFixture : ViewFixture {
+    PlaylistView &list = *view.findChild<PlaylistView *>();
+
+    [[nodiscard]] QRect row(int number) const { return list.visualRect(list.model()->index(number, 0)); }
+
+    [[nodiscard]] PlaylistRow content(int number) const
+    {
+        return list.model()->index(number, 0).data(PlaylistModel::RowRole).value<PlaylistRow>();
+    }
+
+    [[nodiscard]] QPoint menuOf(int number) const { return playlistRowMenu(row(number)).center(); }
+
+    void doubleClick(const QPoint &position, Qt::MouseButton button = Qt::LeftButton) const
+    {
+        QTest::mouseClick(list.viewport(), button, {}, position);
+        QTest::mouseDClick(list.viewport(), button, {}, position);
+    }
+
+    void askForContextMenu(QContextMenuEvent::Reason reason, const QPoint &position) const
+    {
+        QContextMenuEvent event(reason, position, list.viewport()->mapToGlobal(position));
+        QCoreApplication::sendEvent(list.viewport(), &event);
+    }
+
+    /// The menu that is open, or null.
+    [[nodiscard]] static QMenu *openMenu()
+    {
+        return qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    }
+
+    static void choose(const QString &title)
+    {
+        for (QAction *entry : openMenu()->actions()) {
+            if (entry->text() == title) {
+                entry->trigger();
+                openMenu()->close();
+                return;
+            }
+        }
+        qFatal("there is no entry %s", qPrintable(title));
+    }
+};
+
+/// The titles of a menu's entries, "-" for a separator.
+QStringList entries(const QMenu *menu)
+{
+    QStringList titles;
+    for (const QAction *action : menu->actions())
+        titles.append(action->isSeparator() ? u"-"_s : action->text());
+    return titles;
+}
+
+} // namespace
+
+class PlaylistViewTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void rowsShowTheirTracks()
+    {
+        ListFixture f;
+        f.add("abc");
+        f.changeTrack(1, [](Track &track) { track.duration = 185; });
+        f.render();
+        QCOMPARE(f.list.model()->rowCount(), 3);
+        const PlaylistRow second = f.content(1);
+        QCOMPARE(second.title, u"b"_s);
+        QCOMPARE(second.artist, u"Artista desconocido"_s);
+        QCOMPARE(second.length, u"3:05"_s);
+        QCOMPARE(second.number, 2);
+    }
+
+    void currentRowIsMarkedByWhetherItPlays()
+    {
+        using Marker = PlaylistRow::Marker;
+        ListFixture f;
+        f.add("ab");
+        QCOMPARE(f.content(0).marker, Marker::Paused);
+        QCOMPARE(f.content(1).marker, Marker::Number);
+        f.player.next();
+        QCOMPARE(f.content(0).marker, Marker::Number);
+        QCOMPARE(f.content(1).marker, Marker::Playing);
+        f.player.pause();
+        QCOMPARE(f.content(1).marker, Marker::Paused);
+        f.player.play();
+        f.player.stop();
+        QCOMPARE(f.content(1).marker, Marker::Paused);
+    }
+
+    void markFollowsIdentityNotTheFile()
+    {
+        ListFixture f;
+        f.add("ab");
+        f.player.removeTrack(f.track(0));
+        f.add("a");
+        QCOMPARE(f.titles(), u"ba"_s);
+        QVERIFY(f.content(0).isCurrent());
+        QVERIFY(!f.content(1).isCurrent());
+    }
+
+    void changedMarkIsRepainted()
+    {
+        ListFixture f;
+        f.add("ab");
+        const auto look = [&f](int row) { return f.list.viewport()->grab(f.row(row)).toImage(); };
+        const QImage paused = look(0);
+        const QImage plain = look(1);
+        f.player.play();
+        f.render();
+        QVERIFY(look(0) != paused);
+        QCOMPARE(look(1), plain);
+    }
+
+    void doubleClickLoadsAndPlaysASingleOneDoesNothing()
+    {
+        ListFixture f;
+        f.add("abc");
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.row(1).center());
+        QCOMPARE(f.current(), u"a"_s);
+        QVERIFY(!f.player.isPlaying());
+        f.doubleClick(f.row(1).center());
+        QCOMPARE(f.current(), u"b"_s);
+        QVERIFY(f.player.isPlaying());
+    }
+
+    void doubleClickOnTheCurrentRowStartsItAgain()
+    {
+        ListFixture f;
+        f.add("a");
+        f.player.play();
+        f.player.seek(50);
+        const size_t opened = f.platform.opened.size();
+        f.doubleClick(f.row(0).center());
+        QCOMPARE(f.platform.opened.size(), opened + 1);
+        QCOMPARE(f.player.currentTime(), 0);
+        QVERIFY(f.player.isPlaying());
+    }
+
+    void doubleClickElsewhereDoesNothing()
+    {
+        ListFixture f;
+        f.add("a");
+        f.doubleClick(QPoint(f.row(0).center().x(), f.row(0).bottom() + 3));
+        f.doubleClick(f.row(0).center(), Qt::RightButton);
+        QVERIFY(!f.player.isPlaying());
+    }
+
+    void ellipsisOpensTheRowMenu()
+    {
+        ListFixture f;
+        f.add("ab");
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(1));
+        QVERIFY(f.openMenu());
+        QCOMPARE(entries(f.openMenu()), QStringList({u"Reproducir"_s, u"-"_s, u"Eliminar de la playlist"_s}));
+        f.choose(u"Reproducir"_s);
+        QCOMPARE(f.current(), u"b"_s);
+        QVERIFY(f.player.isPlaying());
+
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
+        f.choose(u"Eliminar de la playlist"_s);
+        QCOMPARE(f.titles(), u"b"_s);
+    }
+
+    void dragOffTheEllipsisOpensNothing()
+    {
+        ListFixture f;
+        f.add("ab");
+        QTest::mousePress(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
+        QTest::mouseRelease(f.list.viewport(), Qt::LeftButton, {}, f.row(0).center());
+        QVERIFY(!f.openMenu());
+    }
+
+    void secondaryClickOpensTheContextMenu()
+    {
+        ListFixture f;
+        f.add("ab");
+        f.askForContextMenu(QContextMenuEvent::Mouse, f.row(1).center());
+        QVERIFY(f.openMenu());
+        QCOMPARE(entries(f.openMenu()), QStringList({u"Reproducir"_s, u"Eliminar de la playlist"_s}));
+        f.choose(u"Eliminar de la playlist"_s);
+        QCOMPARE(f.titles(), u"a"_s);
+    }
+
+    void contextMenuNeedsARow()
+    {
+        ListFixture f;
+        f.add("a");
+        f.askForContextMenu(QContextMenuEvent::Mouse, QPoint(100, f.row(0).bottom() + 3));
+        QVERIFY(!f.openMenu());
+    }
+
+    void menuActsOnItsTrackAlsoWhenTheListHasChanged()
+    {
+        ListFixture f;
+        f.add("abc");
+        f.askForContextMenu(QContextMenuEvent::Mouse, f.row(1).center());
+        f.player.removeTrack(f.track(0));
+        f.render();
+        f.choose(u"Eliminar de la playlist"_s);
+        QCOMPARE(f.titles(), u"c"_s);
+    }
+
+    void keysMovePlayRemoveAndOpenTheMenu()
+    {
+        ListFixture f;
+        f.add("abc");
+        f.list.setFocus();
+        QCOMPARE(f.list.currentIndex().row(), 0);
+        QTest::keyClick(&f.list, Qt::Key_Down);
+        QCOMPARE(f.list.currentIndex().row(), 1);
+        QVERIFY(!f.player.isPlaying());
+        QTest::keyClick(&f.list, Qt::Key_Return);
+        QCOMPARE(f.current(), u"b"_s);
+        QVERIFY(f.player.isPlaying());
+
+        f.askForContextMenu(QContextMenuEvent::Keyboard, {});
+        QVERIFY(f.openMenu());
+        f.openMenu()->close();
+
+        QTest::keyClick(&f.list, Qt::Key_Delete);
+        f.render();
+        QCOMPARE(f.titles(), u"ac"_s);
+        QVERIFY(f.list.currentIndex().isValid());
+    }
+
+    void spaceTouchesNoRow()
+    {
+        ListFixture f;
+        f.add("ab");
+        f.list.setFocus();
+        QTest::keyClick(&f.list, Qt::Key_Down);
+        QTest::keyClick(&f.list, Qt::Key_Space);
+        QCOMPARE(f.current(), u"a"_s);
+        QVERIFY(!f.player.isPlaying());
+        QCOMPARE(f.list.currentIndex().row(), 1);
+    }
+
+    void rowsLieTenFromTheEdgesAndFourApart()
+    {
+        ListFixture f;
+        f.add("abcdefgh");
+        QCOMPARE(f.list.viewport()->mapTo(&f.list, f.row(0).topLeft()), QPoint(10, 10));
+        QCOMPARE(f.row(1).top() - f.row(0).bottom() - 1, 4);
+        QCOMPARE(f.row(0).height(), 8 + 42 + 8);
+        const int right = f.list.viewport()->mapTo(&f.list, f.row(0).topRight()).x() + 1;
+        QCOMPARE(f.list.width() - f.list.verticalScrollBar()->width() - right, 10);
+
+        f.list.verticalScrollBar()->setValue(f.list.verticalScrollBar()->maximum());
+        QCOMPARE(f.list.viewport()->height() - f.row(7).bottom() - 1, 10);
+    }
+
+    void rowsOfAShortListAreNotScrolled()
+    {
+        ListFixture f;
+        f.add("a");
+        QVERIFY(!f.list.verticalScrollBar()->isVisible());
+    }
+
+    void listStaysWhereItWasScrolled()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.list.verticalScrollBar()->setValue(200);
+        f.player.next();
+        f.render();
+        f.player.addFiles({f.url(u"zz.mp3"_s)});
+        f.render();
+        QCOMPARE(f.list.verticalScrollBar()->value(), 200);
+    }
+
+    void hundredThousandRowsAreOneInsertion()
+    {
+        ListFixture f;
+        const QSignalSpy inserted(f.list.model(), &QAbstractItemModel::rowsInserted);
+        f.player.playlist.mutate([](QList<Track> &tracks) {
+            tracks.fill(Track(QUrl::fromLocalFile(u"/music/a.mp3"_s)), 100'000);
+        });
+        f.render();
+        QCOMPARE(inserted.size(), 1);
+        f.list.scrollToBottom();
+        QCOMPARE(f.content(99'999).number, 100'000);
+        QVERIFY(f.list.viewport()->rect().contains(f.row(99'999)));
+    }
+
+    void oddTitlesStayInTheirRows()
+    {
+        ListFixture f;
+        f.add("abc");
+        const QImage second = f.list.viewport()->grab(f.row(1)).toImage();
+        f.changeTrack(0, [](Track &track) {
+            track.title = u"<h1>uno</h1>\ndos\u202E"_s + QString(100'000, u'W');
+            track.artist = u"مرحبا\n"_s.repeated(500);
+        });
+        f.render();
+        QCOMPARE(f.row(0).height(), f.row(1).height());
+        QCOMPARE(f.list.viewport()->grab(f.row(1)).toImage(), second);
+    }
+};
+
+QTEST_MAIN(PlaylistViewTest)
+#include "PlaylistViewTest.moc"

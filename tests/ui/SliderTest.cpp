@@ -1,0 +1,233 @@
+#include "ui/controls/Slider.h"
+
+#include <QAccessible>
+#include <QTest>
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A shown slider from 0 to 100 and the story of its edits: "press", a value for every movement, "release".
+struct SliderFixture {
+    Slider slider{u"Posición"_s};
+    QStringList story;
+
+    SliderFixture()
+    {
+        QObject::connect(&slider, &Slider::editingBegan, &slider, [this] { story << u"press"_s; });
+        QObject::connect(
+            &slider, &Slider::edited, &slider, [this](double value) { story << QString::number(value); });
+        QObject::connect(&slider, &Slider::editingEnded, &slider, [this] { story << u"release"_s; });
+        slider.setMaximum(100);
+        slider.setSteps(5, 30);
+        slider.resize(214, 20); // 14 of which are the thumb: two points a unit
+        slider.show();
+        if (!QTest::qWaitForWindowExposed(&slider))
+            qFatal("the slider is not shown");
+    }
+
+    /// Where the middle of the thumb lies at `value`.
+    static QPoint at(double value) { return {7 + qRound(value * 2), 10}; }
+
+    void turnWheel(int angle)
+    {
+        QWheelEvent turn(QPointF(100, 10), slider.mapToGlobal(QPointF(100, 10)), {}, {0, angle}, Qt::NoButton,
+            Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&slider, &turn);
+    }
+
+    [[nodiscard]] QAccessibleInterface *accessible()
+    {
+        return QAccessible::queryAccessibleInterface(&slider);
+    }
+};
+
+} // namespace
+
+class SliderTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void clickOnTheGrooveIsPressOneMovementRelease()
+    {
+        SliderFixture f;
+        QTest::mouseClick(&f.slider, Qt::LeftButton, {}, f.at(60));
+        QCOMPARE(f.story, QStringList({u"press"_s, u"60"_s, u"release"_s}));
+        QCOMPARE(f.slider.value(), 60);
+    }
+
+    void clickOnTheThumbMovesNothing()
+    {
+        SliderFixture f;
+        f.slider.setValue(20);
+        QTest::mouseClick(&f.slider, Qt::LeftButton, {}, f.at(22));
+        QCOMPARE(f.story, QStringList({u"press"_s, u"release"_s}));
+    }
+
+    void dragTellsEveryMovement()
+    {
+        SliderFixture f;
+        QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.at(0) + QPoint(2, 0));
+        QTest::mouseMove(&f.slider, f.at(30) + QPoint(2, 0));
+        QTest::mouseMove(&f.slider, f.at(50) + QPoint(2, 0));
+        QVERIFY(f.slider.isHeld());
+        QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.at(50) + QPoint(2, 0));
+        QCOMPARE(f.story, QStringList({u"press"_s, u"30"_s, u"50"_s, u"release"_s}));
+        QVERIFY(!f.slider.isHeld());
+    }
+
+    void dragBeyondTheEndsStaysInTheRange()
+    {
+        SliderFixture f;
+        QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.at(50));
+        QTest::mouseMove(&f.slider, QPoint(900, 10));
+        QTest::mouseMove(&f.slider, QPoint(-900, 10));
+        QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, QPoint(-900, 10));
+        QCOMPARE(f.story, QStringList({u"press"_s, u"50"_s, u"100"_s, u"0"_s, u"release"_s}));
+    }
+
+    void otherButtonsDoNothing()
+    {
+        SliderFixture f;
+        QTest::mouseClick(&f.slider, Qt::RightButton, {}, f.at(60));
+        QCOMPARE(f.story, QStringList());
+    }
+
+    void keysMoveItByOneEditEach_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<QString>("value"); // from 50
+        QTest::newRow("right") << Qt::Key_Right << u"55"_s;
+        QTest::newRow("up") << Qt::Key_Up << u"55"_s;
+        QTest::newRow("left") << Qt::Key_Left << u"45"_s;
+        QTest::newRow("down") << Qt::Key_Down << u"45"_s;
+        QTest::newRow("page up") << Qt::Key_PageUp << u"80"_s;
+        QTest::newRow("page down") << Qt::Key_PageDown << u"20"_s;
+        QTest::newRow("home") << Qt::Key_Home << u"0"_s;
+        QTest::newRow("end") << Qt::Key_End << u"100"_s;
+    }
+
+    void keysMoveItByOneEditEach()
+    {
+        QFETCH(const Qt::Key, key);
+        QFETCH(const QString, value);
+        SliderFixture f;
+        f.slider.setValue(50);
+        QTest::keyClick(&f.slider, key);
+        QCOMPARE(f.story, QStringList({u"press"_s, value, u"release"_s}));
+    }
+
+    void keysStayInTheRange()
+    {
+        SliderFixture f;
+        f.slider.setValue(98);
+        QTest::keyClick(&f.slider, Qt::Key_Right);
+        QCOMPARE(f.slider.value(), 100);
+    }
+
+    void spaceAndShortcutsAreLeftToOthers()
+    {
+        SliderFixture f;
+        QTest::keyClick(&f.slider, Qt::Key_Space);
+        QTest::keyClick(&f.slider, Qt::Key_Right, Qt::ControlModifier);
+        QCOMPARE(f.story, QStringList());
+    }
+
+    void wheelMovesItByWholeSteps()
+    {
+        SliderFixture f;
+        f.slider.setValue(50);
+        f.turnWheel(60);
+        QCOMPARE(f.story, QStringList());
+        f.turnWheel(60);
+        QCOMPARE(f.story, QStringList({u"press"_s, u"55"_s, u"release"_s}));
+        f.turnWheel(-240);
+        QCOMPARE(f.slider.value(), 45);
+    }
+
+    void valueSetByAssistiveTechnologyIsOneEdit()
+    {
+        SliderFixture f;
+        QAccessibleValueInterface *value = f.accessible()->valueInterface();
+        QVERIFY(value);
+        value->setCurrentValue(70.5);
+        QCOMPARE(f.story, QStringList({u"press"_s, u"70.5"_s, u"release"_s}));
+        value->setCurrentValue(1000);
+        QCOMPARE(f.slider.value(), 100);
+        value->setCurrentValue(u"nada"_s);
+        QCOMPARE(f.slider.value(), 100);
+    }
+
+    void assistiveTechnologyReadsRoleNameAndRange()
+    {
+        SliderFixture f;
+        f.slider.setValue(20);
+        f.slider.setSpokenValue([](double value) { return u"%1 segundos"_s.arg(value); });
+        QCOMPARE(f.accessible()->role(), QAccessible::Slider);
+        QCOMPARE(f.accessible()->text(QAccessible::Name), u"Posición"_s);
+        QCOMPARE(f.accessible()->text(QAccessible::Value), u"20 segundos"_s);
+        QAccessibleValueInterface *value = f.accessible()->valueInterface();
+        QCOMPARE(value->currentValue().toDouble(), 20);
+        QCOMPARE(value->minimumValue().toDouble(), 0);
+        QCOMPARE(value->maximumValue().toDouble(), 100);
+        QCOMPARE(value->minimumStepSize().toDouble(), 5);
+    }
+
+    void disabledOneIsNotMoved()
+    {
+        SliderFixture f;
+        f.slider.setEnabled(false);
+        QTest::mouseClick(&f.slider, Qt::LeftButton, {}, f.at(60));
+        QTest::keyClick(&f.slider, Qt::Key_Right);
+        f.accessible()->valueInterface()->setCurrentValue(70);
+        QCOMPARE(f.story, QStringList());
+    }
+
+    void whatEndsADragEarlyEndsTheEdit_data()
+    {
+        QTest::addColumn<int>("ending");
+        QTest::newRow("disabled") << 0;
+        QTest::newRow("hidden") << 1;
+        QTest::newRow("dialog in front") << 2;
+    }
+
+    void whatEndsADragEarlyEndsTheEdit()
+    {
+        QFETCH(const int, ending);
+        SliderFixture f;
+        QWidget dialog(&f.slider, Qt::Dialog);
+        dialog.setWindowModality(Qt::WindowModal);
+        QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.at(50));
+        if (ending == 0)
+            f.slider.setEnabled(false);
+        else if (ending == 1)
+            f.slider.hide();
+        else
+            dialog.show();
+        QTRY_COMPARE(f.story, QStringList({u"press"_s, u"50"_s, u"release"_s}));
+        QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.at(80));
+        QCOMPARE(f.story.size(), 3);
+    }
+
+    void keysAreIgnoredWhileHeld()
+    {
+        SliderFixture f;
+        QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.at(50));
+        QTest::keyClick(&f.slider, Qt::Key_Right);
+        QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.at(50));
+        QCOMPARE(f.story, QStringList({u"press"_s, u"50"_s, u"release"_s}));
+    }
+
+    void showingAValueIsNoEdit()
+    {
+        SliderFixture f;
+        f.slider.setValue(30);
+        f.slider.setMaximum(10);
+        QCOMPARE(f.story, QStringList());
+        QCOMPARE(f.slider.value(), 30);
+    }
+};
+
+QTEST_MAIN(SliderTest)
+#include "SliderTest.moc"
