@@ -1,5 +1,7 @@
 #include "platform/audio/decoder/FFmpegDecoder.h"
 
+#include "platform/audio/decoder/FlacTimestamp.h"
+
 #include <algorithm>
 
 extern "C" {
@@ -18,9 +20,15 @@ constexpr int mostBadSeconds = 2;
 // is a hole in the track.
 constexpr double smallestLeap = 0.25;
 
-// Before the target, because a codec needs a few packets until its output is exact; then further and further
-// back, where an index has led past the target.
-constexpr double runUps[] = {0.1, 1, 10};
+// Before the target, because a codec needs a few packets until its output is exact. A frame of MP3 may borrow
+// from as many before it as fit into 255 bytes: a second of them at the lowest rates. Where an index has led
+// past the target, further and further back.
+constexpr double usualRunUp = 0.2; // seconds
+constexpr double longRunUp = 1;
+constexpr double longerRunUps[] = {4, 12};
+
+// The last page of an Ogg stream has no time of its own; it has to be reached from the one before.
+constexpr double lastPage = 2; // seconds, more than pages last
 
 } // namespace
 
@@ -126,6 +134,10 @@ void FFmpegDecoder::followTimestamp(std::optional<std::int64_t> position)
     const bool isLeap = position && *position > m_chunkPosition + m_format.frames(smallestLeap);
     if (position && (isLeap || !m_isPositionKnown))
         m_chunkPosition = *position;
+    // Whatever a container says there, before the first frame of the track there is none.
+    if (m_isAtStart)
+        m_chunkPosition = std::min<std::int64_t>(m_chunkPosition, 0);
+    m_isAtStart = false;
     m_isPositionKnown = true;
 }
 
@@ -171,12 +183,25 @@ FFmpegDecoder::Step FFmpegDecoder::sendPacket()
         avcodec_send_packet(m_codec, nullptr);
         return Step::Again;
     }
+    correctTimestamp();
     if (m_packet->pts != AV_NOPTS_VALUE)
         m_firstPacketTime = std::min(m_firstPacketTime, m_packet->pts);
     m_badTime += m_packet->duration;
     result = avcodec_send_packet(m_codec, m_packet);
     av_packet_unref(m_packet);
     return result < 0 && result != AVERROR(EAGAIN) ? countDamage() : Step::Again;
+}
+
+/// FLAC in Ogg knows better than its container where a packet lies.
+void FFmpegDecoder::correctTimestamp()
+{
+    const AVStream &stream = *m_input->audioStream();
+    if (stream.codecpar->codec_id != AV_CODEC_ID_FLAC || !m_input->isOgg())
+        return;
+    const int blockSize =
+        flacBlockSize({stream.codecpar->extradata, std::size_t(stream.codecpar->extradata_size)});
+    if (const auto position = flacFramePosition({m_packet->data, std::size_t(m_packet->size)}, blockSize))
+        m_packet->pts = av_rescale_q(*position, {1, stream.codecpar->sample_rate}, stream.time_base);
 }
 
 FFmpegDecoder::Step FFmpegDecoder::countDamage()
@@ -215,17 +240,28 @@ Error FFmpegDecoder::failure() const
 
 bool FFmpegDecoder::seek(std::int64_t frame)
 {
+    if (seekWithRunUp(frame, firstRunUp(frame)))
+        return true;
+    for (const double runUp : longerRunUps) {
+        if (seekWithRunUp(frame, runUp))
+            return true;
+    }
+    return seekContainer(m_firstPacketTime) && decodeUntil(frame);
+}
+
+double FFmpegDecoder::firstRunUp(std::int64_t frame) const
+{
+    if (m_input->isOgg() && frame > m_format.frames(duration() - lastPage))
+        return lastPage + longRunUp;
+    return m_codec->codec_id == AV_CODEC_ID_MP3 ? longRunUp : usualRunUp;
+}
+
+bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp)
+{
     const AVRational timeBase = m_input->audioStream()->time_base;
     const std::int64_t target = m_origin + av_rescale_q(frame, {1, m_format.rate}, timeBase);
-    for (const double runUp : runUps) {
-        const std::int64_t start =
-            std::max(target - std::int64_t(runUp / av_q2d(timeBase)), m_firstPacketTime);
-        if (seekContainer(start) && decodeUntil(frame))
-            return true;
-        if (start == m_firstPacketTime)
-            break;
-    }
-    return seekContainer(m_firstPacketTime) && (decodeUntil(frame) || m_isChunkFresh);
+    const std::int64_t start = target - std::int64_t(runUp / av_q2d(timeBase));
+    return seekContainer(std::max(start, m_firstPacketTime)) && decodeUntil(frame);
 }
 
 bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
@@ -239,6 +275,7 @@ bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
     m_chunkPosition = 0;
     m_isChunkFresh = false;
     m_isPositionKnown = false;
+    m_isAtStart = timestamp <= m_firstPacketTime;
     m_isDrained = false;
     m_badPackets = 0;
     m_badTime = 0;

@@ -42,6 +42,7 @@ private:
     Step receiveFrame();
     Step sendPacket();
     Step countDamage();
+    void correctTimestamp();
     Step fillChunk();
     Step convertFrame();
     void followTimestamp(std::optional<std::int64_t> position);
@@ -50,6 +51,8 @@ private:
     [[nodiscard]] std::int64_t chunkFrames() const;
     [[nodiscard]] Error failure() const;
 
+    [[nodiscard]] double firstRunUp(std::int64_t frame) const;
+    bool seekWithRunUp(std::int64_t frame, double runUp);
     bool seekContainer(std::int64_t timestamp);
     bool decodeUntil(std::int64_t frame);
 
@@ -64,6 +67,8 @@ private:
     std::int64_t m_chunkPosition = 0; ///< track frame of the chunk's first
     bool m_isChunkFresh = false; ///< the chunk waits for the next read()
     bool m_isPositionKnown = true; ///< false between a seek and the first timestamp after it
+
+    bool m_isAtStart = true; ///< whether the next frame is the first of the track
 
     std::int64_t m_origin = 0; ///< timestamp of track frame 0, in the stream's time base
     std::int64_t m_firstPacketTime = 0; ///< no seek goes before it

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -117,6 +118,11 @@ std::optional<double> FFmpegInput::duration() const
 bool FFmpegInput::isDurationGuessed() const
 {
     return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+}
+
+bool FFmpegInput::isOgg() const
+{
+    return std::string_view(m_format->iformat->name) == "ogg";
 }
 
 int FFmpegInput::readPacket(AVPacket *packet)

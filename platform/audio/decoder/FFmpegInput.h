@@ -37,6 +37,8 @@ public:
     /// Whether duration() was estimated from the bit rate.
     [[nodiscard]] bool isDurationGuessed() const;
 
+    [[nodiscard]] bool isOgg() const;
+
     /// The next packet of the audio stream; 0 or an AVERROR code.
     int readPacket(AVPacket *packet);
 

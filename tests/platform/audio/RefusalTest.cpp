@@ -8,6 +8,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <algorithm>
+#include <cerrno>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -96,8 +99,14 @@ private Q_SLOTS:
     void filesThatReferToOthers()
     {
         QFETCH(QByteArray, content);
+        const FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+        const QByteArray target = m_folder.filePath(u"target.wav"_s).toUtf8();
+        QVERIFY(inotify_add_watch(watch.get(), target.constData(), IN_OPEN | IN_ACCESS) >= 0);
         verifyRefused(u"b.mp3"_s, content);
         verifyRefused(u"b.m4a"_s, content);
+        char event[4096];
+        QCOMPARE(read(watch.get(), event, sizeof event), ssize_t(-1));
+        QCOMPARE(errno, EAGAIN);
     }
 };
 
