@@ -14,7 +14,7 @@ constexpr std::int64_t fade = 48000 * 8 / 1000;
 } // namespace
 
 /// An output as a sound server keeps it: what is rendered waits in a queue, and may be made anew until heard.
-class RendererTest : public QObject {
+class SoundRendererTest : public QObject {
     Q_OBJECT
 
 private:
@@ -239,5 +239,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RendererTest)
-#include "RendererTest.moc"
+QTEST_GUILESS_MAIN(SoundRendererTest)
+#include "SoundRendererTest.moc"
