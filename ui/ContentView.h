@@ -3,7 +3,7 @@
 #include "platform/Result.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRow.h"
-#include "ui/Renderer.h"
+#include "ui/ViewRenderer.h"
 
 #include <QPointer>
 #include <QUrl>
@@ -81,7 +81,7 @@ private:
     bool m_isDraggingSlider = false;
     double m_temporaryProgress = 0; ///< seconds
 
-    Renderer m_renderer;
+    ViewRenderer m_renderer;
     PlaylistModel m_playlistModel{
         [this](const Track &track, qsizetype number) { return playlistRow(track, number); }};
     FilePicker *m_filePicker = nullptr;

@@ -1,4 +1,4 @@
-#include "ui/Renderer.h"
+#include "ui/ViewRenderer.h"
 #include "player/Published.h"
 
 #include <QCoreApplication>
@@ -19,12 +19,12 @@ struct LampView {
     }
 
     QList<int> rendered;
-    Renderer renderer;
+    ViewRenderer renderer;
 };
 
 } // namespace
 
-class RendererTest : public QObject {
+class ViewRendererTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -89,5 +89,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RendererTest)
-#include "RendererTest.moc"
+QTEST_GUILESS_MAIN(ViewRendererTest)
+#include "ViewRendererTest.moc"

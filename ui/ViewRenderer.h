@@ -11,11 +11,11 @@ class ObservableObject;
 /// Every notification marks the view as out of date; the first one posts a render to the event loop, and the
 /// render reads the state as it is by then. Ten thousand notifications in one turn are one render. Main
 /// thread only.
-class Renderer : public QObject {
+class ViewRenderer : public QObject {
     Q_OBJECT
 
 public:
-    explicit Renderer(ObservableObject &observed);
+    explicit ViewRenderer(ObservableObject &observed);
 
     /// Runs `step` now and at every render. A step reads the state and hands it to a widget whose setter
     /// leaves an equal value alone.
