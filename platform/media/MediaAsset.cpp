@@ -21,13 +21,18 @@ namespace {
 
 constexpr qint64 Id3v2SizeLimit = 64 << 20;
 
-QList<MetadataItem> takeId3v2Tag(MediaSource &source)
+/// Some writers put a new tag in front of the old one instead of in its place.
+QList<MetadataItem> takeId3v2Tags(MediaSource &source)
 {
-    const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
-    if (size == 0)
-        return {};
-    QList<MetadataItem> items = id3v2Items(source.read(0, std::min(size, Id3v2SizeLimit)));
-    source.dropFront(size);
+    constexpr int tagLimit = 4;
+    QList<MetadataItem> items;
+    for (int i = 0; i < tagLimit; ++i) {
+        const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
+        if (size == 0)
+            break;
+        items += id3v2Items(source.read(0, std::min(size, Id3v2SizeLimit)));
+        source.dropFront(size);
+    }
     return items;
 }
 
@@ -51,7 +56,7 @@ MediaContents readFile(MediaSource &source)
 {
     const QList<MetadataItem> id3v1 = takeId3v1Tag(source);
     const QList<MetadataItem> ape = takeApeTag(source);
-    const QList<MetadataItem> id3v2 = takeId3v2Tag(source);
+    const QList<MetadataItem> id3v2 = takeId3v2Tags(source);
     const MediaContents content = readContent(source);
     return {content.duration, mergedTags({content.items, id3v2, ape, id3v1})};
 }

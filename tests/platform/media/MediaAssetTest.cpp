@@ -211,6 +211,15 @@ private Q_SLOTS:
         QCOMPARE(asset.duration().seconds(), 2.0);
     }
 
+    void secondTagComesBehindTheFirst()
+    {
+        const QByteArray tags = id3v2Tag(id3v2Frame("TIT2", "\3New"))
+            + id3v2Tag(id3v2Frame("TIT2", "\3Old") + id3v2Frame("PRIV", QByteArray(100'000, 'x')));
+        const MediaAsset asset(temporaryFile(u"two-tags.mp3"_s, tags + mediaFile(u"song.mp3"_s)));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"New"_s, u"Old"_s}));
+        QCOMPARE(asset.duration().seconds(), 2.0);
+    }
+
     void plainSizeInANewerTagIsUnderstood()
     {
         const QByteArray cover(1000, 'x');
