@@ -1,7 +1,7 @@
 #pragma once
 
 #include "player/PayerManager.h"
-#include "ui/Renderer.h"
+#include "ui/ViewRenderer.h"
 
 #include <QMainWindow>
 
@@ -26,6 +26,6 @@ private:
     void buildPlaybackMenu();
 
     PlayerManager m_player;
-    Renderer m_renderer{m_player};
+    ViewRenderer m_renderer{m_player};
     QMainWindow m_window;
 };
