@@ -30,7 +30,6 @@ PulseConnection &PulseConnection::instance()
 
 PulseConnection::PulseConnection()
 {
-    preparePulseEnvironment();
     m_loop = pa_threaded_mainloop_new();
     pa_threaded_mainloop_set_name(m_loop, "sound output");
     pa_threaded_mainloop_start(m_loop);
@@ -62,6 +61,7 @@ void PulseConnection::remove(const PulseStream &stream)
 
 void PulseConnection::connect()
 {
+    preparePulseEnvironment();
     pa_proplist *properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "Lumaverdine");
     pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "lumaverdine");
@@ -72,7 +72,7 @@ void PulseConnection::connect()
         return;
     const auto handle = [](pa_context *, void *self) { static_cast<PulseConnection *>(self)->handleState(); };
     pa_context_set_state_callback(m_context, handle, this);
-    if (pa_context_connect(m_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
+    if (pa_context_connect(m_context, pulseServer(), PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
         disconnect();
 }
 

@@ -26,11 +26,15 @@ bool hasRuntimeLink()
 
 void preparePulseEnvironment()
 {
-    // A cookie of zeros: libpulse makes one of its own, at home, where a file gives it too few bytes.
     if (!qEnvironmentVariableIsSet("PULSE_COOKIE") && !hasCookie())
-        qputenv("PULSE_COOKIE", "/dev/zero");
-    const bool hasRuntimeFolder =
-        qEnvironmentVariableIsSet("XDG_RUNTIME_DIR") || qEnvironmentVariableIsSet("PULSE_RUNTIME_PATH");
-    if (!hasRuntimeFolder && !hasRuntimeLink())
-        qputenv("PULSE_RUNTIME_PATH", "/nonexistent");
+        qputenv("PULSE_COOKIE", "/dev/null");
+}
+
+const char *pulseServer()
+{
+    for (const char *name : {"PULSE_SERVER", "PULSE_RUNTIME_PATH", "XDG_RUNTIME_DIR"}) {
+        if (qEnvironmentVariableIsSet(name))
+            return nullptr;
+    }
+    return hasRuntimeLink() ? nullptr : "unix:/run/pulse/native";
 }

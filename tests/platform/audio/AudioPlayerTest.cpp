@@ -36,6 +36,7 @@ class AudioPlayerTest : public QObject {
 
 private:
     QTemporaryDir m_folder;
+    QTemporaryDir m_home;
 
     QUrl saveWav(double seconds)
     {
@@ -47,12 +48,17 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
+        qputenv("HOME", m_home.path().toUtf8());
+        for (const char *name : {"XDG_CONFIG_HOME", "XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PULSE_COOKIE"})
+            qunsetenv(name);
         qputenv("PULSE_SERVER", "unix:" + m_folder.filePath(u"nobody"_s).toUtf8());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"No sound server answers"_s));
         const auto player = AudioPlayer::open(saveWav(1)).take();
         player->play();
         QTRY_VERIFY(player->currentTime() > 0.05);
     }
+
+    void cleanupTestCase() { QCOMPARE(countOf(m_home.path()), 0); }
 
     void playsToTheEndWithoutASoundServer()
     {

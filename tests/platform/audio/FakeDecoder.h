@@ -22,15 +22,20 @@ public:
         bool isGuessed = false;
         bool isDamaged = false;
         double failsAt = 1e9; ///< seconds; reading on from there is an error
+        std::shared_ptr<std::atomic<bool>> isGone = nullptr; ///< set where the decoder is destroyed
         int blocksOn = -1; ///< a descriptor that every read() waits on, as a medium that does not answer
     };
 
     explicit FakeDecoder(Script script)
-        : m_script(script)
-        , m_samples(WavFile::positionCodedSamples(rate, script.seconds))
+        : m_script(std::move(script))
+        , m_samples(WavFile::positionCodedSamples(rate, m_script.seconds))
     {
     }
-    ~FakeDecoder() override { ++destroyed(); }
+    ~FakeDecoder() override
+    {
+        if (m_script.isGone)
+            *m_script.isGone = true;
+    }
 
     [[nodiscard]] AudioFormat format() const override { return {rate, 2}; }
     [[nodiscard]] double duration() const override { return m_script.claimedSeconds; }
@@ -55,13 +60,6 @@ public:
     {
         m_frame = frame;
         return true;
-    }
-
-    /// How many of them have been destroyed so far.
-    static std::atomic<int> &destroyed()
-    {
-        static std::atomic<int> count = 0;
-        return count;
     }
 
 private:

@@ -1,0 +1,182 @@
+#include "platform/audio/AudioPlayer.h"
+#include "tests/platform/audio/PulseDaemon.h"
+#include "tests/platform/audio/RecordingDelegate.h"
+#include "tests/platform/audio/WavFile.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QTest>
+#include <cmath>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double length = 20; // of the track, in seconds
+
+/// The child process of a test: plays the file until a line comes in, and ends as any program does.
+int playUntilAsked(const char *path)
+{
+    const auto player = AudioPlayer::open(QUrl::fromLocalFile(QString::fromLocal8Bit(path))).take();
+    player->play();
+    if (!QTest::qWaitFor([&] { return player->currentTime() > 0.2; }))
+        return 2;
+    std::puts("playing");
+    std::fflush(stdout);
+    return std::getchar() == EOF ? 1 : 0;
+}
+
+} // namespace
+
+/// A sound server that goes away, comes back, hangs.
+class PulseFaultTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    QString m_path;
+    std::unique_ptr<PulseDaemon> m_daemon;
+    std::unique_ptr<AudioPlayer> m_player;
+
+    /// Captures for a while and answers the first track position that is heard, or less than 0 for silence.
+    double heardPlace(double seconds)
+    {
+        Capture capture;
+        if (!capture.start() || !capture.record(seconds))
+            return -1;
+        for (std::int64_t frame = 0; frame < capture.frames(); ++frame) {
+            if (std::abs(capture.right(frame) - 0.8F) < 1e-4F)
+                return (double(capture.left(frame)) - 0.2) / 0.6 * length;
+        }
+        return -1;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_path = m_folder.filePath(u"sound.wav"_s);
+        const auto samples = WavFile::positionCodedSamples(Capture::rate, length);
+        QVERIFY(WavFile::save(m_path, WavFile::encoded(samples, Capture::rate, 2)));
+    }
+
+    void init()
+    {
+        m_daemon = std::make_unique<PulseDaemon>();
+        m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+    }
+
+    void cleanup()
+    {
+        m_player.reset();
+        m_daemon.reset();
+    }
+
+    void goesOnAtTheSamePlaceWhenTheServerReturns()
+    {
+        QVERIFY(m_daemon->start());
+        m_player->play();
+        QTRY_VERIFY(m_player->currentTime() > 1);
+        m_daemon->kill();
+        const double lost = m_player->currentTime();
+        QVERIFY(!QTest::qWaitFor([this] { return !m_player->isPlaying(); }, 700));
+        QVERIFY2(m_player->currentTime() < lost + 0.5, qPrintable(QString::number(m_player->currentTime())));
+        const double frozen = m_player->currentTime();
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(m_daemon->start());
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->currentTime() > frozen + 0.05, 3000);
+        qInfo("sound again %lld ms after the server's return", timer.elapsed());
+        QVERIFY(timer.elapsed() < 2000);
+        const double place = heardPlace(0.5);
+        QVERIFY2(place > frozen && place < frozen + 2.5, qPrintable(u"%1 %2"_s.arg(place).arg(frozen)));
+    }
+
+    void lossWhilePausedIsMendedByTheNextPlay()
+    {
+        QVERIFY(m_daemon->start());
+        m_player->play();
+        QTRY_VERIFY(m_player->currentTime() > 0.5);
+        m_player->pause();
+        const double paused = m_player->currentTime();
+        m_daemon->kill();
+        QVERIFY(m_daemon->start());
+        QVERIFY(std::abs(m_player->currentTime() - paused) < 0.05);
+        m_player->play();
+        const double place = heardPlace(0.6);
+        QVERIFY2(place > paused - 0.05 && place < paused + 1, qPrintable(QString::number(place)));
+    }
+
+    void serverThatAppearsLaterIsFoundByTheNextPlay()
+    {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"No sound server answers"_s));
+        m_player->play();
+        QTRY_VERIFY(m_player->currentTime() > 0.2);
+        QVERIFY(m_daemon->start());
+        m_player->pause();
+        const double paused = m_player->currentTime();
+        m_player->play();
+        const double place = heardPlace(0.6);
+        QVERIFY2(place > paused - 0.05 && place < paused + 1, qPrintable(QString::number(place)));
+    }
+
+    void noCallWaitsForAServerThatHangs()
+    {
+        QVERIFY(m_daemon->start());
+        m_player->play();
+        QTRY_VERIFY(m_player->currentTime() > 0.2);
+        m_daemon->suspend(true);
+        QElapsedTimer timer;
+        timer.start();
+        for (int round = 0; round < 200; ++round) {
+            m_player->pause();
+            m_player->setVolume(float(round) / 200);
+            m_player->setCurrentTime(round % 10);
+            m_player->play();
+            QVERIFY(m_player->currentTime() <= length);
+        }
+        auto second = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+        second->play();
+        m_player = std::move(second);
+        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+        m_daemon->suspend(false);
+        QTRY_VERIFY(m_player->currentTime() > 0.2);
+        QVERIFY(heardPlace(0.5) > 0);
+    }
+
+    void processEndsSoon_data()
+    {
+        QTest::addColumn<bool>("isServerHanging");
+        QTest::newRow("while playing") << false;
+        QTest::newRow("while the server hangs") << true;
+    }
+
+    void processEndsSoon()
+    {
+        QFETCH(bool, isServerHanging);
+        QVERIFY(m_daemon->start());
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {u"--play"_s, m_path});
+        QVERIFY(child.waitForReadyRead(5000));
+        m_daemon->suspend(isServerHanging);
+        QElapsedTimer timer;
+        timer.start();
+        child.write("\n");
+        QVERIFY(child.waitForFinished(5000));
+        qInfo("process ended after %lld ms", timer.elapsed());
+        QVERIFY(timer.elapsed() < 1500);
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        m_daemon->suspend(false);
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 3 && QByteArray(argv[1]) == "--play")
+        return playUntilAsked(argv[2]);
+    PulseFaultTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "PulseFaultTest.moc"
