@@ -33,7 +33,9 @@ struct ListFixture : ViewFixture {
     void askForContextMenu(QContextMenuEvent::Reason reason, const QPoint &position) const
     {
         QContextMenuEvent event(reason, position, list.viewport()->mapToGlobal(position));
-        QCoreApplication::sendEvent(list.viewport(), &event);
+        // By key it goes to what has the focus, by mouse to what lies under it.
+        const bool isByKey = reason == QContextMenuEvent::Keyboard;
+        QCoreApplication::sendEvent(isByKey ? static_cast<QWidget *>(&list) : list.viewport(), &event);
     }
 
     /// The menu that is open, or null.

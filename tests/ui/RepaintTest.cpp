@@ -1,0 +1,112 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/PlaylistView.h"
+#include "ui/controls/Button.h"
+#include "ui/controls/Cover.h"
+#include "ui/controls/Slider.h"
+
+#include <QEvent>
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Notes which of the pieces below a view are painted.
+class PaintWatch : public QObject {
+public:
+    explicit PaintWatch(QWidget &view)
+    {
+        for (QWidget *piece : view.findChildren<QWidget *>())
+            piece->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *piece, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            m_painted.insert(piece);
+        return false;
+    }
+
+    void forget() { m_painted.clear(); }
+    [[nodiscard]] bool sawPainting(const QObject *piece) const { return m_painted.contains(piece); }
+
+private:
+    QSet<const QObject *> m_painted;
+};
+
+struct RepaintFixture : ViewFixture {
+    Slider &seekBar = *find<Slider>(u"Posición"_s);
+    Label &elapsed = *view.findChildren<Label *>().at(4);
+    PlaylistView &list = *view.findChild<PlaylistView *>();
+    PaintWatch watch{view};
+
+    RepaintFixture()
+    {
+        add("abc");
+        player.play();
+        settle();
+    }
+
+    /// Lets everything be painted that is due, and forgets it.
+    void settle()
+    {
+        render();
+        render();
+        watch.forget();
+    }
+
+    /// What must not be painted for a tick.
+    [[nodiscard]] QList<QWidget *> bystanders() const
+    {
+        QList<QWidget *> pieces{list.viewport(), view.findChild<Cover *>(), find<Slider>(u"Volumen"_s)};
+        for (Button *button : view.findChildren<Button *>())
+            pieces.append(button);
+        for (Label *label : view.findChildren<Label *>()) {
+            if (label != &elapsed)
+                pieces.append(label);
+        }
+        return pieces;
+    }
+};
+
+} // namespace
+
+class RepaintTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tickPaintsTheBarAndTheElapsedTimeOnly()
+    {
+        RepaintFixture f;
+        f.player.currentTime = 20;
+        QTRY_VERIFY(f.watch.sawPainting(&f.seekBar));
+        QVERIFY(f.watch.sawPainting(&f.elapsed));
+        for (QWidget *piece : f.bystanders())
+            QVERIFY2(!f.watch.sawPainting(piece), piece->metaObject()->className());
+    }
+
+    void tickWithinASecondLeavesTheTimeAlone()
+    {
+        RepaintFixture f;
+        f.player.currentTime = 20;
+        f.settle();
+        f.player.currentTime = 20.25;
+        QTRY_VERIFY(f.watch.sawPainting(&f.seekBar));
+        QVERIFY(!f.watch.sawPainting(&f.elapsed));
+    }
+
+    void notificationWithoutAChangePaintsNothing()
+    {
+        RepaintFixture f;
+        f.player.isPlaying = true;
+        f.player.volume = f.player.volume();
+        f.player.currentTime = f.player.currentTime();
+        f.render();
+        f.render();
+        for (QWidget *piece : f.bystanders() + QList<QWidget *>({&f.seekBar, &f.elapsed}))
+            QVERIFY2(!f.watch.sawPainting(piece), piece->metaObject()->className());
+    }
+};
+
+QTEST_MAIN(RepaintTest)
+#include "RepaintTest.moc"
