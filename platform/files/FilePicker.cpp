@@ -47,7 +47,8 @@ void FilePicker::open()
     }
     forgetToolkitState();
     m_dialog = new AudioFileDialog(&m_window, firstFolder());
-    connect(m_dialog, &QDialog::finished, this, &FilePicker::finish);
+    // Queued: the dialog is gone from the screen before the files are read.
+    connect(m_dialog, &QDialog::finished, this, &FilePicker::finish, Qt::QueuedConnection);
     m_dialog->show();
 }
 
