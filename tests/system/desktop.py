@@ -108,6 +108,14 @@ class Desktop:
     def wait_for_window(self, title, seconds=30):
         wait_for(lambda: self.active_window() == title, f"the window “{title}”", seconds)
 
+    def click(self, x, y):
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+
+    def visible_windows(self):
+        """How many windows of the program show, menus included."""
+        command = ["xdotool", "search", "--onlyvisible", "--class", "lumaverdine"]
+        return len(subprocess.run(command, capture_output=True).stdout.split())
+
     def picture(self, path):
         subprocess.run(["import", "-silent", "-window", "root", str(path)], check=True)
 
@@ -120,7 +128,7 @@ class Desktop:
         server = self.start(
             "Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp", "-noreset",
             stdout=subprocess.PIPE)
-        os.environ["DISPLAY"] = ":" + server.stdout.readline().decode().strip()
+        os.environ["DISPLAY"] = ":" + first_line(server)
         ready = self.folder / "window-manager-ready"
         self.start("openbox", "--sm-disable", "--startup", f"touch {ready}")
         wait_for(ready.exists, "the window manager")
@@ -129,7 +137,7 @@ class Desktop:
         bus = self.start(
             "dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1",
             f"--address={os.environ['DBUS_SESSION_BUS_ADDRESS']}", stdout=subprocess.PIPE)
-        bus.stdout.readline()
+        first_line(bus)
 
 
 class Capture:
@@ -224,7 +232,7 @@ class Program:
         """Chooses files in the picker by keys: names in its folder, paths or addresses."""
         self.desktop.key("ctrl+o")
         self.desktop.wait_for_window(PICKER_TITLE)
-        self.desktop.type(" ".join(f'"{name}"' for name in names) if len(names) > 1 else str(names[0]))
+        self.desktop.type(" ".join(f'"{name}"' for name in names))
         self.desktop.key("Return")
         wait_for(lambda: self.desktop.active_window() not in (PICKER_TITLE, ""), "the picker to close")
 
@@ -234,6 +242,12 @@ class Program:
         self.desktop.key("ctrl+q")
         self.process.wait(seconds)
         return time.monotonic() - began
+
+
+def first_line(process):
+    """What a process with a piped output says first: it is ready then."""
+    with process.stdout as output:
+        return output.readline().decode().strip()
 
 
 def end(process, seconds=5):

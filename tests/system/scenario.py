@@ -1,0 +1,58 @@
+"""The base of the whole-program tests: a desktop for the class, a fresh program for the test, tones to play.
+
+The program under test is named by the environment variable LUMAVERDINE.
+"""
+
+import array
+import math
+import os
+import shutil
+import unittest
+import wave
+
+from desktop import RATE, Desktop, Program, end, wait_for
+
+
+class Scenario(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = cls.enterClassContext(Desktop())
+        cls.capture = cls.desktop.capture
+
+    def setUp(self):
+        shutil.rmtree(self.desktop.music)
+        self.desktop.music.mkdir()
+
+    def start(self, **keywords):
+        """Starts the program; ends it with the test. Its window is read with self.window."""
+        from window import Window  # needs the desktop's environment
+
+        self.program = Program(self.desktop, os.environ["LUMAVERDINE"], **keywords)
+        self.addCleanup(self._end_program)
+        self.window = Window(self.program)
+        return self.program
+
+    def start_with(self, *names, **keywords):
+        """Starts the program and chooses files of the music folder."""
+        self.start(**keywords)
+        self.program.pick(*names)
+        wait_for(lambda: len(self.window.rows()) == len(names), f"{len(names)} rows")
+        self.desktop.wait_for_window("Lumaverdine")
+
+    def tone(self, name, hertz, seconds=10, level=0.5):
+        """Writes a stereo sine of a known pitch and amplitude into the music folder."""
+        samples = array.array("h")
+        for index in range(int(seconds * RATE)):
+            value = round(32767 * level * math.sin(2 * math.pi * hertz * index / RATE))
+            samples.extend((value, value))
+        path = self.desktop.music / name
+        with wave.open(str(path), "wb") as file:
+            file.setparams((2, 2, RATE, 0, "NONE", ""))
+            file.writeframes(samples.tobytes())
+        return path
+
+    def _end_program(self):
+        code = self.program.process.poll()
+        end(self.program.process)
+        self.assertIn(code, (None, 0), "the program ended by itself")
+        self.capture.wait_for_silence()

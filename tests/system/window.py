@@ -1,0 +1,85 @@
+"""Reads and presses the player's window through the accessibility bus, as assistive technology does."""
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi  # noqa: E402
+
+from desktop import wait_for  # noqa: E402
+
+
+class Window:
+    def __init__(self, program):
+        self._process = program.process.pid
+        self._application = wait_for(self._find_application, "the program on the accessibility bus")
+        self._application.set_cache_mask(Atspi.Cache.NONE)
+
+    def names(self, role):
+        """The names of everything of a role ("label", "list item") that shows, in order."""
+        return [node.get_name() for node in self._showing() if node.get_role_name() == role]
+
+    def labels(self):
+        return self.names("label")
+
+    def rows(self):
+        return [
+            node.get_name()
+            for node in self._nodes(self._application)
+            if node.get_role_name() == "list item"
+        ]
+
+    def current_row(self):
+        """The position of the row that reads as the current one; none where none does."""
+        return next((index for index, row in enumerate(self.rows()) if ", actual" in row), None)
+
+    def shows(self, text):
+        return any(node.get_name() == text for node in self._showing())
+
+    def wait_for(self, text):
+        wait_for(lambda: self.shows(text), f"“{text}” in the window")
+
+    def wait_for_current_row(self, index):
+        wait_for(lambda: self.current_row() == index, f"row {index} to be the current one")
+
+    def value(self, name):
+        """What the slider `name` stands at."""
+        return self._node(name).get_current_value()
+
+    def set_value(self, name, value):
+        self._node(name).set_current_value(value)
+
+    def press(self, name):
+        """Presses the button `name`."""
+        self._node(name).do_action(0)
+
+    def middle_of_row(self, index):
+        """The point of the screen in the middle of a row that shows."""
+        rows = [node for node in self._showing() if node.get_role_name() == "list item"]
+        extents = rows[index].get_extents(Atspi.CoordType.SCREEN)
+        return extents.x + extents.width // 2, extents.y + extents.height // 2
+
+    def is_checked(self, name):
+        return self._node(name).get_state_set().contains(Atspi.StateType.CHECKED)
+
+    def _node(self, name):
+        controls = ("push button", "check box", "slider")
+        return next(n for n in self._showing() if n.get_name() == name and n.get_role_name() in controls)
+
+    def _showing(self):
+        for node in self._nodes(self._application):
+            if node.get_state_set().contains(Atspi.StateType.SHOWING):
+                yield node
+
+    def _nodes(self, parent):
+        for index in range(parent.get_child_count()):
+            if child := parent.get_child_at_index(index):
+                yield child
+                yield from self._nodes(child)
+
+    def _find_application(self):
+        desktop = Atspi.get_desktop(0)
+        for index in range(desktop.get_child_count()):
+            application = desktop.get_child_at_index(index)
+            if application and application.get_process_id() == self._process:
+                return application
+        return None
