@@ -26,8 +26,10 @@ bool hasRuntimeLink()
 
 void preparePulseEnvironment()
 {
+    // A cookie has to be read in full, or libpulse makes one; what is in it does not matter to a server that
+    // knows its user, and another does not let one in without a cookie anyway.
     if (!qEnvironmentVariableIsSet("PULSE_COOKIE") && !hasCookie())
-        qputenv("PULSE_COOKIE", "/dev/null");
+        qputenv("PULSE_COOKIE", "/dev/zero");
 }
 
 const char *pulseServer()

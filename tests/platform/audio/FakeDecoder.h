@@ -22,6 +22,7 @@ public:
         bool isGuessed = false;
         bool isDamaged = false;
         double failsAt = 1e9; ///< seconds; reading on from there is an error
+        std::shared_ptr<std::atomic<bool>> isReading = nullptr; ///< set with the first read()
         std::shared_ptr<std::atomic<bool>> isGone = nullptr; ///< set where the decoder is destroyed
         int blocksOn = -1; ///< a descriptor that every read() waits on, as a medium that does not answer
     };
@@ -44,6 +45,8 @@ public:
 
     Result<DecodedFrames> read() override
     {
+        if (m_script.isReading)
+            *m_script.isReading = true;
         char byte = 0;
         if (m_script.blocksOn >= 0 && ::read(m_script.blocksOn, &byte, 1) < 0)
             return Error{QStringLiteral("descriptor")};

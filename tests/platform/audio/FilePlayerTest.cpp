@@ -257,8 +257,10 @@ private Q_SLOTS:
         int pipe[2];
         QCOMPARE(pipe2(pipe, O_CLOEXEC), 0);
         const auto isGone = std::make_shared<std::atomic<bool>>(false);
-        auto player = makePlayer({.isGone = isGone, .blocksOn = pipe[0]});
+        const auto isReading = std::make_shared<std::atomic<bool>>(false);
+        auto player = makePlayer({.isReading = isReading, .isGone = isGone, .blocksOn = pipe[0]});
         player->play();
+        QTRY_VERIFY(*isReading);
         m_outputs.newest->advance(4800);
         QElapsedTimer timer;
         timer.start();

@@ -13,9 +13,18 @@ namespace {
 
 constexpr int patience = 10'000; // milliseconds
 
+/// The sound tools create a cookie in the home folder, which must not pass for one that the player creates.
+QProcessEnvironment toolEnvironment()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"PULSE_COOKIE"_s, u"/dev/zero"_s);
+    return environment;
+}
+
 bool serverAnswers()
 {
     QProcess pactl;
+    pactl.setProcessEnvironment(toolEnvironment());
     pactl.start(u"pactl"_s, {u"info"_s});
     return pactl.waitForFinished(patience) && pactl.exitStatus() == QProcess::NormalExit
         && pactl.exitCode() == 0;
@@ -73,6 +82,7 @@ Capture::~Capture()
 
 bool Capture::start()
 {
+    m_process.setProcessEnvironment(toolEnvironment());
     m_process.start(u"parec"_s,
         {u"-d"_s, u"test.monitor"_s, u"--format=float32le"_s, u"--rate=48000"_s, u"--channels=2"_s,
             u"--latency-msec=10"_s, u"--raw"_s});

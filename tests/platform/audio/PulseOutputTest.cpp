@@ -3,6 +3,7 @@
 #include "tests/platform/audio/RecordingDelegate.h"
 #include "tests/platform/audio/WavFile.h"
 
+#include <QDir>
 #include <QTest>
 #include <cmath>
 
@@ -21,6 +22,7 @@ class PulseOutputTest : public QObject {
 
 private:
     QTemporaryDir m_folder;
+    QTemporaryDir m_home;
     std::unique_ptr<PulseDaemon> m_daemon;
     std::unique_ptr<Capture> m_capture;
     std::unique_ptr<AudioPlayer> m_player;
@@ -68,6 +70,20 @@ private:
     }
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        qputenv("HOME", m_home.path().toUtf8());
+        for (const char *name : {"XDG_CONFIG_HOME", "XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PULSE_COOKIE"})
+            qunsetenv(name);
+    }
+
+    void cleanupTestCase()
+    {
+        QVERIFY2(QDir(m_home.path())
+                     .isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+            "something was created in the home folder");
+    }
+
     void init()
     {
         m_daemon = std::make_unique<PulseDaemon>();
