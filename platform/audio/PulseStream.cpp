@@ -12,8 +12,11 @@ constexpr double queueLength = 0.4; // seconds; what a stall of this process may
 // soon.
 constexpr double requestLength = 0.19;
 
-// From the frame the server reads next to the first that can still be overwritten for certain.
+// The server may read on while new frames are on their way to it, as much as it keeps for its device at once.
+// What lies beyond that and this little can still be overwritten for certain; a change must not take too
+// long, though.
 constexpr double overwriteMargin = 0.005;
+constexpr double longestOverwriteMargin = 0.03;
 
 // A fade is cut off where the stream is corked as soon as it has been read: some servers read ahead.
 constexpr double corkMargin = 0.025;
@@ -195,9 +198,11 @@ void PulseStream::act()
         return schedule();
     followServer(*info);
     const std::int64_t readFrame = std::max<std::int64_t>(info->read_index, 0) / m_frameSize;
+    const double margin =
+        std::min(overwriteMargin + double(info->configured_sink_usec) / 1e6, longestOverwriteMargin);
     const Mix mix{shallSound(), m_mix.gain};
     if (m_renderer.needsChange(mix))
-        changeQueued(readFrame, mix);
+        changeQueued(readFrame, m_isCorked ? 0 : margin, mix);
     if (mix.isPlaying)
         fillQueue(readFrame);
     if (mix.isPlaying && m_isCorked)
@@ -224,11 +229,10 @@ void PulseStream::followServer(const pa_timing_info &info)
 }
 
 /// Makes what the server has queued anew, as late as it still can be.
-void PulseStream::changeQueued(std::int64_t readFrame, const Mix &mix)
+void PulseStream::changeQueued(std::int64_t readFrame, double margin, const Mix &mix)
 {
-    const std::int64_t margin = m_isCorked ? 0 : m_feed->format().frames(overwriteMargin);
     m_renderer.skipTo(readFrame);
-    const std::int64_t from = std::min(readFrame + margin, m_renderer.rendered());
+    const std::int64_t from = std::min(readFrame + m_feed->format().frames(margin), m_renderer.rendered());
     m_renderer.change(from, mix);
     write(from);
     m_isEndNoted = false;

@@ -14,7 +14,7 @@
 ///    answer leads to act(), the one place where frames are written, where the stream is corked and uncorked,
 ///    and where the next look is scheduled.
 /// 3. act() keeps 400 ms queued on the server. A change does not wait for them: it overwrites what is queued,
-///    from 5 ms after the frame the server reads next.
+///    from a little after the frame the server reads next.
 /// 4. A pause fades, lets the silence be heard, and corks the stream then. close() does the same, but drops
 /// the
 ///    stream in the end.
@@ -45,7 +45,7 @@ private:
 
     void act();
     void followServer(const pa_timing_info &info);
-    void changeQueued(std::int64_t readFrame, const Mix &mix);
+    void changeQueued(std::int64_t readFrame, double margin, const Mix &mix);
     void fillQueue(std::int64_t readFrame);
     void write(std::int64_t from);
     void setCorked(bool isCorked);
