@@ -156,6 +156,7 @@ private Q_SLOTS:
         QFETCH(bool, isServerHanging);
         QVERIFY(m_daemon->start());
         QProcess child;
+        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         child.start(QCoreApplication::applicationFilePath(), {u"--play"_s, m_path});
         QVERIFY(child.waitForReadyRead(5000));
         m_daemon->suspend(isServerHanging);
