@@ -47,8 +47,7 @@ void FilePicker::open()
     }
     forgetToolkitState();
     m_dialog = new AudioFileDialog(&m_window, firstFolder());
-    // Queued: the dialog is gone from the screen before the files are read.
-    connect(m_dialog, &QDialog::finished, this, &FilePicker::finish, Qt::QueuedConnection);
+    connect(m_dialog, &QDialog::finished, this, &FilePicker::finish);
     m_dialog->show();
 }
 

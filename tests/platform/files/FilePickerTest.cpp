@@ -109,7 +109,6 @@ private Q_SLOTS:
         open();
         QCOMPARE(dialog()->directoryUrl(), QUrl::fromLocalFile(m_home.filePath(u"Music"_s)));
         m_picker->close();
-        QTRY_COMPARE(m_events.size(), 1);
         QVERIFY(QDir(m_home.path()).rename(u"Music"_s, u"Elsewhere"_s));
         open();
         const QUrl folder = dialog()->directoryUrl();
@@ -141,9 +140,8 @@ private Q_SLOTS:
     {
         open();
         m_picker->close();
-        QTRY_COMPARE(m_events, QStringList({u"closed"_s}));
+        QCOMPARE(m_events, QStringList({u"closed"_s}));
         m_picker->close();
-        QCoreApplication::processEvents();
         QCOMPARE(m_events, QStringList({u"closed"_s}));
     }
 
