@@ -111,6 +111,12 @@ class Desktop:
     def click(self, x, y):
         subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
 
+    def close_window(self, title):
+        """Asks a window to close through the window manager."""
+        search = ["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"]
+        subprocess.run([*search, "windowactivate", "--sync"], check=True)
+        self.key("alt+F4")
+
     def visible_windows(self):
         """How many windows of the program show, menus included."""
         command = ["xdotool", "search", "--onlyvisible", "--class", "lumaverdine"]

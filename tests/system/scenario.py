@@ -27,10 +27,13 @@ class Scenario(unittest.TestCase):
         """Starts the program; ends it with the test. Its window is read with self.window."""
         from window import Window  # needs the desktop's environment
 
+        self.start_unread(**keywords)
+        self.window = Window(self.program)
+
+    def start_unread(self, **keywords):
+        """The same, without a reader of its window."""
         self.program = Program(self.desktop, os.environ["LUMAVERDINE"], **keywords)
         self.addCleanup(self._end_program)
-        self.window = Window(self.program)
-        return self.program
 
     def start_with(self, *names, **keywords):
         """Starts the program and chooses files of the music folder."""

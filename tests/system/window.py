@@ -1,5 +1,7 @@
 """Reads and presses the player's window through the accessibility bus, as assistive technology does."""
 
+import pathlib
+
 import gi
 
 gi.require_version("Atspi", "2.0")
@@ -80,6 +82,15 @@ class Window:
         desktop = Atspi.get_desktop(0)
         for index in range(desktop.get_child_count()):
             application = desktop.get_child_at_index(index)
-            if application and application.get_process_id() == self._process:
+            if application and self._process in (application.get_process_id(), parent_of(application)):
                 return application
         return None
+
+
+def parent_of(application):
+    """The process that started an application, such as a tracer; 0 where it is gone."""
+    try:
+        status = pathlib.Path(f"/proc/{application.get_process_id()}/stat").read_text()
+    except OSError:
+        return 0
+    return int(status.rpartition(")")[2].split()[1])

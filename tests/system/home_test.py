@@ -1,0 +1,49 @@
+"""Nothing is kept: a run in which files were picked and played leaves the home folder as it was."""
+
+import hashlib
+import unittest
+
+from desktop import wait_for
+from scenario import Scenario
+
+
+class Home(Scenario):
+    def tree(self):
+        """Everything below the home folder: kind, size, time of change and content."""
+        tree = {}
+        for path in sorted(self.desktop.home.rglob("*")):
+            status = path.lstat()
+            content = hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else ""
+            tree[str(path)] = (status.st_mode, status.st_size, status.st_mtime_ns, content)
+        return tree
+
+    def test_picking_and_playing_leaves_the_home_as_it_was(self):
+        for name, hertz in (("a.wav", 440), ("b.wav", 660)):
+            self.tone(name, hertz)
+        before = self.tree()
+        self.assertEqual(len(before), 3)
+        self.start_with("a.wav", "b.wav")
+        self.desktop.key("space")
+        self.capture.wait_for_pitch(440)
+        self.window.set_value("Volumen", 0.5)
+        self.program.pick("a.wav", "b.wav")
+        self.desktop.wait_for_window("Lumaverdine")
+        self.desktop.key("ctrl+Right")
+        self.capture.wait_for_pitch(660)
+        self.program.quit()
+        self.assertEqual(self.tree(), before)
+
+    def test_nor_does_a_run_without_a_session_bus(self):
+        before = self.tree()
+        bus = {"DBUS_SESSION_BUS_ADDRESS": ""}
+        self.start_unread(environment=bus)
+        self.desktop.key("ctrl+o")
+        wait_for(lambda: self.desktop.visible_windows() == 2, "the picker")
+        self.desktop.key("Escape")
+        self.desktop.wait_for_window("Lumaverdine")
+        self.program.quit()
+        self.assertEqual(self.tree(), before)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, warnings="ignore")
