@@ -67,10 +67,11 @@ class Desktop:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self, *command, environment=None, **keywords):
-        """Starts a helper that ends with the desktop; its diagnostics go to a log in the folder."""
+        """Starts a process that ends with the desktop, or with this one however it ends; its diagnostics go to a
+        log in the folder."""
         log = open(self.folder / f"{pathlib.Path(command[0]).name}.log", "ab")
         process = subprocess.Popen(
-            [str(word) for word in command],
+            ["setpriv", "--pdeathsig", "TERM", *map(str, command)],
             env=os.environ | (environment or {}),
             stdin=subprocess.DEVNULL,
             stderr=log,
