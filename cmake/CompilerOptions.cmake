@@ -1,6 +1,7 @@
 # Every target of ours links lumaverdine_options: the warnings, the strict Qt definitions, the sanitizers.
 option(LUMAVERDINE_WERROR "Treat warnings as errors" OFF)
 set(LUMAVERDINE_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
+option(LUMAVERDINE_FUZZ "Build the fuzz targets for libFuzzer, which only clang has" OFF)
 
 add_library(lumaverdine_options INTERFACE)
 target_compile_options(lumaverdine_options INTERFACE
@@ -14,4 +15,8 @@ if(LUMAVERDINE_SANITIZE)
     add_compile_options(-fsanitize=${LUMAVERDINE_SANITIZE} -fno-omit-frame-pointer)
     # The sanitizers call dlopen() in our place, so that only an inherited path leads to the decoder module.
     add_link_options(-fsanitize=${LUMAVERDINE_SANITIZE} -Wl,--disable-new-dtags)
+endif()
+if(LUMAVERDINE_FUZZ)
+    # A fuzzer has to see which branches an input takes, and to stop at the first thing that is wrong.
+    add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 endif()
