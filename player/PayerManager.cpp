@@ -3,6 +3,8 @@
 #include "platform/files/FileOrder.h"
 #include "platform/files/LocalFile.h"
 
+#include <QCoreApplication>
+#include <QPointer>
 #include <QRandomGenerator>
 #include <QSet>
 #include <algorithm>
@@ -230,13 +232,16 @@ void PlayerManager::handleEndOfTrack()
 
 void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::optional<Error> &error)
 {
-    const auto handle = [this, error] {
-        isPlaying = false;
-        stopProgressTimer();
+    // Told in any case, also where this player is gone by then.
+    const auto handle = [self = QPointer<PlayerManager>(this), error] {
+        if (self) {
+            self->isPlaying = false;
+            self->stopProgressTimer();
+        }
         if (error)
             printLine(u"Error decodificando el audio:"_s, *error);
     };
-    QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(QCoreApplication::instance(), handle, Qt::QueuedConnection);
 }
 
 // Playlist editing

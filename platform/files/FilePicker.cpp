@@ -1,6 +1,7 @@
 #include "platform/files/FilePicker.h"
 
 #include "platform/files/AudioFileDialog.h"
+#include "platform/files/LocalFile.h"
 
 #include <QSettings>
 #include <QStandardPaths>
@@ -20,7 +21,7 @@ void forgetToolkitState()
 Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
 {
     const auto remote =
-        std::find_if(urls.begin(), urls.end(), [](const QUrl &url) { return !url.isLocalFile(); });
+        std::find_if(urls.begin(), urls.end(), [](const QUrl &url) { return localFilePath(url).isEmpty(); });
     if (remote == urls.end())
         return urls;
     return Error{u"«%1» no es un archivo de este equipo."_s.arg(remote->toDisplayString())};

@@ -27,7 +27,8 @@ Error openingError(int number)
 
 QByteArray localFilePath(const QUrl &url)
 {
-    if (!url.isLocalFile())
+    const bool isHere = url.host().isEmpty() || url.host() == u"localhost"_s;
+    if (!url.isLocalFile() || !isHere)
         return {};
     return QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
 }
@@ -35,12 +36,16 @@ QByteArray localFilePath(const QUrl &url)
 QByteArray standardizedFilePath(const QUrl &url)
 {
     const std::filesystem::path path(localFilePath(url).toStdString());
+    if (path.empty())
+        return url.toEncoded();
     return QByteArray::fromStdString(path.lexically_normal().string());
 }
 
 QString localFileName(const QUrl &url)
 {
     const QByteArray path = localFilePath(url);
+    if (path.isEmpty())
+        return url.fileName();
     return QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1));
 }
 

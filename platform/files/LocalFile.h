@@ -9,11 +9,12 @@
 #include <utility>
 
 /// The path of a file URL as the system's calls take it, byte for byte: also where the name is not valid
-/// UTF-8 or holds '#', '%' or '?'. Empty where the URL does not name a local file.
+/// UTF-8 or holds '#', '%' or '?'. Empty where the URL does not name a file of this machine, as where it
+/// names another host.
 QByteArray localFilePath(const QUrl &url);
 
 /// localFilePath() with '.', '..' and repeated slashes resolved, without looking at the disk: two URLs of the
-/// same file by such spellings have the same.
+/// same file by such spellings have the same. The URL itself where it does not name a file of this machine.
 QByteArray standardizedFilePath(const QUrl &url);
 
 /// The last component of the path as text; bytes that are not UTF-8 show as U+FFFD.

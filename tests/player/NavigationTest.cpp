@@ -273,6 +273,20 @@ private Q_SLOTS:
         QVERIFY2(!changes.wait(600), "the timer is gone");
     }
 
+    void decodeErrorIsToldAlsoAfterTeardown()
+    {
+        FakePlatform platform;
+        const QByteArray written = standardOutputOf([&] {
+            {
+                PlayerManager player(platform.services());
+                player.addFiles({PlayerFixture::url(u"a.mp3"_s)});
+                platform.latest().fail(Error{u"paquete roto"_s});
+            }
+            QCoreApplication::processEvents();
+        });
+        QCOMPARE(written, "Error decodificando el audio: paquete roto\n"_ba);
+    }
+
     void decodeErrorWithoutAnErrorPrintsNothing()
     {
         PlayerFixture f;

@@ -97,6 +97,13 @@ private Q_SLOTS:
         QCOMPARE(f.titles(), u"a"_s);
     }
 
+    void addressesThatAreNotFilesAreAdmittedOneByOne()
+    {
+        PlayerFixture f;
+        f.player.addFiles({QUrl(u"http://a/x.mp3"_s), QUrl(u"http://b/y.mp3"_s), QUrl(u"http://a/x.mp3"_s)});
+        QCOMPARE(f.titles(), u"xy"_s);
+    }
+
     void refusedAccessGrantStillAdmits()
     {
         PlayerFixture f;

@@ -180,6 +180,12 @@ private Q_SLOTS:
             u"«smb://server/a.mp3» no es un archivo de este equipo."_s);
     }
 
+    void fileAddressOfAnotherMachineIsAnErrorToo()
+    {
+        choose(u"file://server/m/a.mp3"_s);
+        QVERIFY(m_results.first().isError());
+    }
+
     void oneAddressOfAnotherMachineFailsTheWholeChoice()
     {
         choose(u"\"file:///m/a.mp3\" \"sftp://host/b.mp3\""_s);

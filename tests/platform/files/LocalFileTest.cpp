@@ -29,6 +29,12 @@ private Q_SLOTS:
 
     void remoteUrlHasNoLocalPath() { QCOMPARE(localFilePath(QUrl(u"https://host/a.mp3"_s)), QByteArray()); }
 
+    void fileOfAnotherHostHasNoLocalPath()
+    {
+        QCOMPARE(localFilePath(QUrl(u"file://host/m/a.mp3"_s)), QByteArray());
+        QCOMPARE(localFilePath(QUrl(u"file://localhost/m/a.mp3"_s)), "/m/a.mp3"_ba);
+    }
+
     void standardizedPathResolvesDots()
     {
         QCOMPARE(standardizedFilePath(QUrl::fromLocalFile(u"/m/./x/..//a.mp3"_s)), QByteArray("/m/a.mp3"));
