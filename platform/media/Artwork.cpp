@@ -10,7 +10,8 @@
 namespace {
 
 constexpr int SideLimit = 16'384;
-constexpr qint64 AreaLimit = 50'000'000; // 200 MB while a PNG of that size is decoded
+constexpr qint64 AreaLimit = 50'000'000;
+constexpr int AllocationLimit = 200; // MB: a PNG of that size while it is decoded
 constexpr qsizetype CacheLimit = 32 << 20;
 
 /// The format as QImageReader names it; empty for all that is not decoded.
@@ -37,6 +38,7 @@ public:
     {
         m_buffer.setData(bytes);
         m_buffer.open(QIODevice::ReadOnly);
+        QImageReader::setAllocationLimit(AllocationLimit);
         m_reader.setAutoDetectImageFormat(false);
         m_reader.setAutoTransform(true);
     }

@@ -33,7 +33,7 @@ std::optional<Frame> adtsFrame(QByteArrayView header)
     return Frame{bytes, 1024 * blocks, rates[rateIndex], 0, static_cast<quint32>(bits >> 32) & 0xFFFE'FC00};
 }
 
-/// Kilobits per second; one row for each of MPEG-1 layer I, II, III, MPEG-2 layer I, II and III.
+/// Kilobits per second; one row for each of MPEG-1 layer I, II, III, MPEG-2 layer I, and its II and III.
 constexpr std::array<std::array<int, 15>, 5> BitRates{{
     {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
     {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},

@@ -1,5 +1,6 @@
 #include "platform/media/Artwork.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QTest>
 #include <malloc.h>
@@ -105,6 +106,19 @@ private Q_SLOTS:
         const long before = peakKilobytes();
         QVERIFY(!Artwork::decode(bytes));
         QVERIFY(peakKilobytes() - before < 4096);
+    }
+
+    void pictureNearTheLimitIsDrawn()
+    {
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        QImage large(7000, 7000, QImage::Format_RGB32);
+        large.fill(Qt::green);
+        QVERIFY(large.save(&buffer, "png"));
+        large = {};
+        const auto artwork = Artwork::decode(bytes);
+        QVERIFY(artwork);
+        QCOMPARE(artwork->scaledToFill({42, 42}).pixelColor(21, 21), QColor(Qt::green));
     }
 
     void damagedBodyGivesANullImage()
