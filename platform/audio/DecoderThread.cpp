@@ -116,8 +116,9 @@ void DecoderThread::finish(std::optional<Error> error)
 void DecoderThread::publishWhenReady()
 {
     FrameFeed &feed = m_playback->feed();
+    const bool isFull = !m_undelivered.samples.empty();
     const bool isReady =
-        m_ring->isFinished() || m_ring->available() >= m_decoder->format().frames(enoughToBegin);
+        isFull || m_ring->isFinished() || m_ring->available() >= m_decoder->format().frames(enoughToBegin);
     if (!feed.isPublished() && isReady) {
         feed.publish();
         m_playback->framesReady();

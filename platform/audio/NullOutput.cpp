@@ -97,7 +97,7 @@ void NullOutput::hear(std::int64_t frame)
     const bool wasEndHeard = isEndHeard();
     while (m_heard < frame) {
         // In steps, so that frames which arrive meanwhile are not late.
-        m_heard = std::min(frame, m_heard + m_renderer.memory() / 4);
+        m_heard = std::min(frame, m_heard + std::max<std::int64_t>(m_renderer.memory() / 4, 1));
         m_renderer.render(std::max<std::int64_t>(m_heard - m_renderer.rendered(), 0));
     }
     if (isEndHeard() && !wasEndHeard)

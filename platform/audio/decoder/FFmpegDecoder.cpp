@@ -16,6 +16,12 @@ namespace {
 constexpr int mostBadPackets = 100;
 constexpr int mostBadSeconds = 2;
 
+// No sound has a lower one; damage has, and a frame of it would become thousands at the player's rate.
+constexpr int lowestRate = 1000;
+
+// Far beyond any track, far from the end of the 64-bit range.
+constexpr std::int64_t farthestFrame = std::int64_t(1) << 52;
+
 // Timestamps of some containers are whole milliseconds, and some are a packet off: only a leap beyond that
 // is a hole in the track.
 constexpr double smallestLeap = 0.25;
@@ -162,8 +168,10 @@ FFmpegDecoder::Step FFmpegDecoder::receiveFrame()
         return Step::End;
     if (result < 0)
         return countDamage();
-    if (m_frame->nb_samples <= 0 || m_frame->sample_rate <= 0)
+    if (m_frame->nb_samples <= 0)
         return Step::Again;
+    if (m_frame->sample_rate < lowestRate)
+        return countDamage();
     m_badPackets = 0;
     m_badTime = 0;
     return Step::Frame;
@@ -187,7 +195,7 @@ FFmpegDecoder::Step FFmpegDecoder::sendPacket()
     correctTimestamp();
     if (m_packet->pts != AV_NOPTS_VALUE)
         m_firstPacketTime = std::min(m_firstPacketTime, m_packet->pts);
-    m_badTime += m_packet->duration;
+    m_badTime += std::clamp<std::int64_t>(m_packet->duration, 0, INT32_MAX);
     result = avcodec_send_packet(m_codec, m_packet);
     av_packet_unref(m_packet);
     return result < 0 && result != AVERROR(EAGAIN) ? countDamage() : Step::Again;
@@ -216,8 +224,10 @@ std::optional<std::int64_t> FFmpegDecoder::framePosition() const
 {
     if (m_frame->best_effort_timestamp == AV_NOPTS_VALUE)
         return std::nullopt;
-    const std::int64_t fromOrigin = m_frame->best_effort_timestamp - m_origin;
-    return av_rescale_q(fromOrigin, m_input->audioStream()->time_base, {1, m_format.rate});
+    const std::int64_t fromOrigin = av_sat_sub64(m_frame->best_effort_timestamp, m_origin);
+    const std::int64_t position =
+        av_rescale_q(fromOrigin, m_input->audioStream()->time_base, {1, m_format.rate});
+    return std::clamp(position, -farthestFrame, farthestFrame);
 }
 
 std::int64_t FFmpegDecoder::chunkFrames() const

@@ -51,6 +51,14 @@ private Q_SLOTS:
         QCOMPARE(DecoderModule::load().value(), DecoderModule::load().value());
     }
 
+    void rateThatNoSoundHasIsRefused()
+    {
+        const std::vector<float> samples(25);
+        for (const int fileRate : {1, 3, 999})
+            QVERIFY(openDecoder(saveWav(samples, 1, fileRate)).isError());
+        QVERIFY(!openDecoder(saveWav(samples, 1, 1000)).isError());
+    }
+
     void everySampleOfAWavArrives_data()
     {
         QTest::addColumn<int>("channels");
