@@ -46,7 +46,7 @@ public:
     /// Decodes ahead so that play() sounds at once; false where that is not possible.
     virtual bool prepareToPlay() = 0;
 
-    /// Starts or resumes; after the end of the track, from its current position. False where nothing will
+    /// Starts or resumes; after the end of the track, from its start. False where nothing will
     /// sound.
     virtual bool play() = 0;
 

@@ -281,7 +281,7 @@ void PulseStream::noteEnd()
 /// Looks again when there is something to do next.
 void PulseStream::schedule()
 {
-    if (m_isCorked || m_state != AudioOutput::State::Ready)
+    if (m_isCorked || m_state != AudioOutput::State::Ready || isSuspended())
         return;
     const pa_usec_t now = pa_rtclock_now();
     pa_usec_t next = now + (m_clock.isMoving() ? usualLook : startingLook);
@@ -301,10 +301,18 @@ void PulseStream::schedule()
         m_timer = pa_context_rttime_new(context, next, due, this);
 }
 
+/// Whether the sink plays nothing at all until further notice.
+bool PulseStream::isSuspended() const
+{
+    return pa_stream_is_suspended(m_stream) > 0;
+}
+
 bool PulseStream::isSilenceHeard() const
 {
+    if (m_isCorked || isSuspended())
+        return !m_isCorked;
     const std::int64_t silent = m_renderer.fadeEnd() + m_feed->format().frames(corkMargin);
-    return !m_isCorked && (heardFrame() >= std::min(silent, m_renderer.rendered()));
+    return heardFrame() >= std::min(silent, m_renderer.rendered());
 }
 
 bool PulseStream::isEndHeard() const

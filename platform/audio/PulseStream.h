@@ -53,6 +53,7 @@ private:
     void schedule();
 
     [[nodiscard]] bool shallSound() const { return m_mix.isPlaying && !m_isHeld && !m_isClosing; }
+    [[nodiscard]] bool isSuspended() const;
     [[nodiscard]] bool isSilenceHeard() const;
     [[nodiscard]] bool isEndHeard() const;
     [[nodiscard]] std::int64_t heardFrame() const;
