@@ -222,6 +222,7 @@ QWidget *ContentView::volumeSlider()
 QString ContentView::volumeSymbol() const
 {
     const double volume = m_player.volume();
+    // Nothing is taken for granted: what is below 0, or not a number, shows all waves.
     if (volume == 0)
         return u"speaker.slash.fill"_s;
     if (volume >= 0 && volume < 0.34)

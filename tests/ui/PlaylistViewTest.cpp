@@ -3,9 +3,11 @@
 #include "ui/PlaylistRowGeometry.h"
 
 #include <QContextMenuEvent>
+#include <QFile>
 #include <QMenu>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +23,8 @@ struct ListFixture : ViewFixture {
     {
         return list.model()->index(number, 0).data(PlaylistModel::RowRole).value<PlaylistRow>();
     }
+
+    [[nodiscard]] QRect coverOf(int number) const { return PlaylistRowGeometry(row(number), 0, 0, 0).cover; }
 
     [[nodiscard]] QPoint menuOf(int number) const { return playlistRowMenu(row(number)).center(); }
 
@@ -84,6 +88,40 @@ private Q_SLOTS:
         QCOMPARE(second.artist, u"Artista desconocido"_s);
         QCOMPARE(second.length, u"3:05"_s);
         QCOMPARE(second.number, 2);
+    }
+
+    void wideCoverIsCroppedEvenlyToItsSquare()
+    {
+        ListFixture f;
+        f.add("ab");
+        QFile file(QStringLiteral(TEST_MEDIA "/halves.jpg"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const auto halves = Artwork::decode(file.readAll()); // wide; red on the left, blue on the right
+        f.changeTrack(1, [&](Track &track) { track.artwork = halves; });
+        f.render();
+        const QImage list = f.list.viewport()->grab().toImage();
+        const QRect cover = f.coverOf(1);
+        QVERIFY(list.pixelColor(cover.left() + 3, cover.center().y()).red() > 200);
+        QVERIFY(list.pixelColor(cover.center().x() - 4, cover.center().y()).red() > 200);
+        QVERIFY(list.pixelColor(cover.center().x() + 4, cover.center().y()).blue() > 200);
+        QVERIFY(list.pixelColor(cover.right() - 3, cover.center().y()).blue() > 200);
+        QVERIFY2(list.pixelColor(cover.topLeft()).blue() == list.pixelColor(cover.topLeft()).red(),
+            "the corner is rounded off");
+    }
+
+    void withoutACoverANoteStandsOnAFaintSquare()
+    {
+        ListFixture f;
+        f.add("ab");
+        const QImage list = f.list.viewport()->grab().toImage();
+        const QRect cover = f.coverOf(1);
+        const int square = list.pixelColor(cover.left() + 4, cover.center().y()).lightness();
+        const int around = list.pixelColor(cover.left() - 4, cover.center().y()).lightness();
+        QVERIFY(square < around && square > around - 40);
+        int darkest = 255;
+        for (int x = cover.left(); x <= cover.right(); ++x)
+            darkest = std::min(darkest, list.pixelColor(x, cover.center().y()).lightness());
+        QVERIFY(darkest < square - 60);
     }
 
     void currentRowIsMarkedByWhetherItPlays()

@@ -2,6 +2,8 @@
 #include "ui/controls/PlayButton.h"
 #include "ui/controls/SymbolButton.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -66,15 +68,16 @@ private Q_SLOTS:
             QVERIFY2(!button(f, name).isEnabled(), qPrintable(name));
     }
 
-    void disabledOneIsDimmed()
+    void disabledOneIsDrawnAtTwoFifths()
     {
         ViewFixture f;
-        const auto darkness = [&f] {
-            return 255 - button(f, u"Reproducir"_s).grab().toImage().pixelColor(29, 4).lightness();
-        };
-        const int dimmed = darkness();
+        const QPoint circle = f.place(button(f, u"Reproducir"_s)).center() + QPoint(0, -24);
+        const QPoint beside = circle - QPoint(0, 8);
+        const auto lightness = [&f](
+                                   QPoint at) { return f.view.grab().toImage().pixelColor(at).lightnessF(); };
+        const double dimmed = lightness(circle);
         f.add("a");
-        QVERIFY(dimmed < darkness() / 2);
+        QVERIFY(std::abs(dimmed - (0.4 * lightness(circle) + 0.6 * lightness(beside))) < 0.02);
     }
 
     void shuffleAndRepeatFlipIndependently()
