@@ -8,8 +8,7 @@
 
 /// A run of decoded sound.
 struct DecodedFrames {
-    std::span<const float>
-        samples; ///< interleaved; valid until the next call of the decoder; empty at the end
+    std::span<const float> samples; ///< interleaved; valid until the next call; empty at the end
     std::int64_t position = 0; ///< of the first frame, in frames from the start of the track
 };
 

@@ -34,8 +34,7 @@ public:
     /// What was heard at an output frame.
     struct Position {
         double seconds = 0; ///< in the track
-        std::uint32_t generation =
-            0; ///< of the request of a position that the frame answers; 0 before the first
+        std::uint32_t generation = 0; ///< of the request that the frame answers; 0 before the first
     };
 
     explicit Renderer(std::shared_ptr<FrameFeed> feed);
