@@ -1,4 +1,5 @@
 #include "app/LumaverdineApp.h"
+#include "app/PlainMenuBarStyle.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -28,6 +29,7 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(u"lumaverdine"_s);
     QApplication::setDesktopFileName(u"lumaverdine"_s);
     QApplication application(argc, argv);
+    QApplication::setStyle(new PlainMenuBarStyle);
     QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s));
 
     // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.
