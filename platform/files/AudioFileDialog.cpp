@@ -1,5 +1,7 @@
 #include "platform/files/AudioFileDialog.h"
 
+#include "platform/files/NameOnlyIconProvider.h"
+
 #include <QDialogButtonBox>
 #include <QLineEdit>
 #include <QMimeDatabase>
@@ -19,6 +21,13 @@ QString audioFilter()
     }
     patterns.removeDuplicates();
     return u"Archivos de audio (%1)"_s.arg(patterns.join(u' '));
+}
+
+/// Never destroyed: the thread that lists folders may use it as long as any dialog lives.
+NameOnlyIconProvider *nameOnlyIcons()
+{
+    static auto *const provider = new NameOnlyIconProvider;
+    return provider;
 }
 
 bool isAddress(const QString &text)
@@ -62,6 +71,7 @@ AudioFileDialog::AudioFileDialog(QWidget *parent, const QUrl &folder)
     setOption(QFileDialog::HideNameFilterDetails);
     setOption(QFileDialog::ReadOnly);
     setNameFilter(audioFilter());
+    setIconProvider(nameOnlyIcons());
     setDirectoryUrl(folder);
 }
 
@@ -83,7 +93,9 @@ void AudioFileDialog::accept()
 void AudioFileDialog::showEvent(QShowEvent *event)
 {
     QFileDialog::showEvent(event);
-    if (const auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s)) {
+    if (auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s)) {
+        // The list of completions takes keys that come while it opens or closes.
+        nameField->setCompleter(nullptr);
         connect(nameField, &QLineEdit::textChanged, this, &AudioFileDialog::enableForAddresses,
             Qt::UniqueConnection);
     }

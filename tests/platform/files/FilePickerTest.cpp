@@ -10,7 +10,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <QTreeView>
 #include <memory>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -247,6 +250,32 @@ private Q_SLOTS:
         for (const auto &name : {u"jpg"_s, u"png"_s, u"mp4"_s, u"mkv"_s, u"txt"_s})
             QVERIFY2(!globs.contains(u"*."_s + name), qPrintable(name));
         QVERIFY(!globs.contains(u"*"_s));
+    }
+
+    void aTypedPathOfAFileThatIsListedIsDelivered()
+    {
+        choose(path(u"b.mp3"_s));
+        open();
+        type(path(u"a.mp3"_s));
+        QTRY_COMPARE(m_results.size(), 2);
+        QCOMPARE(m_results.last().value(), QList<QUrl>({url(u"a.mp3"_s)}));
+    }
+
+    void listingAFolderReadsNoFile()
+    {
+        addFile(u"unknown"_s);
+        const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        for (const auto &name : {u"a.mp3"_s, u"picture.jpg"_s, u"unknown"_s})
+            QVERIFY(inotify_add_watch(watch, path(name).toUtf8().constData(), IN_OPEN) >= 0);
+        open();
+        const auto *list = dialog()->findChild<QTreeView *>();
+        QTRY_VERIFY(list && list->model()->rowCount(list->rootIndex()) >= 3);
+        const QModelIndex first = list->model()->index(0, 2, list->rootIndex());
+        QTRY_COMPARE(first.data().toString(), u"Carpeta"_s);
+        char events[4096];
+        QCOMPARE(read(watch, events, sizeof events), -1);
+        close(watch);
+        QVERIFY(QFile::remove(path(u"unknown"_s)));
     }
 
     void writesNothingToTheHome()
