@@ -33,6 +33,8 @@ int main(int argc, char *argv[])
     QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s));
 
     // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.
+    if (QLocale().language() != QLocale::Spanish)
+        QLocale::setDefault(QLocale(QLocale::Spanish));
     QTranslator spanish;
     if (spanish.load(u"qtbase_es"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&spanish);
