@@ -121,6 +121,22 @@ private Q_SLOTS:
         QVERIFY(f.find<MenuButton>(u"Más opciones"_s)->menu().isVisible());
     }
 
+    void entriesOfTheOptionsMenuCanBeReadFromOutside()
+    {
+        ViewFixture f;
+        QAccessibleInterface *options =
+            QAccessible::queryAccessibleInterface(f.find<QAbstractButton>(u"Más opciones"_s));
+        QCOMPARE(options->childCount(), 1);
+        QAccessibleInterface *menu = options->child(0);
+        QCOMPARE(menu->role(), QAccessible::PopupMenu);
+        QCOMPARE(options->indexOfChild(menu), 0);
+        QAccessibleInterface *clear = menu->child(0);
+        QCOMPARE(clear->text(QAccessible::Name), u"Eliminar todas las canciones"_s);
+        QVERIFY(clear->state().disabled);
+        f.add("a");
+        QVERIFY(!clear->state().disabled);
+    }
+
     void shuffleCanBeToggledFromOutside()
     {
         ViewFixture f;

@@ -126,6 +126,20 @@ private Q_SLOTS:
         QCOMPARE(f.slider.value(), 100);
     }
 
+    void stepsStayOnRoundNumbers()
+    {
+        SliderFixture f;
+        f.slider.setMaximum(1);
+        f.slider.setSteps(0.05, 0.2);
+        f.slider.setValue(0.5);
+        QTest::keyClick(&f.slider, Qt::Key_PageUp);
+        QTest::keyClick(&f.slider, Qt::Key_PageDown);
+        QVERIFY(f.slider.value() == 0.5);
+        for (int i = 0; i < 7; ++i)
+            f.turnWheel(120);
+        QVERIFY(f.slider.value() == 0.85);
+    }
+
     void spaceAndShortcutsAreLeftToOthers()
     {
         SliderFixture f;

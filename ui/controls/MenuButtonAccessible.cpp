@@ -2,6 +2,8 @@
 
 #include "ui/controls/MenuButton.h"
 
+#include <QMenu>
+
 MenuButtonAccessible::MenuButtonAccessible(MenuButton &button)
     : QAccessibleWidget(&button, QAccessible::ButtonMenu)
     , m_button(button)
@@ -13,6 +15,16 @@ QAccessible::State MenuButtonAccessible::state() const
     QAccessible::State state = QAccessibleWidget::state();
     state.hasPopup = true;
     return state;
+}
+
+QAccessibleInterface *MenuButtonAccessible::child(int index) const
+{
+    return index == 0 ? QAccessible::queryAccessibleInterface(&m_button.menu()) : nullptr;
+}
+
+int MenuButtonAccessible::indexOfChild(const QAccessibleInterface *child) const
+{
+    return child && child->object() == &m_button.menu() ? 0 : -1;
 }
 
 QStringList MenuButtonAccessible::actionNames() const

@@ -138,24 +138,31 @@ void Slider::wheelEvent(QWheelEvent *event)
     const int steps = m_wheelRemainder / QWheelEvent::DefaultDeltasPerStep;
     m_wheelRemainder %= QWheelEvent::DefaultDeltasPerStep;
     if (steps != 0)
-        edit(m_value + steps * m_step);
+        edit(valueAfter(steps * m_step));
 }
 
 // Keyboard
+
+/// Sums of steps stay on the decimal numbers that a reader expects: 0.5 and not 0.49999999999999994.
+double Slider::valueAfter(double change) const
+{
+    constexpr double precision = 1e6;
+    return std::round((m_value + change) * precision) / precision;
+}
 
 std::optional<double> Slider::valueAfterKey(int key) const
 {
     switch (key) {
     case Qt::Key_Right:
     case Qt::Key_Up:
-        return m_value + m_step;
+        return valueAfter(m_step);
     case Qt::Key_Left:
     case Qt::Key_Down:
-        return m_value - m_step;
+        return valueAfter(-m_step);
     case Qt::Key_PageUp:
-        return m_value + m_pageStep;
+        return valueAfter(m_pageStep);
     case Qt::Key_PageDown:
-        return m_value - m_pageStep;
+        return valueAfter(-m_pageStep);
     case Qt::Key_Home:
         return 0;
     case Qt::Key_End:

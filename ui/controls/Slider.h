@@ -61,6 +61,7 @@ private:
     [[nodiscard]] double shownFraction() const; ///< from 0 to 1, also for a value out of range
     [[nodiscard]] double thumbCenter() const;
     [[nodiscard]] double valueAt(double x) const;
+    [[nodiscard]] double valueAfter(double change) const;
     [[nodiscard]] std::optional<double> valueAfterKey(int key) const;
     void begin();
     void moveTo(double value);
