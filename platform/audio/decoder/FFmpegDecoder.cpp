@@ -184,8 +184,10 @@ FFmpegDecoder::Step FFmpegDecoder::sendPacket()
     int result = m_input->readPacket(m_packet);
     if (result == AVERROR_INVALIDDATA)
         return countDamage();
-    if (m_input->hasReadError())
+    if (m_input->hasReadError()) {
+        av_packet_unref(m_packet);
         return Step::Failed;
+    }
     if (result < 0) {
         // Truncation and the stop flag end the track as its end does.
         m_isDrained = true;
@@ -270,13 +272,14 @@ double FFmpegDecoder::firstRunUp(std::int64_t frame) const
 bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp)
 {
     const AVRational timeBase = m_input->audioStream()->time_base;
-    const std::int64_t target = m_origin + av_rescale_q(frame, {1, m_format.rate}, timeBase);
-    const std::int64_t start = target - std::int64_t(runUp / av_q2d(timeBase));
+    const std::int64_t target = av_sat_add64(m_origin, av_rescale_q(frame, {1, m_format.rate}, timeBase));
+    const std::int64_t start = av_sat_sub64(target, std::int64_t(runUp / av_q2d(timeBase)));
     return seekContainer(std::max(start, m_firstPacketTime)) && decodeUntil(frame);
 }
 
 bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
 {
+    m_input->forgetReadError();
     const int stream = m_input->audioStream()->index;
     if (avformat_seek_file(m_input->format(), stream, INT64_MIN, timestamp, timestamp, 0) < 0)
         return false;

@@ -1,7 +1,6 @@
 #include "platform/audio/decoder/FFmpegInput.h"
 
 #include <cerrno>
-#include <cmath>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +15,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int bufferSize = 32 * 1024;
+constexpr double longestDuration = 1e8; // seconds; more than that is damage
 
 // Audio containers only. Left out on purpose: playlists and anything else that refers to other files
 // (hls, dash, concat, sdp, rtp), images, trackers, generators, devices, subtitles.
@@ -110,7 +110,7 @@ std::optional<double> FFmpegInput::duration() const
         seconds = double(m_audioStream->duration) * av_q2d(m_audioStream->time_base);
     else if (m_format->duration != AV_NOPTS_VALUE)
         seconds = double(m_format->duration) / AV_TIME_BASE;
-    if (!std::isfinite(seconds) || seconds <= 0)
+    if (!(seconds > 0 && seconds <= longestDuration))
         return std::nullopt;
     return seconds;
 }
@@ -133,6 +133,12 @@ int FFmpegInput::readPacket(AVPacket *packet)
             return result;
         av_packet_unref(packet);
     }
+}
+
+void FFmpegInput::forgetReadError()
+{
+    m_readErrorNumber = 0;
+    m_io->error = 0;
 }
 
 bool FFmpegInput::isStopped() const

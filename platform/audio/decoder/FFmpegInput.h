@@ -31,7 +31,7 @@ public:
     [[nodiscard]] AVFormatContext *format() { return m_format; }
     [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
 
-    /// Length in seconds, finite and not negative; nothing where the container does not tell.
+    /// Length in seconds, not negative and at most three years; nothing where the container does not tell.
     [[nodiscard]] std::optional<double> duration() const;
 
     /// Whether duration() was estimated from the bit rate.
@@ -45,6 +45,9 @@ public:
     /// Whether the medium, rather than the file's content, has failed.
     [[nodiscard]] bool hasReadError() const { return m_readErrorNumber != 0; }
     [[nodiscard]] int readErrorNumber() const { return m_readErrorNumber; }
+
+    /// Gives the medium another chance.
+    void forgetReadError();
 
 private:
     FFmpegInput(FileDescriptor file, StopFlag stop);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QByteArray>
+#include <atomic>
+
+/// Makes one file of a test look as if it lay on a medium that fails or never answers. A program that links
+/// this has its reads by pread() looked at on their way to the system; all other files are read as ever.
+class FaultyMedium {
+public:
+    enum class Fault {
+        None,
+        Error, ///< EIO
+        Silence, ///< no answer until the fault is gone
+    };
+
+    /// From now on the file at `path` is the one; one at a time.
+    explicit FaultyMedium(const QByteArray &path);
+    ~FaultyMedium();
+    FaultyMedium(const FaultyMedium &) = delete;
+    FaultyMedium &operator=(const FaultyMedium &) = delete;
+
+    /// Of all reads from now on that begin behind `offset`; a read that waits goes on where it can.
+    void set(Fault fault, long offset = 0);
+
+    /// Reads that met with a fault so far.
+    [[nodiscard]] int faults() const;
+};
