@@ -21,13 +21,19 @@ QProcessEnvironment toolEnvironment()
     return environment;
 }
 
-bool serverAnswers()
+std::optional<QString> runPactl(const QStringList &words)
 {
     QProcess pactl;
     pactl.setProcessEnvironment(toolEnvironment());
-    pactl.start(u"pactl"_s, {u"info"_s});
-    return pactl.waitForFinished(patience) && pactl.exitStatus() == QProcess::NormalExit
+    pactl.start(u"pactl"_s, words);
+    const bool isDone = pactl.waitForFinished(patience) && pactl.exitStatus() == QProcess::NormalExit
         && pactl.exitCode() == 0;
+    return isDone ? std::optional(QString::fromUtf8(pactl.readAllStandardOutput()).trimmed()) : std::nullopt;
+}
+
+bool serverAnswers()
+{
+    return runPactl({u"info"_s}).has_value();
 }
 
 } // namespace
@@ -74,17 +80,22 @@ void PulseDaemon::suspend(bool isSuspended)
     ::kill(pid_t(m_process.processId()), isSuspended ? SIGSTOP : SIGCONT);
 }
 
+std::optional<QString> PulseDaemon::order(const QStringList &words)
+{
+    return runPactl(words);
+}
+
 Capture::~Capture()
 {
     m_process.kill();
     m_process.waitForFinished(patience);
 }
 
-bool Capture::start()
+bool Capture::start(const QString &sink)
 {
     m_process.setProcessEnvironment(toolEnvironment());
     m_process.start(u"parec"_s,
-        {u"-d"_s, u"test.monitor"_s, u"--format=float32le"_s, u"--rate=48000"_s, u"--channels=2"_s,
+        {u"-d"_s, sink + u".monitor"_s, u"--format=float32le"_s, u"--rate=48000"_s, u"--channels=2"_s,
             u"--latency-msec=10"_s, u"--raw"_s});
     return m_process.waitForStarted(patience) && record(0.05);
 }

@@ -4,6 +4,7 @@
 #include <QTemporaryDir>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 /// A sound server of the test's own, with a null sink and no card, whose sound can be captured. While it
@@ -22,6 +23,9 @@ public:
     /// Stops and continues the server's process.
     void suspend(bool isSuspended);
 
+    /// Gives the server an order in the words of pactl; answers what that prints, nothing where it fails.
+    [[nodiscard]] std::optional<QString> order(const QStringList &words);
+
     [[nodiscard]] QString socket() const { return m_folder.filePath(QStringLiteral("native")); }
 
 private:
@@ -37,8 +41,8 @@ public:
     Capture() = default;
     ~Capture();
 
-    /// Whether sound, be it silence, has begun to arrive.
-    bool start();
+    /// Whether sound, be it silence, has begun to arrive from that null sink.
+    bool start(const QString &sink = QStringLiteral("test"));
 
     /// Waits until `seconds` more have been captured; false where they do not come in time.
     bool record(double seconds);

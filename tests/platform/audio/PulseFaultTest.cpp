@@ -144,6 +144,55 @@ private Q_SLOTS:
         QVERIFY(heardPlace(0.5) > 0);
     }
 
+    void serverThatHangsForTenSecondsIsFollowedWhenItGoesOn()
+    {
+        QVERIFY(m_daemon->start());
+        m_player->play();
+        QTRY_VERIFY(m_player->currentTime() > 0.5);
+        m_daemon->suspend(true);
+        const double hung = m_player->currentTime();
+        QElapsedTimer hang;
+        QElapsedTimer call;
+        hang.start();
+        qint64 slowest = 0;
+        while (hang.elapsed() < 10'000) {
+            call.start();
+            m_player->setVolume(float(hang.elapsed() % 7) / 7);
+            QVERIFY(m_player->isPlaying());
+            QVERIFY(m_player->currentTime() < hung + 0.6);
+            slowest = std::max(slowest, call.elapsed());
+            QTest::qWait(50);
+        }
+        m_player->setVolume(1);
+        qInfo("slowest answer %lld ms", slowest);
+        QVERIFY(slowest < 100);
+        m_daemon->suspend(false);
+        QTRY_VERIFY(m_player->currentTime() > hung + 1);
+        const double place = heardPlace(0.6);
+        QVERIFY2(place > hung && place < hung + 5, qPrintable(u"%1 %2"_s.arg(place).arg(hung)));
+        m_player->pause();
+        m_player->setCurrentTime(12);
+        QVERIFY(m_player->play());
+        QTRY_VERIFY(m_player->currentTime() > 12.1); // once it no longer crosses over from the old place
+        const double sought = heardPlace(0.6);
+        QVERIFY2(sought > 12 && sought < 13, qPrintable(QString::number(sought)));
+    }
+
+    void serverThatIsGoneForGoodPausesAndIsFoundByTheNextPlay()
+    {
+        QVERIFY(m_daemon->start());
+        m_player->play();
+        QTRY_VERIFY(m_player->currentTime() > 0.5);
+        m_daemon->kill();
+        QTest::ignoreMessage(QtWarningMsg, "The sound server has gone away: paused.");
+        QTRY_VERIFY_WITH_TIMEOUT(!m_player->isPlaying(), 20'000);
+        const double paused = m_player->currentTime();
+        QVERIFY(m_daemon->start());
+        QVERIFY(m_player->play());
+        const double place = heardPlace(0.6);
+        QVERIFY2(place > paused - 0.05 && place < paused + 1, qPrintable(QString::number(place)));
+    }
+
     void processEndsSoon_data()
     {
         QTest::addColumn<bool>("isServerHanging");

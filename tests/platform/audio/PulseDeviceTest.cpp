@@ -1,0 +1,162 @@
+#include "platform/audio/AudioPlayer.h"
+#include "tests/platform/audio/PulseDaemon.h"
+#include "tests/platform/audio/WavFile.h"
+
+#include <QTest>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double length = 30; // of the track, in seconds
+
+} // namespace
+
+/// Devices of the sound server that come, go and sleep while a track plays.
+class PulseDeviceTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    QString m_path;
+    std::unique_ptr<PulseDaemon> m_daemon;
+    std::unique_ptr<AudioPlayer> m_player;
+
+    bool obeys(const QStringList &words) { return m_daemon->order(words).has_value(); }
+
+    /// Answers the number of the module that makes the sink; empty where there is none.
+    QString addSink(const QString &name)
+    {
+        const QStringList words{u"load-module"_s, u"module-null-sink"_s, u"sink_name="_s + name,
+            u"rate=48000"_s, u"channels=2"_s, u"format=float32le"_s, u"norewinds=1"_s};
+        return m_daemon->order(words).value_or(QString());
+    }
+
+    /// The first place of the track that is heard on `sink`, or less than 0 for silence.
+    double heardPlace(const QString &sink)
+    {
+        Capture capture;
+        if (!capture.start(sink) || !capture.record(0.6))
+            return -1;
+        for (std::int64_t frame = 0; frame < capture.frames(); ++frame) {
+            if (std::abs(capture.right(frame) - 0.8F) < 1e-4F)
+                return (double(capture.left(frame)) - 0.2) / 0.6 * length;
+        }
+        return -1;
+    }
+
+    /// Whether the track is heard on `sink` a little after `before`, at the place that the player tells.
+    bool soundsOn(const QString &sink, double before)
+    {
+        const double place = heardPlace(sink);
+        const double after = m_player->currentTime();
+        qInfo("%.3f is heard between %.3f and %.3f", place, before, after);
+        return place >= before - 0.05 && place <= after + 0.05 && after < before + 4;
+    }
+
+    /// Whether the position comes to rest.
+    bool standsStill()
+    {
+        double last = -1;
+        return QTest::qWaitFor([&] {
+            const double former = std::exchange(last, m_player->currentTime());
+            QTest::qWait(200);
+            return m_player->currentTime() == last && former != -1;
+        });
+    }
+
+    void verifyPauseAndPlayOn(const QString &sink)
+    {
+        m_player->pause();
+        QVERIFY(standsStill());
+        QVERIFY(heardPlace(sink) < 0);
+        const double paused = m_player->currentTime();
+        QVERIFY(m_player->play());
+        QVERIFY(soundsOn(sink, paused));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_path = m_folder.filePath(u"sound.wav"_s);
+        const auto samples = WavFile::positionCodedSamples(Capture::rate, length);
+        QVERIFY(WavFile::save(m_path, WavFile::encoded(samples, Capture::rate, 2)));
+    }
+
+    void init()
+    {
+        m_daemon = std::make_unique<PulseDaemon>();
+        QVERIFY(m_daemon->start());
+        m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+        QVERIFY(m_player->play());
+        QTRY_VERIFY(m_player->currentTime() > 0.5);
+    }
+
+    void cleanup()
+    {
+        m_player.reset();
+        m_daemon.reset();
+    }
+
+    void soundMovesWhereItsDeviceIsRemoved()
+    {
+        const QString module = addSink(u"other"_s);
+        QVERIFY(obeys({u"set-default-sink"_s, u"other"_s}));
+        QVERIFY(heardPlace(u"other"_s) > 0);
+        const double before = m_player->currentTime();
+        QVERIFY(obeys({u"unload-module"_s, module}));
+        QVERIFY(soundsOn(u"test"_s, before));
+        QVERIFY(m_player->isPlaying());
+        verifyPauseAndPlayOn(u"test"_s);
+    }
+
+    void soundReturnsWithADeviceWhereThereWasNone()
+    {
+        QVERIFY(obeys({u"unload-module"_s, u"module-null-sink"_s}));
+        QVERIFY(standsStill());
+        QVERIFY(m_player->isPlaying());
+        const double held = m_player->currentTime();
+        QVERIFY(!addSink(u"other"_s).isEmpty());
+        QTRY_VERIFY(m_player->currentTime() > held);
+        QVERIFY(soundsOn(u"other"_s, held));
+        verifyPauseAndPlayOn(u"other"_s);
+    }
+
+    void soundFollowsTheDefaultDevice()
+    {
+        QVERIFY(!addSink(u"other"_s).isEmpty());
+        const double before = m_player->currentTime();
+        QVERIFY(obeys({u"set-default-sink"_s, u"other"_s}));
+        QVERIFY(soundsOn(u"other"_s, before));
+        QVERIFY(heardPlace(u"test"_s) < 0);
+        verifyPauseAndPlayOn(u"other"_s);
+    }
+
+    void sleepingDeviceHoldsThePosition()
+    {
+        QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"1"_s}));
+        QVERIFY(standsStill());
+        QVERIFY(m_player->isPlaying());
+        const double held = m_player->currentTime();
+        QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"0"_s}));
+        QVERIFY(soundsOn(u"test"_s, held));
+        verifyPauseAndPlayOn(u"test"_s);
+    }
+
+    void pauseWhileTheDeviceSleepsIsHeardWhenItWakes()
+    {
+        QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"1"_s}));
+        QVERIFY(standsStill());
+        m_player->pause();
+        const double paused = m_player->currentTime();
+        QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"0"_s}));
+        QVERIFY(heardPlace(u"test"_s) < 0);
+        QVERIFY(std::abs(m_player->currentTime() - paused) < 0.05);
+        QVERIFY(m_player->play());
+        QVERIFY(soundsOn(u"test"_s, paused));
+    }
+};
+
+QTEST_GUILESS_MAIN(PulseDeviceTest)
+#include "PulseDeviceTest.moc"
