@@ -57,7 +57,8 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
     // A pause is heard until its fade is over, and goes on from there.
     const bool isPause = m_mix.isPlaying && !mix.isPlaying && !isNewPlace;
     const std::int64_t turn = isPause ? frame + fade : frame;
-    m_cursor = m_cursors.at(turn);
+    // Never back to the place before, also where that was still to be heard at the frame.
+    m_cursor = std::max(m_cursors.at(turn), m_placeStart);
     if (isNewPlace)
         adoptPublished();
     // The very start of a track is heard as it is.
@@ -170,6 +171,7 @@ void Renderer::adoptPublished()
         return;
     m_ring = ring;
     m_end.reset();
+    m_placeStart = m_taken;
     m_cursor = m_taken;
     m_track.append({m_taken, ring->start(), true, ring->generation()});
 }

@@ -104,6 +104,7 @@ private:
     // Frames taken from the ring are numbered on through all rings; the cursor is the next one to be heard.
     std::int64_t m_cursor = 0;
     std::int64_t m_taken = 0;
+    std::int64_t m_placeStart = 0; ///< cursor of the first frame from the present ring
     PositionMap m_cursors; ///< output frame to cursor
     PositionMap m_track; ///< cursor to track frame, tagged with the generation
 

@@ -237,6 +237,20 @@ private Q_SLOTS:
         QCOMPARE(gainAt(1000 + fade), 0.0);
         verifyNoStep(1.01 / fade);
     }
+
+    void changeThatReachesBackBeforeASeekStaysAtItsTarget()
+    {
+        offer(0, 40000);
+        change({true, 1});
+        hear(5000);
+        offer(60000, 30000);
+        change({true, 1});
+        m_renderer->change(m_heard - 1, {true, 0.5F});
+        hear(queue + 1000);
+        QVERIFY(placeAt(m_heard - 1) > 60000);
+        for (std::int64_t frame = 6000; frame < m_heard; ++frame)
+            QVERIFY2(placeAt(frame) > 60000, qPrintable(QString::number(frame)));
+    }
 };
 
 QTEST_GUILESS_MAIN(SoundRendererTest)
