@@ -91,6 +91,7 @@ void PulseStream::handleConnected(pa_context *context)
     if (m_stream || m_state == AudioOutput::State::Failed)
         return;
     if (!connectStream(context))
+    m_askedAt = pa_rtclock_now();
         fail();
 }
 
@@ -197,7 +198,8 @@ void PulseStream::act()
     if (!info || info->read_index_corrupt)
         return schedule();
     followServer(*info);
-    const std::int64_t readFrame = std::max<std::int64_t>(info->read_index, 0) / m_frameSize;
+    const std::int64_t readFrame =
+        std::max<std::int64_t>(info->read_index, 0) / m_frameSize + framesSince(*info);
     const double margin =
         std::min(overwriteMargin + double(info->configured_sink_usec) / 1e6, longestOverwriteMargin);
     const Mix mix{shallSound(), m_mix.gain};
@@ -218,9 +220,8 @@ void PulseStream::act()
 
 void PulseStream::followServer(const pa_timing_info &info)
 {
-    const AudioFormat format = m_feed->format();
-    const std::int64_t latency = std::int64_t(info.sink_usec) - std::int64_t(info.transport_usec);
-    const std::int64_t heard = info.read_index / m_frameSize - latency * format.rate / 1'000'000;
+    const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
+    const std::int64_t heard = info.read_index / m_frameSize - latency + framesSince(info);
     const bool isMoving = info.playing && !m_isCorked;
     if (isMoving)
         m_clock.set(pa_rtclock_now(), heard, true);
@@ -248,6 +249,15 @@ void PulseStream::fillQueue(std::int64_t readFrame)
     m_renderer.render(target - from);
     write(from);
 }
+/// How far the server has moved on since it answered: on a busy machine its answer is old when it is read.
+std::int64_t PulseStream::framesSince(const pa_timing_info &info) const
+{
+    if (!info.playing || m_isCorked)
+        return 0;
+    const auto age = std::int64_t(pa_rtclock_now() - m_askedAt) - std::int64_t(info.transport_usec);
+    return std::max<std::int64_t>(age, 0) * m_feed->format().rate / 1'000'000;
+}
+
 
 void PulseStream::write(std::int64_t from)
 {

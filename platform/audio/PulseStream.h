@@ -45,6 +45,7 @@ private:
 
     void act();
     void followServer(const pa_timing_info &info);
+    [[nodiscard]] std::int64_t framesSince(const pa_timing_info &info) const;
     void changeQueued(std::int64_t readFrame, double margin, const Mix &mix);
     void fillQueue(std::int64_t readFrame);
     void write(std::int64_t from);
@@ -71,5 +72,6 @@ private:
     pa_operation *m_question = nullptr; ///< whose answer is on its way
     bool m_isHeld = false; ///< whether the server has asked for a pause, as during a call
     bool m_isClosing = false;
+    pa_usec_t m_askedAt = 0;
     bool m_isEndNoted = false;
 };
