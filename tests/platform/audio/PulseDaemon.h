@@ -7,11 +7,13 @@
 #include <optional>
 #include <vector>
 
-/// A sound server of the test's own, with a null sink and no card, whose sound can be captured. While it
-/// lives, PULSE_SERVER of this process names it.
+/// A sound server of the test's own, with a null sink named "test" and no card, whose sound can be captured.
+/// While it lives, PULSE_SERVER of this process names it.
 class PulseDaemon {
 public:
-    PulseDaemon();
+    enum class Kind { PulseAudio, PipeWire };
+
+    explicit PulseDaemon(Kind kind = Kind::PulseAudio);
     ~PulseDaemon();
 
     /// Whether the server answers; false also where none is installed.
@@ -20,7 +22,7 @@ public:
     /// Ends it at once, as a crash would.
     void kill();
 
-    /// Stops and continues the server's process.
+    /// Stops and continues the server's processes.
     void suspend(bool isSuspended);
 
     /// Gives the server an order in the words of pactl; answers what that prints, nothing where it fails.
@@ -29,6 +31,12 @@ public:
     [[nodiscard]] QString socket() const { return m_folder.filePath(QStringLiteral("native")); }
 
 private:
+    [[nodiscard]] static bool isReady(); ///< whether the null sink is there and streams go to it
+    void startPulseAudio();
+    bool startPipeWire();
+    void signalAll(int signal) const;
+
+    const Kind m_kind;
     QTemporaryDir m_folder;
     QProcess m_process;
 };
