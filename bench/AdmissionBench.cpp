@@ -137,7 +137,9 @@ void bareRead(const QList<QUrl> &urls)
 std::unique_ptr<PlayerManager> admit(const QList<QUrl> &urls)
 {
     PlatformServices services;
-    services.openAudioPlayer = [](const QUrl &) { return std::unique_ptr<AudioPlayer>(new SilentPlayer); };
+    services.openAudioPlayer = [](const QUrl &, const SoundLabel &) {
+        return std::unique_ptr<AudioPlayer>(new SilentPlayer);
+    };
     auto manager = std::make_unique<PlayerManager>(services);
     manager->addFiles(urls);
     const Track &last = manager->playlist().last();

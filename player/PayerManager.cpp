@@ -63,7 +63,7 @@ void PlayerManager::applyVolume(double value)
 void PlayerManager::load(const Track &track, bool autoplay)
 {
     stopProgressTimer();
-    auto opened = m_services.openAudioPlayer(track.url());
+    auto opened = m_services.openAudioPlayer(track.url(), {track.title, track.artist});
     if (opened.isError()) {
         printLine(u"No se pudo reproducir el archivo:"_s, opened.error());
         isPlaying = false;

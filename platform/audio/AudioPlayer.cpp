@@ -28,7 +28,7 @@ Result<std::unique_ptr<Decoder>> openDecoder(const QUrl &url, StopFlag stop)
 
 } // namespace
 
-Result<std::unique_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url)
+Result<std::unique_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const SoundLabel &label)
 {
     const auto stop = std::make_shared<std::atomic<bool>>(false);
     auto decoder = callWithin<Result<std::unique_ptr<Decoder>>>(
@@ -39,8 +39,8 @@ Result<std::unique_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url)
     }
     if (decoder->isError())
         return decoder->error();
-    const auto makeOutput = [](std::shared_ptr<FrameFeed> feed) {
-        return std::make_unique<PulseOutput>(feed);
+    const auto makeOutput = [label](std::shared_ptr<FrameFeed> feed) {
+        return std::make_unique<PulseOutput>(std::move(feed), label);
     };
     return std::unique_ptr<AudioPlayer>(std::make_unique<FilePlayer>(decoder->take(), stop, makeOutput));
 }

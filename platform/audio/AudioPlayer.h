@@ -2,6 +2,7 @@
 
 #include "platform/Result.h"
 
+#include <QString>
 #include <QUrl>
 #include <memory>
 #include <optional>
@@ -21,6 +22,12 @@ public:
     virtual void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) = 0;
 };
 
+/// What the desktop's mixer shows of a player, as plain text; empty where there is nothing to tell.
+struct SoundLabel {
+    QString title;
+    QString artist;
+};
+
 /// Plays one audio file.
 ///
 /// All calls come from the main thread and none of them waits for the sound server or for another thread.
@@ -33,8 +40,8 @@ public:
 
     /// Opens the local regular file behind `url`, and no other, for playback on the system's default output.
     /// Fails with a readable description where the file cannot be opened or holds no sound that is
-    /// understood. Needs no sound server.
-    static Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url);
+    /// understood. Needs no sound server, which is told `label` later on, and never the file's path.
+    static Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label = {});
 
     /// The receiver of the callbacks, borrowed, or null for none. Once this returns, the former one is not
     /// called any more.

@@ -3,8 +3,8 @@
 #include "platform/audio/PulseConnection.h"
 #include "platform/audio/PulseStream.h"
 
-PulseOutput::PulseOutput(std::shared_ptr<FrameFeed> feed)
-    : m_stream(std::make_shared<PulseStream>(std::move(feed)))
+PulseOutput::PulseOutput(std::shared_ptr<FrameFeed> feed, const SoundLabel &label)
+    : m_stream(std::make_shared<PulseStream>(std::move(feed), label))
 {
     const PulseLock lock;
     m_stream->open();

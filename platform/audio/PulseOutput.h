@@ -5,12 +5,13 @@
 #include <memory>
 
 class PulseStream;
+struct SoundLabel;
 
 /// The AudioOutput of the desktop's sound server: the player's hold on a PulseStream, which outlives it for
 /// as long as its last sound takes to fade.
 class PulseOutput final : public AudioOutput {
 public:
-    explicit PulseOutput(std::shared_ptr<FrameFeed> feed);
+    PulseOutput(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
     ~PulseOutput() override;
 
     void apply(const Mix &mix) override;

@@ -2,6 +2,8 @@
 
 #include "platform/audio/PulseConnection.h"
 
+#include <QByteArray>
+#include <QStringList>
 #include <string_view>
 
 namespace {
@@ -21,13 +23,43 @@ constexpr double longestOverwriteMargin = 0.03;
 // A fade is cut off where the stream is corked as soon as it has been read: some servers read ahead.
 constexpr double corkMargin = 0.025;
 
+// What a mixer can show of a name; tags can be of any length.
+constexpr qsizetype longestName = 200;
+
 constexpr pa_usec_t usualLook = 100'000; // microseconds
 constexpr pa_usec_t startingLook = 10'000; // until the server says that it moves on
 
+/// On one line, in UTF-8.
+QByteArray displayed(const QString &text)
+{
+    return text.simplified().left(longestName).toUtf8();
+}
+
+pa_proplist *streamProperties(const SoundLabel &label)
+{
+    pa_proplist *properties = pa_proplist_new();
+    pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "music");
+    pa_proplist_sets(properties, PA_PROP_MEDIA_ICON_NAME, "lumaverdine");
+    if (!label.title.isEmpty())
+        pa_proplist_sets(properties, PA_PROP_MEDIA_TITLE, displayed(label.title).constData());
+    if (!label.artist.isEmpty())
+        pa_proplist_sets(properties, PA_PROP_MEDIA_ARTIST, displayed(label.artist).constData());
+    return properties;
+}
+
+/// "Title – Artist", or what there is of it.
+QByteArray streamName(const SoundLabel &label)
+{
+    QStringList parts{label.title, label.artist};
+    parts.removeAll(QString());
+    return parts.isEmpty() ? QByteArray("Lumaverdine") : displayed(parts.join(QStringLiteral(" – ")));
+}
+
 } // namespace
 
-PulseStream::PulseStream(std::shared_ptr<FrameFeed> feed)
+PulseStream::PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &label)
     : m_feed(feed)
+    , m_label(label)
     , m_frameSize(std::int64_t(sizeof(float)) * feed->format().channels)
     , m_renderer(feed)
     , m_clock(feed->format().rate)
@@ -59,6 +91,7 @@ void PulseStream::update()
         static_cast<PulseStream *>(self)->forgetQuestion();
         static_cast<PulseStream *>(self)->act();
     };
+    m_askedAt = pa_rtclock_now();
     m_question = pa_stream_update_timing_info(m_stream, answer, this);
 }
 
@@ -91,7 +124,6 @@ void PulseStream::handleConnected(pa_context *context)
     if (m_stream || m_state == AudioOutput::State::Failed)
         return;
     if (!connectStream(context))
-    m_askedAt = pa_rtclock_now();
         fail();
 }
 
@@ -107,9 +139,9 @@ bool PulseStream::connectStream(pa_context *context)
 {
     const AudioFormat format = m_feed->format();
     const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, std::uint32_t(format.rate), std::uint8_t(format.channels)};
-    pa_proplist *properties = pa_proplist_new();
-    pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "music");
-    m_stream = pa_stream_new_with_proplist(context, "Lumaverdine", &spec, nullptr, properties);
+    pa_proplist *properties = streamProperties(m_label);
+    m_stream =
+        pa_stream_new_with_proplist(context, streamName(m_label).constData(), &spec, nullptr, properties);
     pa_proplist_free(properties);
     if (!m_stream)
         return false;
@@ -218,6 +250,15 @@ void PulseStream::act()
         schedule();
 }
 
+/// How far the server has moved on since it answered: on a busy machine its answer is old when it is read.
+std::int64_t PulseStream::framesSince(const pa_timing_info &info) const
+{
+    if (!info.playing || m_isCorked)
+        return 0;
+    const auto age = std::int64_t(pa_rtclock_now() - m_askedAt) - std::int64_t(info.transport_usec);
+    return std::max<std::int64_t>(age, 0) * m_feed->format().rate / 1'000'000;
+}
+
 void PulseStream::followServer(const pa_timing_info &info)
 {
     const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
@@ -249,15 +290,6 @@ void PulseStream::fillQueue(std::int64_t readFrame)
     m_renderer.render(target - from);
     write(from);
 }
-/// How far the server has moved on since it answered: on a busy machine its answer is old when it is read.
-std::int64_t PulseStream::framesSince(const pa_timing_info &info) const
-{
-    if (!info.playing || m_isCorked)
-        return 0;
-    const auto age = std::int64_t(pa_rtclock_now() - m_askedAt) - std::int64_t(info.transport_usec);
-    return std::max<std::int64_t>(age, 0) * m_feed->format().rate / 1'000'000;
-}
-
 
 void PulseStream::write(std::int64_t from)
 {

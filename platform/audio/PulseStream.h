@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/audio/AudioOutput.h"
+#include "platform/audio/AudioPlayer.h"
 #include "platform/audio/PulseClock.h"
 
 #include <memory>
@@ -21,7 +22,7 @@
 /// 5. handleLoss() is final: another connection needs another stream.
 class PulseStream : public std::enable_shared_from_this<PulseStream> {
 public:
-    explicit PulseStream(std::shared_ptr<FrameFeed> feed);
+    PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
     PulseStream(const PulseStream &) = delete;
     PulseStream &operator=(const PulseStream &) = delete;
 
@@ -44,8 +45,8 @@ private:
     void forgetQuestion();
 
     void act();
-    void followServer(const pa_timing_info &info);
     [[nodiscard]] std::int64_t framesSince(const pa_timing_info &info) const;
+    void followServer(const pa_timing_info &info);
     void changeQueued(std::int64_t readFrame, double margin, const Mix &mix);
     void fillQueue(std::int64_t readFrame);
     void write(std::int64_t from);
@@ -60,6 +61,7 @@ private:
     [[nodiscard]] std::int64_t heardFrame() const;
 
     const std::shared_ptr<FrameFeed> m_feed;
+    const SoundLabel m_label;
     const std::int64_t m_frameSize; ///< bytes
     Renderer m_renderer;
     PulseClock m_clock;
@@ -70,8 +72,8 @@ private:
     pa_time_event *m_timer = nullptr;
     bool m_isCorked = true;
     pa_operation *m_question = nullptr; ///< whose answer is on its way
+    pa_usec_t m_askedAt = 0;
     bool m_isHeld = false; ///< whether the server has asked for a pause, as during a call
     bool m_isClosing = false;
-    pa_usec_t m_askedAt = 0;
     bool m_isEndNoted = false;
 };

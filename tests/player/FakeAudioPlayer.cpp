@@ -54,7 +54,7 @@ void FakePlayerState::fail(const std::optional<Error> &error)
 PlatformServices FakePlatform::services()
 {
     return {
-        .openAudioPlayer = [this](const QUrl &url) { return open(url); },
+        .openAudioPlayer = [this](const QUrl &url, const SoundLabel &label) { return open(url, label); },
         .startAccessing =
             [this](const QUrl &url) {
                 if (grantsAccess)
@@ -65,12 +65,13 @@ PlatformServices FakePlatform::services()
     };
 }
 
-Result<std::unique_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url)
+Result<std::unique_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url, const SoundLabel &label)
 {
     if (unplayableNames.contains(url.fileName()))
         return Error{u"formato desconocido"_s};
     auto state = std::make_shared<FakePlayerState>();
     state->url = url;
+    state->label = label;
     state->duration = nextDuration;
     opened.push_back(state);
     return std::unique_ptr<AudioPlayer>(std::make_unique<FakeAudioPlayer>(state));

@@ -8,6 +8,7 @@
 /// What a fake audio player was told and what it reports; outlives the player.
 struct FakePlayerState {
     QUrl url;
+    SoundLabel label;
     AudioPlayerDelegate *delegate = nullptr;
     AudioPlayer *player = nullptr; ///< null once the player is destroyed
     float volume = -1;
@@ -42,5 +43,5 @@ public:
     [[nodiscard]] FakePlayerState &latest() const { return *opened.back(); }
 
 private:
-    Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url);
+    Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label);
 };

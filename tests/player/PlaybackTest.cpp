@@ -89,6 +89,14 @@ private Q_SLOTS:
         QCOMPARE(f.current(), u"b"_s);
     }
 
+    void loadTellsTheMixerTitleAndArtist()
+    {
+        PlayerFixture f;
+        f.add("a"_L1);
+        QCOMPARE(f.platform.latest().label.title, u"a"_s);
+        QCOMPARE(f.platform.latest().label.artist, u"Artista desconocido"_s);
+    }
+
     void loadAnnouncesFourWrites()
     {
         PlayerFixture f;

@@ -75,7 +75,7 @@ bool PulseDaemon::start()
         startPulseAudio();
     else if (!startPipeWire())
         return false;
-    if (m_process.waitForStarted(patience) && QTest::qWaitFor([this] { return isReady(); }, patience))
+    if (m_process.waitForStarted(patience) && QTest::qWaitFor(isReady, patience))
         return true;
     QFile log(m_folder.filePath(u"log"_s));
     if (log.open(QIODevice::ReadOnly))
@@ -96,7 +96,7 @@ void PulseDaemon::suspend(bool isSuspended)
     signalAll(isSuspended ? SIGSTOP : SIGCONT);
 }
 
-bool PulseDaemon::isReady() const
+bool PulseDaemon::isReady()
 {
     return runPactl({u"get-default-sink"_s}) == u"test"_s;
 }
