@@ -49,7 +49,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<PulseDaemon::Kind>("kind");
         QTest::newRow("PulseAudio") << PulseDaemon::Kind::PulseAudio;
-        QTest::newRow("PipeWire") << PulseDaemon::Kind::PipeWire;
     }
 
     void streamIsNamedAfterTheTrack()
