@@ -61,8 +61,8 @@ PulseStream::PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &labe
     : m_feed(feed)
     , m_label(label)
     , m_frameSize(std::int64_t(sizeof(float)) * feed->format().channels)
-    , m_renderer(feed)
-    , m_clock(feed->format().rate)
+    , m_renderer(std::move(feed))
+    , m_clock(m_feed->format().rate)
 {
 }
 

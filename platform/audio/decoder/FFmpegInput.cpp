@@ -85,7 +85,7 @@ bool FFmpegInput::allocateContexts()
     m_format->protocol_whitelist = av_strdup("");
     m_format->format_whitelist = av_strdup(allowedFormats);
     m_format->probesize = 1'000'000;
-    m_format->max_analyze_duration = 2 * AV_TIME_BASE;
+    m_format->max_analyze_duration = std::int64_t(2) * AV_TIME_BASE;
     m_format->max_streams = 64;
     m_format->interrupt_callback = {
         [](void *self) { return int(static_cast<FFmpegInput *>(self)->isStopped()); }, this};
