@@ -85,8 +85,9 @@ private Q_SLOTS:
             QVERIFY(player->prepareToPlay());
             player->play();
         }
-        QTRY_COMPARE(threads(), threadsBefore);
-        QTRY_COMPARE(descriptors(), descriptorsBefore);
+        // Fewer where the thread of an earlier player had not ended yet.
+        QTRY_VERIFY2(threads() <= threadsBefore, qPrintable(QString::number(threads())));
+        QTRY_VERIFY2(descriptors() <= descriptorsBefore, qPrintable(QString::number(descriptors())));
     }
 
     void refusesWhatIsNotAFile_data()
