@@ -37,11 +37,12 @@ QWidget *ContentView::playlistSection()
 {
     QWidget *empty = emptyPlaylist();
     QWidget *rows = playlistRows();
+    QWidget *content = widgetOf(vertical(0, {playlistHeader(), new Divider(0.45), empty, rows}));
+    // Only now: without a parent, what is made visible would be a window of its own.
     m_renderer.follow([=, this] {
         empty->setVisible(m_player.playlist().isEmpty());
         rows->setVisible(!m_player.playlist().isEmpty());
     });
-    QWidget *content = widgetOf(vertical(0, {playlistHeader(), new Divider(0.45), empty, rows}));
     QWidget *section = widgetOf(overlay({new Tint(0.018), content}));
     section->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     return section;

@@ -19,6 +19,26 @@ int exitCodeAfter(const std::function<void()> &action)
     return QApplication::exec();
 }
 
+/// Counts the windows that are shown while it lives.
+class ShownWindows : public QObject {
+public:
+    ShownWindows() { QCoreApplication::instance()->installEventFilter(this); }
+
+    [[nodiscard]] int count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *widget = qobject_cast<const QWidget *>(watched);
+        if (event->type() == QEvent::Show && widget && widget->isWindow())
+            ++m_count;
+        return false;
+    }
+
+private:
+    int m_count = 0;
+};
+
 } // namespace
 
 class WindowTest : public QObject {
@@ -29,6 +49,13 @@ private Q_SLOTS:
     {
         const AppFixture f;
         QCOMPARE(f.window.windowTitle(), u"Lumaverdine"_s);
+    }
+
+    void showsNoOtherWindowOnTheWay()
+    {
+        const ShownWindows shown;
+        const AppFixture f;
+        QCOMPARE(shown.count(), 1);
     }
 
     void contentIsNeverSmallerThan720By620()
