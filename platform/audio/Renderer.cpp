@@ -47,9 +47,8 @@ bool Renderer::needsChange(const Mix &mix) const
 void Renderer::change(std::int64_t frame, const Mix &mix)
 {
     frame = std::clamp<std::int64_t>(frame, std::max<std::int64_t>(m_rendered - m_memory / 2, 0), m_rendered);
-    const bool wasSilent = isSilentAt(frame);
     const bool isNewPlace = hasPublished();
-    std::int64_t fade = format().frames(isNewPlace && !wasSilent ? crossFade : changeFade);
+    const std::int64_t fade = format().frames(isNewPlace && !isSilentAt(frame) ? crossFade : changeFade);
     // What stood there before has to reach through the fade.
     const std::int64_t oldEnd = std::max(m_rendered, frame + fade);
     render(oldEnd - m_rendered);
@@ -61,9 +60,6 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
     m_cursor = std::max(m_cursors.at(turn), m_placeStart);
     if (isNewPlace)
         adoptPublished();
-    // The very start of a track is heard as it is.
-    if (wasSilent && m_track.at(m_cursor) == 0)
-        fade = 0;
     m_cursors.append({turn, m_cursor, false, 0});
     m_fadeStart = frame;
     m_fadeFrames = fade;
