@@ -1,6 +1,5 @@
 #include "platform/audio/AudioPlayer.h"
 #include "tests/platform/audio/PositionCapture.h"
-#include "tests/platform/audio/WavFile.h"
 
 #include <QTest>
 
@@ -33,8 +32,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         m_path = m_folder.filePath(u"secret place.wav"_s);
-        const auto samples = WavFile::positionCodedSamples(Capture::rate, PositionCapture::length);
-        QVERIFY(WavFile::save(m_path, WavFile::encoded(samples, Capture::rate, 2)));
+        QVERIFY(PositionCapture::saveTrack(m_path));
     }
 
     void init() { cleanup(); }
@@ -49,6 +47,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<PulseDaemon::Kind>("kind");
         QTest::newRow("PulseAudio") << PulseDaemon::Kind::PulseAudio;
+        QTest::newRow("PipeWire") << PulseDaemon::Kind::PipeWire;
     }
 
     void streamIsNamedAfterTheTrack()

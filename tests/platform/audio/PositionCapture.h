@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/platform/audio/PulseDaemon.h"
+#include "tests/platform/audio/WavFile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,8 +9,32 @@
 /// A capture of the position-coded signal: gain and track position are read off every frame.
 class PositionCapture : public Capture {
 public:
-    static constexpr double length =
-        20; ///< seconds that the signal takes from its least to its greatest value
+    /// Seconds that the signal takes from its least to its greatest value.
+    static constexpr double length = 30;
+
+    /// Frames that a ramp of the gain takes.
+    static constexpr std::int64_t fade = rate * 8 / 1000;
+
+    /// Writes the first `seconds` of the signal to a new file; false where that fails.
+    [[nodiscard]] static bool saveTrack(const QString &path, double seconds = length)
+    {
+        const auto samples = WavFile::positionCodedSamples(rate, length);
+        const auto count = std::size_t(seconds * rate) * 2;
+        return WavFile::save(path, WavFile::encoded(std::span(samples).first(count), rate, 2));
+    }
+
+    /// The track position that is heard on `sink` now or in the next half second; nothing for silence.
+    [[nodiscard]] static std::optional<double> heardPlace(const QString &sink = QStringLiteral("test"))
+    {
+        PositionCapture capture;
+        if (!capture.start(sink) || !capture.record(0.6))
+            return std::nullopt;
+        for (std::int64_t frame = 0; frame < capture.frames(); ++frame) {
+            if (std::abs(capture.gain(frame) - 1) < 1e-4)
+                return capture.place(frame);
+        }
+        return std::nullopt;
+    }
 
     [[nodiscard]] double gain(std::int64_t frame) const { return double(right(frame)) / 0.8; }
     [[nodiscard]] bool isSounding(std::int64_t frame) const { return gain(frame) > 1e-4; }
@@ -34,15 +59,25 @@ public:
         return (timeOf(frame) - call) * 1000;
     }
 
-    /// The greatest difference of gain between neighbouring frames.
-    [[nodiscard]] double steepestStep(std::int64_t from, std::int64_t to) const
+    /// Whether no step of the gain between neighbouring frames from `from` on is steeper than a ramp over
+    /// `range` of the gain within 8 ms, with a little to spare.
+    [[nodiscard]] bool isSmooth(double range, std::int64_t from = 0) const
     {
-        double steepest = 0;
-        for (std::int64_t frame = from + 1; frame < to; ++frame)
-            steepest = std::max(steepest, std::abs(gain(frame) - gain(frame - 1)));
-        return steepest;
+        const double steepest = range / fade * 1.1;
+        for (std::int64_t frame = from + 1; frame < frames(); ++frame) {
+            if (std::abs(gain(frame) - gain(frame - 1)) > steepest)
+                return false;
+        }
+        return true;
     }
 
-    /// That of a ramp over `range` of the gain, with a little to spare.
-    [[nodiscard]] static double rampStep(double range) { return range / (0.008 * rate) * 1.1; }
+    /// Whether the frames from `from` on are the track from `start` seconds on, without a hole.
+    [[nodiscard]] bool isContiguous(std::int64_t from, std::int64_t to, double start = 0) const
+    {
+        for (std::int64_t frame = from; frame < to; ++frame) {
+            if (!isSounding(frame) || std::abs(place(frame) - start - double(frame - from) / rate) > 1e-3)
+                return false;
+        }
+        return true;
+    }
 };

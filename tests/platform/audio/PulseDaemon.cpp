@@ -8,7 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <sys/resource.h>
+#include <sched.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -44,7 +44,8 @@ void beAServer()
     setpgid(0, 0);
     // A desktop lets its sound server go before all others. Where that is not allowed, a busy machine is
     // heard.
-    setpriority(PRIO_PROCESS, 0, -11);
+    const sched_param lowest{.sched_priority = 1};
+    sched_setscheduler(0, SCHED_RR, &lowest);
 }
 
 } // namespace
@@ -62,6 +63,17 @@ PulseDaemon::~PulseDaemon()
 }
 
 bool PulseDaemon::start()
+{
+    // PipeWire's session manager does not always find its way at the first attempt.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (launch())
+            return true;
+        kill();
+    }
+    return false;
+}
+
+bool PulseDaemon::launch()
 {
     QProcessEnvironment environment = toolEnvironment();
     for (const QString &name : {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_STATE_HOME"_s, u"XDG_RUNTIME_DIR"_s,
@@ -123,6 +135,7 @@ bool PulseDaemon::startPipeWire()
         factory.name = support.null-audio-sink  node.name = test  media.class = Audio/Sink
         object.linger = true  audio.position = [ FL FR ]  audio.rate = 48000
     } } ])");
+    QFile::remove(m_folder.filePath(u"pipewire-0"_s));
     m_process.start(u"dbus-run-session"_s,
         {u"--"_s, u"sh"_s, u"-c"_s,
             u"pipewire & until [ -S \"$XDG_RUNTIME_DIR/pipewire-0\" ]; do sleep 0.01; done; pipewire-pulse & exec wireplumber"_s});

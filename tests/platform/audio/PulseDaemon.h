@@ -32,6 +32,7 @@ public:
 
 private:
     [[nodiscard]] static bool isReady(); ///< whether the null sink is there and streams go to it
+    bool launch();
     void startPulseAudio();
     bool startPipeWire();
     void signalAll(int signal) const;

@@ -1,17 +1,10 @@
 #include "platform/audio/AudioPlayer.h"
-#include "tests/platform/audio/PulseDaemon.h"
-#include "tests/platform/audio/WavFile.h"
+#include "tests/platform/audio/PositionCapture.h"
 
 #include <QTest>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr double length = 30; // of the track, in seconds
-
-} // namespace
 
 /// Devices of the sound server that come, go and sleep while a track plays.
 class PulseDeviceTest : public QObject {
@@ -25,6 +18,13 @@ private:
 
     bool obeys(const QStringList &words) { return m_daemon->order(words).has_value(); }
 
+    /// Count of the streams that play on the server, or are about to.
+    qsizetype streams()
+    {
+        const auto list = m_daemon->order({u"list"_s, u"short"_s, u"sink-inputs"_s});
+        return list && !list->isEmpty() ? list->count(u'\n') + 1 : 0;
+    }
+
     /// Answers the number of the module that makes the sink; empty where there is none.
     QString addSink(const QString &name)
     {
@@ -33,23 +33,10 @@ private:
         return m_daemon->order(words).value_or(QString());
     }
 
-    /// The first place of the track that is heard on `sink`, or less than 0 for silence.
-    double heardPlace(const QString &sink)
-    {
-        Capture capture;
-        if (!capture.start(sink) || !capture.record(0.6))
-            return -1;
-        for (std::int64_t frame = 0; frame < capture.frames(); ++frame) {
-            if (std::abs(capture.right(frame) - 0.8F) < 1e-4F)
-                return (double(capture.left(frame)) - 0.2) / 0.6 * length;
-        }
-        return -1;
-    }
-
     /// Whether the track is heard on `sink` a little after `before`, at the place that the player tells.
     bool soundsOn(const QString &sink, double before)
     {
-        const double place = heardPlace(sink);
+        const double place = PositionCapture::heardPlace(sink).value_or(-1);
         const double after = m_player->currentTime();
         qInfo("%.3f is heard between %.3f and %.3f", place, before, after);
         return place >= before - 0.05 && place <= after + 0.05 && after < before + 4;
@@ -70,7 +57,7 @@ private:
     {
         m_player->pause();
         QVERIFY(standsStill());
-        QVERIFY(heardPlace(sink) < 0);
+        QVERIFY(!PositionCapture::heardPlace(sink));
         const double paused = m_player->currentTime();
         QVERIFY(m_player->play());
         QVERIFY(soundsOn(sink, paused));
@@ -80,8 +67,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         m_path = m_folder.filePath(u"sound.wav"_s);
-        const auto samples = WavFile::positionCodedSamples(Capture::rate, length);
-        QVERIFY(WavFile::save(m_path, WavFile::encoded(samples, Capture::rate, 2)));
+        QVERIFY(PositionCapture::saveTrack(m_path));
     }
 
     void init()
@@ -103,7 +89,7 @@ private Q_SLOTS:
     {
         const QString module = addSink(u"other"_s);
         QVERIFY(obeys({u"set-default-sink"_s, u"other"_s}));
-        QVERIFY(heardPlace(u"other"_s) > 0);
+        QVERIFY(PositionCapture::heardPlace(u"other"_s));
         const double before = m_player->currentTime();
         QVERIFY(obeys({u"unload-module"_s, module}));
         QVERIFY(soundsOn(u"test"_s, before));
@@ -129,7 +115,7 @@ private Q_SLOTS:
         const double before = m_player->currentTime();
         QVERIFY(obeys({u"set-default-sink"_s, u"other"_s}));
         QVERIFY(soundsOn(u"other"_s, before));
-        QVERIFY(heardPlace(u"test"_s) < 0);
+        QVERIFY(!PositionCapture::heardPlace(u"test"_s));
         verifyPauseAndPlayOn(u"other"_s);
     }
 
@@ -151,10 +137,22 @@ private Q_SLOTS:
         m_player->pause();
         const double paused = m_player->currentTime();
         QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"0"_s}));
-        QVERIFY(heardPlace(u"test"_s) < 0);
+        QVERIFY(!PositionCapture::heardPlace(u"test"_s));
         QVERIFY(std::abs(m_player->currentTime() - paused) < 0.05);
         QVERIFY(m_player->play());
         QVERIFY(soundsOn(u"test"_s, paused));
+    }
+
+    void playersThatEndWhileTheDeviceSleepsLeaveNoStreamBehind()
+    {
+        QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"1"_s}));
+        for (int round = 0; round < 5; ++round) {
+            m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+            m_player->play();
+            QTRY_COMPARE(streams(), 1);
+        }
+        m_player.reset();
+        QTRY_COMPARE(streams(), 0);
     }
 };
 

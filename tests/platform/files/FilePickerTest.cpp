@@ -271,7 +271,9 @@ private Q_SLOTS:
         const auto *list = dialog()->findChild<QTreeView *>();
         QTRY_VERIFY(list && list->model()->rowCount(list->rootIndex()) >= 3);
         // Looked up each time: rows change their places until the list is sorted.
-        const auto firstType = [&] { return list->model()->index(0, 2, list->rootIndex()).data().toString(); };
+        const auto firstType = [&] {
+            return list->model()->index(0, 2, list->rootIndex()).data().toString();
+        };
         QTRY_COMPARE(firstType(), u"Carpeta"_s);
         char events[4096];
         QCOMPARE(read(watch, events, sizeof events), -1);

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "tests/platform/audio/PositionCapture.h"
+
+#include <QObject>
+#include <QTemporaryDir>
+#include <memory>
+
+/// A test that hears what it plays: each of its functions runs with each kind of sound server, and with a
+/// home folder of its own that has to stay empty.
+class SoundServerTest : public QObject {
+    Q_OBJECT
+
+public:
+    /// For main(): runs the functions that the arguments name, or all of them; answers the exit code of the
+    /// process.
+    int run(int argc, char *argv[]);
+
+protected:
+    /// Prints a figure that was read off a capture.
+    static void report(const char *name, double milliseconds);
+
+    [[nodiscard]] PositionCapture &capture() { return *m_capture; }
+    [[nodiscard]] QString filePath(const QString &name) const { return m_folder.filePath(name); }
+
+    /// Destroys what plays, before the sound server goes.
+    virtual void stopSound() = 0;
+
+private:
+    [[nodiscard]] QStringList functions() const;
+    [[nodiscard]] bool passes(const QString &function);
+    void stopAll();
+
+    PulseDaemon::Kind m_kind = PulseDaemon::Kind::PulseAudio;
+    QTemporaryDir m_folder;
+    QTemporaryDir m_home;
+    std::unique_ptr<PulseDaemon> m_daemon;
+    std::unique_ptr<PositionCapture> m_capture;
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+};
