@@ -10,15 +10,13 @@
 /// One player's stream on the sound server. Everything runs with the connection's lock held.
 ///
 /// 1. open() asks for the connection; once it is ready, a corked, empty stream is made on it.
-/// 2. Whatever may change what is to be heard calls update(), which asks the server how far it has played;
-/// the
+/// 2. Whatever may change what is to be heard calls update(), which asks the server how far it has played. The
 ///    answer leads to act(), the one place where frames are written, where the stream is corked and uncorked,
 ///    and where the next look is scheduled.
 /// 3. act() keeps 400 ms queued on the server. A change does not wait for them: it overwrites what is queued,
 ///    from a little after the frame the server reads next.
 /// 4. A pause fades, lets the silence be heard, and corks the stream then. close() does the same, but drops
-/// the
-///    stream in the end.
+///    the stream in the end.
 /// 5. handleLoss() is final: another connection needs another stream.
 class PulseStream : public std::enable_shared_from_this<PulseStream> {
 public:

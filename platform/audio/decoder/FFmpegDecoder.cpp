@@ -27,9 +27,8 @@ constexpr std::int64_t farthestFrame = std::int64_t(1) << 52;
 constexpr double smallestLeap = 0.25;
 
 // Before the target, because a codec needs some packets until its output is exact: speech coded as Opus takes
-// 0.3 s, measured. A frame of MP3 may borrow
-// from as many before it as fit into 255 bytes: a second of them at the lowest rates. Where an index has led
-// past the target, further and further back.
+// 0.3 s, measured. A frame of MP3 may borrow from as many before it as fit into 255 bytes: a second of them at
+// the lowest rates. Where an index has led past the target, further and further back.
 constexpr double usualRunUp = 0.5; // seconds
 constexpr double longRunUp = 1;
 constexpr double longerRunUps[] = {4, 12};
