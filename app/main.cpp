@@ -4,11 +4,17 @@
 #include <QApplication>
 #include <QIcon>
 #include <QLibraryInfo>
+#include <QTimer>
 #include <QTranslator>
+#include <chrono>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+// The window's picture is drawn in four sizes, by a plugin; the content need not wait for that.
+constexpr auto afterFirstContent = 150ms;
 
 /// Where no session bus is named, only the user's own may be joined: the bus library would start one, and
 /// note it in a file under the home folder.
@@ -30,7 +36,6 @@ int main(int argc, char *argv[])
     QApplication::setDesktopFileName(u"lumaverdine"_s);
     QApplication application(argc, argv);
     QApplication::setStyle(new PlainMenuBarStyle);
-    QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s));
 
     // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.
     if (QLocale().language() != QLocale::Spanish)
@@ -41,5 +46,6 @@ int main(int argc, char *argv[])
 
     LumaverdineApp app;
     app.show();
+    QTimer::singleShot(afterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
     return QApplication::exec();
 }
