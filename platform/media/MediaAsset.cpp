@@ -2,6 +2,7 @@
 
 #include "platform/audio/DecoderModule.h"
 #include "platform/files/LocalFile.h"
+#include "platform/media/AsfReader.h"
 #include "platform/media/FrameScan.h"
 #include "platform/media/Id3v2Tag.h"
 #include "platform/media/MediaContents.h"
@@ -44,6 +45,8 @@ MediaContents readContent(MediaSource &source)
         return readWav(source);
     case MediaFormat::Aiff:
         return readAiff(source);
+    case MediaFormat::Asf:
+        return readAsf(source);
     case MediaFormat::Other:
         return {scannedDuration(source), {}};
     default:

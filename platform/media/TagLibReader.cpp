@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <taglib/apefile.h>
-#include <taglib/asffile.h>
-#include <taglib/asftag.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v2framefactory.h>
 #include <taglib/mp4file.h>
@@ -84,22 +82,6 @@ QList<MetadataItem> itemsOf(TagLib::MP4::Tag *tag)
     return items;
 }
 
-QList<MetadataItem> itemsOf(TagLib::ASF::Tag *tag)
-{
-    QList<MetadataItem> items;
-    if (!tag)
-        return items;
-    append(items, CommonIdentifier::Title, tag->title());
-    append(items, CommonIdentifier::Artist, tag->artist());
-    for (const TagLib::ASF::Attribute &album : tag->attributeListMap()["WM/AlbumTitle"])
-        append(items, CommonIdentifier::AlbumName, album.toString());
-    for (const TagLib::ASF::Attribute &picture : tag->attributeListMap()["WM/Picture"]) {
-        if (items.size() < MaxItemsPerTag)
-            items.append({CommonIdentifier::Artwork, bytesOf(picture.toPicture().picture())});
-    }
-    return items;
-}
-
 /// The formats whose tags are those at the file's ends, which are read before.
 QList<MetadataItem> itemsOf(TagLib::Tag *)
 {
@@ -149,8 +131,6 @@ MediaContents readByTagLib(MediaSource &source, MediaFormat format)
         return contentsOf(TagLib::Ogg::FLAC::File(&stream));
     case MediaFormat::Mp4:
         return contentsOf(TagLib::MP4::File(&stream));
-    case MediaFormat::Asf:
-        return contentsOf(TagLib::ASF::File(&stream));
     case MediaFormat::WavPack:
         return contentsOf(TagLib::WavPack::File(&stream));
     case MediaFormat::MonkeysAudio:
@@ -159,6 +139,7 @@ MediaContents readByTagLib(MediaSource &source, MediaFormat format)
         return contentsOf(TagLib::MPC::File(&stream));
     case MediaFormat::Wav:
     case MediaFormat::Aiff:
+    case MediaFormat::Asf:
     case MediaFormat::Other:
         return {};
     }

@@ -40,6 +40,13 @@ QList<QByteArray> pictures(const MediaAsset &asset)
     return values;
 }
 
+template <typename Number> QByteArray littleEndian(Number number)
+{
+    QByteArray bytes(sizeof number, Qt::Uninitialized);
+    qToLittleEndian(number, bytes.data());
+    return bytes;
+}
+
 QByteArray bigEndian(quint32 number)
 {
     QByteArray bytes(4, Qt::Uninitialized);
@@ -250,6 +257,20 @@ private Q_SLOTS:
             bytes += bigEndian((depth - level) * 8) + "moov";
         const MediaAsset asset(temporaryFile(u"nested.m4a"_s, bytes));
         QVERIFY(asset.commonMetadata().isEmpty());
+    }
+
+    void attributesThatAreOnlyCountedCostNothing()
+    {
+        const QByteArray header = QByteArray::fromHex("3026b2758e66cf11a6d900aa0062ce6c");
+        const QByteArray attributes = QByteArray::fromHex("40a4d0d207e3d21197f000a0c95ea850")
+            + littleEndian(quint64(26)) + littleEndian(quint16(65535));
+        constexpr quint32 count = 200;
+        const QByteArray bytes = header + littleEndian(quint64(30 + count * 26)) + littleEndian(count)
+            + "\1\2" + attributes.repeated(count);
+        const long before = peakKilobytes();
+        const MediaAsset asset(temporaryFile(u"crowded.wma"_s, bytes));
+        QVERIFY(asset.commonMetadata().isEmpty());
+        QVERIFY(peakKilobytes() - before < 16'384);
     }
 
     void emptyVastnessIsNotReadThrough_data()
