@@ -252,6 +252,15 @@ private Q_SLOTS:
         QVERIFY(!globs.contains(u"*"_s));
     }
 
+    void withoutATypeDatabaseAllFilesAreOffered()
+    {
+        const QByteArray folders = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", "/nowhere");
+        open();
+        folders.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", folders);
+        QCOMPARE(dialog()->nameFilters(), QStringList({u"Archivos de audio (*)"_s}));
+    }
+
     void aTypedPathOfAFileThatIsListedIsDelivered()
     {
         choose(path(u"b.mp3"_s));
