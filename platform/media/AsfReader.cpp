@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 HeaderSizeLimit = 64 << 20;
+constexpr quint64 HeaderSizeLimit = 64 << 20;
 constexpr quint64 ObjectHeaderSize = 24; // what it is, and its size
 constexpr qsizetype IdentifierSize = 16;
 
@@ -33,6 +33,7 @@ public:
         : m_rest(bytes)
     {
     }
+    explicit Fields(QByteArray &&) = delete; ///< would not live as long
 
     [[nodiscard]] bool isEmpty() const { return m_rest.isEmpty(); }
     [[nodiscard]] QByteArrayView rest() const { return m_rest; }
@@ -177,12 +178,12 @@ private:
 
 MediaContents readAsf(MediaSource &source)
 {
-    constexpr quint64 fixedSize = 30; // of the header object, before the objects that it holds
-    Fields header(source.read(IdentifierSize, sizeof(quint64)));
-    const auto size = std::min<quint64>(header.number<quint64>(), HeaderSizeLimit);
-    if (size <= fixedSize)
-        return {};
-    const QByteArray objects = source.read(fixedSize, qint64(size - fixedSize));
+    constexpr qint64 fixedSize = 30; // of the header object, before the objects that it holds
+    const QByteArray head = source.read(0, fixedSize);
+    Fields fields(head);
+    fields.take(IdentifierSize);
+    const auto size = qint64(std::min(fields.number<quint64>(), HeaderSizeLimit));
+    const QByteArray objects = source.read(fixedSize, std::max<qint64>(size - fixedSize, 0));
     HeaderReader reader;
     reader.readObjects(objects);
     return reader.takeContents();
