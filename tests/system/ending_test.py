@@ -58,13 +58,13 @@ class Ending(Scenario):
         self.change_track(20)
         self.desktop.key("space")
         self.capture.wait_for_silence()
-        before = self.threads(), self.descriptors()
+        threads, descriptors = self.threads(), self.descriptors()
         self.desktop.key("space")
         self.change_track(500)
         self.desktop.key("space")
         self.capture.wait_for_silence()
-        settled = lambda: self.threads() <= before[0] and self.descriptors() <= before[1]
-        wait_for(settled, f"at most {before} threads and descriptors; {self.threads(), self.descriptors()}")
+        settled = lambda: self.threads() <= threads and self.descriptors() <= descriptors
+        wait_for(settled, f"at most {threads} threads and {descriptors} descriptors")
 
     def change_track(self, times):
         """Goes to the next track an even number of times; waits until the program has followed."""

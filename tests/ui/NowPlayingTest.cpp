@@ -36,6 +36,8 @@ QByteArray widePicture()
     return bytes;
 }
 
+const QString LongTitle = u"Una canción muy larga "_s.repeated(20);
+
 } // namespace
 
 class NowPlayingTest : public QObject {
@@ -96,17 +98,13 @@ private Q_SLOTS:
     void longTitleEndsAfterTwoLinesTheOthersAfterOne()
     {
         ViewFixture f;
-        f.add("a");
-        Track track = f.track(0);
-        track.title = track.artist = track.album = u"Una canción muy larga "_s.repeated(20);
-        f.player.currentTrack = track;
-        f.render();
+        f.showTrackCalled(LongTitle);
         const QList<Label *> labels = f.view.findChildren<Label *>();
         for (const auto &[label, lines] :
             {std::pair(labels[0], 2), std::pair(labels[1], 1), std::pair(labels[2], 1)}) {
             QCOMPARE(label->lines().size(), lines);
             QVERIFY(label->lines().last().text.endsWith(u'…'));
-            QCOMPARE(label->text(), track.title);
+            QCOMPARE(label->text(), LongTitle);
         }
     }
 
@@ -116,38 +114,27 @@ private Q_SLOTS:
         f.add("a");
         f.render();
         const int oneLine = titleOf(f).height();
-        Track track = f.track(0);
-        track.title = u"Una canción muy larga "_s.repeated(20);
-        f.player.currentTrack = track;
-        f.render();
+        f.showTrackCalled(LongTitle);
         QTRY_COMPARE(titleOf(f).height(), 2 * oneLine);
     }
 
     void titleCanBeSelectedWithTheMouseAndCopied()
     {
         ViewFixture f;
-        f.add("a");
-        Track track = f.track(0);
-        track.title = u"Canción de prueba"_s;
-        f.player.currentTrack = track;
-        f.render();
+        f.showTrackCalled(u"Canción de prueba"_s);
         SelectableLabel &title = titleOf(f);
         QTest::mousePress(&title, Qt::LeftButton, {}, QPoint(0, 10));
         QTest::mouseMove(&title, QPoint(title.width() - 1, 10));
         QTest::mouseRelease(&title, Qt::LeftButton, {}, QPoint(title.width() - 1, 10));
-        QCOMPARE(title.selectedText(), track.title);
+        QCOMPARE(title.selectedText(), u"Canción de prueba"_s);
         QTest::keyClick(&title, Qt::Key_C, Qt::ControlModifier);
-        QCOMPARE(QGuiApplication::clipboard()->text(), track.title);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"Canción de prueba"_s);
     }
 
     void doubleClickSelectsAWord()
     {
         ViewFixture f;
-        f.add("a");
-        Track track = f.track(0);
-        track.title = u"Canción de prueba"_s;
-        f.player.currentTrack = track;
-        f.render();
+        f.showTrackCalled(u"Canción de prueba"_s);
         QTest::mouseDClick(&titleOf(f), Qt::LeftButton, {}, QPoint(20, 10));
         QCOMPARE(titleOf(f).selectedText(), u"Canción"_s);
     }
@@ -155,14 +142,11 @@ private Q_SLOTS:
     void copyOfACutTitleIsWhole()
     {
         ViewFixture f;
-        f.add("a");
-        Track track = f.track(0);
-        track.title = u"Una canción muy larga\n"_s.repeated(20);
-        f.player.currentTrack = track;
-        f.render();
+        const QString title = u"Una canción muy larga\n"_s.repeated(20);
+        f.showTrackCalled(title);
         titleOf(f).selectAll();
         titleOf(f).copy();
-        QCOMPARE(QGuiApplication::clipboard()->text(), track.title);
+        QCOMPARE(QGuiApplication::clipboard()->text(), title);
     }
 
     void selectionSurvivesAShorterTitle()
@@ -170,10 +154,7 @@ private Q_SLOTS:
         ViewFixture f;
         f.add("a");
         titleOf(f).selectAll();
-        Track track = f.track(0);
-        track.title = QString();
-        f.player.currentTrack = track;
-        f.render();
+        f.showTrackCalled(QString());
         QCOMPARE(titleOf(f).selectedText(), QString());
         titleOf(f).grab();
     }

@@ -35,6 +35,16 @@ struct ViewFixture : PlayerFixture {
         player.playlist.mutate([&](QList<Track> &tracks) { change(tracks[index]); });
     }
 
+    /// Makes a track current whose title, artist and album are `text`.
+    void showTrackCalled(const QString &text)
+    {
+        add("a");
+        Track track = this->track(0);
+        track.title = track.artist = track.album = text;
+        player.currentTrack = track;
+        render();
+    }
+
     /// The one visible piece of this kind that assistive technology calls `name`, or null.
     template <typename Piece> [[nodiscard]] Piece *find(const QString &name) const
     {

@@ -155,9 +155,7 @@ private Q_SLOTS:
         ViewFixture f;
         f.add("ab");
         const QSize least = f.view.minimumSizeHint();
-        Track track = f.track(0);
-        track.title = track.artist = track.album = QString(100'000, u'W');
-        f.player.currentTrack = track;
+        f.showTrackCalled(QString(100'000, u'W'));
         f.changeTrack(0, [](Track &listed) { listed.title = QString(100'000, u'W'); });
         f.render();
         QCOMPARE(f.view.minimumSizeHint(), least);
@@ -204,13 +202,8 @@ private Q_SLOTS:
         QApplication::setFont(scaled);
 
         ViewFixture f;
-        if (!text.isEmpty()) {
-            f.add("ab");
-            Track track = f.track(0);
-            track.title = track.artist = track.album = text;
-            f.player.currentTrack = track;
-            f.render();
-        }
+        if (!text.isEmpty())
+            f.showTrackCalled(text);
         QCOMPARE(f.view.size(), QSize(720, 620));
         QList<QRect> places;
         for (const Label *label : f.view.findChildren<Label *>()) {
