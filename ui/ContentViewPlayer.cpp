@@ -105,7 +105,7 @@ QWidget *ContentView::playButton()
 QWidget *ContentView::controlButton(const QString &symbol, const QString &help,
     const std::function<bool()> &isActive, int size, const std::function<void()> &action)
 {
-    auto *button = new SymbolButton(symbol, size, help, QSize(36, 36));
+    auto *button = new SymbolButton(symbol, size, QFont::DemiBold, help, QSize(36, 36));
     button->setCheckable(static_cast<bool>(isActive));
     connect(button, &QAbstractButton::clicked, this, action);
     m_renderer.follow([=, this] {

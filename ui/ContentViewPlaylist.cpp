@@ -113,7 +113,7 @@ QWidget *ContentView::emptyPlaylist()
     QBoxLayout *content = vertical(0,
         {
             yieldingGap(4, 30, true),
-            new SymbolView(u"music.note.list"_s, 42),
+            new SymbolView(u"music.note.list"_s, 42, QFont::Light),
             yieldingGap(2, 14),
             centeredText(u"La playlist está vacía"_s, headline, Label::Tone::Primary),
             yieldingGap(2, 14),

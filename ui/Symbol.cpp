@@ -1,5 +1,8 @@
 #include "ui/Symbol.h"
 
+#include "ui/SymbolDrawing.h"
+
+#include <QFile>
 #include <QPaintDevice>
 #include <QPainter>
 #include <QPixmapCache>
@@ -10,26 +13,47 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QPixmap render(const QString &name, int extent, const QColor &color, double devicePixelRatio)
+// The rasteriser misses parts of pixels where strokes bend, which shows in small symbols.
+constexpr int Fineness = 4;
+
+QByteArray drawingNamed(const QString &name)
 {
-    QSvgRenderer drawing(u":/symbols/%1.svg"_s.arg(name));
-    Q_ASSERT_X(drawing.isValid(), "symbolPixmap", qPrintable(name));
-    const int pixels = qRound(extent * devicePixelRatio);
-    QPixmap pixmap(pixels, pixels);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    drawing.render(&painter, QRectF(0, 0, pixels, pixels));
-    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.fillRect(pixmap.rect(), color);
-    painter.end();
-    pixmap.setDevicePixelRatio(devicePixelRatio);
-    return pixmap;
+    QFile file(u":/symbols/%1.svg"_s.arg(name));
+    const bool isKnown = file.open(QIODevice::ReadOnly);
+    Q_ASSERT_X(isKnown, "symbolPixmap", qPrintable(name));
+    return isKnown ? file.readAll() : QByteArray();
 }
 
-double onDevicePixel(double coordinate, double devicePixelRatio)
+/// How much ink there is at each pixel.
+QImage inkOf(const QByteArray &drawing, int pixels)
 {
-    return std::round(coordinate * devicePixelRatio) / devicePixelRatio;
+    QSvgRenderer renderer(drawing);
+    Q_ASSERT(renderer.isValid());
+    QImage fine(QSize(pixels, pixels) * Fineness, QImage::Format_Grayscale8);
+    fine.fill(Qt::white);
+    QPainter painter(&fine);
+    painter.setRenderHint(QPainter::Antialiasing);
+    renderer.render(&painter, fine.rect());
+    painter.end();
+    fine.invertPixels();
+    QImage ink = fine.scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                     .convertToFormat(QImage::Format_Grayscale8);
+    ink.reinterpretAsFormat(QImage::Format_Alpha8);
+    return ink;
+}
+
+QPixmap render(const QString &name, int pixels, const QColor &color, QFont::Weight weight)
+{
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(color);
+    image.setAlphaChannel(inkOf(symbolDrawing(drawingNamed(name), weight, pixels), pixels));
+    return QPixmap::fromImage(image);
+}
+
+/// Makes one unit of the painter one device pixel, with the same origin as the device.
+void enterDevicePixels(QPainter &painter)
+{
+    painter.setWorldTransform(painter.deviceTransform().inverted(), true);
 }
 
 } // namespace
@@ -40,25 +64,29 @@ int symbolExtent(int pointSize)
     return qRound(pointSize * 1.3);
 }
 
-QPixmap symbolPixmap(const QString &name, int pointSize, const QColor &color, double devicePixelRatio)
+QPixmap symbolPixmap(const QString &name, int pixels, const QColor &color, QFont::Weight weight)
 {
-    const int extent = symbolExtent(pointSize);
     const QString key =
-        u"symbol %1 %2 %3 %4"_s.arg(name).arg(extent).arg(color.name(QColor::HexArgb)).arg(devicePixelRatio);
+        u"symbol %1 %2 %3 %4"_s.arg(name).arg(pixels).arg(color.name(QColor::HexArgb)).arg(weight);
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap))
         return pixmap;
-    pixmap = render(name, extent, color, devicePixelRatio);
+    pixmap = render(name, pixels, color, weight);
     QPixmapCache::insert(key, pixmap);
     return pixmap;
 }
 
-void drawSymbol(
-    QPainter &painter, const QRectF &area, const QString &name, int pointSize, const QColor &color)
+void drawSymbol(QPainter &painter, const QRectF &area, const QString &name, int pointSize,
+    const QColor &color, QFont::Weight weight)
 {
+    const QPointF middle = painter.deviceTransform().mapRect(area).center();
+    const QPoint doubled(qRound(2 * middle.x()), qRound(2 * middle.y()));
     const double ratio = painter.device()->devicePixelRatioF();
-    const double extent = symbolExtent(pointSize);
-    const QPointF corner = area.center() - QPointF(extent / 2, extent / 2);
-    painter.drawPixmap(QPointF(onDevicePixel(corner.x(), ratio), onDevicePixel(corner.y(), ratio)),
-        symbolPixmap(name, pointSize, color, ratio));
+    const int pixels = centrableLength(symbolExtent(pointSize) * ratio, doubled.x());
+    const QPixmap pixmap = symbolPixmap(name, pixels, color, weight);
+    painter.save();
+    enterDevicePixels(painter);
+    painter.drawPixmap(
+        QPointF((doubled.x() - pixels) / 2.0, std::floor((doubled.y() - pixels) / 2.0)), pixmap);
+    painter.restore();
 }

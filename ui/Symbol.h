@@ -1,21 +1,22 @@
 #pragma once
 
 #include <QColor>
+#include <QFont>
 #include <QPixmap>
 #include <QString>
 
 class QPainter;
 class QRectF;
 
-/// The side of the square that a symbol of this font size takes.
+/// The side of the square that a symbol of this font size takes, in device-independent pixels.
 [[nodiscard]] int symbolExtent(int pointSize);
 
-/// The drawing ui/symbols/`name`.svg in one colour, for a font of `pointSize` device-independent pixels, at
-/// the given device pixel ratio. Kept in the pixmap cache. A name without a drawing is an error in the
-/// program.
+/// The drawing ui/symbols/`name`.svg in one colour, `pixels` wide and high, in strokes that suit a font of
+/// this weight. Kept in the pixmap cache, which is bounded. A name without a drawing is an error in the program.
 [[nodiscard]] QPixmap symbolPixmap(
-    const QString &name, int pointSize, const QColor &color, double devicePixelRatio);
+    const QString &name, int pixels, const QColor &color, QFont::Weight weight = QFont::Normal);
 
-/// Draws the symbol in the middle of `area`, on whole device pixels.
-void drawSymbol(
-    QPainter &painter, const QRectF &area, const QString &name, int pointSize, const QColor &color);
+/// Draws the symbol for a font of `pointSize` device-independent pixels in the middle of `area`, on whole
+/// device pixels.
+void drawSymbol(QPainter &painter, const QRectF &area, const QString &name, int pointSize,
+    const QColor &color, QFont::Weight weight = QFont::Normal);

@@ -1,6 +1,8 @@
 #include "ui/Symbol.h"
 
 #include <QImage>
+#include <QPainter>
+#include <QPixmapCache>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -11,16 +13,91 @@ const QStringList Names{u"music.note"_s, u"music.note.list"_s, u"shuffle"_s, u"r
     u"backward.end.fill"_s, u"forward.end.fill"_s, u"play.fill"_s, u"pause.fill"_s, u"plus"_s, u"ellipsis"_s,
     u"speaker.slash.fill"_s, u"speaker.wave.1.fill"_s, u"speaker.wave.2.fill"_s, u"speaker.wave.3.fill"_s};
 
+// The sizes at which the window draws symbols, and the scales of its screens.
+constexpr int Sizes[] = {13, 16, 23, 42, 55};
+constexpr double Scales[] = {1, 1.25, 1.5, 2, 3};
+
+QImage drawn(const QString &name, int pixels, QFont::Weight weight = QFont::Normal)
+{
+    return symbolPixmap(name, pixels, Qt::black, weight).toImage();
+}
+
+int alphaAt(const QImage &image, int x, int y)
+{
+    return image.pixelColor(x, y).alpha();
+}
+
 QRect inkOf(const QImage &image)
 {
     QRect ink;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            if (image.pixelColor(x, y).alpha() > 0)
+            if (alphaAt(image, x, y) > 0)
                 ink |= QRect(x, y, 1, 1);
         }
     }
     return ink;
+}
+
+/// All ink, in pixels.
+double amountOfInk(const QImage &image)
+{
+    double amount = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            amount += alphaAt(image, x, y) / 255.0;
+    }
+    return amount;
+}
+
+/// Whether no two pixels differ by more than the last bits of their smoothing.
+bool looksLike(const QImage &a, const QImage &b)
+{
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            if (std::abs(alphaAt(a, x, y) - alphaAt(b, x, y)) > 24)
+                return false;
+        }
+    }
+    return true;
+}
+
+/// Whether a row is made of full and empty pixels only.
+bool isSharpRow(const QImage &image, int y)
+{
+    for (int x = 0; x < image.width(); ++x) {
+        if (const int alpha = alphaAt(image, x, y); alpha > 2 && alpha < 253)
+            return false;
+    }
+    return true;
+}
+
+/// The symbol as it appears at a place of a screen, on white.
+QImage onScreen(const QString &name, int pointSize, const QRectF &area, double scale)
+{
+    QImage screen(QSize(100, 100) * scale, QImage::Format_ARGB32_Premultiplied);
+    screen.setDevicePixelRatio(scale);
+    screen.fill(Qt::transparent);
+    QPainter painter(&screen);
+    drawSymbol(painter, area, name, pointSize, Qt::black, QFont::DemiBold);
+    return screen;
+}
+
+void addNames()
+{
+    QTest::addColumn<QString>("name");
+    for (const QString &name : Names)
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void addSizesAndScales()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<double>("scale");
+    for (const int size : Sizes) {
+        for (const double scale : Scales)
+            QTest::addRow("%d at %g", size, scale) << size << scale;
+    }
 }
 
 } // namespace
@@ -29,53 +106,142 @@ class SymbolTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everySymbolIsDrawnInsideItsSquare_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const QString &name : Names)
-            QTest::newRow(qPrintable(name)) << name;
-    }
+    void everySymbolIsDrawnInsideItsSquare_data() { addNames(); }
 
     void everySymbolIsDrawnInsideItsSquare()
     {
         QFETCH(const QString, name);
-        const QImage image = symbolPixmap(name, 48, Qt::black, 2).toImage();
-        const QRect ink = inkOf(image);
-        QVERIFY(ink.width() > image.width() / 2);
-        QVERIFY2(image.rect().adjusted(1, 1, -1, -1).contains(ink), "cut at the edge");
+        for (const QFont::Weight weight : {QFont::Light, QFont::Normal, QFont::Bold}) {
+            const QImage image = drawn(name, 120, weight);
+            const QRect ink = inkOf(image);
+            QVERIFY(std::max(ink.width(), ink.height()) > image.width() / 2);
+            QVERIFY2(image.rect().adjusted(1, 1, -1, -1).contains(ink), "cut at the edge");
+        }
+    }
+
+    void everySymbolLiesInTheMiddleOfItsSquare_data() { addNames(); }
+
+    void everySymbolLiesInTheMiddleOfItsSquare()
+    {
+        QFETCH(const QString, name);
+        // A speaker stays where it is while its waves come and go.
+        const double tolerance = name.startsWith(u"speaker.wave") ? 45 : 8;
+        const QRectF ink = inkOf(drawn(name, 240));
+        QVERIFY2(
+            std::abs(ink.center().x() - 120) <= tolerance, qPrintable(QString::number(ink.center().x())));
+        QVERIFY2(std::abs(ink.center().y() - 120) <= 8, qPrintable(QString::number(ink.center().y())));
     }
 
     void allSymbolsDiffer()
     {
-        QList<QImage> drawn;
+        QList<QImage> all;
         for (const QString &name : Names) {
-            const QImage image = symbolPixmap(name, 20, Qt::black, 1).toImage();
-            QVERIFY2(!drawn.contains(image), qPrintable(name));
-            drawn.append(image);
+            const QImage image = drawn(name, 26);
+            QVERIFY2(!all.contains(image), qPrintable(name));
+            all.append(image);
+        }
+    }
+
+    void heavierFontHasHeavierSymbols_data() { addNames(); }
+
+    void heavierFontHasHeavierSymbols()
+    {
+        QFETCH(const QString, name);
+        double lighter = 0;
+        for (const QFont::Weight weight :
+            {QFont::Light, QFont::Normal, QFont::Medium, QFont::DemiBold, QFont::Bold}) {
+            const double ink = amountOfInk(drawn(name, 480, weight));
+            QVERIFY2(ink > lighter, qPrintable(QString::number(weight)));
+            lighter = ink;
         }
     }
 
     void symbolHasTheColourAskedFor()
     {
-        const QImage image = symbolPixmap(u"pause.fill"_s, 48, Qt::red, 1).toImage();
+        const QImage image = symbolPixmap(u"pause.fill"_s, 62, QColor(255, 0, 0, 128)).toImage();
         const QRect ink = inkOf(image);
         const QColor inBar = image.pixelColor(ink.left() + 4, ink.center().y());
-        QCOMPARE(inBar.rgba(), QColor(Qt::red).rgba());
+        QCOMPARE(inBar.alpha(), 128);
+        QVERIFY(inBar.red() > 250 && inBar.green() == 0 && inBar.blue() == 0);
     }
 
-    void symbolIsSharpAtEveryScale_data()
+    void symmetricSymbolsStaySymmetric_data() { addSizesAndScales(); }
+
+    void symmetricSymbolsStaySymmetric()
+    {
+        QFETCH(const int, size);
+        QFETCH(const double, scale);
+        const int pixels = qRound(symbolExtent(size) * scale);
+        for (const int side : {pixels, pixels + 1}) {
+            for (const QString &name : {u"pause.fill"_s, u"plus"_s, u"ellipsis"_s}) {
+                const QImage image = drawn(name, side, QFont::DemiBold);
+                QVERIFY2(looksLike(image, image.mirrored(true, false)), qPrintable(name));
+                QVERIFY2(looksLike(image, image.mirrored(false, true)), qPrintable(name));
+            }
+            for (const QString &name : {u"play.fill"_s, u"forward.end.fill"_s, u"speaker.wave.3.fill"_s}) {
+                const QImage image = drawn(name, side, QFont::DemiBold);
+                QVERIFY2(looksLike(image, image.mirrored(false, true)), qPrintable(name));
+            }
+            const QImage turned = drawn(u"repeat"_s, side);
+            QVERIFY(looksLike(turned, turned.mirrored(true, true)));
+            QVERIFY(looksLike(drawn(u"forward.end.fill"_s, side, QFont::DemiBold),
+                drawn(u"backward.end.fill"_s, side, QFont::DemiBold).mirrored(true, false)));
+        }
+    }
+
+    void barsBeginAndEndOnPixels_data() { addSizesAndScales(); }
+
+    void barsBeginAndEndOnPixels()
+    {
+        QFETCH(const int, size);
+        QFETCH(const double, scale);
+        const int pixels = qRound(symbolExtent(size) * scale);
+        for (const int side : {pixels, pixels + 1}) {
+            for (const QFont::Weight weight : {QFont::Normal, QFont::DemiBold, QFont::Bold}) {
+                const QImage pause = drawn(u"pause.fill"_s, side, weight);
+                QVERIFY(isSharpRow(pause, side / 2));
+                const QImage skip = drawn(u"forward.end.fill"_s, side, weight);
+                QVERIFY(alphaAt(skip, inkOf(skip).right(), side / 2) > 252);
+                QVERIFY(alphaAt(skip, inkOf(skip).left(), side / 2) > 252);
+                const QImage plus = drawn(u"plus"_s, side, weight);
+                QVERIFY(isSharpRow(plus, side / 4));
+                QVERIFY(isSharpRow(plus.transformed(QTransform().rotate(90)), side / 4));
+            }
+        }
+    }
+
+    void symbolIsSharpWhereverItStands_data()
     {
         QTest::addColumn<double>("scale");
-        for (const double scale : {1.0, 1.25, 1.5, 2.0, 3.0})
-            QTest::newRow(qPrintable(QString::number(scale))) << scale;
+        for (const double scale : Scales)
+            QTest::addRow("%g", scale) << scale;
     }
 
-    void symbolIsSharpAtEveryScale()
+    void symbolIsSharpWhereverItStands()
     {
         QFETCH(const double, scale);
-        const QPixmap pixmap = symbolPixmap(u"play.fill"_s, 23, Qt::black, scale);
-        QCOMPARE(pixmap.devicePixelRatio(), scale);
-        QCOMPARE(pixmap.width(), qRound(symbolExtent(23) * scale));
+        for (const QPointF place : {QPointF(0, 0), QPointF(31, 17), QPointF(30.3, 28.7)}) {
+            const QRectF area(place, QSizeF(36, 36));
+            const QImage screen = onScreen(u"pause.fill"_s, 23, area, scale);
+            const QRect ink = inkOf(screen);
+            QVERIFY(isSharpRow(screen, ink.center().y()));
+            const QPointF middle = QRectF(ink).center() / scale;
+            QVERIFY(std::abs(middle.x() - area.center().x()) <= 0.51 / scale);
+            QVERIFY(std::abs(middle.y() - area.center().y()) <= 1.01 / scale);
+        }
+    }
+
+    void symbolsAreKeptWithinABound()
+    {
+        QPixmapCache::clear();
+        const qint64 first = symbolPixmap(u"plus"_s, 30, Qt::black).cacheKey();
+        QCOMPARE(symbolPixmap(u"plus"_s, 30, Qt::black).cacheKey(), first);
+        QVERIFY(symbolPixmap(u"plus"_s, 30, Qt::black, QFont::Bold).cacheKey() != first);
+        QVERIFY(symbolPixmap(u"plus"_s, 31, Qt::black).cacheKey() != first);
+        QVERIFY(symbolPixmap(u"plus"_s, 30, Qt::white).cacheKey() != first);
+        for (int pixels = 400; pixels < 440; ++pixels)
+            QCOMPARE(symbolPixmap(u"plus"_s, pixels, Qt::black).width(), pixels);
+        QVERIFY2(symbolPixmap(u"plus"_s, 30, Qt::black).cacheKey() != first, "nothing is ever let go");
     }
 };
 

@@ -70,7 +70,8 @@ void Cover::drawPlaceholder(QPainter &painter) const
     const int symbolHeight = symbolExtent(55);
     const int textHeight = painter.fontMetrics().height();
     const int top = (height() - symbolHeight - Gap - textHeight) / 2;
-    drawSymbol(painter, QRect(0, top, width(), symbolHeight), u"music.note"_s, 55, secondaryColor(palette()));
+    drawSymbol(painter, QRect(0, top, width(), symbolHeight), u"music.note"_s, 55, secondaryColor(palette()),
+        QFont::Light);
     painter.setPen(secondaryColor(palette()));
     painter.drawText(
         QRect(0, top + symbolHeight + Gap, width(), textHeight), Qt::AlignCenter, u"Lumaverdine"_s);

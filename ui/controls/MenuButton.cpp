@@ -5,7 +5,7 @@
 #include <QMenu>
 
 MenuButton::MenuButton(const QString &symbol, const QString &help)
-    : SymbolButton(symbol, 13, help, QSize(20, 24))
+    : SymbolButton(symbol, 13, QFont::Normal, help, QSize(20, 24))
     , m_menu(new QMenu(this))
 {
     installAccessibleRoles();

@@ -38,5 +38,5 @@ void PlayButton::draw(QPainter &painter)
     painter.setBrush(primaryColor(palette()));
     painter.drawEllipse(rect());
     const QRectF area = QRectF(rect()).translated(symbolOffset(), 0);
-    drawSymbol(painter, area, symbol(), 23, windowBackgroundColor(palette()));
+    drawSymbol(painter, area, symbol(), 23, windowBackgroundColor(palette()), QFont::Bold);
 }

@@ -5,10 +5,12 @@
 
 #include <QPainter>
 
-SymbolButton::SymbolButton(const QString &symbol, int pointSize, const QString &help, const QSize &extent)
+SymbolButton::SymbolButton(
+    const QString &symbol, int pointSize, QFont::Weight weight, const QString &help, const QSize &extent)
     : Button(help)
     , m_symbol(symbol)
     , m_pointSize(pointSize)
+    , m_weight(weight)
     , m_extent(extent)
 {
     connect(this, &QAbstractButton::toggled, this, &SymbolButton::clickWhereToggled);
@@ -38,5 +40,5 @@ void SymbolButton::draw(QPainter &painter)
     }
     const QColor color =
         isChecked() ? accentColor(palette()) : primaryColor(palette(), underMouse() ? 1 : 0.82);
-    drawSymbol(painter, rect(), m_symbol, m_pointSize, color);
+    drawSymbol(painter, rect(), m_symbol, m_pointSize, color, m_weight);
 }

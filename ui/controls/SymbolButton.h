@@ -9,7 +9,8 @@ class SymbolButton : public Button {
 
 public:
     /// A button of `extent` with the symbol at `pointSize` in its middle.
-    SymbolButton(const QString &symbol, int pointSize, const QString &help, const QSize &extent);
+    SymbolButton(
+        const QString &symbol, int pointSize, QFont::Weight weight, const QString &help, const QSize &extent);
 
     /// Shows the active look, of a checkable button, or ends it.
     void setActive(bool isActive);
@@ -23,5 +24,6 @@ private:
     bool m_isActive = false;
     QString m_symbol;
     int m_pointSize;
+    QFont::Weight m_weight;
     QSize m_extent;
 };

@@ -6,9 +6,10 @@
 #include <QPainter>
 #include <algorithm>
 
-SymbolView::SymbolView(const QString &symbol, int pointSize)
+SymbolView::SymbolView(const QString &symbol, int pointSize, QFont::Weight weight)
     : m_symbol(symbol)
     , m_pointSize(pointSize)
+    , m_weight(weight)
 {
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Maximum);
 }
@@ -30,5 +31,5 @@ void SymbolView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const double fit = std::min(1.0, static_cast<double>(height()) / sizeHint().height());
-    drawSymbol(painter, rect(), m_symbol, qRound(m_pointSize * fit), secondaryColor(palette()));
+    drawSymbol(painter, rect(), m_symbol, qRound(m_pointSize * fit), secondaryColor(palette()), m_weight);
 }

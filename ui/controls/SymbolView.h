@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFont>
 #include <QWidget>
 
 /// A symbol in the secondary colour, centred. Only an ornament of the text beside it: assistive technology
@@ -8,7 +9,7 @@ class SymbolView : public QWidget {
     Q_OBJECT
 
 public:
-    SymbolView(const QString &symbol, int pointSize);
+    SymbolView(const QString &symbol, int pointSize, QFont::Weight weight = QFont::Normal);
 
     /// Nothing happens where the name is the same.
     void setSymbol(const QString &symbol);
@@ -25,4 +26,5 @@ protected:
 private:
     QString m_symbol;
     int m_pointSize;
+    QFont::Weight m_weight;
 };

@@ -1,0 +1,138 @@
+#include "ui/SymbolDrawing.h"
+
+#include <QPolygonF>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double Grid = 24; // units a side
+
+/// Units: 1.65 for a regular font.
+double strokeWidth(QFont::Weight weight)
+{
+    return 0.65 + 0.0025 * static_cast<int>(weight);
+}
+
+/// Along one axis, in pixels.
+struct Span {
+    double start;
+    double length;
+};
+
+/// The nearest span on whole pixels. Both halves of the drawing are treated alike, as in a mirror.
+Span onPixels(const Span &span, int pixels)
+{
+    const double middle = span.start + span.length / 2;
+    const bool isCentred = std::abs(middle - pixels / 2.0) < 1e-6;
+    if (isCentred) {
+        const int length = centrableLength(span.length, pixels);
+        return {(pixels - length) / 2.0, static_cast<double>(length)};
+    }
+    const double length = std::max(1.0, std::round(span.length));
+    const double start = middle - length / 2;
+    const bool isBeforeMiddle = middle < pixels / 2.0;
+    return {isBeforeMiddle ? std::floor(start + 0.5) : std::ceil(start - 0.5), length};
+}
+
+/// Fits shapes that are given by points, with the strokes around them, to the pixels.
+class PixelFit {
+public:
+    PixelFit(double stroke, int pixels)
+        : m_stroke(stroke)
+        , m_pixels(pixels)
+        , m_scale(pixels / Grid)
+    {
+    }
+
+    void fit(QXmlStreamAttributes &attributes) const
+    {
+        QPolygonF points = parsed(attributes.value(u"points"_s));
+        const QRectF box = points.boundingRect();
+        const Span across = fitted(box.left(), box.width());
+        const Span down = fitted(box.top(), box.height());
+        // A line along an axis is as thick as its stroke.
+        const double stroke = box.width() == 0 ? across.length : box.height() == 0 ? down.length : m_stroke;
+        for (QPointF &point : points) {
+            point.setX(moved(point.x() - box.left(), box.width(), across, stroke));
+            point.setY(moved(point.y() - box.top(), box.height(), down, stroke));
+        }
+        attributes.clear();
+        attributes.append(u"points"_s, written(points));
+        attributes.append(u"stroke-width"_s, QString::number(stroke));
+    }
+
+private:
+    /// Where a shape that begins at `start` comes to lie with its stroke, in units.
+    [[nodiscard]] Span fitted(double start, double length) const
+    {
+        const Span inked{(start - m_stroke / 2) * m_scale, (length + m_stroke) * m_scale};
+        const Span whole = onPixels(inked, m_pixels);
+        return {whole.start / m_scale, whole.length / m_scale};
+    }
+
+    static double moved(double offset, double length, const Span &target, double stroke)
+    {
+        const double share = length == 0 ? 0 : offset / length;
+        return target.start + stroke / 2 + share * (target.length - stroke);
+    }
+
+    static QPolygonF parsed(QStringView text)
+    {
+        QPolygonF points;
+        for (const QStringView pair : text.split(u' ')) {
+            const qsizetype comma = pair.indexOf(u',');
+            points.append({pair.first(comma).toDouble(), pair.sliced(comma + 1).toDouble()});
+        }
+        return points;
+    }
+
+    static QString written(const QPolygonF &points)
+    {
+        QStringList pairs;
+        for (const QPointF &point : points)
+            pairs.append(u"%1,%2"_s.arg(point.x(), 0, 'f', 6).arg(point.y(), 0, 'f', 6));
+        return pairs.join(u' ');
+    }
+
+    double m_stroke;
+    int m_pixels;
+    double m_scale; ///< pixels a unit
+};
+
+} // namespace
+
+int centrableLength(double length, int room)
+{
+    const int odd = room % 2;
+    return std::max(2 - odd, 2 * qRound((length - odd) / 2) + odd);
+}
+
+QByteArray symbolDrawing(const QByteArray &svg, QFont::Weight weight, int pixels)
+{
+    const double stroke = strokeWidth(weight);
+    const PixelFit pixelFit(stroke, pixels);
+    QByteArray drawing;
+    QXmlStreamWriter writer(&drawing);
+    QXmlStreamReader reader(svg);
+    reader.setNamespaceProcessing(false);
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isEndElement())
+            writer.writeEndElement();
+        if (!reader.isStartElement())
+            continue;
+        QXmlStreamAttributes attributes = reader.attributes();
+        if (reader.name() == u"svg")
+            attributes.append(u"stroke-width"_s, QString::number(stroke));
+        else if (attributes.hasAttribute(u"points"_s))
+            pixelFit.fit(attributes);
+        writer.writeStartElement(reader.name().toString());
+        writer.writeAttributes(attributes);
+    }
+    return drawing;
+}
