@@ -11,6 +11,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr double Grid = 24; // units a side
+constexpr double Tie = 1e-6; // what is this near to a half is one
 
 /// Units: 1.65 for a regular font.
 double strokeWidth(QFont::Weight weight)
@@ -28,15 +29,15 @@ struct Span {
 Span onPixels(const Span &span, int pixels)
 {
     const double middle = span.start + span.length / 2;
-    const bool isCentred = std::abs(middle - pixels / 2.0) < 1e-6;
+    const bool isCentred = std::abs(middle - pixels / 2.0) < Tie;
     if (isCentred) {
         const int length = centrableLength(span.length, pixels);
         return {(pixels - length) / 2.0, static_cast<double>(length)};
     }
-    const double length = std::max(1.0, std::round(span.length));
+    const double length = std::max(1.0, std::round(span.length + Tie));
     const double start = middle - length / 2;
     const bool isBeforeMiddle = middle < pixels / 2.0;
-    return {isBeforeMiddle ? std::floor(start + 0.5) : std::ceil(start - 0.5), length};
+    return {isBeforeMiddle ? std::floor(start + 0.5 + Tie) : std::ceil(start - 0.5 - Tie), length};
 }
 
 /// Fits shapes that are given by points, with the strokes around them, to the pixels.
