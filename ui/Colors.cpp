@@ -1,6 +1,39 @@
 #include "ui/Colors.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
+
+constexpr double ReadableContrast = 4.5;
+
+// One for light surroundings and one for dark ones; white reads well on the former.
+constexpr QColor DarkRed(0xc8, 0x0d, 0x1f);
+constexpr QColor LightRed(0xff, 0x8a, 0x80);
+
+/// Part of a channel's intensity, from its value in sRGB.
+double linear(double value)
+{
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor &color)
+{
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+/// What one sees of `color` on an opaque background.
+QColor mixed(const QColor &color, const QColor &background)
+{
+    const auto mix = [&](float top, float bottom) { return bottom + (top - bottom) * color.alphaF(); };
+    return QColor::fromRgbF(mix(color.redF(), background.redF()), mix(color.greenF(), background.greenF()),
+        mix(color.blueF(), background.blueF()));
+}
+
+QColor clearer(const QColor &a, const QColor &b, const QColor &background)
+{
+    return contrastRatio(a, background) >= contrastRatio(b, background) ? a : b;
+}
 
 QColor atOpacity(QColor color, double opacity)
 {
@@ -17,7 +50,13 @@ QColor primaryColor(const QPalette &palette, double opacity)
 
 QColor secondaryColor(const QPalette &palette)
 {
-    return primaryColor(palette, 0.62);
+    // Texts stand on the window's tints as well.
+    const QColor ground = mixed(primaryColor(palette, 0.06), windowBackgroundColor(palette));
+    double opacity = 0.62;
+    while (opacity < 1
+        && contrastRatio(mixed(primaryColor(palette, opacity), ground), ground) < ReadableContrast)
+        opacity += 0.02;
+    return primaryColor(palette, std::min(opacity, 1.0));
 }
 
 QColor tertiaryColor(const QPalette &palette)
@@ -36,10 +75,23 @@ QColor accentColor(const QPalette &palette, double opacity)
 
 QColor onAccentColor(const QPalette &palette)
 {
-    return palette.color(QPalette::Active, QPalette::HighlightedText);
+    const QColor own = palette.color(QPalette::Active, QPalette::HighlightedText);
+    const QColor accent = accentColor(palette);
+    return contrastRatio(own, accent) >= ReadableContrast ? own : clearer(Qt::white, Qt::black, accent);
+}
+
+QColor destructiveColor(const QPalette &palette)
+{
+    return clearer(DarkRed, LightRed, windowBackgroundColor(palette));
 }
 
 QColor windowBackgroundColor(const QPalette &palette)
 {
     return palette.color(QPalette::Active, QPalette::Window);
+}
+
+double contrastRatio(const QColor &a, const QColor &b)
+{
+    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
+    return (lighter + 0.05) / (darker + 0.05);
 }

@@ -9,7 +9,7 @@
 /// The text colour, at an opacity from 0 to 1.
 [[nodiscard]] QColor primaryColor(const QPalette &palette, double opacity = 1);
 
-/// The text colour at 0.62, for what accompanies a text.
+/// The text colour at 0.62, or as much more as a text needs to be read, for what accompanies a text.
 [[nodiscard]] QColor secondaryColor(const QPalette &palette);
 
 /// The text colour at 0.5, for what may be overlooked.
@@ -18,8 +18,16 @@
 /// The user's accent, at an opacity from 0 to 1.
 [[nodiscard]] QColor accentColor(const QPalette &palette, double opacity = 1);
 
-/// What reads well on top of the accent.
+/// What reads well on top of the accent: the palette's own choice where its contrast is enough for a text,
+/// otherwise black or white.
 [[nodiscard]] QColor onAccentColor(const QPalette &palette);
+
+/// A red for the text of what cannot be undone, on the palette's window or base colour.
+[[nodiscard]] QColor destructiveColor(const QPalette &palette);
 
 /// The window's own opaque background.
 [[nodiscard]] QColor windowBackgroundColor(const QPalette &palette);
+
+/// The contrast between two opaque colours as the Web Content Accessibility Guidelines 2.1 define it, from 1 to
+/// 21. A text needs 4.5.
+[[nodiscard]] double contrastRatio(const QColor &a, const QColor &b);

@@ -1,0 +1,92 @@
+#include "ui/Colors.h"
+
+#include <QTest>
+
+namespace {
+
+QPalette paletteOf(QRgb window, QRgb text, QRgb accent, QRgb onAccent)
+{
+    QPalette palette(QColor{text}, QColor{window});
+    palette.setColor(QPalette::WindowText, QColor(text));
+    palette.setColor(QPalette::Window, QColor(window));
+    palette.setColor(QPalette::Highlight, QColor(accent));
+    palette.setColor(QPalette::HighlightedText, QColor(onAccent));
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    palette.setColor(QPalette::Accent, QColor(accent));
+#endif
+    return palette;
+}
+
+/// What one sees of a translucent colour on an opaque one.
+QColor over(const QColor &color, const QColor &background)
+{
+    const auto mixed = [&](float top, float bottom) {
+        return top * color.alphaF() + bottom * (1 - color.alphaF());
+    };
+    return QColor::fromRgbF(mixed(color.redF(), background.redF()),
+        mixed(color.greenF(), background.greenF()), mixed(color.blueF(), background.blueF()));
+}
+
+} // namespace
+
+class ColorsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void contrastIsThatOfTheGuidelines()
+    {
+        QCOMPARE(contrastRatio(Qt::white, Qt::black), 21.0);
+        QCOMPARE(contrastRatio(Qt::black, Qt::white), 21.0);
+        QCOMPARE(contrastRatio(Qt::red, Qt::red), 1.0);
+        QVERIFY(std::abs(contrastRatio(QColor(0x76, 0x76, 0x76), Qt::white) - 4.54) < 0.01);
+    }
+
+    void textsReadWellInEveryScheme_data()
+    {
+        QTest::addColumn<QPalette>("palette");
+        QTest::newRow("light") << paletteOf(0xefefef, 0x000000, 0x308cc6, 0xffffff);
+        QTest::newRow("white") << paletteOf(0xffffff, 0x1c1c1c, 0x3584e4, 0xffffff);
+        QTest::newRow("soft light") << paletteOf(0xeff0f1, 0x232629, 0x3daee9, 0xffffff);
+        QTest::newRow("dark") << paletteOf(0x323232, 0xffffff, 0x308cc6, 0xffffff);
+        QTest::newRow("black") << paletteOf(0x1e1e1e, 0xffffff, 0xf6d32d, 0xffffff);
+        QTest::newRow("soft dark") << paletteOf(0x2a2e32, 0xfcfcfc, 0x3daee9, 0xfcfcfc);
+    }
+
+    void textsReadWellInEveryScheme()
+    {
+        QFETCH(const QPalette, palette);
+        const QColor ground = windowBackgroundColor(palette);
+        QVERIFY(contrastRatio(primaryColor(palette), ground) >= 4.5);
+        QVERIFY(contrastRatio(over(secondaryColor(palette), ground), ground) >= 4.5);
+        // The playlist's wash and the backdrop's tint lie under most texts.
+        const QColor tinted = over(primaryColor(palette, 0.018), over(primaryColor(palette, 0.04), ground));
+        QVERIFY(contrastRatio(over(secondaryColor(palette), tinted), tinted) >= 4.5);
+        QVERIFY(contrastRatio(onAccentColor(palette), accentColor(palette)) >= 4.5);
+        QVERIFY(contrastRatio(destructiveColor(palette), ground) >= 4.5);
+    }
+
+    void secondaryIsFainterAsFarAsItReads()
+    {
+        const QPalette clear = paletteOf(0xffffff, 0x000000, 0x308cc6, 0xffffff);
+        QVERIFY(std::abs(secondaryColor(clear).alphaF() - 0.62) < 0.001);
+        const QPalette faint = paletteOf(0xffffff, 0x767676, 0x308cc6, 0xffffff);
+        QCOMPARE(secondaryColor(faint), primaryColor(faint));
+    }
+
+    void ownColourOnTheAccentIsKeptWhereItReads()
+    {
+        const QPalette palette = paletteOf(0xffffff, 0x000000, 0x1a5fb4, 0xf0f0f0);
+        QCOMPARE(onAccentColor(palette), QColor(0xf0f0f0));
+    }
+
+    void disabledGroupIsNotAskedFor()
+    {
+        QPalette palette = paletteOf(0xffffff, 0x000000, 0x1a5fb4, 0xffffff);
+        palette.setColor(QPalette::Disabled, QPalette::WindowText, Qt::green);
+        palette.setCurrentColorGroup(QPalette::Disabled);
+        QCOMPARE(primaryColor(palette), QColor(Qt::black));
+    }
+};
+
+QTEST_GUILESS_MAIN(ColorsTest)
+#include "ColorsTest.moc"
