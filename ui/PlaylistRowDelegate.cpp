@@ -5,12 +5,12 @@
 #include "ui/Fonts.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowGeometry.h"
+#include "ui/SmoothCorners.h"
 #include "ui/Symbol.h"
 #include "ui/controls/FocusRing.h"
 
 #include <QFontMetrics>
 #include <QPainter>
-#include <QPainterPath>
 
 using namespace Qt::StringLiterals;
 
@@ -54,8 +54,7 @@ void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, co
 
 void drawSmallArtwork(QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette)
 {
-    QPainterPath outline;
-    outline.addRoundedRect(area, CoverCornerRadius, CoverCornerRadius);
+    const QPainterPath outline = smoothCorners(area, CoverCornerRadius);
     painter.fillPath(outline, primaryColor(palette, 0.08));
     const double ratio = painter.device()->devicePixelRatioF();
     const QImage picture = row.artwork ? row.artwork->scaledToFill(area.size() * ratio) : QImage();
@@ -92,11 +91,8 @@ void PlaylistRowDelegate::paint(
 
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    if (row.isCurrent()) {
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(accentColor(option.palette, 0.1));
-        painter->drawRoundedRect(option.rect, RowCornerRadius, RowCornerRadius);
-    }
+    if (row.isCurrent())
+        painter->fillPath(smoothCorners(option.rect, RowCornerRadius), accentColor(option.palette, 0.1));
     drawMarker(*painter, at.marker, row, option.palette);
     drawSmallArtwork(*painter, at.cover, row, option.palette);
     drawTexts(*painter, at, row, option.palette);

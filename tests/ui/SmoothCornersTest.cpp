@@ -1,0 +1,107 @@
+#include "ui/SmoothCorners.h"
+
+#include <QTest>
+#include <cmath>
+
+namespace {
+
+const QRectF Square(10, 20, 190, 190);
+constexpr double Radius = 18;
+
+QPainterPath arcs()
+{
+    QPainterPath path;
+    path.addRoundedRect(Square, Radius, Radius);
+    return path;
+}
+
+/// How far the outline lies below the top side at `x` from the left one.
+double depthAt(const QPainterPath &outline, double x)
+{
+    double outside = 0;
+    double inside = Square.height() / 2;
+    while (inside - outside > 1e-6) {
+        const double middle = (inside + outside) / 2;
+        const bool isInside = outline.contains(Square.topLeft() + QPointF(x, middle));
+        (isInside ? inside : outside) = middle;
+    }
+    return inside;
+}
+
+/// The curvature of the outline at `x`, from three depths.
+double curvatureAt(const QPainterPath &outline, double x)
+{
+    constexpr double step = 1.5;
+    const double before = depthAt(outline, x - step);
+    const double here = depthAt(outline, x);
+    const double after = depthAt(outline, x + step);
+    const double slope = (after - before) / (2 * step);
+    return (before - 2 * here + after) / (step * step) / std::pow(1 + slope * slope, 1.5);
+}
+
+} // namespace
+
+class SmoothCornersTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void outlineReachesAllSidesAndStaysInside()
+    {
+        const QRectF bounds = smoothCorners(Square, Radius).boundingRect();
+        QVERIFY(std::abs(bounds.left() - Square.left()) < 1e-9);
+        QVERIFY(std::abs(bounds.top() - Square.top()) < 1e-9);
+        QVERIFY(std::abs(bounds.right() - Square.right()) < 1e-9);
+        QVERIFY(std::abs(bounds.bottom() - Square.bottom()) < 1e-9);
+    }
+
+    void cornerBeginsEarlierThanAnArc()
+    {
+        const QPainterPath smooth = smoothCorners(Square, Radius);
+        for (const double x : {16.0, 18.0, 20.0, 22.0})
+            QVERIFY(depthAt(smooth, x) > depthAt(arcs(), x) + 0.02);
+        QVERIFY(depthAt(smooth, 30) < 1e-3);
+    }
+
+    void cornerMeetsTheArcOnTheDiagonal()
+    {
+        const double cut = Radius * (1 - std::sqrt(0.5));
+        QVERIFY(std::abs(depthAt(smoothCorners(Square, Radius), cut) - cut) < 0.05);
+    }
+
+    void curvatureGrowsFromNothing()
+    {
+        const QPainterPath smooth = smoothCorners(Square, Radius);
+        QVERIFY(std::abs(curvatureAt(smooth, 24)) < 0.012);
+        QVERIFY(curvatureAt(smooth, 18) > curvatureAt(smooth, 24));
+        QVERIFY(curvatureAt(smooth, 12) > curvatureAt(smooth, 18));
+        // That of an arc is all there at once.
+        QVERIFY(curvatureAt(arcs(), 16) > 0.9 / Radius);
+    }
+
+    void allCornersAreAlike()
+    {
+        const QPainterPath smooth = smoothCorners(Square, Radius);
+        const QPointF middle = Square.center();
+        for (double x = 0.05; x < 30; x += 0.7) {
+            for (double y = 0.05; y < 30; y += 0.7) {
+                const QPointF offset = Square.topLeft() + QPointF(x, y) - middle;
+                const bool isInside = smooth.contains(middle + offset);
+                QCOMPARE(smooth.contains(middle + QPointF(-offset.x(), offset.y())), isInside);
+                QCOMPARE(smooth.contains(middle + QPointF(offset.x(), -offset.y())), isInside);
+                QCOMPARE(smooth.contains(middle - offset), isInside);
+            }
+        }
+    }
+
+    void cornersShareASideThatIsTooShort()
+    {
+        const QRectF flat(0, 0, 40, 10);
+        const QPainterPath smooth = smoothCorners(flat, 18);
+        QVERIFY(flat.contains(smooth.boundingRect()));
+        QVERIFY(smooth.contains(flat.center()));
+        QVERIFY(!smooth.contains(QPointF(0.3, 0.3)));
+    }
+};
+
+QTEST_GUILESS_MAIN(SmoothCornersTest)
+#include "SmoothCornersTest.moc"

@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QPainterPath>
+
+/// A rectangle whose corners are continuous in curvature: it grows from nothing along the sides to its most on
+/// the diagonal, where the outline meets that of a rectangle rounded by arcs of `radius`. A radius for which
+/// there is no room is reduced.
+[[nodiscard]] QPainterPath smoothCorners(const QRectF &rect, double radius);
