@@ -30,7 +30,8 @@ struct SoundLabel {
 
 /// Plays one audio file.
 ///
-/// All calls come from the main thread and none of them waits for the sound server or for another thread.
+/// All calls come from the main thread, and none of them but open() waits for the sound server or for another
+/// thread.
 /// Times are seconds from the start of the track. Destroying a player ends its sound at once.
 class AudioPlayer {
 public:
@@ -41,6 +42,10 @@ public:
     /// Opens the local regular file behind `url`, and no other, for playback on the system's default output.
     /// Fails with a readable description where the file cannot be opened or holds no sound that is
     /// understood. Needs no sound server, which is told `label` later on, and never the file's path.
+    ///
+    /// Main thread, which waits while the file is opened and its first frames are decoded on another one: for
+    /// 3 seconds at most, where its medium does not answer, and for less where that was so a moment ago (see
+    /// Patience). That is a failure, too.
     static Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label = {});
 
     /// The receiver of the callbacks, borrowed, or null for none. Once this returns, the former one is not

@@ -2,6 +2,7 @@
 
 #include "platform/files/AudioFileDialog.h"
 #include "platform/files/LocalFile.h"
+#include "platform/files/MediumCall.h"
 
 #include <QSettings>
 #include <QStandardPaths>
@@ -34,6 +35,13 @@ Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
     if (remote == urls.end())
         return urls;
     return Error{u"«%1» no es un archivo de este equipo."_s.arg(remote->toDisplayString())};
+}
+
+/// Whether the folder is there, and its medium answers: in one that does not, the dialog would hang.
+bool isUsable(const QUrl &folder)
+{
+    const auto exists = [folder] { return QDir(folder.toLocalFile()).exists(); };
+    return folder.isLocalFile() && askMedium<bool>(folder, exists).value_or(false);
 }
 
 } // namespace
@@ -82,8 +90,10 @@ void FilePicker::finish(int outcome)
 
 QUrl FilePicker::firstFolder() const
 {
-    if (!m_lastFolder.isEmpty())
-        return m_lastFolder;
     const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
-    return QUrl::fromLocalFile(QDir(music).exists() ? music : QDir::homePath());
+    for (const QUrl &folder : {m_lastFolder, QUrl::fromLocalFile(music + u'/')}) {
+        if (isUsable(folder))
+            return folder;
+    }
+    return QUrl::fromLocalFile(QDir::homePath());
 }

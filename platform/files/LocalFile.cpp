@@ -1,5 +1,6 @@
 #include "platform/files/LocalFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
@@ -39,6 +40,12 @@ QByteArray standardizedFilePath(const QUrl &url)
     if (path.empty())
         return url.toEncoded();
     return QByteArray::fromStdString(path.lexically_normal().string());
+}
+
+QByteArray localFolderPath(const QUrl &url)
+{
+    const QByteArray path = localFilePath(url);
+    return path.first(std::max<qsizetype>(path.lastIndexOf('/'), 0));
 }
 
 QString localFileName(const QUrl &url)

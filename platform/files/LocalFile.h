@@ -17,6 +17,9 @@ QByteArray localFilePath(const QUrl &url);
 /// same file by such spellings have the same. The URL itself where it does not name a file of this machine.
 QByteArray standardizedFilePath(const QUrl &url);
 
+/// localFilePath() up to its last slash, which is left out.
+QByteArray localFolderPath(const QUrl &url);
+
 /// The last component of the path as text; bytes that are not UTF-8 show as U+FFFD.
 QString localFileName(const QUrl &url);
 

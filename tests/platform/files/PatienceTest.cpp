@@ -1,0 +1,86 @@
+#include "platform/files/Patience.h"
+
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+class PatienceTest : public QObject {
+    Q_OBJECT
+
+private:
+    static constexpr Patience::Moment Start = Patience::Moment(1000h);
+
+    /// Asks `folder` for one file after the other and gets no answer; returns how long that takes in all.
+    static std::chrono::milliseconds importFrom(
+        const QByteArray &folder, int files, Patience &patience, Patience::Moment &now)
+    {
+        const auto start = now;
+        for (int i = 0; i < files; ++i) {
+            const auto limit = patience.limit(folder, now);
+            now += limit;
+            if (limit > 0ms)
+                patience.noteSilence(folder, now);
+        }
+        return std::chrono::duration_cast<std::chrono::milliseconds>(now - start);
+    }
+
+private Q_SLOTS:
+    void healthyMediumHasThreeSeconds()
+    {
+        Patience patience;
+        QCOMPARE(patience.limit("/a", Start), 3000ms);
+        patience.noteAnswer("/a");
+        QCOMPARE(patience.limit("/a", Start), 3000ms);
+    }
+
+    void manyFilesOfADeadFolderCostLittleMoreThanOne()
+    {
+        Patience patience;
+        auto now = Start;
+        QVERIFY(importFrom("/dead", 10'000, patience, now) <= 3500ms);
+        QCOMPARE(patience.limit("/dead", now), 0ms);
+    }
+
+    void deadFolderBesideADeadOneCostsLittleMoreThanASecond()
+    {
+        Patience patience;
+        auto now = Start;
+        importFrom("/dead", 10, patience, now);
+        QVERIFY(importFrom("/dead too", 10'000, patience, now) <= 1500ms);
+    }
+
+    void folderBesidesADeadOneIsAskedAllTheTime()
+    {
+        Patience patience;
+        auto now = Start;
+        for (int i = 0; i < 100; ++i) {
+            importFrom("/dead", 1, patience, now);
+            QCOMPARE(patience.limit("/good", now), 1000ms);
+            patience.noteAnswer("/good");
+        }
+    }
+
+    void goodFilesBetweenSilentOnesAreAskedFor()
+    {
+        Patience patience;
+        auto now = Start;
+        for (int i = 0; i < 100; ++i) {
+            importFrom("/damaged disk", 1, patience, now);
+            QCOMPARE(patience.limit("/damaged disk", now), 300ms);
+            patience.noteAnswer("/damaged disk");
+        }
+        QCOMPARE(patience.limit("/damaged disk", now), 1000ms);
+    }
+
+    void silenceIsForgotten()
+    {
+        Patience patience;
+        auto now = Start;
+        importFrom("/dead", 100, patience, now);
+        QCOMPARE(patience.limit("/dead", now + 11s), 3000ms);
+        QCOMPARE(patience.limit("/other", now + 11s), 3000ms);
+    }
+};
+
+QTEST_GUILESS_MAIN(PatienceTest)
+#include "PatienceTest.moc"
