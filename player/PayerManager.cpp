@@ -2,6 +2,7 @@
 
 #include "platform/files/FileOrder.h"
 #include "platform/files/LocalFile.h"
+#include "platform/media/MediaBatch.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -248,24 +249,37 @@ void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::opt
 
 void PlayerManager::addFiles(const QList<QUrl> &urls)
 {
-    QSet<QByteArray> listed;
-    listed.reserve(playlist().size() + urls.size());
-    for (const Track &track : playlist())
-        listed.insert(standardizedFilePath(track.url()));
-
-    for (const QUrl &url : sortedByFileName(urls)) {
-        const QByteArray path = standardizedFilePath(url);
-        if (listed.contains(path))
-            continue;
-        listed.insert(path);
+    const QList<QUrl> added = notListed(sortedByFileName(urls));
+    for (const QUrl &url : added) {
         if (m_services.startAccessing(url))
             m_securityScopedURLs.append(url);
-        Track track(url);
+    }
+    MediaBatch media(added);
+    for (const QUrl &url : added) {
+        Track track(url, media.take());
         playlist.mutate([&track](QList<Track> &tracks) { tracks.append(std::move(track)); });
     }
 
     if (!currentTrack() && !playlist().isEmpty())
         load(playlist().first(), false);
+}
+
+/// Those of `urls` that are not in the playlist, each file once.
+QList<QUrl> PlayerManager::notListed(const QList<QUrl> &urls) const
+{
+    QSet<QByteArray> listed;
+    listed.reserve(playlist().size() + urls.size());
+    for (const Track &track : playlist())
+        listed.insert(standardizedFilePath(track.url()));
+
+    QList<QUrl> others;
+    for (const QUrl &url : urls) {
+        const qsizetype before = listed.size();
+        listed.insert(standardizedFilePath(url));
+        if (listed.size() > before)
+            others.append(url);
+    }
+    return others;
 }
 
 void PlayerManager::removeTrack(const Track &track)

@@ -73,6 +73,7 @@ private:
     void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
     void handleEndOfTrack();
 
+    [[nodiscard]] QList<QUrl> notListed(const QList<QUrl> &urls) const;
     void playRandomTrack();
     void applyVolume(double value);
     void startProgressTimer();

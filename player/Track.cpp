@@ -28,16 +28,19 @@ double displayedDuration(const MediaTime &time)
 }
 
 Track::Track(const QUrl &url)
+    : Track(url, MediaAsset(url))
+{
+}
+
+Track::Track(const QUrl &url, const MediaAsset &asset)
     : title(withoutPathExtension(localFileName(url)))
     , m_url(url)
 {
-    loadMetadata();
+    loadMetadata(asset);
 }
 
-void Track::loadMetadata()
+void Track::loadMetadata(const MediaAsset &asset)
 {
-    const MediaAsset asset(m_url);
-
     duration = displayedDuration(asset.duration());
 
     const QList<MetadataItem> &metadata = asset.commonMetadata();

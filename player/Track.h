@@ -22,6 +22,9 @@ public:
     /// read, keeps its default. Main thread, which it blocks meanwhile.
     explicit Track(const QUrl &url);
 
+    /// The same where the file has been opened already: `asset` is its.
+    Track(const QUrl &url, const MediaAsset &asset);
+
     [[nodiscard]] const QUuid &id() const { return m_id; }
     [[nodiscard]] const QUrl &url() const { return m_url; }
 
@@ -34,7 +37,7 @@ public:
     friend bool operator==(const Track &a, const Track &b) { return a.m_id == b.m_id; }
 
 private:
-    void loadMetadata();
+    void loadMetadata(const MediaAsset &asset);
     static std::optional<QString> metadataValue(
         CommonIdentifier identifier, const QList<MetadataItem> &items);
 

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+struct MediaContents;
+
 /// A rational media time: value / timescale seconds.
 struct MediaTime {
     std::int64_t value = 0;
@@ -48,11 +50,15 @@ private:
 
 /// The media container behind a file URL, read once, when it is opened.
 ///
-/// Opening never fails: what cannot be read is missing. Only the chosen regular file is opened. Any thread;
-/// blocks while the file is read.
+/// Opening never fails: what cannot be read is missing. Only the chosen regular file is opened. Many files are
+/// opened by a MediaBatch.
 class MediaAsset {
 public:
+    /// Reads the file on a thread of its own and waits for it: for 3 seconds at most where its medium does
+    /// not answer, and for less where that was so a moment ago (see Patience). Any thread.
     explicit MediaAsset(const QUrl &url);
+
+    explicit MediaAsset(MediaContents contents);
 
     /// Length of the container; not numeric where it is unknown.
     [[nodiscard]] MediaTime duration() const { return m_duration; }

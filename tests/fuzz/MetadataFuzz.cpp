@@ -1,7 +1,7 @@
 // Reads the metadata of any bytes, as a file is read that is added to the playlist.
 
 #include "platform/media/Artwork.h"
-#include "platform/media/MediaAsset.h"
+#include "platform/media/MediaReader.h"
 #include "tests/fuzz/FuzzTarget.h"
 #include "tests/platform/MemoryFile.h"
 
@@ -10,10 +10,10 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const MemoryFile file(QByteArray::fromRawData(reinterpret_cast<const char *>(data), qsizetype(size)));
-    const MediaAsset asset(file.url());
-    if (asset.duration().isNumeric() && asset.duration().seconds() < 0)
+    const MediaContents contents = readMedia(file.url());
+    if (contents.duration.isNumeric() && contents.duration.seconds() < 0)
         qFatal("A length is negative.");
-    for (const MetadataItem &item : asset.commonMetadata()) {
+    for (const MetadataItem &item : contents.items) {
         if (item.stringValue().has_value() == item.dataValue().has_value())
             qFatal("An item is neither text nor data.");
         if (!item.dataValue())

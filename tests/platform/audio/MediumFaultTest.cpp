@@ -1,5 +1,5 @@
 #include "platform/audio/AudioPlayer.h"
-#include "platform/media/MediaAsset.h"
+#include "platform/media/MediaBatch.h"
 #include "tests/platform/audio/FaultyMedium.h"
 #include "tests/platform/audio/RecordingDelegate.h"
 #include "tests/platform/audio/WavFile.h"
@@ -11,6 +11,7 @@
 #include <QTest>
 #include <cmath>
 #include <cstdio>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using Fault = FaultyMedium::Fault;
@@ -74,6 +75,30 @@ private Q_SLOTS:
         const auto player = open(saveWav(u"first.wav"_s, 0.2));
         player->play();
         QTRY_VERIFY(player->currentTime() > 0.05);
+    }
+
+    void importFromAMediumThatDoesNotAnswerFreezesForThreeSecondsOnly()
+    {
+        QTemporaryDir folder;
+        const QString first = folder.filePath(u"0.mp3"_s);
+        QVERIFY(QFile::copy(QStringLiteral(TEST_MEDIA "/id3v2.3.mp3"), first));
+        QList<QUrl> urls{QUrl::fromLocalFile(first)};
+        for (int i = 1; i < 1000; ++i) {
+            const QString name = folder.filePath(u"%1.mp3"_s.arg(i));
+            QCOMPARE(link(qPrintable(first), qPrintable(name)), 0);
+            urls.append(QUrl::fromLocalFile(name));
+        }
+        FaultyMedium medium(first.toUtf8());
+        medium.set(Fault::Silence);
+        QElapsedTimer timer;
+        timer.start();
+        MediaBatch media(urls);
+        for (qsizetype i = 0; i < urls.size(); ++i)
+            QVERIFY(!media.take().duration().isNumeric());
+        QVERIFY(AudioPlayer::open(urls.first()).isError());
+        QVERIFY2(timer.elapsed() < longestWait, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(medium.faults() > 0);
+        QVERIFY(medium.faults() < 10); // each is a thread that waits
     }
 
     void fileThatShrinksEndsWhereItIsCut()

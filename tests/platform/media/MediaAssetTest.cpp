@@ -1,4 +1,4 @@
-#include "platform/media/MediaAsset.h"
+#include "platform/media/MediaReader.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -20,6 +20,12 @@ QByteArray mediaFile(const QString &name)
 {
     QFile file(mediaUrl(name).toLocalFile());
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// The same as MediaAsset(url), but for as long as it takes on a busy machine.
+MediaAsset read(const QUrl &url)
+{
+    return MediaAsset(readMedia(url));
 }
 
 /// All text values of one kind, in stored order.
@@ -158,7 +164,7 @@ private Q_SLOTS:
     }
     void readsEveryKindOfFile()
     {
-        const MediaAsset asset(mediaUrl(QString::fromLatin1(QTest::currentDataTag())));
+        const MediaAsset asset = read(mediaUrl(QString::fromLatin1(QTest::currentDataTag())));
         QTEST(texts(asset, CommonIdentifier::Title), "titles");
         QTEST(texts(asset, CommonIdentifier::Artist), "artists");
         QTEST(texts(asset, CommonIdentifier::AlbumName), "albums");
@@ -187,7 +193,7 @@ private Q_SLOTS:
     void hostileFilesGiveNothing()
     {
         QFETCH(QString, name);
-        const MediaAsset asset(mediaUrl(name));
+        const MediaAsset asset = read(mediaUrl(name));
         QVERIFY(!asset.duration().isNumeric());
         QVERIFY(asset.commonMetadata().isEmpty());
     }
@@ -195,14 +201,14 @@ private Q_SLOTS:
     void contentCountsAndNotTheName()
     {
         const QUrl misnamed = temporaryFile(u"really-flac.mp3"_s, mediaFile(u"flac.flac"_s));
-        const MediaAsset asset(misnamed);
+        const MediaAsset asset = read(misnamed);
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
         QCOMPARE(asset.duration().seconds(), 1.0);
     }
 
     void textArrivesUnchanged()
     {
-        const MediaAsset asset(mediaUrl(u"strange-title.mp3"_s));
+        const MediaAsset asset = read(mediaUrl(u"strange-title.mp3"_s));
         QCOMPARE(texts(asset, CommonIdentifier::Title),
             QStringList({u"<b>bold</b> &amp;\nsecond\r\nline \u202eright to left\u202c \u200f\U0001F3B5"_s}));
         QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"العربية"_s}));
@@ -213,7 +219,8 @@ private Q_SLOTS:
     {
         const QString title = u"ñandú "_s.repeated(20'000).first(100'000);
         const QByteArray frame = id3v2Frame("TIT2", '\3' + title.toUtf8());
-        const MediaAsset asset(temporaryFile(u"long.mp3"_s, id3v2Tag(frame) + mediaFile(u"song.mp3"_s)));
+        const MediaAsset asset =
+            read(temporaryFile(u"long.mp3"_s, id3v2Tag(frame) + mediaFile(u"song.mp3"_s)));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({title}));
         QCOMPARE(asset.duration().seconds(), 2.0);
     }
@@ -222,7 +229,7 @@ private Q_SLOTS:
     {
         const QByteArray tags = id3v2Tag(id3v2Frame("TIT2", "\3New"))
             + id3v2Tag(id3v2Frame("TIT2", "\3Old") + id3v2Frame("PRIV", QByteArray(100'000, 'x')));
-        const MediaAsset asset(temporaryFile(u"two-tags.mp3"_s, tags + mediaFile(u"song.mp3"_s)));
+        const MediaAsset asset = read(temporaryFile(u"two-tags.mp3"_s, tags + mediaFile(u"song.mp3"_s)));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"New"_s, u"Old"_s}));
         QCOMPARE(asset.duration().seconds(), 2.0);
     }
@@ -233,7 +240,7 @@ private Q_SLOTS:
         const QByteArray picture = "\0image/png\0\3\0"_ba + cover;
         const QByteArray sized = "APIC" + bigEndian(quint32(picture.size())) + "\0\0"_ba + picture;
         const QByteArray tag = id3v2Tag(sized + id3v2Frame("TIT2", "\3Behind"));
-        const MediaAsset asset(temporaryFile(u"plain-size.mp3"_s, tag + mediaFile(u"song.mp3"_s)));
+        const MediaAsset asset = read(temporaryFile(u"plain-size.mp3"_s, tag + mediaFile(u"song.mp3"_s)));
         QCOMPARE(pictures(asset), QList<QByteArray>({cover}));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Behind"_s}));
     }
@@ -241,7 +248,7 @@ private Q_SLOTS:
     void compressedFrameIsNotInflated()
     {
         const long before = peakKilobytes();
-        const MediaAsset asset(mediaUrl(u"inflating-title.mp3"_s));
+        const MediaAsset asset = read(mediaUrl(u"inflating-title.mp3"_s));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList());
         QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"Artist"_s}));
         QVERIFY(peakKilobytes() - before < 16'384);
@@ -255,7 +262,7 @@ private Q_SLOTS:
             16);
         for (quint32 level = 0; level < depth; ++level)
             bytes += bigEndian((depth - level) * 8) + "moov";
-        const MediaAsset asset(temporaryFile(u"nested.m4a"_s, bytes));
+        const MediaAsset asset = read(temporaryFile(u"nested.m4a"_s, bytes));
         QVERIFY(asset.commonMetadata().isEmpty());
     }
 
@@ -268,7 +275,7 @@ private Q_SLOTS:
         const QByteArray bytes = header + littleEndian(quint64(30 + count * 26)) + littleEndian(count)
             + "\1\2" + attributes.repeated(count);
         const long before = peakKilobytes();
-        const MediaAsset asset(temporaryFile(u"crowded.wma"_s, bytes));
+        const MediaAsset asset = read(temporaryFile(u"crowded.wma"_s, bytes));
         QVERIFY(asset.commonMetadata().isEmpty());
         QVERIFY(peakKilobytes() - before < 16'384);
     }
@@ -289,7 +296,7 @@ private Q_SLOTS:
         const QUrl url = temporaryFile(QString::fromLatin1(QTest::currentDataTag()), head);
         QVERIFY(QFile::resize(url.toLocalFile(), qint64(1) << 30));
         const qint64 before = bytesReadSoFar();
-        const MediaAsset asset(url);
+        const MediaAsset asset = read(url);
         QVERIFY(bytesReadSoFar() - before < 200 << 20);
         QVERIFY(!asset.duration().isNumeric());
     }
@@ -297,7 +304,7 @@ private Q_SLOTS:
     void countlessItemsAreCutShort()
     {
         const QByteArray values = QByteArray("\3a") + QByteArray(1'000'000, '\0');
-        const MediaAsset asset(temporaryFile(u"many.mp3"_s, id3v2Tag(id3v2Frame("TPE1", values))));
+        const MediaAsset asset = read(temporaryFile(u"many.mp3"_s, id3v2Tag(id3v2Frame("TPE1", values))));
         QVERIFY(asset.commonMetadata().size() <= 100);
         QCOMPARE(texts(asset, CommonIdentifier::Artist).first(), u"a"_s);
     }
@@ -306,7 +313,7 @@ private Q_SLOTS:
     {
         QByteArray tag = id3v2Tag(id3v2Frame("TIT2", "\3Short"));
         tag.replace(6, 4, QByteArray("\x7f\x7f\x7f\x7f", 4));
-        const MediaAsset asset(temporaryFile(u"claim.mp3"_s, tag));
+        const MediaAsset asset = read(temporaryFile(u"claim.mp3"_s, tag));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Short"_s}));
         QVERIFY(!asset.duration().isNumeric());
     }
@@ -327,10 +334,10 @@ private Q_SLOTS:
         QVERIFY(!bytes.isEmpty());
         for (int part = 0; part < 100; ++part) {
             const qsizetype place = bytes.size() * part / 100;
-            const MediaAsset cut(temporaryFile(u"damaged"_s, bytes.first(place)));
+            const MediaAsset cut = read(temporaryFile(u"damaged"_s, bytes.first(place)));
             QByteArray turned = bytes;
             turned[part < 50 ? part : place] = static_cast<char>(~turned[part < 50 ? part : place]);
-            const MediaAsset other(temporaryFile(u"damaged"_s, turned));
+            const MediaAsset other = read(temporaryFile(u"damaged"_s, turned));
             QVERIFY(!other.duration().isNumeric() || other.duration().seconds() >= 0);
         }
     }

@@ -3,7 +3,7 @@
 
 #include "platform/audio/DecoderModule.h"
 #include "platform/media/Artwork.h"
-#include "platform/media/MediaAsset.h"
+#include "platform/media/MediaReader.h"
 
 #include <QCoreApplication>
 #include <unistd.h>
@@ -12,8 +12,8 @@ namespace {
 
 void readFile(const QUrl &url)
 {
-    const MediaAsset asset(url);
-    const auto pictures = MediaAsset::metadataItems(asset.commonMetadata(), CommonIdentifier::Artwork);
+    const MediaContents contents = readMedia(url);
+    const auto pictures = MediaAsset::metadataItems(contents.items, CommonIdentifier::Artwork);
     if (!pictures.isEmpty())
         Artwork::decode(*pictures.first().dataValue());
 }

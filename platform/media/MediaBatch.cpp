@@ -1,0 +1,129 @@
+#include "platform/media/MediaBatch.h"
+
+#include "platform/DetachedThread.h"
+#include "platform/files/LocalFile.h"
+#include "platform/files/Patience.h"
+#include "platform/media/MediaReader.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t MostAhead = 8; // files; each may have a cover of many megabytes
+constexpr std::size_t Handful = 4; // files that are worth waking somebody for
+constexpr auto Glance = 10ms; // how often the deadline is looked at, which moves on with every file
+
+} // namespace
+
+struct MediaBatch::Shared {
+    explicit Shared(const QList<QUrl> &files)
+        : urls(files)
+    {
+    }
+
+    // A reader's thread
+    void read(int self);
+    void readNext(int self, std::unique_lock<std::mutex> &lock);
+
+    [[nodiscard]] bool hasEnough() const { return ready.size() >= Handful || next == urls.size(); }
+
+    /// False where the deadline passes before there is a file to take.
+    bool waitForNext(std::unique_lock<std::mutex> &lock);
+
+    const QList<QUrl> urls;
+    std::mutex mutex; ///< guards all below
+    std::condition_variable changed;
+    std::deque<MediaContents> ready; ///< read, but not taken yet
+    qsizetype next = 0; ///< position of the file behind those
+    Patience::Moment deadline = Patience::Moment::max(); ///< of that file, while its medium is asked
+    int reader = 0; ///< the number of the one that goes on; others end with the file that they are at
+};
+
+void MediaBatch::Shared::read(int self)
+{
+    std::unique_lock lock(mutex);
+    while (self == reader && next < urls.size()) {
+        if (ready.size() < MostAhead)
+            readNext(self, lock);
+        else
+            changed.wait(lock);
+    }
+}
+
+void MediaBatch::Shared::readNext(int self, std::unique_lock<std::mutex> &lock)
+{
+    const QUrl url = urls.at(next);
+    const QByteArray folder = localFolderPath(url);
+    const auto now = Clock::now();
+    const auto limit = Patience::instance().limit(folder, now);
+    MediaContents contents;
+    if (limit > limit.zero()) {
+        deadline = now + limit;
+        lock.unlock();
+        contents = readMedia(url);
+        lock.lock();
+        if (self != reader)
+            return;
+        deadline = Patience::Moment::max();
+        Patience::instance().noteAnswer(folder);
+    }
+    ready.push_back(std::move(contents));
+    ++next;
+    if (hasEnough())
+        changed.notify_all();
+}
+
+bool MediaBatch::Shared::waitForNext(std::unique_lock<std::mutex> &lock)
+{
+    while (!hasEnough() && Clock::now() < deadline)
+        changed.wait_for(lock, Glance);
+    return !ready.empty();
+}
+
+MediaBatch::MediaBatch(const QList<QUrl> &urls)
+    : m_shared(std::make_shared<Shared>(urls))
+{
+    startReader();
+}
+
+MediaBatch::~MediaBatch()
+{
+    const std::lock_guard lock(m_shared->mutex);
+    ++m_shared->reader;
+    m_shared->changed.notify_all();
+}
+
+MediaAsset MediaBatch::take()
+{
+    const QUrl url = m_shared->urls.at(m_taken++);
+    if (!m_hasReader)
+        return MediaAsset(readMedia(url));
+    std::unique_lock lock(m_shared->mutex);
+    if (m_shared->ready.empty() && !m_shared->waitForNext(lock))
+        return giveUp(url);
+    MediaAsset asset(std::move(m_shared->ready.front()));
+    m_shared->ready.pop_front();
+    m_shared->changed.notify_all();
+    return asset;
+}
+
+void MediaBatch::startReader()
+{
+    const int number = ++m_shared->reader;
+    m_hasReader = startDetachedThread([shared = m_shared, number] { shared->read(number); });
+}
+
+/// Another reader goes on behind the file whose medium does not answer.
+MediaAsset MediaBatch::giveUp(const QUrl &url)
+{
+    Patience::instance().noteSilence(localFolderPath(url), Clock::now());
+    m_shared->deadline = Patience::Moment::max();
+    ++m_shared->next;
+    startReader();
+    return MediaAsset(MediaContents());
+}

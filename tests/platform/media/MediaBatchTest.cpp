@@ -1,0 +1,122 @@
+#include "platform/media/MediaBatch.h"
+#include "platform/media/MediaReader.h"
+#include "tests/platform/audio/FaultyMedium.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QTest>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString title(const MediaAsset &asset)
+{
+    const auto titles = MediaAsset::metadataItems(asset.commonMetadata(), CommonIdentifier::Title);
+    return titles.isEmpty() ? QString() : titles.first().stringValue().value_or(QString());
+}
+
+QList<QUrl> filesOf(const QString &folder)
+{
+    QList<QUrl> urls;
+    for (const QFileInfo &info : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+        urls.append(QUrl::fromLocalFile(info.filePath()));
+    return urls;
+}
+
+} // namespace
+
+class MediaBatchTest : public QObject {
+    Q_OBJECT
+
+private:
+    /// A folder of forty tagged files, every tenth of which does not answer.
+    struct MixedFolder {
+        QTemporaryDir folder;
+        QString silent = folder.filePath(u"0 silent.mp3"_s);
+
+        MixedFolder()
+        {
+            const QString good = QStringLiteral(TEST_MEDIA "/id3v2.3.mp3");
+            if (!QFile::copy(good, silent))
+                qFatal("The temporary folder is not writable.");
+            for (int i = 1; i < 40; ++i) {
+                const QString name = folder.filePath(u"%1.mp3"_s.arg(i, 2, 10, QLatin1Char('0')));
+                const bool isSilent = i % 10 == 0;
+                if (isSilent ? link(qPrintable(silent), qPrintable(name)) != 0 : !QFile::copy(good, name))
+                    qFatal("The temporary folder is not writable.");
+            }
+        }
+    };
+
+private Q_SLOTS:
+    void everyFileIsReadInItsTurn()
+    {
+        const QList<QUrl> urls = filesOf(QStringLiteral(TEST_MEDIA));
+        QVERIFY(urls.size() > 50);
+        MediaBatch media(urls);
+        for (const QUrl &url : urls) {
+            const MediaAsset asset = media.take();
+            const MediaAsset alone(readMedia(url));
+            QCOMPARE(asset.duration().value, alone.duration().value);
+            QCOMPARE(asset.duration().timescale, alone.duration().timescale);
+            QCOMPARE(asset.commonMetadata().size(), alone.commonMetadata().size());
+            QCOMPARE(title(asset), title(alone));
+        }
+    }
+
+    void batchMayEndBeforeItsFiles()
+    {
+        for (const int taken : {0, 1, 10}) {
+            MediaBatch media(filesOf(QStringLiteral(TEST_MEDIA)));
+            for (int i = 0; i < taken; ++i)
+                (void)media.take();
+        }
+        MediaBatch nothing({});
+    }
+
+    void goodFilesBesideSilentOnesKeepTheirTags()
+    {
+        const MixedFolder mixed;
+        FaultyMedium medium(mixed.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        const QList<QUrl> urls = filesOf(mixed.folder.path());
+        QElapsedTimer timer;
+        timer.start();
+        MediaBatch media(urls);
+        for (qsizetype i = 0; i < urls.size(); ++i)
+            QCOMPARE(title(media.take()), i % 10 == 0 ? QString() : u"Título 2.3"_s);
+        QCOMPARE(medium.faults(), 4);
+        QVERIFY2(timer.elapsed() < 7000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void mediumThatAnswersAgainIsRead()
+    {
+        const MixedFolder mixed;
+        FaultyMedium medium(mixed.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        const QUrl url = QUrl::fromLocalFile(mixed.silent);
+        QCOMPARE(title(MediaBatch({url}).take()), QString());
+        medium.set(FaultyMedium::Fault::None);
+        QCOMPARE(title(MediaBatch({url}).take()), u"Título 2.3"_s);
+    }
+
+    void batchMayEndWhileAMediumIsSilent()
+    {
+        const MixedFolder mixed;
+        FaultyMedium medium(mixed.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        QElapsedTimer timer;
+        timer.start();
+        {
+            MediaBatch media({QUrl::fromLocalFile(mixed.silent)});
+            QTRY_VERIFY(medium.faults() > 0);
+        }
+        QVERIFY(timer.elapsed() < 1000);
+    }
+};
+
+QTEST_GUILESS_MAIN(MediaBatchTest)
+#include "MediaBatchTest.moc"
