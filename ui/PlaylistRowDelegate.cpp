@@ -62,10 +62,7 @@ void drawSmallArtwork(QPainter &painter, const QRect &area, const PlaylistRow &r
         drawSymbol(painter, area, u"music.note"_s, SymbolSize, secondaryColor(palette));
         return;
     }
-    painter.save();
-    painter.setClipPath(outline, Qt::IntersectClip);
-    painter.drawImage(area, picture);
-    painter.restore();
+    fillWithPicture(painter, outline, area, picture);
 }
 
 void drawTexts(

@@ -1,5 +1,7 @@
 #include "ui/SmoothCorners.h"
 
+#include <QImage>
+#include <QPainter>
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -37,4 +39,14 @@ QPainterPath smoothCorners(const QRectF &rect, double radius)
     addCorner(path, centers.topLeft(), reach, 3);
     path.closeSubpath();
     return path;
+}
+
+void fillWithPicture(
+    QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture)
+{
+    // A clip would cut along whole pixels.
+    QBrush brush(picture);
+    brush.setTransform(QTransform::fromTranslate(area.left(), area.top())
+                           .scale(area.width() / picture.width(), area.height() / picture.height()));
+    painter.fillPath(outline, brush);
 }

@@ -167,6 +167,7 @@ private Q_SLOTS:
         QVERIFY(track.artwork);
         f.player.load(track, false);
         f.render();
+        QTRY_VERIFY(!f.view.findChild<Cover *>()->isFading());
         const QImage shown = f.view.findChild<Cover *>()->grab().toImage();
         for (const QPoint point : {QPoint(4, 95), QPoint(186, 95), QPoint(95, 4), QPoint(95, 186)}) {
             const QColor color = shown.pixelColor(point);
@@ -181,6 +182,7 @@ private Q_SLOTS:
         f.add("a");
         f.player.play();
         f.render();
+        QTRY_VERIFY(!f.view.findChild<Cover *>()->isFading());
         QCOMPARE(f.view.findChild<Cover *>()->grab().toImage(), empty);
         QCOMPARE(f.view.findChild<Cover *>()->size(), QSize(190, 190));
     }

@@ -51,6 +51,8 @@ struct RepaintFixture : ViewFixture {
     void settle()
     {
         render();
+        if (!QTest::qWaitFor([this] { return !view.findChild<Cover *>()->isFading(); }))
+            qFatal("the cover never stops fading");
         render();
         watch.forget();
     }

@@ -2,17 +2,21 @@
 
 #include "ui/Colors.h"
 #include "ui/Fonts.h"
+#include "ui/SmoothCorners.h"
 #include "ui/Symbol.h"
+#include "ui/controls/CoverShadow.h"
 #include "ui/controls/Roles.h"
 
+#include <QEvent>
 #include <QPainter>
-#include <QPainterPath>
+#include <QStyle>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr double CornerRadius = 18;
+constexpr int FadeDuration = 250; // milliseconds
 
 QLinearGradient groundTint(const QRect &area, const QPalette &palette)
 {
@@ -22,45 +26,103 @@ QLinearGradient groundTint(const QRect &area, const QPalette &palette)
     return tint;
 }
 
+QEasingCurve easeInOut()
+{
+    QEasingCurve curve(QEasingCurve::BezierSpline);
+    curve.addCubicBezierSegment({0.42, 0}, {0.58, 1}, {1, 1});
+    return curve;
+}
+
 } // namespace
 
 Cover::Cover()
+    : m_shadow(new CoverShadow(CornerRadius))
 {
     installAccessibleRoles();
     setAccessibleName(u"Portada"_s);
     setFixedSize(190, 190);
+    m_fade.setStartValue(0.0);
+    m_fade.setEndValue(1.0);
+    m_fade.setDuration(FadeDuration);
+    m_fade.setEasingCurve(easeInOut());
+    connect(&m_fade, &QVariantAnimation::valueChanged, this, qOverload<>(&QWidget::update));
+    connect(&m_fade, &QVariantAnimation::finished, this, [this] { m_previous.reset(); });
+}
+
+Cover::~Cover()
+{
+    delete m_shadow;
 }
 
 void Cover::setTrack(const std::optional<Track> &track)
 {
     if (track == m_track)
         return;
-    m_track = track;
+    m_previous = std::exchange(m_track, track);
+    m_fade.stop();
+    if (isVisible() && isMotionWelcome())
+        m_fade.start();
     update();
+}
+
+bool Cover::isMotionWelcome() const
+{
+    return style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0;
+}
+
+bool Cover::event(QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::ParentChange:
+    case QEvent::Move:
+    case QEvent::ShowToParent:
+    case QEvent::HideToParent:
+        if (m_shadow)
+            m_shadow->follow(*this);
+        break;
+    default:
+        break;
+    }
+    return QWidget::event(event);
 }
 
 void Cover::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath outline;
-    outline.addRoundedRect(rect(), CornerRadius, CornerRadius);
+    const QPainterPath outline = smoothCorners(rect(), CornerRadius);
     painter.fillPath(outline, groundTint(rect(), palette()));
 
-    if (const QImage picture = this->picture(); picture.isNull()) {
-        drawPlaceholder(painter);
-    } else {
-        painter.setClipPath(outline);
-        painter.drawImage(rect(), picture);
-        painter.setClipping(false);
+    const QImage picture = this->picture(m_track);
+    const double progress = isFading() ? m_fade.currentValue().toDouble() : 1;
+    if (isFading()) {
+        // A picture that fades over another one never lets the ground shine through both.
+        const QImage previous = this->picture(m_previous);
+        const bool isCovered = !previous.isNull() && !picture.isNull();
+        drawFace(painter, outline, previous, isCovered ? 1 : 1 - progress);
     }
-    painter.strokePath(outline, QPen(primaryColor(palette(), 0.1), 1));
+    drawFace(painter, outline, picture, progress);
+
+    // Just inside, where it falls on whole pixels and nothing cuts it off.
+    const QRectF border = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.strokePath(smoothCorners(border, CornerRadius - 0.5), QPen(primaryColor(palette(), 0.1), 1));
 }
 
-QImage Cover::picture() const
+void Cover::drawFace(
+    QPainter &painter, const QPainterPath &outline, const QImage &picture, double opacity) const
 {
-    const bool hasArtwork = m_track && m_track->artwork;
-    return hasArtwork ? m_track->artwork->scaledToFill(size() * devicePixelRatioF()) : QImage();
+    painter.setOpacity(opacity);
+    if (picture.isNull())
+        drawPlaceholder(painter);
+    else
+        fillWithPicture(painter, outline, rect(), picture);
+    painter.setOpacity(1);
+}
+
+QImage Cover::picture(const std::optional<Track> &track) const
+{
+    const bool hasArtwork = track && track->artwork;
+    return hasArtwork ? track->artwork->scaledToFill(size() * devicePixelRatioF()) : QImage();
 }
 
 void Cover::drawPlaceholder(QPainter &painter) const
