@@ -3,12 +3,12 @@
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
+#include "ui/controls/ScrollBar.h"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QScrollBar>
 
 using namespace Qt::StringLiterals;
 
@@ -30,7 +30,10 @@ PlaylistView::PlaylistView(PlaylistModel &model)
     setAccessibleName(u"Playlist"_s);
     setUniformItemSizes(true);
     setSpacing(SpacingAround);
-    setViewportMargins(ExtraPadding, 0, ExtraPadding, 0);
+    // The bar lies in the padding, and keeps its place where there is nothing to scroll.
+    setVerticalScrollBar(new ScrollBar);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setViewportMargins(ExtraPadding, 0, ExtraPadding - ScrollBar::Width, 0);
     setFrameShape(QFrame::NoFrame);
     viewport()->setAutoFillBackground(false);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -1,0 +1,142 @@
+#include "ui/controls/ScrollBar.h"
+#include "tests/ui/ViewFixture.h"
+#include "ui/PlaylistView.h"
+
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct ScrollFixture : ViewFixture {
+    PlaylistView &list = *view.findChild<PlaylistView *>();
+    ScrollBar &bar = *view.findChild<ScrollBar *>();
+
+    explicit ScrollFixture(const char *letters = "abcdefghijklmnopqrst")
+    {
+        add(letters);
+        render();
+    }
+
+    /// Whether something is drawn at a height of the bar.
+    [[nodiscard]] bool isThumbAt(int y) { return inkAt(y) > 20; }
+    [[nodiscard]] int inkAt(int y)
+    {
+        QImage image(bar.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        bar.render(&image, {}, {}, {});
+        return image.pixelColor(bar.width() / 2 - 1, y).alpha();
+    }
+
+    void drag(int from, int to)
+    {
+        QTest::mousePress(&bar, Qt::LeftButton, {}, QPoint(4, from));
+        QTest::mouseMove(&bar, QPoint(4, to));
+        QTest::mouseRelease(&bar, Qt::LeftButton, {}, QPoint(4, to));
+    }
+};
+
+} // namespace
+
+class ScrollBarTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void thumbStandsForWhatIsShown()
+    {
+        ScrollFixture f;
+        QVERIFY(f.isThumbAt(6));
+        QVERIFY(!f.isThumbAt(f.bar.height() - 6));
+        f.bar.setValue(f.bar.maximum());
+        QVERIFY(!f.isThumbAt(6));
+        QVERIFY(f.isThumbAt(f.bar.height() - 6));
+    }
+
+    void nothingIsDrawnWhereNothingScrolls()
+    {
+        ScrollFixture f("a");
+        QCOMPARE(f.bar.maximum(), 0);
+        for (int y = 0; y < f.bar.height(); ++y)
+            QVERIFY(!f.isThumbAt(y));
+    }
+
+    void rowsKeepTheirPaddingAtAnyWidthAndLength()
+    {
+        for (const char *letters : {"a", "abcdefghijklmnopqrst"}) {
+            ScrollFixture f(letters);
+            for (const QSize size : {QSize(720, 620), QSize(901, 700), QSize(1280, 800)}) {
+                f.view.resize(size);
+                f.render();
+                const QRect row = f.list.visualRect(f.list.model()->index(0, 0));
+                const QPoint corner = f.list.viewport()->mapTo(&f.list, row.topLeft());
+                QCOMPARE(corner, QPoint(10, 10));
+                QCOMPARE(corner.x() + row.width(), f.list.width() - 10);
+            }
+        }
+    }
+
+    void lastRowKeepsItsPaddingToo()
+    {
+        ScrollFixture f;
+        f.bar.setValue(f.bar.maximum());
+        const QRect row = f.list.visualRect(f.list.model()->index(19, 0));
+        QCOMPARE(row.bottom() + 1, f.list.viewport()->height() - 10);
+    }
+
+    void thumbIsDragged()
+    {
+        ScrollFixture f;
+        f.drag(10, f.bar.height() + 50);
+        QCOMPARE(f.bar.value(), f.bar.maximum());
+        f.drag(f.bar.height() - 10, -50);
+        QCOMPARE(f.bar.value(), 0);
+        const int half = (f.bar.height() - 32) / 4;
+        f.drag(10, 10 + half);
+        QVERIFY(f.bar.value() > 0 && f.bar.value() < f.bar.maximum());
+    }
+
+    void clickBesideTheThumbTurnsAPage()
+    {
+        ScrollFixture f;
+        QTest::mouseClick(&f.bar, Qt::LeftButton, {}, QPoint(4, f.bar.height() - 3));
+        QCOMPARE(f.bar.value(), std::min(f.bar.pageStep(), f.bar.maximum()));
+        QTest::mouseClick(&f.bar, Qt::LeftButton, {}, QPoint(4, 3));
+        QCOMPARE(f.bar.value(), 0);
+    }
+
+    void wheelScrolls()
+    {
+        ScrollFixture f;
+        QWheelEvent turn({4, 40}, f.bar.mapToGlobal(QPointF(4, 40)), {}, {0, -120}, Qt::NoButton, {},
+            Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&f.bar, &turn);
+        QVERIFY(f.bar.value() > 0);
+    }
+
+    void thumbOfALongListCanStillBeTaken()
+    {
+        ScrollFixture f;
+        QList<Track> tracks;
+        for (int i = 0; i < 5000; ++i)
+            tracks.append(Track(f.url(QString::number(i))));
+        f.player.playlist = tracks;
+        f.render();
+        f.render();
+        QVERIFY(f.bar.maximum() > 100'000);
+        QVERIFY(f.isThumbAt(25));
+        f.drag(20, f.bar.height());
+        QCOMPARE(f.bar.value(), f.bar.maximum());
+    }
+
+    void thumbAnswersToTheMouse()
+    {
+        ScrollFixture f;
+        const int still = f.inkAt(10);
+        QTest::mousePress(&f.bar, Qt::LeftButton, {}, QPoint(4, 10));
+        QVERIFY(f.inkAt(10) > still);
+        QTest::mouseRelease(&f.bar, Qt::LeftButton, {}, QPoint(4, 10));
+    }
+};
+
+QTEST_MAIN(ScrollBarTest)
+#include "ScrollBarTest.moc"

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QScrollBar>
+
+/// A thin vertical scroll bar without arrows, the same on every desktop: a rounded thumb that shows while there
+/// is something to scroll. In all else it is a scroll bar as others are.
+class ScrollBar : public QScrollBar {
+    Q_OBJECT
+
+public:
+    static constexpr int Width = 8;
+
+    ScrollBar();
+
+    [[nodiscard]] QSize sizeHint() const override { return {Width, Width}; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    [[nodiscard]] double thumbOpacity(bool isUnderMouse) const;
+};
