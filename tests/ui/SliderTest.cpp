@@ -181,6 +181,7 @@ private Q_SLOTS:
         QCOMPARE(f.accessible()->role(), QAccessible::Slider);
         QCOMPARE(f.accessible()->text(QAccessible::Name), u"Posición"_s);
         QCOMPARE(f.accessible()->text(QAccessible::Value), u"20 segundos"_s);
+        QCOMPARE(f.accessible()->text(QAccessible::Description), u"20 segundos"_s);
         QAccessibleValueInterface *value = f.accessible()->valueInterface();
         QCOMPARE(value->currentValue().toDouble(), 20);
         QCOMPARE(value->minimumValue().toDouble(), 0);
@@ -240,6 +241,19 @@ private Q_SLOTS:
         f.slider.setMaximum(10);
         QCOMPARE(f.story, QStringList());
         QCOMPARE(f.slider.value(), 30);
+    }
+
+    void nothingIsToldWhereNobodyListens()
+    {
+        SliderFixture f;
+        bool isSpoken = false;
+        f.slider.setSpokenValue([&](double) {
+            isSpoken = true;
+            return QString();
+        });
+        f.slider.setValue(7);
+        f.slider.edit(9);
+        QVERIFY(!isSpoken);
     }
 };
 

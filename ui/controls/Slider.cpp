@@ -11,6 +11,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -39,7 +40,10 @@ void Slider::setValue(double value)
     if (value == m_value)
         return;
     m_value = value;
-    announceValue();
+    update();
+    // Where the keyboard is, a reader would speak over the music what moves by itself.
+    if (!hasFocus())
+        announceValue();
 }
 
 void Slider::setMaximum(double maximum)
@@ -47,6 +51,7 @@ void Slider::setMaximum(double maximum)
     if (maximum == m_maximum)
         return;
     m_maximum = maximum;
+    update();
     announceValue();
 }
 
@@ -56,11 +61,18 @@ void Slider::setSteps(double step, double pageStep)
     m_pageStep = pageStep;
 }
 
+/// Once for all values that are spoken alike, and only where somebody listens.
 void Slider::announceValue()
 {
-    update();
-    QAccessibleValueChangeEvent change(this, m_value);
-    QAccessible::updateAccessibility(&change);
+    if (!QAccessible::isActive())
+        return;
+    const QString spoken = spokenValue();
+    if (std::exchange(m_announced, spoken) == spoken)
+        return;
+    QAccessibleValueChangeEvent value(this, m_value);
+    QAccessible::updateAccessibility(&value);
+    QAccessibleEvent description(this, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&description);
 }
 
 // Editing
@@ -82,7 +94,9 @@ void Slider::begin()
 
 void Slider::moveTo(double value)
 {
-    setValue(std::clamp(value, 0.0, m_maximum));
+    m_value = std::clamp(value, 0.0, m_maximum);
+    update();
+    announceValue();
     Q_EMIT edited(m_value);
 }
 
@@ -103,6 +117,12 @@ bool Slider::event(QEvent *event)
     if (isInterrupted)
         end();
     return QWidget::event(event);
+}
+
+void Slider::focusInEvent(QFocusEvent *event)
+{
+    QWidget::focusInEvent(event);
+    announceValue();
 }
 
 // Mouse

@@ -54,6 +54,7 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
 
@@ -73,6 +74,7 @@ private:
     double m_step = 0.05;
     double m_pageStep = 0.1;
     std::function<QString(double)> m_spokenValue = [](double value) { return QString::number(value); };
+    QString m_announced; ///< what assistive technology was told last
     bool m_isHeld = false;
     double m_grabOffset = 0; ///< from the thumb's centre to where the mouse holds it
     int m_wheelRemainder = 0; ///< eighths of a degree that make no whole step yet

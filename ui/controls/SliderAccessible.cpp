@@ -19,7 +19,9 @@ void *SliderAccessible::interface_cast(QAccessible::InterfaceType type)
 
 QString SliderAccessible::text(QAccessible::Text kind) const
 {
-    return kind == QAccessible::Value ? m_slider.spokenValue() : QAccessibleWidget::text(kind);
+    // The bus knows values as numbers only; what they mean goes over it as a description.
+    const bool isSpoken = kind == QAccessible::Value || kind == QAccessible::Description;
+    return isSpoken ? m_slider.spokenValue() : QAccessibleWidget::text(kind);
 }
 
 QVariant SliderAccessible::currentValue() const
