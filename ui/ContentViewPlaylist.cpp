@@ -31,6 +31,17 @@ Label *centeredText(const QString &text, const QFont &font, Label::Tone tone)
     return label;
 }
 
+/// Shows one of two pieces that stand in the same place; it takes over the keyboard from the other.
+void showInstead(QWidget *former, QWidget *shown)
+{
+    const QWidget *keyboard = former->window()->focusWidget();
+    const bool hadKeyboard = keyboard && (keyboard == former || former->isAncestorOf(keyboard));
+    former->setVisible(false);
+    shown->setVisible(true);
+    if (hadKeyboard)
+        shown->setFocus();
+}
+
 } // namespace
 
 QWidget *ContentView::playlistSection()
@@ -40,8 +51,8 @@ QWidget *ContentView::playlistSection()
     QWidget *content = widgetOf(vertical(0, {playlistHeader(), new Divider(0.45), empty, rows}));
     // Only now: without a parent, what is made visible would be a window of its own.
     m_renderer.follow([=, this] {
-        empty->setVisible(m_player.playlist().isEmpty());
-        rows->setVisible(!m_player.playlist().isEmpty());
+        const bool isEmpty = m_player.playlist().isEmpty();
+        showInstead(isEmpty ? rows : empty, isEmpty ? empty : rows);
     });
     QWidget *section = widgetOf(overlay({new Tint(0.018), content}));
     section->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
@@ -54,8 +65,12 @@ QBoxLayout *ContentView::playlistHeader()
     heading->setText(u"Playlist"_s);
     auto *subtitle = new Label(systemFont(12), Label::Tone::Secondary);
     auto *total = new Label(fixedFont(12), Label::Tone::Secondary);
-    m_renderer.follow([=, this] {
+    m_renderer.follow([=, this, summed = std::optional<QList<Track>>()]() mutable {
         const QList<Track> &playlist = m_player.playlist();
+        // A copy shares its storage with the list that it was made from until that one is written.
+        if (summed && summed->isSharedWith(playlist))
+            return;
+        summed = playlist;
         subtitle->setText(playlistSubtitle());
         total->setText(playlist.isEmpty() ? QString() : m_player.formattedTime(totalDuration(playlist)));
         total->setVisible(!playlist.isEmpty());
@@ -122,5 +137,7 @@ QWidget *ContentView::emptyPlaylist()
             button,
             yieldingGap(4, 30, true),
         });
-    return yieldingWidgetOf(padded(content, {30, 0, 30, 0}));
+    QWidget *view = yieldingWidgetOf(padded(content, {30, 0, 30, 0}));
+    view->setFocusProxy(button);
+    return view;
 }

@@ -95,11 +95,19 @@ void PlaylistModel::setCurrent(const std::optional<Track> &track, bool isPlaying
     announce(track);
 }
 
+QModelIndex PlaylistModel::currentIndex() const
+{
+    return indexOf(m_current);
+}
+
+QModelIndex PlaylistModel::indexOf(const std::optional<Track> &track) const
+{
+    return index(track ? static_cast<int>(m_tracks.indexOf(*track)) : -1);
+}
+
 void PlaylistModel::announce(const std::optional<Track> &track)
 {
-    const qsizetype row = track ? m_tracks.indexOf(*track) : -1;
-    if (row < 0)
-        return;
-    const QModelIndex changed = index(static_cast<int>(row));
-    Q_EMIT dataChanged(changed, changed, {RowRole, Qt::AccessibleTextRole});
+    const QModelIndex changed = indexOf(track);
+    if (changed.isValid())
+        Q_EMIT dataChanged(changed, changed, {RowRole, Qt::AccessibleTextRole});
 }

@@ -26,6 +26,7 @@ public:
     /// The marked row is this track's, in this state; announces the rows that look different now.
     void setCurrent(const std::optional<Track> &track, bool isPlaying);
 
+    [[nodiscard]] QModelIndex currentIndex() const; ///< of the marked row; invalid where none is
     [[nodiscard]] const Track &track(const QModelIndex &index) const { return m_tracks.at(index.row()); }
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
@@ -34,6 +35,7 @@ public:
 private:
     void replace(qsizetype first, qsizetype removed, const QList<Track> &tracks, qsizetype inserted);
     bool moveBlock(qsizetype first, qsizetype count, const QList<Track> &tracks);
+    [[nodiscard]] QModelIndex indexOf(const std::optional<Track> &track) const;
     void announce(const std::optional<Track> &track);
 
     RowBuilder m_rowBuilder;

@@ -19,6 +19,9 @@ namespace {
 constexpr double RowCornerRadius = 9;
 constexpr double CoverCornerRadius = 6;
 constexpr int SymbolSize = 13;
+// The same as the window's buttons without a frame.
+constexpr double MenuOpacity = 0.82;
+constexpr double PressedMenuOpacity = 0.7;
 
 int titleHeight()
 {
@@ -79,6 +82,19 @@ void drawTexts(
 
 } // namespace
 
+void PlaylistRowDelegate::setPointedMenu(const QModelIndex &index, bool isPressed)
+{
+    m_pointedMenu = index;
+    m_isPressed = isPressed;
+}
+
+double PlaylistRowDelegate::menuOpacity(const QModelIndex &index) const
+{
+    if (m_pointedMenu != index)
+        return MenuOpacity;
+    return m_isPressed ? PressedMenuOpacity : 1;
+}
+
 void PlaylistRowDelegate::paint(
     QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
@@ -93,7 +109,8 @@ void PlaylistRowDelegate::paint(
     drawMarker(*painter, at.marker, row, option.palette);
     drawSmallArtwork(*painter, at.cover, row, option.palette);
     drawTexts(*painter, at, row, option.palette);
-    drawSymbol(*painter, at.menu, u"ellipsis"_s, SymbolSize, primaryColor(option.palette, 0.82));
+    drawSymbol(
+        *painter, at.menu, u"ellipsis"_s, SymbolSize, primaryColor(option.palette, menuOpacity(index)));
     if (option.state.testFlag(QStyle::State_HasFocus))
         drawFocusRing(*painter, option.rect, option.palette);
     painter->restore();

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <QFont>
+#include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
-
-struct PlaylistRow;
-struct PlaylistRowGeometry;
 
 /// Draws the rows of the playlist.
 class PlaylistRowDelegate : public QStyledItemDelegate {
@@ -13,7 +10,17 @@ class PlaylistRowDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
+    /// The row whose ellipsis is under the mouse, which holds it down where `isPressed`; none by default.
+    void setPointedMenu(const QModelIndex &index, bool isPressed);
+    [[nodiscard]] QModelIndex pointedMenu() const { return m_pointedMenu; }
+
     void paint(
         QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+
+private:
+    [[nodiscard]] double menuOpacity(const QModelIndex &index) const;
+
+    QPersistentModelIndex m_pointedMenu;
+    bool m_isPressed = false;
 };

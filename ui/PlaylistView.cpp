@@ -3,11 +3,13 @@
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
+
+#include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
 
+#include <QAccessible>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMouseEvent>
 
 using namespace Qt::StringLiterals;
@@ -24,9 +26,11 @@ constexpr int ExtraPadding = Padding - SpacingAround;
 
 PlaylistView::PlaylistView(PlaylistModel &model)
     : m_model(model)
+    , m_delegate(new PlaylistRowDelegate(this))
 {
+    installAccessibleRoles();
     setModel(&model);
-    setItemDelegate(new PlaylistRowDelegate(this));
+    setItemDelegate(m_delegate);
     setAccessibleName(u"Playlist"_s);
     setUniformItemSizes(true);
     setSpacing(SpacingAround);
@@ -36,6 +40,7 @@ PlaylistView::PlaylistView(PlaylistModel &model)
     setViewportMargins(ExtraPadding, 0, ExtraPadding - ScrollBar::Width, 0);
     setFrameShape(QFrame::NoFrame);
     viewport()->setAutoFillBackground(false);
+    viewport()->setMouseTracking(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
     setEditTriggers(NoEditTriggers);
@@ -56,7 +61,57 @@ void PlaylistView::updateGeometries()
     verticalScrollBar()->setRange(0, std::max(0, overflow));
 }
 
-// Menus
+// Actions on a row
+
+void PlaylistView::play(const QModelIndex &index)
+{
+    if (index.isValid())
+        Q_EMIT playRequested(m_model.track(index));
+}
+
+void PlaylistView::remove(const QModelIndex &index)
+{
+    if (index.isValid())
+        Q_EMIT removalRequested(m_model.track(index));
+}
+
+void PlaylistView::openRowMenu(const QModelIndex &index)
+{
+    scrollTo(index);
+    openMenu(index, playlistRowMenu(visualRect(index)).bottomLeft(), true);
+}
+
+void PlaylistView::openContextMenu(const QModelIndex &index)
+{
+    scrollTo(index);
+    openMenu(index, visualRect(index).center(), false);
+}
+
+void PlaylistView::openMenu(const QModelIndex &index, const QPoint &position, bool hasSeparator)
+{
+    if (!index.isValid())
+        return;
+    // The menu acts on the track for which it was opened, wherever that has gone by then.
+    const Track track = m_model.track(index);
+    m_menu = new QMenu(this);
+    m_menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_menu->setAccessibleName(u"Más opciones de %1"_s.arg(track.title));
+    m_menu->addAction(u"Reproducir"_s, this, [this, track] { Q_EMIT playRequested(track); });
+    if (hasSeparator)
+        m_menu->addSeparator();
+    m_menu->addAction(u"Eliminar de la playlist"_s, this, [this, track] { Q_EMIT removalRequested(track); });
+    m_menu->popup(viewport()->mapToGlobal(position));
+}
+
+void PlaylistView::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        openContextMenu(currentIndex());
+    else
+        openMenu(indexAt(event->pos()), event->pos(), false);
+}
+
+// Mouse
 
 QModelIndex PlaylistView::menuSquareAt(const QPoint &position) const
 {
@@ -64,66 +119,98 @@ QModelIndex PlaylistView::menuSquareAt(const QPoint &position) const
     return playlistRowMenu(visualRect(index)).contains(position) ? index : QModelIndex();
 }
 
-void PlaylistView::openMenu(const QModelIndex &index, const QPoint &globalPosition, bool hasSeparator)
+/// Shows that the mouse is over the ellipsis of a row, or of none.
+void PlaylistView::pointAtMenu(const QModelIndex &index)
 {
-    // The menu acts on the track for which it was opened, wherever that has gone by then.
-    const Track track = m_model.track(index);
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(u"Reproducir"_s, this, [this, track] { Q_EMIT playRequested(track); });
-    if (hasSeparator)
-        menu->addSeparator();
-    menu->addAction(u"Eliminar de la playlist"_s, this, [this, track] { Q_EMIT removalRequested(track); });
-    menu->popup(globalPosition);
+    const QModelIndex former = m_delegate->pointedMenu();
+    m_delegate->setPointedMenu(index, index.isValid() && index == m_pressedMenu);
+    update(former);
+    update(index);
 }
 
-void PlaylistView::contextMenuEvent(QContextMenuEvent *event)
+bool PlaylistView::viewportEvent(QEvent *event)
 {
-    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard;
-    const QModelIndex index = isByKey ? currentIndex() : indexAt(event->pos());
-    if (!index.isValid())
-        return;
-    const QPoint position = isByKey ? visualRect(index).center() : event->pos();
-    openMenu(index, viewport()->mapToGlobal(position), false);
+    if (event->type() == QEvent::Leave)
+        pointAtMenu({});
+    return QListView::viewportEvent(event);
 }
-
-// Mouse
 
 void PlaylistView::mousePressEvent(QMouseEvent *event)
 {
     m_pressedMenu = event->button() == Qt::LeftButton ? menuSquareAt(event->pos()) : QModelIndex();
     QListView::mousePressEvent(event);
+    pointAtMenu(menuSquareAt(event->pos()));
+}
+
+void PlaylistView::mouseMoveEvent(QMouseEvent *event)
+{
+    const QModelIndex pointed = menuSquareAt(event->pos());
+    if (pointed != m_delegate->pointedMenu())
+        pointAtMenu(pointed);
+    if (!m_pressedMenu.isValid())
+        QListView::mouseMoveEvent(event);
 }
 
 void PlaylistView::mouseReleaseEvent(QMouseEvent *event)
 {
     QListView::mouseReleaseEvent(event);
     const QModelIndex pressed = std::exchange(m_pressedMenu, QModelIndex());
-    if (event->button() != Qt::LeftButton || !pressed.isValid() || menuSquareAt(event->pos()) != pressed)
-        return;
-    const QRect square = playlistRowMenu(visualRect(pressed));
-    openMenu(pressed, viewport()->mapToGlobal(square.bottomLeft()), true);
+    const QModelIndex released = menuSquareAt(event->pos());
+    pointAtMenu(released);
+    if (event->button() == Qt::LeftButton && pressed.isValid() && released == pressed)
+        openMenu(pressed, playlistRowMenu(visualRect(pressed)).bottomLeft(), true);
 }
 
 void PlaylistView::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    const QModelIndex index = indexAt(event->pos());
-    if (event->button() == Qt::LeftButton && index.isValid() && !menuSquareAt(event->pos()).isValid())
-        Q_EMIT playRequested(m_model.track(index));
+    if (event->button() == Qt::LeftButton && !menuSquareAt(event->pos()).isValid())
+        play(indexAt(event->pos()));
 }
 
 // Keyboard
 
+/// Where the keyboard arrives in a list that it has not been in yet: at the current track if that is in sight.
+QModelIndex PlaylistView::firstFocus() const
+{
+    const QModelIndex top = indexAt(QPoint(viewport()->width() / 2, RowSpacing + ExtraPadding));
+    const QModelIndex current = m_model.currentIndex();
+    const bool isInSight = viewport()->rect().intersects(visualRect(current));
+    return isInSight ? current : top;
+}
+
+void PlaylistView::focusInEvent(QFocusEvent *event)
+{
+    if (!currentIndex().isValid()) {
+        setAutoScroll(false);
+        setCurrentIndex(firstFocus());
+        setAutoScroll(true);
+    }
+    QListView::focusInEvent(event);
+    // After the toolkit has announced the list itself.
+    QMetaObject::invokeMethod(this, &PlaylistView::announceFocusedRow, Qt::QueuedConnection);
+}
+
+void PlaylistView::announceFocusedRow()
+{
+    if (!hasFocus() || !currentIndex().isValid())
+        return;
+    QAccessibleEvent focus(this, QAccessible::Focus);
+    focus.setChild(currentIndex().row());
+    QAccessible::updateAccessibility(&focus);
+}
+
 void PlaylistView::keyPressEvent(QKeyEvent *event)
 {
-    const QModelIndex index = currentIndex();
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool isMenuKey = event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier;
     if (event->key() == Qt::Key_Space)
-        event->ignore();
-    else if (isReturn && index.isValid() && !event->isAutoRepeat())
-        Q_EMIT playRequested(m_model.track(index));
-    else if (event->key() == Qt::Key_Delete && index.isValid())
-        Q_EMIT removalRequested(m_model.track(index));
+        event->ignore(); // it belongs to playback
+    else if (isReturn && !event->isAutoRepeat())
+        play(currentIndex());
+    else if (event->key() == Qt::Key_Delete)
+        remove(currentIndex());
+    else if (isMenuKey)
+        openContextMenu(currentIndex());
     else
         QListView::keyPressEvent(event);
 }

@@ -3,14 +3,17 @@
 #include "player/Track.h"
 
 #include <QListView>
+#include <QMenu>
+#include <QPointer>
 
 class PlaylistModel;
-class QMenu;
+class PlaylistRowDelegate;
 
 /// The scrolling list of the playlist's rows.
 ///
 /// A double click or Return plays a row, Delete removes it; so do the entries of the menu behind its ellipsis
-/// and of its context menu. It never scrolls by itself to what plays.
+/// and of its context menu. Typing the beginning of a title goes there. It never scrolls by itself to what
+/// plays.
 class PlaylistView : public QListView {
     Q_OBJECT
 
@@ -18,23 +21,41 @@ public:
     /// A view of `model`, which is borrowed and outlives it.
     explicit PlaylistView(PlaylistModel &model);
 
+    [[nodiscard]] const PlaylistModel &playlist() const { return m_model; }
+    [[nodiscard]] QMenu *openedMenu() const { return m_menu; } ///< null while no row has its menu open
+
+    void play(const QModelIndex &index);
+    void remove(const QModelIndex &index);
+
+    // Both scroll to the row where it is out of sight.
+    void openRowMenu(const QModelIndex &index); ///< what the ellipsis pulls down
+    void openContextMenu(const QModelIndex &index); ///< in the middle of the row
+
 Q_SIGNALS:
     void playRequested(const Track &track);
     void removalRequested(const Track &track);
 
 protected:
+    bool viewportEvent(QEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void updateGeometries() override;
     [[nodiscard]] int verticalOffset() const override;
 
 private:
     [[nodiscard]] QModelIndex menuSquareAt(const QPoint &position) const;
-    void openMenu(const QModelIndex &index, const QPoint &globalPosition, bool hasSeparator);
+    [[nodiscard]] QModelIndex firstFocus() const;
+    void announceFocusedRow();
+    void pointAtMenu(const QModelIndex &index);
+    void openMenu(const QModelIndex &index, const QPoint &position, bool hasSeparator);
 
     PlaylistModel &m_model;
+    PlaylistRowDelegate *m_delegate;
     QPersistentModelIndex m_pressedMenu;
+    QPointer<QMenu> m_menu;
 };

@@ -1,6 +1,7 @@
 #include "ui/PlaylistView.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowGeometry.h"
+#include "ui/controls/TextButton.h"
 
 #include <QContextMenuEvent>
 #include <QFile>
@@ -190,6 +191,23 @@ private Q_SLOTS:
         QVERIFY(f.player.isPlaying());
     }
 
+    void gapsBetweenThePiecesBelongToTheRow()
+    {
+        ListFixture f;
+        f.add("ab");
+        const PlaylistRowGeometry at(f.row(1), 30, 17, 14);
+        const int middle = f.row(1).center().y();
+        const QList<QPoint> gaps{f.row(1).topLeft(), {at.cover.left() - 6, middle},
+            {at.title.left() - 6, middle}, {at.title.right() + 12, middle}, {at.menu.left() - 6, middle},
+            f.row(1).bottomRight()};
+        for (const QPoint gap : gaps) {
+            f.player.load(f.track(0), false);
+            f.doubleClick(gap);
+            QCOMPARE(f.current(), u"b"_s);
+            QVERIFY(f.player.isPlaying());
+        }
+    }
+
     void doubleClickElsewhereDoesNothing()
     {
         ListFixture f;
@@ -213,6 +231,43 @@ private Q_SLOTS:
         QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
         f.choose(u"Eliminar de la playlist"_s);
         QCOMPARE(f.titles(), u"b"_s);
+    }
+
+    void ellipsisAnswersToTheMouse()
+    {
+        ListFixture f;
+        f.view.resize(720, 900);
+        f.add("abc");
+        const auto look = [&f](int row) {
+            return f.list.viewport()->grab(playlistRowMenu(f.row(row))).toImage();
+        };
+        const QImage idle = look(1);
+        QMouseEvent move(QEvent::MouseMove, f.menuOf(1), f.list.viewport()->mapToGlobal(f.menuOf(1)),
+            Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(f.list.viewport(), &move);
+        const QImage pointed = look(1);
+        QVERIFY(pointed != idle);
+        QCOMPARE(look(2), idle);
+        QTest::mousePress(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(2));
+        QVERIFY(look(2) != idle && look(2) != pointed);
+        QTest::mouseRelease(f.list.viewport(), Qt::LeftButton, {}, f.row(2).center());
+        QCOMPARE(look(2), idle);
+        QVERIFY(!f.openMenu());
+    }
+
+    void wholeSquareOfTheEllipsisIsClickable()
+    {
+        ListFixture f;
+        f.add("a");
+        const QRect square = playlistRowMenu(f.row(0));
+        QCOMPARE(square.size(), QSize(26, 26));
+        for (const QPoint corner : {square.topLeft(), square.bottomRight()}) {
+            QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, corner);
+            QVERIFY(f.openMenu());
+            f.openMenu()->close();
+        }
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, square.topLeft() - QPoint(1, 0));
+        QVERIFY(!f.openMenu());
     }
 
     void dragOffTheEllipsisOpensNothing()
@@ -275,6 +330,127 @@ private Q_SLOTS:
         f.render();
         QCOMPARE(f.titles(), u"ac"_s);
         QVERIFY(f.list.currentIndex().isValid());
+    }
+
+    void keysGoToTheEndsAndByPages()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.list.setFocus();
+        const auto rowAfter = [&f](Qt::Key key) {
+            QTest::keyClick(&f.list, key);
+            return f.list.currentIndex().row();
+        };
+        QCOMPARE(rowAfter(Qt::Key_End), 15);
+        QVERIFY(f.list.viewport()->rect().contains(f.row(15)));
+        QCOMPARE(rowAfter(Qt::Key_Down), 15);
+        const int pageUp = rowAfter(Qt::Key_PageUp);
+        QVERIFY(pageUp > 0 && pageUp < 15);
+        QCOMPARE(rowAfter(Qt::Key_PageDown), 15);
+        QCOMPARE(rowAfter(Qt::Key_Home), 0);
+        QVERIFY(f.list.viewport()->rect().contains(f.row(0)));
+        QCOMPARE(rowAfter(Qt::Key_Up), 0);
+        QVERIFY(!f.player.isPlaying());
+    }
+
+    void typingGoesToTheTitleThatBeginsSo()
+    {
+        ListFixture f;
+        f.add("abcd");
+        f.changeTrack(2, [](Track &track) { track.title = u"Ñandú"_s; });
+        f.render();
+        f.list.setFocus();
+        QTest::sendKeyEvent(QTest::Click, &f.list, Qt::Key_Ntilde, u"ñ"_s, Qt::NoModifier);
+        QCOMPARE(f.list.currentIndex().row(), 2);
+        QVERIFY(!f.player.isPlaying());
+    }
+
+    void returnThatIsHeldPlaysOnce()
+    {
+        ListFixture f;
+        f.add("ab");
+        f.list.setFocus();
+        QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, u"\r"_s, true);
+        QCoreApplication::sendEvent(&f.list, &repeat);
+        QVERIFY(!f.player.isPlaying());
+    }
+
+    void keyboardMenuOpensAtItsRow_data()
+    {
+        QTest::addColumn<bool>("isMenuKey");
+        QTest::newRow("Menu") << true;
+        QTest::newRow("Shift+F10") << false;
+    }
+    void keyboardMenuOpensAtItsRow()
+    {
+        QFETCH(const bool, isMenuKey);
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.list.setFocus();
+        QTest::keyClick(&f.list, Qt::Key_Down);
+        f.list.verticalScrollBar()->setValue(400); // the row is out of sight
+        if (isMenuKey)
+            f.askForContextMenu(QContextMenuEvent::Keyboard, {});
+        else
+            QTest::keyClick(&f.list, Qt::Key_F10, Qt::ShiftModifier);
+        QVERIFY(f.openMenu());
+        QVERIFY(f.list.viewport()->rect().contains(f.row(1)));
+        QVERIFY(f.row(1).contains(f.list.viewport()->mapFromGlobal(f.openMenu()->pos())));
+        f.choose(u"Reproducir"_s);
+        QCOMPARE(f.current(), u"b"_s);
+    }
+
+    void removalLeavesTheKeyboardAtTheNextRow()
+    {
+        ListFixture f;
+        f.add("abc");
+        f.list.setFocus();
+        const auto removeAndTell = [&f] {
+            QTest::keyClick(&f.list, Qt::Key_Delete);
+            f.render();
+            return f.list.currentIndex().data().toString();
+        };
+        QTest::keyClick(&f.list, Qt::Key_Down);
+        QCOMPARE(removeAndTell(), u"c"_s);
+        QCOMPARE(removeAndTell(), u"a"_s);
+        QVERIFY(f.list.hasFocus());
+    }
+
+    void keyboardGoesWithWhatStandsInThePlaceOfTheList()
+    {
+        ListFixture f;
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        f.add("a");
+        f.list.setFocus();
+        QTest::keyClick(&f.list, Qt::Key_Delete);
+        f.render();
+        const auto *invitation = qobject_cast<TextButton *>(QApplication::focusWidget());
+        QVERIFY(invitation);
+        QCOMPARE(invitation->text(), u"Seleccionar música…"_s);
+        f.add("ab");
+        QVERIFY(f.list.hasFocus());
+        QCOMPARE(f.list.currentIndex().row(), 0);
+    }
+
+    void keyboardArrivesAtARowInSight()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.list.verticalScrollBar()->setValue(310);
+        f.list.setFocus();
+        QCOMPARE(f.list.currentIndex().row(), 5);
+        QCOMPARE(f.list.verticalScrollBar()->value(), 310);
+    }
+
+    void keyboardArrivesAtTheCurrentTrackWhereThatIsInSight()
+    {
+        ListFixture f;
+        f.add("abc");
+        f.player.next();
+        f.render();
+        f.list.setFocus();
+        QCOMPARE(f.list.currentIndex().row(), 1);
     }
 
     void spaceTouchesNoRow()
