@@ -42,6 +42,7 @@ QLayout *ContentView::body()
 {
     return overlay({
         background(),
+        trackAnnouncer(),
         widgetOf(vertical(0, {playerSection(), new Divider(0.55), playlistSection()})),
     });
 }

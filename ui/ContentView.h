@@ -41,6 +41,7 @@ private:
     // What is playing
     QBoxLayout *trackInformation();
     QBoxLayout *trackTexts();
+    QWidget *trackAnnouncer();
     QWidget *artwork();
     [[nodiscard]] QString trackPositionText() const;
 

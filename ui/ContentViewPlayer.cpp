@@ -5,6 +5,7 @@
 #include "ui/Fonts.h"
 #include "ui/Layout.h"
 #include "ui/SpokenTime.h"
+#include "ui/controls/Announcer.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/controls/PlayButton.h"
@@ -16,6 +17,7 @@
 #include <QAction>
 #include <QMenu>
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +36,18 @@ constexpr double VolumePageStep = 0.2;
 QBoxLayout *ContentView::trackInformation()
 {
     return horizontal(25, {artwork(), trackTexts()});
+}
+
+QWidget *ContentView::trackAnnouncer()
+{
+    auto *announcer = new Announcer(u"Sin reproducción"_s);
+    m_renderer.follow([=, this, announced = std::optional<Track>()]() mutable {
+        const std::optional<Track> &track = m_player.currentTrack();
+        if (std::exchange(announced, track) == track)
+            return;
+        announcer->announce(track ? u"%1, %2"_s.arg(track->title, track->artist) : u"Sin reproducción"_s);
+    });
+    return announcer;
 }
 
 QWidget *ContentView::artwork()
@@ -137,8 +151,8 @@ QWidget *ContentView::seekBar()
     });
     m_renderer.follow([=, this] {
         bar->setEnabled(m_player.currentTrack().has_value());
-        bar->setMaximum(std::max(m_player.duration(), ShortestRange));
         bar->setValue(seekValue());
+        bar->setMaximum(std::max(m_player.duration(), ShortestRange));
     });
     return bar;
 }

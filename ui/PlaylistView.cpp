@@ -3,7 +3,6 @@
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
-
 #include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
 

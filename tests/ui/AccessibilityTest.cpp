@@ -35,6 +35,17 @@ QAccessible::State stateOf(const ViewFixture &f, const QString &buttonName)
     return QAccessible::queryAccessibleInterface(f.find<QAbstractButton>(buttonName))->state();
 }
 
+/// The playlist as it is met from outside.
+struct SpokenListFixture : ViewFixture {
+    PlaylistView &list = *view.findChild<PlaylistView *>();
+    QAccessibleInterface &spoken = *QAccessible::queryAccessibleInterface(&list);
+
+    explicit SpokenListFixture(const char *letters) { add(letters); }
+
+    [[nodiscard]] QAccessible::State stateOfRow(int row) const { return spoken.child(row)->state(); }
+    void act(int row, const QString &action) const { spoken.child(row)->actionInterface()->doAction(action); }
+};
+
 } // namespace
 
 class AccessibilityTest : public QObject {
@@ -82,6 +93,100 @@ private Q_SLOTS:
         QCOMPARE(named(f, QAccessible::ListItem),
             QStringList({u"a, Artista desconocido, 0:00, actual, reproduciendo"_s,
                 u"b, Artista desconocido, 0:00"_s}));
+    }
+
+    void rowsTellWhichIsCurrentWhetherItSoundsAndWhereTheKeyboardIs()
+    {
+        SpokenListFixture f("abcdefgh");
+        QVERIFY(f.stateOfRow(0).active && !f.stateOfRow(0).animated);
+        QVERIFY(!f.stateOfRow(1).active);
+        f.player.play();
+        QVERIFY(f.stateOfRow(0).animated);
+        QVERIFY(f.stateOfRow(1).focusable && !f.stateOfRow(1).focused);
+        f.list.setFocus();
+        QTest::keyClick(&f.list, Qt::Key_Down);
+        QVERIFY(f.stateOfRow(1).focused && f.stateOfRow(1).selected);
+        QVERIFY(!f.stateOfRow(0).focused && !f.stateOfRow(0).selected);
+        QCOMPARE(f.spoken.focusChild(), f.spoken.child(1));
+        QVERIFY(!f.stateOfRow(0).offscreen);
+        QVERIFY(f.stateOfRow(7).offscreen);
+    }
+
+    void rowsLieWhereTheyAreSeen()
+    {
+        const SpokenListFixture f("ab");
+        const QAccessibleInterface *row = f.spoken.child(1);
+        const QPoint middle = row->rect().center();
+        QCOMPARE(row->rect().size(), f.list.visualRect(f.list.model()->index(1, 0)).size());
+        QCOMPARE(f.spoken.childAt(middle.x(), middle.y()), row);
+        const QRect button = row->child(0)->rect();
+        QCOMPARE(button.size(), QSize(26, 26));
+        QCOMPARE(row->childAt(button.center().x(), button.center().y()), row->child(0));
+        QCOMPARE(row->childAt(middle.x(), middle.y()), nullptr);
+    }
+
+    void rowsCanBePlayedAndGoneToFromOutside()
+    {
+        SpokenListFixture f("abc");
+        f.act(1, QAccessibleActionInterface::pressAction());
+        QCOMPARE(f.current(), u"b"_s);
+        QVERIFY(f.player.isPlaying());
+        f.act(2, QAccessibleActionInterface::setFocusAction());
+        QVERIFY(f.list.hasFocus());
+        QCOMPARE(f.list.currentIndex().row(), 2);
+        QCOMPARE(f.current(), u"b"_s);
+    }
+
+    void menuOfARowIsOpenedReadAndUsedFromOutside()
+    {
+        SpokenListFixture f("ab");
+        QAccessibleInterface *button = f.spoken.child(1)->child(0);
+        QCOMPARE(button->role(), QAccessible::ButtonMenu);
+        QCOMPARE(button->text(QAccessible::Name), u"Más opciones de b"_s);
+        QCOMPARE(button->parent(), f.spoken.child(1));
+        QCOMPARE(f.spoken.childCount(), 2);
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(f.spoken.childCount(), 3);
+        QAccessibleInterface *menu = f.spoken.child(2);
+        QCOMPARE(menu->role(), QAccessible::PopupMenu);
+        QCOMPARE(f.spoken.indexOfChild(menu), 2);
+        QAccessibleInterface *remove = menu->child(2);
+        QCOMPARE(remove->text(QAccessible::Name), u"Eliminar de la playlist"_s);
+        remove->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        f.render();
+        QCOMPARE(f.titles(), u"a"_s);
+    }
+
+    void rowStaysTheSameObjectWhereverItsTrackGoes()
+    {
+        SpokenListFixture f("abc");
+        QAccessibleInterface *c = f.spoken.child(2);
+        const QAccessible::Id a = QAccessible::uniqueId(f.spoken.child(0));
+        f.player.removeTrack(f.track(0));
+        f.render();
+        QCOMPARE(f.spoken.child(1), c);
+        QCOMPARE(f.spoken.indexOfChild(c), 1);
+        // The toolkit tells it where somebody listens.
+        QAccessibleTableModelChangeEvent removal(&f.list, QAccessibleTableModelChangeEvent::RowsRemoved);
+        f.spoken.tableInterface()->modelChange(&removal);
+        QCOMPARE(QAccessible::accessibleInterface(a), nullptr);
+        f.player.moveTrack({1}, 0);
+        f.render();
+        QCOMPARE(f.spoken.child(0), c);
+        QCOMPARE(c->text(QAccessible::Name), u"c, Artista desconocido, 0:00"_s);
+    }
+
+    void trackIsANotificationThatNobodySees()
+    {
+        ViewFixture f;
+        QCOMPARE(named(f, QAccessible::Notification), QStringList(u"Sin reproducción"_s));
+        f.add("ab");
+        f.player.next();
+        f.render();
+        QCOMPARE(named(f, QAccessible::Notification), QStringList(u"b, Artista desconocido"_s));
+        f.player.clearPlaylist();
+        f.render();
+        QCOMPARE(named(f, QAccessible::Notification), QStringList(u"Sin reproducción"_s));
     }
 
     void playButtonIsNamedForWhatItWillDo()

@@ -1,5 +1,8 @@
 #include "ui/controls/Roles.h"
 
+#include "ui/PlaylistAccessible.h"
+#include "ui/PlaylistView.h"
+#include "ui/controls/Announcer.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/Label.h"
 #include "ui/controls/MenuButton.h"
@@ -21,6 +24,10 @@ QAccessibleInterface *roleOf(const QString &, QObject *object)
         return new QAccessibleWidget(label, QAccessible::StaticText);
     if (auto *cover = qobject_cast<Cover *>(object))
         return new QAccessibleWidget(cover, QAccessible::Graphic);
+    if (auto *announcer = qobject_cast<Announcer *>(object))
+        return new QAccessibleWidget(announcer, QAccessible::Notification);
+    if (auto *playlist = qobject_cast<PlaylistView *>(object))
+        return new PlaylistAccessible(*playlist);
     return nullptr;
 }
 
