@@ -21,13 +21,14 @@ QAction *addCommand(QMenu &menu, const QString &title, const QKeySequence &short
 
 } // namespace
 
-LumaverdineApp::LumaverdineApp(PlatformServices services)
+LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSystem)
     : m_player(std::move(services))
+    , m_window(std::move(windowSystem))
 {
     auto *content = new ContentView(m_player);
     content->setMinimumSize(MinimumContentSize);
     m_window.setWindowTitle(u"Lumaverdine"_s);
-    m_window.setCentralWidget(content);
+    m_window.setContent(content);
     buildFileMenu();
     buildPlaybackMenu();
 }
@@ -39,7 +40,7 @@ void LumaverdineApp::show()
 
 void LumaverdineApp::buildFileMenu()
 {
-    QMenu &menu = *m_window.menuBar()->addMenu(u"Archivo"_s);
+    QMenu &menu = *m_window.menuBar().addMenu(u"Archivo"_s);
     const QAction *addMusic = addCommand(menu, u"Añadir música…"_s, Qt::CTRL | Qt::Key_O);
     const QAction *quit = addCommand(menu, u"Salir"_s, Qt::CTRL | Qt::Key_Q);
     QObject::connect(addMusic, &QAction::triggered, &m_player, [this] { m_player.showFileImporter = true; });
@@ -48,7 +49,7 @@ void LumaverdineApp::buildFileMenu()
 
 void LumaverdineApp::buildPlaybackMenu()
 {
-    QMenu &menu = *m_window.menuBar()->addMenu(u"Reproducción"_s);
+    QMenu &menu = *m_window.menuBar().addMenu(u"Reproducción"_s);
     QAction *toggle = addCommand(menu, {}, Qt::Key_Space);
     const QAction *previous = addCommand(menu, u"Canción anterior"_s, Qt::CTRL | Qt::Key_Left);
     const QAction *next = addCommand(menu, u"Canción siguiente"_s, Qt::CTRL | Qt::Key_Right);

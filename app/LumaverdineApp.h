@@ -1,9 +1,8 @@
 #pragma once
 
+#include "platform/window/FramelessWindow.h"
 #include "player/PayerManager.h"
 #include "ui/ViewRenderer.h"
-
-#include <QMainWindow>
 
 class QAction;
 class QMenu;
@@ -13,13 +12,13 @@ class QMenu;
 /// The player outlives the window. Closing the window ends the event loop. Main thread only.
 class LumaverdineApp {
 public:
-    /// A player on the system's own services; tests pass fakes.
-    explicit LumaverdineApp(PlatformServices services = {});
+    /// A player and a window on the system's own services; tests pass fakes.
+    explicit LumaverdineApp(PlatformServices services = {}, WindowSystem windowSystem = {});
 
     void show();
 
     [[nodiscard]] PlayerManager &player() { return m_player; }
-    [[nodiscard]] QMainWindow &window() { return m_window; }
+    [[nodiscard]] FramelessWindow &window() { return m_window; }
 
 private:
     void buildFileMenu();
@@ -27,5 +26,5 @@ private:
 
     PlayerManager m_player;
     ViewRenderer m_renderer{m_player};
-    QMainWindow m_window;
+    FramelessWindow m_window;
 };

@@ -11,9 +11,10 @@
 /// The program on a fake platform, its window shown and active.
 struct AppFixture {
     FakePlatform platform;
-    LumaverdineApp app{platform.services()};
+    int windowMoves = 0; ///< how often the window system was asked to move the window
+    LumaverdineApp app{platform.services(), {.startMove = [this](QWindow &) { return ++windowMoves > 0; }}};
     PlayerManager &player = app.player();
-    QMainWindow &window = app.window();
+    FramelessWindow &window = app.window();
 
     AppFixture()
     {
@@ -35,7 +36,7 @@ struct AppFixture {
     /// The menu at `position` of the menu bar.
     [[nodiscard]] QMenu &menu(qsizetype position) const
     {
-        return *window.menuBar()->actions().at(position)->menu();
+        return *window.menuBar().actions().at(position)->menu();
     }
 
     /// Presses a key as the window system reports it: to the window, which finds the shortcut or the focus.

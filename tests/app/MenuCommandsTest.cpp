@@ -9,7 +9,7 @@ private Q_SLOTS:
     void menusHoldTheirCommandsInOrder()
     {
         const AppFixture f;
-        QCOMPARE(f.window.menuBar()->actions().size(), 2);
+        QCOMPARE(f.window.menuBar().actions().size(), 2);
         QCOMPARE(f.menu(0).title(), u"Archivo"_s);
         QCOMPARE(titles(f.menu(0)), QStringList({u"Añadir música…"_s, u"Salir"_s}));
         QCOMPARE(f.menu(1).title(), u"Reproducción"_s);

@@ -36,10 +36,10 @@ private Q_SLOTS:
         const AppFixture f;
         f.window.resize(f.window.minimumSizeHint());
         QVERIFY(QTest::qWaitForWindowExposed(&f.window));
-        for (const QToolButton *overflow : f.window.menuBar()->findChildren<QToolButton *>())
+        for (const QToolButton *overflow : f.window.menuBar().findChildren<QToolButton *>())
             QVERIFY(!overflow->isVisible());
-        for (QAction *menu : f.window.menuBar()->actions())
-            QVERIFY(f.window.menuBar()->rect().contains(f.window.menuBar()->actionGeometry(menu)));
+        for (QAction *menu : f.window.menuBar().actions())
+            QVERIFY(f.window.menuBar().rect().contains(f.window.menuBar().actionGeometry(menu)));
     }
 
     void otherPicturesOfTheDesktopsStyleAreLeftAlone()

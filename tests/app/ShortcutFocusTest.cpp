@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Every widget of the window that can hold the keyboard focus at this moment.
-QList<QWidget *> focusableWidgets(const QMainWindow &window)
+QList<QWidget *> focusableWidgets(const FramelessWindow &window)
 {
     QList<QWidget *> focusable;
     for (QWidget *widget : window.findChildren<QWidget *>()) {

@@ -1,4 +1,5 @@
 #include "tests/app/AppFixture.h"
+#include "ui/ContentView.h"
 
 #include <QDialog>
 #include <QSignalSpy>
@@ -62,10 +63,10 @@ private Q_SLOTS:
     {
         const AppFixture f;
         f.window.resize(100, 100);
-        QTRY_COMPARE(f.window.centralWidget()->size(), QSize(720, 620));
+        QTRY_COMPARE(f.window.size(), QSize(720, 620));
         f.window.resize(1400, 1000);
-        QTRY_COMPARE(f.window.width(), 1400);
-        QCOMPARE(f.window.centralWidget()->width(), 1400);
+        QTRY_COMPARE(f.window.size(), QSize(1400, 1000));
+        QCOMPARE(f.window.findChild<ContentView *>()->size(), QSize(1400, 1000));
     }
 
     void nothingIsLoadedOrAskedForAtTheStart()

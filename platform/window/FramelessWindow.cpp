@@ -1,0 +1,110 @@
+#include "platform/window/FramelessWindow.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+
+namespace {
+
+constexpr int Margin = 8; // beside the menus and the buttons
+constexpr int ButtonGap = 4;
+constexpr int MenuInset = 3; // above and below the menus
+
+} // namespace
+
+FramelessWindow::FramelessWindow(WindowSystem system)
+    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
+    , m_system(std::move(system))
+{
+    for (WindowButton *button : {&m_minimize, &m_zoom, &m_close})
+        button->setParent(this);
+    connect(&m_minimize, &QAbstractButton::clicked, this, &QWidget::showMinimized);
+    connect(&m_zoom, &QAbstractButton::clicked, this, &FramelessWindow::toggleZoom);
+    connect(&m_close, &QAbstractButton::clicked, this, &QWidget::close);
+    connect(&m_frame, &WindowFrame::pressed, this,
+        [this](Qt::Edges edges) { m_system.startResize(*windowHandle(), edges); });
+}
+
+void FramelessWindow::setContent(QWidget *content)
+{
+    m_content = content;
+    content->setParent(this);
+    content->lower();
+    setMinimumSize(content->minimumSize());
+    resize(content->sizeHint());
+}
+
+void FramelessWindow::toggleZoom()
+{
+    fillsScreen() ? showNormal() : showMaximized();
+}
+
+bool FramelessWindow::fillsScreen() const
+{
+    return isMaximized() || isFullScreen();
+}
+
+void FramelessWindow::arrange()
+{
+    if (m_content)
+        m_content->setGeometry(rect());
+    m_frame.setGeometry(rect());
+    m_menus.setGeometry(Margin, MenuInset, m_menus.sizeHint().width(), StripHeight - 2 * MenuInset);
+    int right = width() - Margin;
+    for (WindowButton *button : {&m_close, &m_zoom, &m_minimize}) {
+        button->move(right - button->width(), (StripHeight - button->height()) / 2);
+        right = button->x() - ButtonGap;
+    }
+}
+
+void FramelessWindow::resizeEvent(QResizeEvent *)
+{
+    arrange();
+}
+
+void FramelessWindow::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::WindowStateChange) {
+        m_zoom.setKind(fillsScreen() ? WindowButton::Kind::Restore : WindowButton::Kind::Zoom);
+        m_frame.setVisible(!fillsScreen());
+    }
+    QWidget::changeEvent(event);
+}
+
+// What comes here has been left alone by everything in the window.
+
+bool FramelessWindow::isFreeAt(const QPoint &position) const
+{
+    // A control that is disabled leaves the mouse alone, but it is still a control.
+    const QWidget *piece = childAt(position);
+    return !piece || piece->isEnabled();
+}
+
+void FramelessWindow::mousePressEvent(QMouseEvent *event)
+{
+    m_pressed.reset();
+    if (event->button() == Qt::LeftButton && isFreeAt(event->position().toPoint()))
+        m_pressed = event->globalPosition().toPoint();
+}
+
+void FramelessWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_pressed || !(event->buttons() & Qt::LeftButton))
+        return;
+    const QPoint way = event->globalPosition().toPoint() - *m_pressed;
+    if (way.manhattanLength() < QApplication::startDragDistance())
+        return;
+    m_pressed.reset();
+    m_system.startMove(*windowHandle());
+}
+
+void FramelessWindow::mouseReleaseEvent(QMouseEvent *)
+{
+    m_pressed.reset();
+}
+
+void FramelessWindow::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    const QPoint position = event->position().toPoint();
+    if (event->button() == Qt::LeftButton && position.y() < StripHeight && isFreeAt(position))
+        toggleZoom();
+}

@@ -1,0 +1,31 @@
+#include "platform/window/MenuStrip.h"
+
+#include "platform/window/Foreground.h"
+
+#include <QPainter>
+
+MenuStrip::MenuStrip(QWidget *window)
+    : QMenuBar(window)
+{
+}
+
+void MenuStrip::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (QAction *menu : actions()) {
+        const QRect place = actionGeometry(menu);
+        drawTitle(painter, *menu, {place.left(), 0, place.width(), height()});
+    }
+}
+
+void MenuStrip::drawTitle(QPainter &painter, const QAction &menu, const QRect &place) const
+{
+    if (activeAction() == &menu) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(foreground(palette(), 0.1F));
+        painter.drawRoundedRect(place, 6, 6);
+    }
+    painter.setPen(foreground(palette(), isActiveWindow() || activeAction() ? 0.8F : 0.62F));
+    painter.drawText(place, Qt::AlignCenter | Qt::TextHideMnemonic, menu.text());
+}

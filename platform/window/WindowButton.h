@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QAbstractButton>
+
+/// One of the standard buttons of a window. The keyboard passes it by: the window manager has keys for what it
+/// does.
+class WindowButton : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    enum class Kind { Close, Minimize, Zoom, Restore };
+
+    explicit WindowButton(Kind kind);
+
+    /// Also renames the button.
+    void setKind(Kind kind);
+
+    [[nodiscard]] QSize sizeHint() const override { return Size; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void enterEvent(QEnterEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    [[nodiscard]] float backgroundOpacity() const;
+
+    static constexpr QSize Size{24, 24};
+
+    Kind m_kind;
+};

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QWidget>
+
+/// The edges of a window that has no other border: a hairline on top of the content, and the band by which the
+/// window is resized. What lies within the band gets the mouse as if there were no frame.
+class WindowFrame : public QWidget {
+    Q_OBJECT
+
+public:
+    static constexpr int Band = 6; ///< points from the edge that grip it
+    static constexpr int Corner = 16; ///< points from a corner, along the edges, that grip both edges
+
+    explicit WindowFrame(QWidget *window);
+
+    /// The edges of a window of this size that a point grips: two in a corner, none in the middle.
+    [[nodiscard]] static Qt::Edges edgesAt(QPoint point, QSize size);
+
+    /// Cuts the window's corners round; only a translucent window can.
+    void setRound(bool isRound);
+
+    static constexpr int CornerRadius = 10;
+
+Q_SIGNALS:
+    void pressed(Qt::Edges edges);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+
+private:
+    bool m_isRound = false;
+};

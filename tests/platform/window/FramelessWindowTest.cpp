@@ -1,0 +1,283 @@
+#include "platform/window/FramelessWindow.h"
+
+#include <QMenu>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A window whose content holds a button right below the strip, on a window system that notes what it is asked.
+struct WindowFixture {
+    int moves = 0;
+    QList<Qt::Edges> resizes;
+    FramelessWindow window{WindowSystem{
+        .startMove = [this](QWindow &) { return ++moves > 0; },
+        .startResize =
+            [this](QWindow &, Qt::Edges edges) {
+                resizes.append(edges);
+                return true;
+            },
+    }};
+    QWidget &content = *new QWidget;
+    QPushButton &control = *new QPushButton(&content);
+
+    WindowFixture()
+    {
+        control.setGeometry(30, 28, 100, 40);
+        content.setMinimumSize(720, 620);
+        window.setContent(&content);
+        window.menuBar().addMenu(u"Archivo"_s)->addAction(u"Salir"_s);
+        window.show();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("the window is not shown");
+    }
+
+    [[nodiscard]] WindowButton *button(const QString &name) const
+    {
+        for (WindowButton *button : window.findChildren<WindowButton *>()) {
+            if (button->accessibleName() == name)
+                return button;
+        }
+        return nullptr;
+    }
+
+    /// Presses at a point of the window, as the window system reports it, and drags to the right.
+    void drag(QPoint from, int way = 60)
+    {
+        QWindow *handle = window.windowHandle();
+        QTest::mousePress(handle, Qt::LeftButton, {}, from);
+        QTest::mouseMove(handle, from + QPoint(way / 2, 0));
+        QTest::mouseMove(handle, from + QPoint(way, 0));
+        QTest::mouseRelease(handle, Qt::LeftButton, {}, from + QPoint(way, 0));
+    }
+
+    void doubleClick(QPoint at, Qt::MouseButton button = Qt::LeftButton)
+    {
+        QTest::mouseDClick(window.windowHandle(), button, {}, at);
+        QCoreApplication::processEvents();
+    }
+};
+
+constexpr QPoint InStrip(400, 14);
+constexpr QPoint InContent(400, 300);
+constexpr QPoint InControl(80, 40);
+
+} // namespace
+
+class FramelessWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void hasNoBorderOfTheWindowSystem()
+    {
+        const WindowFixture f;
+        QVERIFY(f.window.windowFlags().testFlag(Qt::FramelessWindowHint));
+    }
+
+    void contentFillsTheWindowAtEverySize()
+    {
+        WindowFixture f;
+        QCOMPARE(f.window.size(), QSize(720, 620));
+        for (const QSize size : {QSize(720, 620), QSize(1280, 800), QSize(720, 620)}) {
+            f.window.resize(size);
+            QTRY_COMPARE(f.content.geometry(), QRect(QPoint(), size));
+        }
+    }
+
+    void isNeverSmallerThanItsContent()
+    {
+        WindowFixture f;
+        f.window.resize(100, 100);
+        QTRY_COMPARE(f.window.size(), QSize(720, 620));
+        QCOMPARE(f.window.minimumSize(), QSize(720, 620));
+    }
+
+    void menusAndButtonsLieInTheStripOppositeEachOther()
+    {
+        WindowFixture f;
+        for (const int width : {720, 1280}) {
+            f.window.resize(width, 620);
+            const QRect strip(0, 0, width, FramelessWindow::StripHeight);
+            const QRect menus = f.window.menuBar().geometry();
+            QVERIFY(strip.contains(menus));
+            QVERIFY(menus.right() < width / 2);
+            int right = menus.right();
+            for (const QString &name : {u"Minimizar"_s, u"Ampliar"_s, u"Cerrar"_s}) {
+                const QRect place = f.button(name)->geometry();
+                QVERIFY(strip.contains(place));
+                QVERIFY(place.left() > std::max(right, width / 2));
+                right = place.right();
+            }
+        }
+    }
+
+    void buttonsSayWhatTheyDoAndStayOutOfTheKeyboardsWay()
+    {
+        const WindowFixture f;
+        for (const QString &name : {u"Minimizar"_s, u"Ampliar"_s, u"Cerrar"_s}) {
+            QVERIFY(f.button(name));
+            QCOMPARE(f.button(name)->toolTip(), name);
+            QCOMPARE(f.button(name)->focusPolicy(), Qt::NoFocus);
+        }
+    }
+
+    void buttonsAnswerThePointer()
+    {
+        const WindowFixture f;
+        WindowButton &button = *f.button(u"Cerrar"_s);
+        const QImage idle = button.grab().toImage();
+        QTest::mouseMove(f.window.windowHandle(), button.geometry().center());
+        QTRY_VERIFY(button.underMouse());
+        const QImage hovered = button.grab().toImage();
+        button.setDown(true);
+        const QImage pressed = button.grab().toImage();
+        QVERIFY(idle != hovered);
+        QVERIFY(hovered != pressed);
+    }
+
+    void closeClosesAndMinimizeMinimizes()
+    {
+        WindowFixture f;
+        QTest::mouseClick(
+            f.window.windowHandle(), Qt::LeftButton, {}, f.button(u"Minimizar"_s)->geometry().center());
+        QTRY_VERIFY(f.window.isMinimized());
+        f.window.showNormal();
+        QTest::mouseClick(
+            f.window.windowHandle(), Qt::LeftButton, {}, f.button(u"Cerrar"_s)->geometry().center());
+        QTRY_VERIFY(!f.window.isVisible());
+    }
+
+    void zoomButtonFillsTheScreenAndRestores()
+    {
+        WindowFixture f;
+        f.button(u"Ampliar"_s)->click();
+        QTRY_VERIFY(f.window.isMaximized());
+        QTRY_VERIFY(f.button(u"Restaurar"_s));
+        QVERIFY(!f.button(u"Ampliar"_s));
+        QCOMPARE(f.button(u"Restaurar"_s)->toolTip(), u"Restaurar"_s);
+        f.button(u"Restaurar"_s)->click();
+        QTRY_VERIFY(!f.window.isMaximized());
+        QTRY_VERIFY(f.button(u"Ampliar"_s));
+        QTRY_COMPARE(f.window.size(), QSize(720, 620));
+    }
+
+    void doubleClickOnTheStripZoomsAndRestores()
+    {
+        WindowFixture f;
+        f.doubleClick(InStrip);
+        QTRY_VERIFY(f.window.isMaximized());
+        f.doubleClick(InStrip);
+        QTRY_VERIFY(!f.window.isMaximized());
+        QCOMPARE(f.moves, 0);
+    }
+
+    void otherDoubleClicksDoNot()
+    {
+        WindowFixture f;
+        f.doubleClick(InContent);
+        f.doubleClick(InControl);
+        f.doubleClick(InStrip, Qt::RightButton);
+        f.doubleClick(f.window.menuBar().geometry().center());
+        QVERIFY(!f.window.isMaximized());
+    }
+
+    void draggingWhatIsEmptyMovesTheWindowOnce()
+    {
+        WindowFixture f;
+        f.drag(InStrip);
+        QCOMPARE(f.moves, 1);
+        f.drag(InContent);
+        QCOMPARE(f.moves, 2);
+        QVERIFY(f.resizes.isEmpty());
+    }
+
+    void clickThatHardlyMovesDoesNotMoveTheWindow()
+    {
+        WindowFixture f;
+        f.drag(InStrip, 2);
+        QTest::mouseMove(f.window.windowHandle(), InStrip + QPoint(100, 0));
+        QCOMPARE(f.moves, 0);
+    }
+
+    void draggingAControlDoesNot()
+    {
+        WindowFixture f;
+        for (const bool isEnabled : {true, false}) {
+            f.control.setEnabled(isEnabled);
+            f.drag(InControl);
+        }
+        f.drag(f.button(u"Cerrar"_s)->geometry().center(), 40);
+        QCOMPARE(f.moves, 0);
+        QVERIFY(f.window.isVisible());
+    }
+
+    void controlsBelowTheStripGetTheirClicks()
+    {
+        WindowFixture f;
+        const QSignalSpy clicked(&f.control, &QAbstractButton::clicked);
+        QTest::mouseClick(f.window.windowHandle(), Qt::LeftButton, {}, QPoint(80, 28));
+        QCOMPARE(clicked.size(), 1);
+        f.control.move(400, 4); // under the strip, beside the menus
+        QTest::mouseClick(f.window.windowHandle(), Qt::LeftButton, {}, QPoint(450, 14));
+        QCOMPARE(clicked.size(), 2);
+    }
+
+    void pressOnAnEdgeHandsItToTheWindowSystem()
+    {
+        WindowFixture f;
+        QTest::mousePress(f.window.windowHandle(), Qt::LeftButton, {}, QPoint(717, 300));
+        QTest::mousePress(f.window.windowHandle(), Qt::LeftButton, {}, QPoint(2, 618));
+        QTest::mousePress(f.window.windowHandle(), Qt::RightButton, {}, QPoint(2, 300));
+        QCOMPARE(f.resizes, QList<Qt::Edges>({Qt::RightEdge, Qt::LeftEdge | Qt::BottomEdge}));
+        QCOMPARE(f.moves, 0);
+    }
+
+    void windowThatFillsTheScreenHasNoEdges()
+    {
+        WindowFixture f;
+        f.window.showMaximized();
+        QTRY_VERIFY(f.window.isMaximized());
+        QVERIFY(!f.window.findChild<WindowFrame *>()->isVisible());
+        QTest::mousePress(f.window.windowHandle(), Qt::LeftButton, {}, QPoint(2, 300));
+        QVERIFY(f.resizes.isEmpty());
+        f.window.showNormal();
+        QTRY_VERIFY(f.window.findChild<WindowFrame *>()->isVisible());
+    }
+
+    void altLeadsToTheMenus()
+    {
+        WindowFixture f;
+        QTest::keyClick(f.window.windowHandle(), Qt::Key_Alt);
+        QTRY_VERIFY(f.window.menuBar().activeAction());
+        QTest::keyClick(f.window.windowHandle(), Qt::Key_Down);
+        QTRY_VERIFY(f.window.menuBar().actions().first()->menu()->isVisible());
+    }
+
+    void menusAreDrawnOverTheContent()
+    {
+        WindowFixture f;
+        QPalette green;
+        green.setColor(QPalette::Window, Qt::green);
+        f.content.setPalette(green);
+        f.content.setAutoFillBackground(true);
+        const QRect menus = f.window.menuBar().geometry();
+        const QImage shown = f.window.grab(menus).toImage();
+        QCOMPARE(shown.pixelColor(1, 1), QColor(Qt::green));
+        QCOMPARE(shown.pixelColor(shown.width() - 2, shown.height() - 1), QColor(Qt::green));
+        const auto isDrawn = [&] {
+            for (int x = 0; x < shown.width(); ++x) {
+                if (shown.pixelColor(x, shown.height() / 2) != QColor(Qt::green))
+                    return true;
+            }
+            return false;
+        };
+        QVERIFY(isDrawn());
+    }
+};
+
+QTEST_MAIN(FramelessWindowTest)
+#include "FramelessWindowTest.moc"

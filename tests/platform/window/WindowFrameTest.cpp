@@ -1,0 +1,103 @@
+#include "platform/window/WindowFrame.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class WindowFrameTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void edgesAreGrippedWithinSixPoints_data()
+    {
+        QTest::addColumn<QPoint>("point");
+        QTest::addColumn<Qt::Edges>("edges");
+        const auto row = [](const char *name, QPoint point, Qt::Edges edges) {
+            QTest::newRow(name) << point << edges;
+        };
+        row("left", {5, 300}, Qt::LeftEdge);
+        row("beside left", {6, 300}, {});
+        row("right", {714, 300}, Qt::RightEdge);
+        row("beside right", {713, 300}, {});
+        row("top", {300, 0}, Qt::TopEdge);
+        row("bottom", {300, 619}, Qt::BottomEdge);
+        row("middle", {300, 300}, {});
+        row("top left", {0, 0}, Qt::TopEdge | Qt::LeftEdge);
+        row("top right along the top", {705, 2}, Qt::TopEdge | Qt::RightEdge);
+        row("bottom right along the side", {718, 605}, Qt::BottomEdge | Qt::RightEdge);
+        row("bottom left", {3, 616}, Qt::BottomEdge | Qt::LeftEdge);
+        row("inside of the corner", {8, 8}, {});
+    }
+    void edgesAreGrippedWithinSixPoints()
+    {
+        QFETCH(const QPoint, point);
+        QFETCH(const Qt::Edges, edges);
+        QCOMPARE(WindowFrame::edgesAt(point, {720, 620}), edges);
+    }
+
+    void pointerShowsWhereTheEdgeGoes_data()
+    {
+        QTest::addColumn<QPoint>("point");
+        QTest::addColumn<Qt::CursorShape>("shape");
+        QTest::newRow("side") << QPoint(2, 300) << Qt::SizeHorCursor;
+        QTest::newRow("top") << QPoint(300, 2) << Qt::SizeVerCursor;
+        QTest::newRow("top left") << QPoint(2, 2) << Qt::SizeFDiagCursor;
+        QTest::newRow("top right") << QPoint(718, 2) << Qt::SizeBDiagCursor;
+        QTest::newRow("bottom left") << QPoint(2, 618) << Qt::SizeBDiagCursor;
+        QTest::newRow("bottom right") << QPoint(718, 618) << Qt::SizeFDiagCursor;
+    }
+    void pointerShowsWhereTheEdgeGoes()
+    {
+        QFETCH(const QPoint, point);
+        QFETCH(const Qt::CursorShape, shape);
+        QWidget window;
+        WindowFrame frame(&window);
+        window.resize(720, 620);
+        frame.resize(720, 620);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QTest::mouseMove(window.windowHandle(), point);
+        QTRY_COMPARE(frame.cursor().shape(), shape);
+    }
+
+    void leavesTheMiddleToTheContent()
+    {
+        QWidget window;
+        QWidget content(&window);
+        WindowFrame frame(&window);
+        for (const QSize size : {QSize(720, 620), QSize(1280, 800)}) {
+            content.resize(size);
+            frame.resize(size);
+            window.resize(size);
+            window.show();
+            QCOMPARE(window.childAt(6, 300), &content);
+            QCOMPARE(window.childAt(5, 300), &frame);
+            QCOMPARE(window.childAt(size.width() - 1, size.height() / 2), &frame);
+        }
+    }
+
+    void hairlineStandsOutFromAnyBackground_data()
+    {
+        QTest::addColumn<QColor>("background");
+        QTest::addColumn<QColor>("text");
+        QTest::newRow("light") << QColor(Qt::white) << QColor(Qt::black);
+        QTest::newRow("dark") << QColor(Qt::black) << QColor(Qt::white);
+    }
+    void hairlineStandsOutFromAnyBackground()
+    {
+        QFETCH(const QColor, background);
+        QFETCH(const QColor, text);
+        QWidget window;
+        window.setPalette(QPalette(text, background, text, text, background, text, background));
+        WindowFrame frame(&window);
+        window.resize(200, 100);
+        frame.resize(200, 100);
+        const QImage shown = window.grab().toImage();
+        const auto isLine = [&](int x, int y) { return shown.pixelColor(x, y) != background; };
+        QVERIFY(isLine(0, 50) && isLine(199, 50) && isLine(100, 0) && isLine(100, 99) && isLine(0, 0));
+        QVERIFY(!isLine(1, 50) && !isLine(100, 1) && !isLine(198, 50) && !isLine(100, 98));
+    }
+};
+
+QTEST_MAIN(WindowFrameTest)
+#include "WindowFrameTest.moc"
