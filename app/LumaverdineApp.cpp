@@ -19,6 +19,13 @@ QAction *addCommand(QMenu &menu, const QString &title, const QKeySequence &short
     return command;
 }
 
+QMenu &addMenu(QMenuBar &bar, const QString &title)
+{
+    QMenu &menu = *bar.addMenu(title);
+    menu.setAccessibleName(title);
+    return menu;
+}
+
 } // namespace
 
 LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSystem)
@@ -29,6 +36,7 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     content->setMinimumSize(MinimumContentSize);
     m_window.setWindowTitle(u"Lumaverdine"_s);
     m_window.setContent(content);
+    m_window.menuBar().setAccessibleName(u"Menú"_s);
     buildFileMenu();
     buildPlaybackMenu();
 }
@@ -40,7 +48,7 @@ void LumaverdineApp::show()
 
 void LumaverdineApp::buildFileMenu()
 {
-    QMenu &menu = *m_window.menuBar().addMenu(u"Archivo"_s);
+    QMenu &menu = addMenu(m_window.menuBar(), u"Archivo"_s);
     const QAction *addMusic = addCommand(menu, u"Añadir música…"_s, Qt::CTRL | Qt::Key_O);
     const QAction *quit = addCommand(menu, u"Salir"_s, Qt::CTRL | Qt::Key_Q);
     QObject::connect(addMusic, &QAction::triggered, &m_player, [this] { m_player.showFileImporter = true; });
@@ -49,7 +57,7 @@ void LumaverdineApp::buildFileMenu()
 
 void LumaverdineApp::buildPlaybackMenu()
 {
-    QMenu &menu = *m_window.menuBar().addMenu(u"Reproducción"_s);
+    QMenu &menu = addMenu(m_window.menuBar(), u"Reproducción"_s);
     QAction *toggle = addCommand(menu, {}, Qt::Key_Space);
     const QAction *previous = addCommand(menu, u"Canción anterior"_s, Qt::CTRL | Qt::Key_Left);
     const QAction *next = addCommand(menu, u"Canción siguiente"_s, Qt::CTRL | Qt::Key_Right);

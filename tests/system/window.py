@@ -1,11 +1,12 @@
 """Reads and presses the player's window through the accessibility bus, as assistive technology does."""
 
+import contextlib
 import pathlib
 
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi  # noqa: E402
+from gi.repository import Atspi, GLib  # noqa: E402
 
 from desktop import wait_for  # noqa: E402
 
@@ -42,6 +43,46 @@ class Window:
 
     def wait_for_current_row(self, index):
         wait_for(lambda: self.current_row() == index, f"row {index} to be the current one")
+
+    def nodes(self):
+        """Everything of the program, seen or not."""
+        return self._nodes(self._application)
+
+    def node(self, name):
+        """The control `name`."""
+        return self._node(name)
+
+    def row_node(self, index):
+        return [node for node in self.nodes() if node.get_role_name() == "list item"][index]
+
+    def states(self, name):
+        """The states of the control `name`, such as "enabled"."""
+        return self.states_of(self._node(name))
+
+    def states_of(self, node):
+        return {state.value_nick for state in node.get_state_set().get_states()}
+
+    def description(self, name):
+        return self._node(name).get_description()
+
+    def choose(self, name):
+        """Presses the entry `name` of a menu that is open."""
+        entries = (n for n in self._showing() if n.get_role_name() == "menu item" and n.get_name() == name)
+        next(entries).do_action(0)
+
+    @contextlib.contextmanager
+    def listen(self, *events):
+        """What readers are told from now on: a list of (name of the object, first detail), which grows when it is
+        looked into."""
+        heard = Heard(self._application)
+        listener = Atspi.EventListener.new(heard.note)
+        for event in events:
+            listener.register(event)
+        try:
+            yield heard
+        finally:
+            for event in events:
+                listener.deregister(event)
 
     def value(self, name):
         """What the slider `name` stands at."""
@@ -85,6 +126,23 @@ class Window:
             if application and self._process in (application.get_process_id(), parent_of(application)):
                 return application
         return None
+
+
+class Heard:
+    """What has been told on the bus by one application."""
+
+    def __init__(self, application):
+        self._application = application
+        self._events = []
+
+    def note(self, event):
+        if event.source and event.source.get_application() == self._application:
+            self._events.append((event.source.get_name(), event.detail1))
+
+    def __iter__(self):
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return iter(self._events)
 
 
 def parent_of(application):

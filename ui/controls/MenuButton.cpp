@@ -9,6 +9,7 @@ MenuButton::MenuButton(const QString &symbol, const QString &help)
     , m_menu(new QMenu(this))
 {
     installAccessibleRoles();
+    m_menu->setAccessibleName(help);
     connect(this, &QAbstractButton::clicked, this, &MenuButton::openMenu);
 }
 
