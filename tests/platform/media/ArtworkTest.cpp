@@ -16,6 +16,12 @@ QByteArray mediaFile(const char *name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+double heapMebibytes()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd) / (1 << 20);
+}
+
 long peakKilobytes()
 {
     rusage usage = {};
@@ -199,6 +205,15 @@ private Q_SLOTS:
         for (int side = 1000; side < 1012; ++side) // 48 MB in all
             QVERIFY(!artwork->scaledToFill({side, side}).isNull());
         QVERIFY(artwork->scaledToFill({100, 100}).cacheKey() != small.cacheKey());
+    }
+
+    void whatIsDecodedTakes32MebibytesAtMost()
+    {
+        const auto artwork = Artwork::decode(mediaFile("cover.bmp"));
+        const double before = heapMebibytes();
+        for (int side = 500; side < 600; ++side) // 115 MiB in all
+            QVERIFY(!artwork->scaledToFill({side, side}).isNull());
+        QVERIFY(heapMebibytes() - before < 33);
     }
 };
 
