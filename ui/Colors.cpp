@@ -85,6 +85,11 @@ QColor destructiveColor(const QPalette &palette)
     return clearer(DarkRed, LightRed, windowBackgroundColor(palette));
 }
 
+QColor destructiveGroundColor()
+{
+    return DarkRed;
+}
+
 QColor windowBackgroundColor(const QPalette &palette)
 {
     return palette.color(QPalette::Active, QPalette::Window);

@@ -25,6 +25,9 @@
 /// A red for the text of what cannot be undone, on the palette's window or base colour.
 [[nodiscard]] QColor destructiveColor(const QPalette &palette);
 
+/// The red that lies behind the same text, then white, where it is the one to be chosen.
+[[nodiscard]] QColor destructiveGroundColor();
+
 /// The window's own opaque background.
 [[nodiscard]] QColor windowBackgroundColor(const QPalette &palette);
 

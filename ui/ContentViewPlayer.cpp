@@ -15,7 +15,6 @@
 #include "ui/controls/TextButton.h"
 
 #include <QAction>
-#include <QMenu>
 #include <algorithm>
 #include <utility>
 
@@ -215,7 +214,7 @@ QWidget *ContentView::importButton()
 QWidget *ContentView::optionsMenu()
 {
     auto *button = new MenuButton(u"ellipsis"_s, u"Más opciones"_s);
-    QAction *clear = button->menu().addAction(u"Eliminar todas las canciones"_s);
+    QAction *clear = button->menu().addDestructive(u"Eliminar todas las canciones"_s);
     connect(clear, &QAction::triggered, &m_player, &PlayerManager::clearPlaylist);
     m_renderer.follow([=, this] { clear->setEnabled(!m_player.playlist().isEmpty()); });
     return button;

@@ -3,6 +3,7 @@
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
+#include "ui/controls/Menu.h"
 #include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
 
@@ -92,13 +93,15 @@ void PlaylistView::openMenu(const QModelIndex &index, const QPoint &position, bo
         return;
     // The menu acts on the track for which it was opened, wherever that has gone by then.
     const Track track = m_model.track(index);
-    m_menu = new QMenu(this);
+    auto *menu = new Menu(this);
+    m_menu = menu;
     m_menu->setAttribute(Qt::WA_DeleteOnClose);
     m_menu->setAccessibleName(u"Más opciones de %1"_s.arg(track.title));
     m_menu->addAction(u"Reproducir"_s, this, [this, track] { Q_EMIT playRequested(track); });
     if (hasSeparator)
         m_menu->addSeparator();
-    m_menu->addAction(u"Eliminar de la playlist"_s, this, [this, track] { Q_EMIT removalRequested(track); });
+    const QAction *remove = menu->addDestructive(u"Eliminar de la playlist"_s);
+    connect(remove, &QAction::triggered, this, [this, track] { Q_EMIT removalRequested(track); });
     m_menu->popup(viewport()->mapToGlobal(position));
 }
 

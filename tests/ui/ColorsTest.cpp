@@ -63,6 +63,7 @@ private Q_SLOTS:
         QVERIFY(contrastRatio(over(secondaryColor(palette), tinted), tinted) >= 4.5);
         QVERIFY(contrastRatio(onAccentColor(palette), accentColor(palette)) >= 4.5);
         QVERIFY(contrastRatio(destructiveColor(palette), ground) >= 4.5);
+        QVERIFY(contrastRatio(Qt::white, destructiveGroundColor()) >= 4.5);
     }
 
     void secondaryIsFainterAsFarAsItReads()

@@ -4,8 +4,6 @@
 #include "ui/controls/SymbolView.h"
 #include "ui/controls/TextButton.h"
 
-#include <QMenu>
-
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -1,10 +1,9 @@
 #include "ui/controls/Button.h"
 
-#include "ui/Colors.h"
+#include "ui/controls/DrawAsWhole.h"
 #include "ui/controls/FocusRing.h"
 
 #include <QKeyEvent>
-#include <QPainter>
 
 namespace {
 
@@ -30,12 +29,12 @@ void Button::setHelp(const QString &help)
 
 void Button::paintEvent(QPaintEvent *)
 {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(!isEnabled() ? DisabledOpacity : isDown() ? PressedOpacity : 1);
-    draw(painter);
-    if (hasFocus())
-        drawFocusRing(painter, rect(), palette());
+    const double opacity = !isEnabled() ? DisabledOpacity : isDown() ? PressedOpacity : 1;
+    drawAsWhole(*this, opacity, [this](QPainter &painter) {
+        draw(painter);
+        if (hasFocus())
+            drawFocusRing(painter, rect(), palette(), cornerRadius());
+    });
 }
 
 void Button::keyPressEvent(QKeyEvent *event)

@@ -2,8 +2,8 @@
 
 #include <QAbstractButton>
 
-/// What all buttons of the window share: Return presses them, the space bar belongs to playback, and a
-/// disabled one is dimmed as a whole.
+/// What all buttons of the window share: Return presses them, the space bar belongs to playback, a disabled
+/// one is dimmed as a whole, and only the keyboard brings the focus.
 class Button : public QAbstractButton {
     Q_OBJECT
 
@@ -23,7 +23,11 @@ protected:
     void enterEvent(QEnterEvent *event) override;
     void leaveEvent(QEvent *event) override;
 
+    /// Whether the mouse is where a click would do something.
+    [[nodiscard]] bool isHovered() const { return isEnabled() && underMouse(); }
+
 private:
     /// Draws the button at full opacity.
     virtual void draw(QPainter &painter) = 0;
+    [[nodiscard]] virtual double cornerRadius() const = 0;
 };

@@ -4,5 +4,5 @@ class QPainter;
 class QPalette;
 class QRect;
 
-/// Shows along the inner edge of `bounds` where the keyboard is.
-void drawFocusRing(QPainter &painter, const QRect &bounds, const QPalette &palette);
+/// Shows along the inner edge of `bounds`, whose corners are round by `radius`, where the keyboard is.
+void drawFocusRing(QPainter &painter, const QRect &bounds, const QPalette &palette, double radius = 8);

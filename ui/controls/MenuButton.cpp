@@ -2,11 +2,9 @@
 
 #include "ui/controls/Roles.h"
 
-#include <QMenu>
-
 MenuButton::MenuButton(const QString &symbol, const QString &help)
     : SymbolButton(symbol, 13, QFont::Normal, help, QSize(20, 24))
-    , m_menu(new QMenu(this))
+    , m_menu(new Menu(this))
 {
     installAccessibleRoles();
     m_menu->setAccessibleName(help);

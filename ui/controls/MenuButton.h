@@ -1,8 +1,7 @@
 #pragma once
 
+#include "ui/controls/Menu.h"
 #include "ui/controls/SymbolButton.h"
-
-class QMenu;
 
 /// A symbol without a frame that pulls down a menu.
 class MenuButton : public SymbolButton {
@@ -12,10 +11,10 @@ public:
     MenuButton(const QString &symbol, const QString &help);
 
     /// What it pulls down; empty at first.
-    [[nodiscard]] QMenu &menu() { return *m_menu; }
+    [[nodiscard]] Menu &menu() { return *m_menu; }
 
 private:
     void openMenu();
 
-    QMenu *m_menu;
+    Menu *m_menu;
 };

@@ -2,8 +2,6 @@
 
 #include "ui/controls/MenuButton.h"
 
-#include <QMenu>
-
 MenuButtonAccessible::MenuButtonAccessible(MenuButton &button)
     : QAccessibleWidget(&button, QAccessible::ButtonMenu)
     , m_button(button)

@@ -35,7 +35,7 @@ double PlayButton::symbolOffset() const
 void PlayButton::draw(QPainter &painter)
 {
     painter.setPen(Qt::NoPen);
-    painter.setBrush(primaryColor(palette()));
+    painter.setBrush(primaryColor(palette(), isHovered() ? 0.86 : 1));
     painter.drawEllipse(rect());
     const QRectF area = QRectF(rect()).translated(symbolOffset(), 0);
     drawSymbol(painter, area, symbol(), 23, windowBackgroundColor(palette()), QFont::Bold);

@@ -18,6 +18,7 @@ public:
 
 private:
     void draw(QPainter &painter) override;
+    [[nodiscard]] double cornerRadius() const override { return width() / 2.0; }
 
     bool m_isPlaying = false;
 };

@@ -1,12 +1,12 @@
 #include "ui/controls/SelectableLabel.h"
 
 #include "ui/Colors.h"
+#include "ui/controls/Menu.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QTextBoundaryFinder>
@@ -124,7 +124,7 @@ void SelectableLabel::mouseDoubleClickEvent(QMouseEvent *event)
 
 void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)
 {
-    auto *menu = new QMenu(this);
+    auto *menu = new Menu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     QAction *copyAction = menu->addAction(u"Copiar"_s, this, &SelectableLabel::copy);
     copyAction->setEnabled(selectionStart() < selectionEnd());

@@ -1,6 +1,7 @@
 #include "ui/controls/Slider.h"
 
 #include "ui/Colors.h"
+#include "ui/controls/DrawAsWhole.h"
 #include "ui/controls/FocusRing.h"
 #include "ui/controls/Roles.h"
 
@@ -121,6 +122,10 @@ bool Slider::event(QEvent *event)
 
 void Slider::focusInEvent(QFocusEvent *event)
 {
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
+        m_isFocusByKey = true;
+    else if (event->reason() == Qt::MouseFocusReason)
+        m_isFocusByKey = false;
     QWidget::focusInEvent(event);
     announceValue();
 }
@@ -131,6 +136,7 @@ void Slider::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() != Qt::LeftButton || m_isHeld)
         return;
+    m_isFocusByKey = false;
     const double offset = event->position().x() - thumbCenter();
     const bool isOnThumb = std::abs(offset) <= ThumbDiameter / 2;
     m_grabOffset = isOnThumb ? offset : 0;
@@ -195,10 +201,13 @@ std::optional<double> Slider::valueAfterKey(int key) const
 void Slider::keyPressEvent(QKeyEvent *event)
 {
     const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
-    if (const auto value = valueAfterKey(event->key()); value && isPlain)
+    if (const auto value = valueAfterKey(event->key()); value && isPlain) {
+        m_isFocusByKey = true;
         edit(*value);
-    else
+        update();
+    } else {
         event->ignore();
+    }
 }
 
 // Geometry and drawing
@@ -222,9 +231,11 @@ double Slider::valueAt(double x) const
 
 void Slider::paintEvent(QPaintEvent *)
 {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(isEnabled() ? 1 : DisabledOpacity);
+    drawAsWhole(*this, isEnabled() ? 1 : DisabledOpacity, [this](QPainter &painter) { draw(painter); });
+}
+
+void Slider::draw(QPainter &painter)
+{
     painter.setPen(Qt::NoPen);
 
     const double middle = height() / 2.0;
@@ -236,6 +247,6 @@ void Slider::paintEvent(QPaintEvent *)
     painter.setPen(QPen(primaryColor(palette(), 0.25), 1));
     painter.setBrush(m_isHeld ? QColor(Qt::lightGray) : QColor(Qt::white));
     painter.drawEllipse(QPointF(thumbCenter(), middle), (ThumbDiameter - 1) / 2, (ThumbDiameter - 1) / 2);
-    if (hasFocus())
+    if (hasFocus() && m_isFocusByKey)
         drawFocusRing(painter, rect(), palette());
 }

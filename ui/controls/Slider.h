@@ -68,6 +68,7 @@ private:
     void moveTo(double value);
     void end();
     void announceValue();
+    void draw(QPainter &painter);
 
     double m_value = 0;
     double m_maximum = 1;
@@ -76,6 +77,7 @@ private:
     std::function<QString(double)> m_spokenValue = [](double value) { return QString::number(value); };
     QString m_announced; ///< what assistive technology was told last
     bool m_isHeld = false;
+    bool m_isFocusByKey = false; ///< only then it is shown
     double m_grabOffset = 0; ///< from the thumb's centre to where the mouse holds it
     int m_wheelRemainder = 0; ///< eighths of a degree that make no whole step yet
 };

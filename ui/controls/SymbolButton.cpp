@@ -31,14 +31,19 @@ void SymbolButton::clickWhereToggled(bool isChecked)
     click();
 }
 
+QColor SymbolButton::groundColor() const
+{
+    if (isChecked())
+        return accentColor(palette(), isHovered() ? 0.2 : 0.13);
+    return isHovered() ? primaryColor(palette(), 0.07) : QColor(Qt::transparent);
+}
+
 void SymbolButton::draw(QPainter &painter)
 {
-    if (isChecked()) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(accentColor(palette(), 0.13));
-        painter.drawEllipse(rect());
-    }
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(groundColor());
+    painter.drawRoundedRect(rect(), cornerRadius(), cornerRadius());
     const QColor color =
-        isChecked() ? accentColor(palette()) : primaryColor(palette(), underMouse() ? 1 : 0.82);
+        isChecked() ? accentColor(palette()) : primaryColor(palette(), isHovered() ? 1 : 0.82);
     drawSymbol(painter, rect(), m_symbol, m_pointSize, color, m_weight);
 }

@@ -2,6 +2,8 @@
 
 #include "ui/controls/Button.h"
 
+#include <algorithm>
+
 /// A symbol that can be clicked, without a frame. In its active look, the checked state, symbol and a faint
 /// circle behind it take the accent colour.
 class SymbolButton : public Button {
@@ -18,6 +20,8 @@ public:
 
 private:
     void draw(QPainter &painter) override;
+    [[nodiscard]] double cornerRadius() const override { return std::min(width(), height()) / 2.0; }
+    [[nodiscard]] QColor groundColor() const;
     void nextCheckState() override { } // what is active follows from setActive() alone
     void clickWhereToggled(bool isChecked);
 

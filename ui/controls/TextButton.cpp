@@ -2,6 +2,7 @@
 
 #include "ui/Colors.h"
 #include "ui/Fonts.h"
+#include "ui/SmoothCorners.h"
 #include "ui/Symbol.h"
 
 #include <QFontMetrics>
@@ -13,6 +14,12 @@ constexpr int TextSize = 13;
 constexpr int SymbolGap = 4;
 constexpr QSize Padding(12, 6);
 constexpr double CornerRadius = 6;
+
+/// A trace of black or white: on it a text of this colour reads better still.
+QColor opposite(const QColor &textColor)
+{
+    return textColor.lightnessF() > 0.5F ? QColor(0, 0, 0, 24) : QColor(255, 255, 255, 48);
+}
 
 } // namespace
 
@@ -42,13 +49,22 @@ QColor TextButton::textColor() const
     return m_look == Look::Prominent ? onAccentColor(palette()) : primaryColor(palette());
 }
 
+double TextButton::cornerRadius() const
+{
+    return CornerRadius;
+}
+
 void TextButton::drawFrame(QPainter &painter)
 {
     const bool isProminent = m_look == Look::Prominent;
-    const double tint = underMouse() ? 0.11 : 0.07;
-    painter.setPen(isProminent ? QPen(Qt::NoPen) : QPen(primaryColor(palette(), 0.14), 1));
-    painter.setBrush(isProminent ? accentColor(palette()) : primaryColor(palette(), tint));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), CornerRadius, CornerRadius);
+    const QPainterPath frame = smoothCorners(rect(), CornerRadius);
+    painter.fillPath(frame, isProminent ? accentColor(palette()) : primaryColor(palette(), 0.07));
+    if (isHovered())
+        painter.fillPath(frame, isProminent ? opposite(textColor()) : primaryColor(palette(), 0.05));
+    if (isProminent)
+        return;
+    const QRectF border = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.strokePath(smoothCorners(border, CornerRadius - 0.5), QPen(primaryColor(palette(), 0.14), 1));
 }
 
 void TextButton::draw(QPainter &painter)

@@ -18,6 +18,7 @@ public:
 
 private:
     void draw(QPainter &painter) override;
+    [[nodiscard]] double cornerRadius() const override;
     void drawFrame(QPainter &painter);
     [[nodiscard]] QColor textColor() const;
     [[nodiscard]] int symbolWidth() const; ///< with the gap behind it; 0 without a symbol

@@ -1,0 +1,173 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/Colors.h"
+#include "ui/controls/Button.h"
+#include "ui/controls/Slider.h"
+
+#include <QEnterEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// How far apart two colours are, as their channel that differs most, of 255.
+int distance(const QColor &a, const QColor &b)
+{
+    return std::max(
+        {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
+}
+
+QColor mixed(const QColor &top, double opacity, const QColor &bottom)
+{
+    const auto mix = [&](float a, float b) { return static_cast<float>(b + (a - b) * opacity); };
+    return QColor::fromRgbF(
+        mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()), mix(top.blueF(), bottom.blueF()));
+}
+
+struct LookFixture : ViewFixture {
+    [[nodiscard]] Button &button(const QString &name) const { return *find<Button>(name); }
+
+    /// The colour shown at a point of a piece.
+    [[nodiscard]] QColor at(const QWidget &piece, QPoint point)
+    {
+        return view.grab().toImage().pixelColor(place(piece).topLeft() + point);
+    }
+
+    /// How a piece looks, with what lies behind it.
+    [[nodiscard]] QImage look(const QWidget &piece) { return view.grab(place(piece)).toImage(); }
+
+    static void hover(QWidget &piece, bool isOver)
+    {
+        piece.setAttribute(Qt::WA_UnderMouse, isOver);
+        QEnterEvent enter({5, 5}, {5, 5}, {5, 5});
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(&piece, isOver ? static_cast<QEvent *>(&enter) : &leave);
+    }
+
+    /// Whether a ring in the accent's colour runs along the piece's left edge.
+    [[nodiscard]] bool hasRing(const QWidget &piece)
+    {
+        return distance(at(piece, {1, piece.height() / 2}), accentColor(view.palette())) < 60;
+    }
+};
+
+} // namespace
+
+class ButtonLookTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void activeOneIsAccentOnAFaintCircleOfAccent()
+    {
+        LookFixture f;
+        f.add("a");
+        const Button &shuffle = f.button(u"Reproducción aleatoria"_s);
+        const QPoint inCircle(18, 3);
+        const QColor ground = f.at(shuffle, inCircle);
+        f.player.isShuffling = true;
+        f.render();
+        const QColor accent = accentColor(f.view.palette());
+        QVERIFY(distance(f.at(shuffle, inCircle), mixed(accent, 0.13, ground)) <= 2);
+        QVERIFY(distance(f.at(shuffle, {1, 1}), ground) <= 2);
+        int nearest = 255;
+        for (int x = 8; x < 28; ++x)
+            nearest = std::min(nearest, distance(f.at(shuffle, {x, 18}), accent));
+        QVERIFY(nearest < 40);
+    }
+
+    void disabledOneIsDimmedAsAWhole()
+    {
+        LookFixture f;
+        const Button &play = f.button(u"Reproducir"_s);
+        const QPoint glyph(30, 29);
+        const QColor ground = f.at(play, {0, 0});
+        // The glyph is the window's own colour, cut out of the circle; the circle does not shine through.
+        QVERIFY(
+            distance(f.at(play, glyph), mixed(windowBackgroundColor(f.view.palette()), 0.4, ground)) <= 3);
+        QVERIFY(distance(f.at(play, {29, 5}), mixed(primaryColor(f.view.palette()), 0.4, ground)) <= 3);
+        QVERIFY(distance(f.at(play, {29, 5}), f.at(play, glyph)) > 60);
+    }
+
+    void hoverAndPressAnswer_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const QString &name : {u"Reproducir"_s, u"Reproducción aleatoria"_s, u"Canción anterior"_s,
+                 u"Más opciones"_s, u"Añadir archivos de audio"_s})
+            QTest::newRow(qPrintable(name)) << name;
+    }
+
+    void hoverAndPressAnswer()
+    {
+        QFETCH(const QString, name);
+        LookFixture f;
+        f.add("a");
+        Button &button = f.button(name);
+        const QImage still = f.look(button);
+        f.hover(button, true);
+        const QImage hovered = f.look(button);
+        QVERIFY(hovered != still);
+        button.setDown(true);
+        QVERIFY(f.look(button) != hovered && f.look(button) != still);
+        button.setDown(false);
+        f.hover(button, false);
+        QCOMPARE(f.look(button), still);
+    }
+
+    void disabledOneDoesNotAnswerToHover()
+    {
+        LookFixture f;
+        Button &next = f.button(u"Canción siguiente"_s);
+        const QImage still = f.look(next);
+        f.hover(next, true);
+        QCOMPARE(f.look(next), still);
+    }
+
+    void prominentOneIsFilledWithTheAccent()
+    {
+        LookFixture f;
+        const QList<Button *> all = f.view.findChildren<Button *>();
+        const auto prominent = std::find_if(all.begin(), all.end(),
+            [](const Button *button) { return button->text() == u"Seleccionar música…"; });
+        QVERIFY(prominent != all.end());
+        QCOMPARE(f.at(**prominent, {6, (*prominent)->height() / 2}), accentColor(f.view.palette()));
+        QVERIFY(contrastRatio(onAccentColor(f.view.palette()), accentColor(f.view.palette())) >= 4.5);
+    }
+
+    void focusIsShownWhereTheKeyboardBroughtIt()
+    {
+        LookFixture f;
+        f.add("a");
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        Button &next = f.button(u"Canción siguiente"_s);
+        QTest::mouseClick(&next, Qt::LeftButton);
+        QVERIFY(!next.hasFocus());
+        next.setFocus(Qt::TabFocusReason);
+        QVERIFY(f.hasRing(next));
+        f.view.setFocus();
+        QVERIFY(!f.hasRing(next));
+    }
+
+    void sliderShowsTheFocusOfKeysOnly()
+    {
+        LookFixture f;
+        f.add("a");
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        Slider &volume = *f.find<Slider>(u"Volumen"_s);
+        const QPoint ring(70, 1);
+        const QColor accent = accentColor(f.view.palette());
+        volume.setFocus(Qt::MouseFocusReason);
+        QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
+        QVERIFY(distance(f.at(volume, ring), accent) > 60);
+        QTest::keyClick(&volume, Qt::Key_Right);
+        QVERIFY(distance(f.at(volume, ring), accent) < 60);
+        QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
+        QVERIFY(distance(f.at(volume, ring), accent) > 60);
+        f.view.setFocus();
+        volume.setFocus(Qt::TabFocusReason);
+        QVERIFY(distance(f.at(volume, ring), accent) < 60);
+    }
+};
+
+QTEST_MAIN(ButtonLookTest)
+#include "ButtonLookTest.moc"

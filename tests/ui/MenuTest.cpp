@@ -1,0 +1,105 @@
+#include "ui/controls/Menu.h"
+
+#include "ui/Colors.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QPalette scheme(QRgb window, QRgb text)
+{
+    QPalette palette(QColor{window}, QColor{window});
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(role, QColor(text));
+    palette.setColor(QPalette::Base, QColor(window));
+    return palette;
+}
+
+struct MenuFixture {
+    Menu menu;
+    QAction *plain = menu.addAction(u"Reproducir"_s);
+    QAction *destructive = menu.addDestructive(u"Eliminar"_s);
+
+    explicit MenuFixture(const QPalette &palette)
+    {
+        menu.setPalette(palette);
+        menu.popup({});
+        if (!QTest::qWaitForWindowExposed(&menu))
+            qFatal("the menu is not shown");
+    }
+
+    /// The colours of an entry: its ground, and the colour in it that stands out most from that.
+    [[nodiscard]] std::pair<QColor, QColor> colors(const QAction *action)
+    {
+        const QImage entry =
+            menu.grab(menu.actionGeometry(const_cast<QAction *>(action)).adjusted(3, 3, -3, -3)).toImage();
+        const QColor ground = entry.pixelColor(entry.width() - 1, entry.height() / 2);
+        QColor text = ground;
+        for (int y = 0; y < entry.height(); ++y) {
+            for (int x = 0; x < entry.width(); ++x) {
+                if (contrastRatio(entry.pixelColor(x, y), ground) > contrastRatio(text, ground))
+                    text = entry.pixelColor(x, y);
+            }
+        }
+        return {ground, text};
+    }
+};
+
+bool isRed(const QColor &color)
+{
+    return color.red() > color.green() + 60 && color.red() > color.blue() + 60;
+}
+
+} // namespace
+
+class MenuTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void destructiveEntryIsRedAndReads_data()
+    {
+        QTest::addColumn<QPalette>("palette");
+        QTest::newRow("light") << scheme(0xefefef, 0x000000);
+        QTest::newRow("dark") << scheme(0x2a2e32, 0xfcfcfc);
+    }
+
+    void destructiveEntryIsRedAndReads()
+    {
+        QFETCH(const QPalette, palette);
+        MenuFixture f(palette);
+        const auto [ground, text] = f.colors(f.destructive);
+        QVERIFY2(isRed(text), qPrintable(text.name()));
+        QVERIFY(contrastRatio(text, ground) >= 4.5);
+        QVERIFY(!isRed(f.colors(f.plain).second));
+    }
+
+    void chosenOneStandsOnRedAndReads_data() { destructiveEntryIsRedAndReads_data(); }
+
+    void chosenOneStandsOnRedAndReads()
+    {
+        QFETCH(const QPalette, palette);
+        MenuFixture f(palette);
+        f.menu.setActiveAction(f.destructive);
+        const auto [ground, text] = f.colors(f.destructive);
+        QVERIFY2(isRed(ground), qPrintable(ground.name()));
+        QVERIFY(contrastRatio(text, ground) >= 4.5);
+    }
+
+    void disabledEntryIsDim_data() { destructiveEntryIsRedAndReads_data(); }
+
+    void disabledEntryIsDim()
+    {
+        QFETCH(const QPalette, palette);
+        MenuFixture f(palette);
+        f.destructive->setEnabled(false);
+        const auto [ground, text] = f.colors(f.destructive);
+        QVERIFY(!isRed(text));
+        QVERIFY(contrastRatio(text, ground) < 4.5);
+        QVERIFY(contrastRatio(text, ground) > 1.5);
+    }
+};
+
+QTEST_MAIN(MenuTest)
+#include "MenuTest.moc"

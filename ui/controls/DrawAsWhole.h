@@ -1,0 +1,10 @@
+#pragma once
+
+#include <functional>
+
+class QPainter;
+class QWidget;
+
+/// Lets `draw` draw `widget` and puts the result on the widget at an opacity from 0 to 1, as a whole: what lies
+/// under something else does not shine through it.
+void drawAsWhole(QWidget &widget, double opacity, const std::function<void(QPainter &)> &draw);

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QMenu>
+
+/// A menu that tells apart what destroys something: the entry's text is red, or stands on red where it is the
+/// one to be chosen. What is disabled is dim.
+class Menu : public QMenu {
+    Q_OBJECT
+
+public:
+    using QMenu::QMenu;
+
+    /// Adds an entry for what cannot be undone.
+    QAction *addDestructive(const QString &title);
+
+protected:
+    void initStyleOption(QStyleOptionMenuItem *option, const QAction *action) const override;
+
+private:
+    QList<const QAction *> m_destructive;
+};
