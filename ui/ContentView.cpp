@@ -28,8 +28,7 @@ ContentView::~ContentView()
 
 QSize ContentView::sizeHint() const
 {
-    // High enough for the whole invitation to an empty playlist.
-    return {720, 720};
+    return {720, 620};
 }
 
 void ContentView::showEvent(QShowEvent *)

@@ -15,6 +15,9 @@ FramelessWindow::FramelessWindow(WindowSystem system)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
     , m_system(std::move(system))
 {
+    setAttribute(Qt::WA_TranslucentBackground, m_blur.isOffered());
+    // A global menu makes the window at once, as it is then.
+    m_menus.setParent(this);
     for (WindowButton *button : {&m_minimize, &m_zoom, &m_close})
         button->setParent(this);
     connect(&m_minimize, &QAbstractButton::clicked, this, &QWidget::showMinimized);
@@ -56,9 +59,28 @@ void FramelessWindow::arrange()
     }
 }
 
+bool FramelessWindow::isTranslucent() const
+{
+    return m_blur.isOffered() && testAttribute(Qt::WA_TranslucentBackground);
+}
+
+void FramelessWindow::blurBehind()
+{
+    m_frame.setRound(isTranslucent());
+    update();
+    if (isTranslucent() && windowHandle())
+        m_blur.apply(*windowHandle(), fillsScreen() ? QRegion(rect()) : m_frame.inside());
+}
+
+void FramelessWindow::showEvent(QShowEvent *)
+{
+    blurBehind();
+}
+
 void FramelessWindow::resizeEvent(QResizeEvent *)
 {
     arrange();
+    blurBehind();
 }
 
 void FramelessWindow::changeEvent(QEvent *event)

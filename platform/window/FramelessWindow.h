@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/window/BlurBehind.h"
 #include "platform/window/MenuStrip.h"
 #include "platform/window/WindowButton.h"
 #include "platform/window/WindowFrame.h"
@@ -26,10 +27,15 @@ public:
 
     [[nodiscard]] QMenuBar &menuBar() { return m_menus; }
 
+    /// Whether what lies behind the window is seen, blurred, where the content is translucent. Its corners are
+    /// round then.
+    [[nodiscard]] bool isTranslucent() const;
+
     /// Fills the screen, or goes back to the size before that.
     void toggleZoom();
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
@@ -41,11 +47,13 @@ private:
     [[nodiscard]] bool fillsScreen() const;
     [[nodiscard]] bool isFreeAt(const QPoint &position) const;
     void arrange();
+    void blurBehind();
 
     WindowSystem m_system;
+    BlurBehind m_blur{[this] { blurBehind(); }};
     QWidget *m_content = nullptr;
     WindowFrame m_frame{this};
-    MenuStrip m_menus{this};
+    MenuStrip m_menus;
     WindowButton m_minimize{WindowButton::Kind::Minimize};
     WindowButton m_zoom{WindowButton::Kind::Zoom};
     WindowButton m_close{WindowButton::Kind::Close};

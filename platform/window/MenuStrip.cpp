@@ -4,11 +4,6 @@
 
 #include <QPainter>
 
-MenuStrip::MenuStrip(QWidget *window)
-    : QMenuBar(window)
-{
-}
-
 void MenuStrip::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

@@ -7,9 +7,6 @@
 class MenuStrip : public QMenuBar {
     Q_OBJECT
 
-public:
-    explicit MenuStrip(QWidget *window);
-
 protected:
     void paintEvent(QPaintEvent *event) override;
 

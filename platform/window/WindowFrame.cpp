@@ -27,6 +27,13 @@ Qt::CursorShape cursorOver(Qt::Edges edges)
     return edges & (Qt::LeftEdge | Qt::RightEdge) ? Qt::SizeHorCursor : Qt::SizeVerCursor;
 }
 
+QPainterPath roundRectangle(const QRect &bounds)
+{
+    QPainterPath path;
+    path.addRoundedRect(bounds, WindowFrame::CornerRadius, WindowFrame::CornerRadius);
+    return path;
+}
+
 } // namespace
 
 WindowFrame::WindowFrame(QWidget *window)
@@ -51,8 +58,15 @@ Qt::Edges WindowFrame::edgesAt(QPoint point, QSize size)
 
 void WindowFrame::setRound(bool isRound)
 {
+    if (isRound == m_isRound)
+        return;
     m_isRound = isRound;
     update();
+}
+
+QRegion WindowFrame::inside() const
+{
+    return {roundRectangle(rect()).toFillPolygon().toPolygon()};
 }
 
 void WindowFrame::paintEvent(QPaintEvent *)
@@ -61,9 +75,8 @@ void WindowFrame::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     if (m_isRound) {
-        QPainterPath outside;
+        QPainterPath outside = roundRectangle(rect());
         outside.addRect(rect());
-        outside.addRoundedRect(rect(), radius, radius);
         painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
         painter.fillPath(outside, Qt::black);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);

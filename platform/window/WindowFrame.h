@@ -9,6 +9,7 @@ class WindowFrame : public QWidget {
 
 public:
     static constexpr int Band = 6; ///< points from the edge that grip it
+    static constexpr int CornerRadius = 10;
     static constexpr int Corner = 16; ///< points from a corner, along the edges, that grip both edges
 
     explicit WindowFrame(QWidget *window);
@@ -19,7 +20,8 @@ public:
     /// Cuts the window's corners round; only a translucent window can.
     void setRound(bool isRound);
 
-    static constexpr int CornerRadius = 10;
+    /// What of the window lies within its round corners.
+    [[nodiscard]] QRegion inside() const;
 
 Q_SIGNALS:
     void pressed(Qt::Edges edges);

@@ -1,0 +1,99 @@
+#include "platform/window/BlurBehind.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <vector>
+#include <xcb/xcb.h>
+
+namespace {
+
+constexpr std::string_view PropertyName = "_KDE_NET_WM_BLUR_BEHIND_REGION";
+
+template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Reply *reply)
+{
+    return {reply, &std::free};
+}
+
+/// Null where the display is no X server.
+xcb_connection_t *connection()
+{
+    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_window_t rootWindow(xcb_connection_t *server)
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(server)).data->root;
+}
+
+xcb_atom_t existingAtom(xcb_connection_t *server, std::string_view name)
+{
+    const auto request = xcb_intern_atom(server, 1, static_cast<std::uint16_t>(name.size()), name.data());
+    const auto reply = owned(xcb_intern_atom_reply(server, request, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+bool hasProperty(xcb_connection_t *server, xcb_window_t window, xcb_atom_t property)
+{
+    const auto reply = owned(xcb_list_properties_reply(server, xcb_list_properties(server, window), nullptr));
+    if (!reply)
+        return false;
+    const xcb_atom_t *first = xcb_list_properties_atoms(reply.get());
+    const xcb_atom_t *end = first + xcb_list_properties_atoms_length(reply.get());
+    return std::find(first, end, property) != end;
+}
+
+/// Each rectangle's x, y, width and height, in pixels.
+std::vector<std::uint32_t> rectangles(const QRegion &region, double scale)
+{
+    std::vector<std::uint32_t> numbers;
+    for (const QRect &part : region) {
+        for (const int length : {part.x(), part.y(), part.width(), part.height()})
+            numbers.push_back(static_cast<std::uint32_t>(qRound(length * scale)));
+    }
+    return numbers;
+}
+
+} // namespace
+
+BlurBehind::BlurBehind(std::function<void()> changed)
+    : m_changed(std::move(changed))
+{
+    xcb_connection_t *server = connection();
+    if (!server)
+        return;
+    m_property = existingAtom(server, PropertyName);
+    m_isOffered = m_property && hasProperty(server, rootWindow(server), m_property);
+    if (m_isOffered)
+        qGuiApp->installNativeEventFilter(this);
+}
+
+BlurBehind::~BlurBehind()
+{
+    if (qGuiApp)
+        qGuiApp->removeNativeEventFilter(this);
+}
+
+void BlurBehind::apply(QWindow &window, const QRegion &region) const
+{
+    const std::vector<std::uint32_t> numbers = rectangles(region, window.devicePixelRatio());
+    xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+        m_property, XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(numbers.size()), numbers.data());
+}
+
+bool BlurBehind::nativeEventFilter(const QByteArray &, void *message, qintptr *)
+{
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    if ((event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
+        return false;
+    const auto *notice = static_cast<const xcb_property_notify_event_t *>(message);
+    if (notice->atom == m_property && notice->window == rootWindow(connection())) {
+        m_isOffered = notice->state == XCB_PROPERTY_NEW_VALUE;
+        m_changed();
+    }
+    return false;
+}
