@@ -61,7 +61,6 @@ void PulseConnection::remove(const PulseStream &stream)
 
 void PulseConnection::connect()
 {
-    preparePulseEnvironment();
     pa_proplist *properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "Lumaverdine");
     pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "lumaverdine");
@@ -72,6 +71,8 @@ void PulseConnection::connect()
         return;
     const auto handle = [](pa_context *, void *self) { static_cast<PulseConnection *>(self)->handleState(); };
     pa_context_set_state_callback(m_context, handle, this);
+    if (const char *cookie = pulseCookie())
+        pa_context_load_cookie_from_file(m_context, cookie);
     if (pa_context_connect(m_context, pulseServer(), PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
         disconnect();
 }

@@ -24,12 +24,11 @@ bool hasRuntimeLink()
 
 } // namespace
 
-void preparePulseEnvironment()
+const char *pulseCookie()
 {
     // A cookie has to be read in full, or libpulse makes one; what is in it does not matter to a server that
     // knows its user, and another does not let one in without a cookie anyway.
-    if (!qEnvironmentVariableIsSet("PULSE_COOKIE") && !hasCookie())
-        qputenv("PULSE_COOKIE", "/dev/zero");
+    return qEnvironmentVariableIsSet("PULSE_COOKIE") || hasCookie() ? nullptr : "/dev/zero";
 }
 
 const char *pulseServer()
