@@ -58,8 +58,8 @@ public:
     /// Decodes ahead so that play() sounds at once; false where that is not possible.
     virtual bool prepareToPlay() = 0;
 
-    /// Starts or resumes; after the end of the track, from its start. False where nothing will
-    /// sound.
+    /// Starts or resumes; after the end of the track, from its start. False where it is known at once that
+    /// nothing will sound; whether a sound server answers is only known later.
     virtual bool play() = 0;
 
     /// Falls silent and keeps the position.

@@ -46,12 +46,11 @@ bool Playback::play()
     if (m_isAtEnd)
         requestPosition(0);
     m_mix.isPlaying = true;
-    const bool wasFallback = m_isFallback;
     if (!m_output || m_isFallback || m_output->status().state == AudioOutput::State::Failed)
         makeOutput();
     else
         m_output->apply(m_mix);
-    return !wasFallback;
+    return m_output->status().state != AudioOutput::State::Failed;
 }
 
 void Playback::pause()

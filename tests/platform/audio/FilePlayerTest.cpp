@@ -303,6 +303,23 @@ private Q_SLOTS:
         QVERIFY(attempts > before);
         QTRY_COMPARE(delegate.finishes(), 2);
     }
+
+    void soundServerThatComesLaterIsPlayedTo()
+    {
+        bool isThere = false;
+        const auto player = makePlayer({}, [&](auto feed) -> std::unique_ptr<AudioOutput> {
+            if (isThere)
+                return m_outputs.factory()(std::move(feed));
+            return std::make_unique<FailedOutput>(feed);
+        });
+        QVERIFY(!player->play());
+        QTRY_VERIFY(player->currentTime() > 0.1);
+        player->pause();
+        isThere = true;
+        QVERIFY(player->play());
+        const double before = player->currentTime();
+        QVERIFY(playUntil([&] { return player->currentTime() > before + 0.1; }));
+    }
 };
 
 QTEST_GUILESS_MAIN(FilePlayerTest)
