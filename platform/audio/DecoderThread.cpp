@@ -1,8 +1,8 @@
 #include "platform/audio/DecoderThread.h"
 
+#include "platform/DetachedThread.h"
+
 #include <cmath>
-#include <system_error>
-#include <thread>
 
 namespace {
 
@@ -20,16 +20,14 @@ DecoderThread::DecoderThread(
 }
 
 bool DecoderThread::start(
-    std::shared_ptr<Playback> playback, std::unique_ptr<Decoder> decoder, bool isGuessed)
+    std::shared_ptr<Playback> playback, std::unique_ptr<Decoder> &decoder, bool isGuessed)
 {
-    std::unique_ptr<DecoderThread> self(
+    const std::shared_ptr<DecoderThread> self(
         new DecoderThread(std::move(playback), std::move(decoder), isGuessed));
-    try {
-        std::thread([self = std::move(self)] { self->run(); }).detach();
-    } catch (const std::system_error &) {
-        return false;
-    }
-    return true;
+    if (startDetachedThread([self] { self->run(); }))
+        return true;
+    decoder = std::move(self->m_decoder);
+    return false;
 }
 
 void DecoderThread::run()

@@ -6,9 +6,10 @@
 /// watches over the output. Sleeps without a timer where there is nothing to do.
 class DecoderThread {
 public:
-    /// Starts the thread, which owns `decoder` and ends by itself once `playback` is closed. False where the
-    /// system has no thread left.
-    static bool start(std::shared_ptr<Playback> playback, std::unique_ptr<Decoder> decoder, bool isGuessed);
+    /// Starts the thread, which takes `decoder` and ends by itself once `playback` is closed. False where the
+    /// system has no thread left; then `decoder` stays where it is.
+    [[nodiscard]] static bool start(
+        std::shared_ptr<Playback> playback, std::unique_ptr<Decoder> &decoder, bool isGuessed);
 
 private:
     DecoderThread(std::shared_ptr<Playback> playback, std::unique_ptr<Decoder> decoder, bool isGuessed);
@@ -22,7 +23,7 @@ private:
     void publishWhenReady();
 
     const std::shared_ptr<Playback> m_playback;
-    const std::unique_ptr<Decoder> m_decoder;
+    std::unique_ptr<Decoder> m_decoder;
     const bool m_isDurationGuessed;
 
     std::uint32_t m_generation = 0; ///< of the request that is being answered

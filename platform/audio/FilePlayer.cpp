@@ -34,7 +34,7 @@ bool FilePlayer::prepareToPlay()
     if (!m_decoder)
         return true;
     const bool isGuessed = m_decoder->isDurationGuessed() || m_decoder->duration() <= 0;
-    return DecoderThread::start(m_playback, std::move(m_decoder), isGuessed);
+    return DecoderThread::start(m_playback, m_decoder, isGuessed);
 }
 
 bool FilePlayer::play()

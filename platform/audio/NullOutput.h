@@ -25,6 +25,7 @@ public:
 private:
     using Moment = std::chrono::steady_clock::time_point;
 
+    void startThread();
     void run();
     void update();
     void hear(std::int64_t frame);
@@ -41,5 +42,6 @@ private:
     Moment m_started; ///< when frame m_startFrame was heard, while playing
     std::int64_t m_startFrame = 0;
     bool m_isClosing = false;
-    std::thread m_thread; ///< never waits for anything but m_changed, so that it can be joined at once
+    std::thread
+        m_thread; ///< waits for nothing but m_changed: can be joined at once; none where none was left
 };

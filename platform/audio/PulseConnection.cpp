@@ -1,5 +1,6 @@
 #include "platform/audio/PulseConnection.h"
 
+#include "platform/DetachedThread.h"
 #include "platform/audio/PulseEnvironment.h"
 #include "platform/audio/PulseStream.h"
 
@@ -32,16 +33,23 @@ PulseConnection::PulseConnection()
 {
     m_loop = pa_threaded_mainloop_new();
     pa_threaded_mainloop_set_name(m_loop, "sound output");
-    pa_threaded_mainloop_start(m_loop);
 }
 
 pa_context *PulseConnection::context()
 {
     if (m_context && !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context)))
         disconnect();
-    if (!m_context)
+    if (!m_context && startLoop())
         connect();
     return m_context;
+}
+
+/// False where the system has no thread left, which libpulse would not notice.
+bool PulseConnection::startLoop()
+{
+    if (!m_isLooping)
+        m_isLooping = startDetachedThread([] {}) && pa_threaded_mainloop_start(m_loop) == 0;
+    return m_isLooping;
 }
 
 void PulseConnection::add(std::shared_ptr<PulseStream> stream)

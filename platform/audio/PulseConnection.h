@@ -10,7 +10,7 @@ class PulseStream;
 
 /// The process's one connection to the sound server, shared by all streams.
 ///
-/// 1. Made with the first stream; its loop thread then runs until the process ends. 2. context() connects,
+/// 1. Made with the first stream; its loop thread runs from the first connection until the process ends. 2. context() connects,
 /// and connects anew where the former connection has failed. 3. Streams that were added hear when the
 /// connection is ready or lost. 4. When the process ends, streams that are fading out get a moment to do so.
 ///
@@ -38,12 +38,14 @@ private:
     PulseConnection();
     ~PulseConnection() = default;
 
+    bool startLoop();
     void connect();
     void disconnect();
     void handleState();
     void waitForFades();
 
     pa_threaded_mainloop *m_loop = nullptr;
+    bool m_isLooping = false;
     pa_context *m_context = nullptr;
     std::vector<std::shared_ptr<PulseStream>> m_streams;
 
