@@ -55,7 +55,9 @@ QWidget *ContentView::playlistSection()
         showInstead(isEmpty ? rows : empty, isEmpty ? empty : rows);
     });
     QWidget *section = widgetOf(overlay({new Tint(0.018), content}));
-    section->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    QSizePolicy takesWhatIsLeft(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    takesWhatIsLeft.setVerticalStretch(1);
+    section->setSizePolicy(takesWhatIsLeft);
     return section;
 }
 

@@ -40,6 +40,7 @@ private:
         QTest::addColumn<QSize>("size");
         QTest::newRow("least window") << QSize(720, 620);
         QTest::newRow("large window") << QSize(1280, 800);
+        QTest::newRow("tall window") << QSize(800, 1600);
     }
 
     /// A player with two tracks, the first one current, in a window of the size of the data row.
