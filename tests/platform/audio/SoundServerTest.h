@@ -21,6 +21,13 @@ protected:
     static void report(const char *name, double milliseconds);
 
     [[nodiscard]] PositionCapture &capture() { return *m_capture; }
+    /// Whether the sound server drops a period now and then, whoever plays, as PipeWire does without real-time
+    /// privileges.
+    [[nodiscard]] bool dropsPeriods() const { return m_kind == PulseDaemon::Kind::PipeWire; }
+
+    /// Whether `frames` are whole periods that the sound server may have dropped.
+    [[nodiscard]] bool mayBeDropped(double frames) const;
+
     [[nodiscard]] QString filePath(const QString &name) const { return m_folder.filePath(name); }
 
     /// Destroys what plays, before the sound server goes.
