@@ -40,7 +40,10 @@ Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
 /// Whether the folder is there, and its medium answers: in one that does not, the dialog would hang.
 bool isUsable(const QUrl &folder)
 {
-    const auto exists = [folder] { return QDir(folder.toLocalFile()).exists(); };
+    const auto exists = [folder] {
+        const Patience::Look look(Patience::instance(), localFolderPath(folder));
+        return QDir(folder.toLocalFile()).exists();
+    };
     return folder.isLocalFile() && askMedium<bool>(folder, exists).value_or(false);
 }
 

@@ -1,5 +1,7 @@
 #include "platform/files/LocalFile.h"
 
+#include "platform/files/Patience.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -62,6 +64,7 @@ Result<FileDescriptor> openRegularFile(const QUrl &url)
     if (path.isEmpty() || path.contains('\0'))
         return Error{u"La ubicación no es un archivo de este equipo."_s};
 
+    const Patience::Look look(Patience::instance(), localFolderPath(url));
     FileDescriptor file(open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (file.get() < 0)
         return openingError(errno);

@@ -23,12 +23,16 @@ template <typename T, typename Function> std::optional<T> askMedium(const QUrl &
         return std::nullopt;
     const auto promise = std::make_shared<std::promise<T>>();
     std::future<T> answer = promise->get_future();
-    if (!startDetachedThread([promise, function] { promise->set_value(function()); }))
+    const auto ask = [promise, function, folder] {
+        T result = function();
+        Patience::instance().noteAnswer(folder);
+        promise->set_value(std::move(result));
+    };
+    if (!startDetachedThread(ask))
         return function();
     if (answer.wait_for(limit) != std::future_status::ready) {
         Patience::instance().noteSilence(folder, Clock::now());
         return std::nullopt;
     }
-    Patience::instance().noteAnswer(folder);
     return answer.get();
 }

@@ -1,5 +1,7 @@
 #include "platform/files/Patience.h"
 
+#include <utility>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -9,6 +11,21 @@ constexpr std::chrono::milliseconds brisk = 1s;
 constexpr auto memory = 10s;
 
 } // namespace
+
+Patience::Look::Look(Patience &patience, QByteArray folder)
+    : m_patience(patience)
+    , m_folder(std::move(folder))
+{
+    const std::lock_guard lock(m_patience.m_mutex);
+    ++m_patience.m_looks[m_folder];
+}
+
+Patience::Look::~Look()
+{
+    const std::lock_guard lock(m_patience.m_mutex);
+    if (--m_patience.m_looks[m_folder] == 0)
+        m_patience.m_looks.remove(m_folder);
+}
 
 Patience &Patience::instance()
 {
@@ -20,13 +37,14 @@ Patience &Patience::instance()
 std::chrono::milliseconds Patience::limit(const QByteArray &folder, Moment now)
 {
     const std::lock_guard lock(m_mutex);
-    if (now - m_lastSilence > memory)
-        m_silences.clear();
-    if (m_silences.isEmpty())
-        return usual;
+    const bool isCalm = now - m_lastSilence > memory;
+    if (isCalm)
+        m_silences.removeIf([this](const auto &entry) { return !m_looks.contains(entry.key()); });
     const int silences = m_silences.value(folder);
     if (silences == 0)
-        return brisk;
+        return isCalm ? usual : brisk / int(m_silences.size());
+    if (m_looks.contains(folder))
+        return {};
     std::chrono::milliseconds limit = usual;
     for (int i = 0; i < silences; ++i)
         limit /= 10;

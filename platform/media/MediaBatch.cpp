@@ -66,11 +66,11 @@ void MediaBatch::Shared::readNext(int self, std::unique_lock<std::mutex> &lock)
         deadline = now + limit;
         lock.unlock();
         contents = readMedia(url);
+        Patience::instance().noteAnswer(folder);
         lock.lock();
         if (self != reader)
             return;
         deadline = Patience::Moment::max();
-        Patience::instance().noteAnswer(folder);
     }
     ready.push_back(std::move(contents));
     ++next;

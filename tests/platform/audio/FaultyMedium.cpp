@@ -1,7 +1,10 @@
 #include "tests/platform/audio/FaultyMedium.h"
 
 #include <cerrno>
+#include <climits>
 #include <condition_variable>
+#include <cstdarg>
+#include <fcntl.h>
 #include <mutex>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -26,18 +29,18 @@ Medium &medium()
     return *instance;
 }
 
-/// Whether a read of `descriptor` succeeds; returns once it is known.
-bool readSucceeds(int descriptor, long offset)
+/// Whether a call for the file of `status` succeeds; returns once it is known.
+bool succeeds(const struct stat &status, bool isOpening, long offset)
 {
-    struct stat status = {};
+    using Fault = FaultyMedium::Fault;
     Medium &m = medium();
     std::unique_lock lock(m.mutex);
-    if (m.number == 0 || fstat(descriptor, &status) != 0 || status.st_ino != m.number
-        || status.st_dev != m.device || offset < m.offset || m.fault == FaultyMedium::Fault::None)
+    if (m.number == 0 || status.st_ino != m.number || status.st_dev != m.device || offset < m.offset
+        || m.fault == Fault::None || (isOpening && m.fault != Fault::Absence))
         return true;
     ++m.faults;
-    m.changed.wait(lock, [&m] { return m.fault != FaultyMedium::Fault::Silence; });
-    return m.fault != FaultyMedium::Fault::Error;
+    m.changed.wait(lock, [&m] { return m.fault != Fault::Silence && m.fault != Fault::Absence; });
+    return m.fault != Fault::Error;
 }
 
 } // namespace
@@ -45,11 +48,27 @@ bool readSucceeds(int descriptor, long offset)
 extern "C" __attribute__((visibility("default"))) ssize_t pread(
     int descriptor, void *buffer, size_t size, off_t offset)
 {
-    if (!readSucceeds(descriptor, offset)) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) == 0 && !succeeds(status, false, offset)) {
         errno = EIO;
         return -1;
     }
     return syscall(SYS_pread64, descriptor, buffer, size, offset);
+}
+
+extern "C" __attribute__((visibility("default"))) int open(const char *path, int flags, ...)
+{
+    mode_t mode = 0;
+    if (flags & O_CREAT) {
+        va_list more;
+        va_start(more, flags);
+        mode = va_arg(more, mode_t);
+        va_end(more);
+    }
+    struct stat status = {};
+    if (stat(path, &status) == 0)
+        (void)succeeds(status, true, LONG_MAX);
+    return int(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 FaultyMedium::FaultyMedium(const QByteArray &path)

@@ -4,13 +4,15 @@
 #include <atomic>
 
 /// Makes one file of a test look as if it lay on a medium that fails or never answers. A program that links
-/// this has its reads by pread() looked at on their way to the system; all other files are read as ever.
+/// this has its calls of open() and pread() looked at on their way to the system; all other files are read as
+/// ever.
 class FaultyMedium {
 public:
     enum class Fault {
         None,
         Error, ///< EIO
         Silence, ///< no answer until the fault is gone
+        Absence, ///< the same, from the opening of the file on
     };
 
     /// From now on the file at `path` is the one; one at a time.
@@ -22,6 +24,6 @@ public:
     /// Of all reads from now on that begin behind `offset`; a read that waits goes on where it can.
     void set(Fault fault, long offset = 0);
 
-    /// Reads that met with a fault so far.
+    /// Calls that met with a fault so far.
     [[nodiscard]] int faults() const;
 };

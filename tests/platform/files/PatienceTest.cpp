@@ -1,6 +1,7 @@
 #include "platform/files/Patience.h"
 
 #include <QTest>
+#include <memory>
 
 using namespace std::chrono_literals;
 
@@ -49,6 +50,19 @@ private Q_SLOTS:
         QVERIFY(importFrom("/dead too", 10'000, patience, now) <= 1500ms);
     }
 
+    void manyDeadFoldersCostLittleMoreThanOne()
+    {
+        Patience patience;
+        auto now = Start;
+        for (int i = 0; i < 100; ++i) {
+            const auto folder = QByteArray::number(i);
+            const Patience::Look look(patience, folder);
+            importFrom(folder, 100, patience, now);
+        }
+        QVERIFY(now - Start < 10s);
+        QVERIFY(patience.limit("/good", now) >= 10ms);
+    }
+
     void folderBesidesADeadOneIsAskedAllTheTime()
     {
         Patience patience;
@@ -70,6 +84,28 @@ private Q_SLOTS:
             patience.noteAnswer("/damaged disk");
         }
         QCOMPARE(patience.limit("/damaged disk", now), 1000ms);
+    }
+
+    void folderWhereALookHangsIsLeftAloneUntilItEnds()
+    {
+        Patience patience;
+        auto look = std::make_unique<Patience::Look>(patience, "/dead");
+        QCOMPARE(patience.limit("/dead", Start), 3000ms);
+        patience.noteSilence("/dead", Start);
+        QCOMPARE(patience.limit("/dead", Start), 0ms);
+        QCOMPARE(patience.limit("/dead", Start + 1h), 0ms);
+        QCOMPARE(patience.limit("/other", Start + 1h), 3000ms);
+        look.reset();
+        QCOMPARE(patience.limit("/dead", Start + 2h), 3000ms);
+    }
+
+    void looksOfAFolderThatAnswersDoNotMatter()
+    {
+        Patience patience;
+        const Patience::Look look(patience, "/good");
+        QCOMPARE(patience.limit("/good", Start), 3000ms);
+        patience.noteSilence("/dead", Start);
+        QCOMPARE(patience.limit("/good", Start), 1000ms);
     }
 
     void silenceIsForgotten()
