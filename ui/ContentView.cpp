@@ -28,7 +28,8 @@ ContentView::~ContentView()
 
 QSize ContentView::sizeHint() const
 {
-    return {720, 620};
+    // High enough for the whole invitation to an empty playlist.
+    return {720, 720};
 }
 
 void ContentView::showEvent(QShowEvent *)

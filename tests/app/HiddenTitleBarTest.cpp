@@ -57,8 +57,8 @@ private Q_SLOTS:
     void contentBeginsAtTheTopEdge()
     {
         const AppFixture f;
-        QCOMPARE(f.window.size(), QSize(720, 620));
-        QCOMPARE(place(f, *f.window.findChild<Backdrop *>()), QRect(0, 0, 720, 620));
+        QCOMPARE(f.window.size(), QSize(720, 720));
+        QCOMPARE(place(f, *f.window.findChild<Backdrop *>()), QRect(0, 0, 720, 720));
         QCOMPARE(place(f, *f.window.findChild<Cover *>()), QRect(30, 28, 190, 190));
     }
 

@@ -131,6 +131,21 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::clipboard()->text(), u"Canción de prueba"_s);
     }
 
+    void titleCanBeCopiedWithTheKeyboardAlone()
+    {
+        ViewFixture f;
+        f.showTrackCalled(LongTitle);
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), &titleOf(f));
+        QCOMPARE(titleOf(f).selectedText(), LongTitle);
+        QTest::keyClick(&titleOf(f), Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QGuiApplication::clipboard()->text(), LongTitle);
+        QTest::keyClick(&titleOf(f), Qt::Key_Tab);
+        QCOMPARE(titleOf(f).selectedText(), QString());
+    }
+
     void doubleClickSelectsAWord()
     {
         ViewFixture f;

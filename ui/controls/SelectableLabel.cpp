@@ -29,7 +29,7 @@ SelectableLabel::SelectableLabel(const QFont &font, Tone tone, int maximumLines)
     : Label(font, tone, maximumLines)
 {
     setCursor(Qt::IBeamCursor);
-    setFocusPolicy(Qt::ClickFocus);
+    setFocusPolicy(Qt::StrongFocus);
 }
 
 qsizetype SelectableLabel::selectionStart() const
@@ -140,6 +140,13 @@ void SelectableLabel::keyPressEvent(QKeyEvent *event)
         selectAll();
     else
         event->ignore();
+}
+
+void SelectableLabel::focusInEvent(QFocusEvent *event)
+{
+    // What the keyboard would copy shows where it is.
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
+        selectAll();
 }
 
 void SelectableLabel::focusOutEvent(QFocusEvent *event)

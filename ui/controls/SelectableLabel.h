@@ -2,8 +2,8 @@
 
 #include "ui/controls/Label.h"
 
-/// A label whose text can be selected with the mouse and copied. A selection that reaches the end of the last
-/// line reaches the end of the text, also where an ellipsis hides it.
+/// A label whose text can be selected with the mouse, or as a whole with the Tab key, and copied. A selection
+/// that reaches the end of the last line reaches the end of the text, also where an ellipsis hides it.
 class SelectableLabel : public Label {
     Q_OBJECT
 
@@ -20,6 +20,7 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
 
 private:
