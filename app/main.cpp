@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 namespace {
 
 // The window's picture is drawn in four sizes, by a plugin; the content need not wait for that.
-constexpr auto afterFirstContent = 150ms;
+constexpr auto AfterFirstContent = 150ms;
 
 /// Where no session bus is named, only the user's own may be joined: the bus library would start one, and
 /// note it in a file under the home folder.
@@ -46,6 +46,6 @@ int main(int argc, char *argv[])
 
     LumaverdineApp app;
     app.show();
-    QTimer::singleShot(afterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
+    QTimer::singleShot(AfterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
     return QApplication::exec();
 }

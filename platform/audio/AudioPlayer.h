@@ -31,8 +31,7 @@ struct SoundLabel {
 /// Plays one audio file.
 ///
 /// All calls come from the main thread, and none of them but open() waits for the sound server or for another
-/// thread.
-/// Times are seconds from the start of the track. Destroying a player ends its sound at once.
+/// thread. Times are seconds from the start of the track. Destroying a player ends its sound at once.
 class AudioPlayer {
 public:
     virtual ~AudioPlayer() = default;

@@ -42,6 +42,5 @@ private:
     Moment m_started; ///< when frame m_startFrame was heard, while playing
     std::int64_t m_startFrame = 0;
     bool m_isClosing = false;
-    std::thread
-        m_thread; ///< waits for nothing but m_changed: can be joined at once; none where none was left
+    std::thread m_thread; ///< waits for m_changed only, and so is joined at once; none where none was left
 };

@@ -10,9 +10,10 @@ class PulseStream;
 
 /// The process's one connection to the sound server, shared by all streams.
 ///
-/// 1. Made with the first stream; its loop thread runs from the first connection until the process ends. 2. context() connects,
-/// and connects anew where the former connection has failed. 3. Streams that were added hear when the
-/// connection is ready or lost. 4. When the process ends, streams that are fading out get a moment to do so.
+/// 1. Made with the first stream; its loop thread runs from the first connection until the process ends.
+/// 2. context() connects, and connects anew where the former connection has failed.
+/// 3. Streams that were added hear when the connection is ready or lost.
+/// 4. When the process ends, streams that are fading out get a moment to do so.
 ///
 /// Any thread; everything but instance() with a PulseLock held, or from the loop's callbacks, where it always
 /// is.

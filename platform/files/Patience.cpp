@@ -42,7 +42,7 @@ std::chrono::milliseconds Patience::limit(const QByteArray &folder, Moment now)
         m_silences.removeIf([this](const auto &entry) { return !m_looks.contains(entry.key()); });
     const int silences = m_silences.value(folder);
     if (silences == 0)
-        return isCalm ? usual : brisk / int(m_silences.size());
+        return isCalm || m_silences.isEmpty() ? usual : brisk / int(m_silences.size());
     if (m_looks.contains(folder))
         return {};
     std::chrono::milliseconds limit = usual;

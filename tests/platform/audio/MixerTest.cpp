@@ -1,23 +1,17 @@
-#include "platform/audio/AudioPlayer.h"
-#include "tests/platform/audio/PositionCapture.h"
+#include "tests/platform/audio/PlayedTrack.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
 /// What the desktop's mixer shows of a player, and what it may ask of it.
-class MixerTest : public QObject {
+class MixerTest : public QObject, private PlayedTrack {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_folder;
-    QString m_path;
-    std::unique_ptr<PulseDaemon> m_daemon;
-    std::unique_ptr<AudioPlayer> m_player;
-
     bool play(const SoundLabel &label)
     {
-        m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path), label).take();
+        openTrack(label);
         m_player->play();
         return QTest::qWaitFor([this] { return m_player->currentTime() > 0.1; });
     }
@@ -29,19 +23,11 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_path = m_folder.filePath(u"secret place.wav"_s);
-        QVERIFY(PositionCapture::saveTrack(m_path));
-    }
+    void initTestCase() { saveTrack(); }
 
     void init() { cleanup(); }
 
-    void cleanup()
-    {
-        m_player.reset();
-        m_daemon.reset();
-    }
+    void cleanup() { release(); }
 
     void streamIsNamedAfterTheTrack_data()
     {

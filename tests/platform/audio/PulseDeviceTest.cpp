@@ -1,5 +1,4 @@
-#include "platform/audio/AudioPlayer.h"
-#include "tests/platform/audio/PositionCapture.h"
+#include "tests/platform/audio/PlayedTrack.h"
 
 #include <QTest>
 #include <cmath>
@@ -7,15 +6,10 @@
 using namespace Qt::StringLiterals;
 
 /// Devices of the sound server that come, go and sleep while a track plays.
-class PulseDeviceTest : public QObject {
+class PulseDeviceTest : public QObject, private PlayedTrack {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_folder;
-    QString m_path;
-    std::unique_ptr<PulseDaemon> m_daemon;
-    std::unique_ptr<AudioPlayer> m_player;
-
     bool obeys(const QStringList &words) { return m_daemon->order(words).has_value(); }
 
     /// Count of the streams that play on the server, or are about to.
@@ -64,26 +58,18 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_path = m_folder.filePath(u"sound.wav"_s);
-        QVERIFY(PositionCapture::saveTrack(m_path));
-    }
+    void initTestCase() { saveTrack(); }
 
     void init()
     {
         m_daemon = std::make_unique<PulseDaemon>();
         QVERIFY(m_daemon->start());
-        m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+        openTrack();
         QVERIFY(m_player->play());
         QTRY_VERIFY(m_player->currentTime() > 0.5);
     }
 
-    void cleanup()
-    {
-        m_player.reset();
-        m_daemon.reset();
-    }
+    void cleanup() { release(); }
 
     void soundMovesWhereItsDeviceIsRemoved()
     {
@@ -147,7 +133,7 @@ private Q_SLOTS:
     {
         QVERIFY(obeys({u"suspend-sink"_s, u"test"_s, u"1"_s}));
         for (int round = 0; round < 5; ++round) {
-            m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+            openTrack();
             m_player->play();
             QTRY_COMPARE(streams(), 1);
         }

@@ -1,5 +1,4 @@
-#include "platform/audio/AudioPlayer.h"
-#include "tests/platform/audio/PositionCapture.h"
+#include "tests/platform/audio/PlayedTrack.h"
 #include "tests/platform/audio/RecordingDelegate.h"
 
 #include <QElapsedTimer>
@@ -27,15 +26,10 @@ int playUntilAsked(const char *path)
 } // namespace
 
 /// A sound server that goes away, comes back, hangs.
-class PulseFaultTest : public QObject {
+class PulseFaultTest : public QObject, private PlayedTrack {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_folder;
-    QString m_path;
-    std::unique_ptr<PulseDaemon> m_daemon;
-    std::unique_ptr<AudioPlayer> m_player;
-
     /// Whether the track is heard from a place between the two, in seconds.
     static bool isHeardBetween(double least, double greatest)
     {
@@ -45,23 +39,15 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_path = m_folder.filePath(u"sound.wav"_s);
-        QVERIFY(PositionCapture::saveTrack(m_path));
-    }
+    void initTestCase() { saveTrack(); }
 
     void init()
     {
         m_daemon = std::make_unique<PulseDaemon>();
-        m_player = AudioPlayer::open(QUrl::fromLocalFile(m_path)).take();
+        openTrack();
     }
 
-    void cleanup()
-    {
-        m_player.reset();
-        m_daemon.reset();
-    }
+    void cleanup() { release(); }
 
     void goesOnAtTheSamePlaceWhenTheServerReturns()
     {

@@ -34,6 +34,12 @@ private Q_SLOTS:
         QCOMPARE(patience.limit("/a", Start), 3000ms);
     }
 
+    void mediumOfAMachineThatHasJustStartedHasThreeSeconds()
+    {
+        Patience patience;
+        QCOMPARE(patience.limit("/a", Patience::Moment() + 5s), 3000ms);
+    }
+
     void manyFilesOfADeadFolderCostLittleMoreThanOne()
     {
         Patience patience;
