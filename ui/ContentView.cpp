@@ -7,6 +7,8 @@
 #include "ui/controls/Backdrop.h"
 #include "ui/controls/Divider.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 ContentView::ContentView(PlayerManager &player, QWidget *parent)
@@ -28,8 +30,8 @@ ContentView::~ContentView()
 
 QSize ContentView::sizeHint() const
 {
-    // High enough for the whole invitation to an empty playlist.
-    return {720, 720};
+    // High enough for the whole invitation to an empty playlist, in any font.
+    return {720, std::max(720, QWidget::sizeHint().height())};
 }
 
 void ContentView::showEvent(QShowEvent *)
@@ -41,11 +43,9 @@ void ContentView::showEvent(QShowEvent *)
 
 QLayout *ContentView::body()
 {
-    return overlay({
-        background(),
-        trackAnnouncer(),
-        widgetOf(vertical(0, {playerSection(), new Divider(0.55), playlistSection()})),
-    });
+    QWidget *root = background();
+    root->setLayout(vertical(0, {playerSection(), new Divider(0.55), playlistSection()}));
+    return overlay({root, trackAnnouncer()});
 }
 
 QWidget *ContentView::background()

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
-#include <vector>
 #include <xcb/xcb.h>
 
 namespace {
@@ -47,17 +46,6 @@ bool hasProperty(xcb_connection_t *server, xcb_window_t window, xcb_atom_t prope
     return std::find(first, end, property) != end;
 }
 
-/// Each rectangle's x, y, width and height, in pixels.
-std::vector<std::uint32_t> rectangles(const QRegion &region, double scale)
-{
-    std::vector<std::uint32_t> numbers;
-    for (const QRect &part : region) {
-        for (const int length : {part.x(), part.y(), part.width(), part.height()})
-            numbers.push_back(static_cast<std::uint32_t>(qRound(length * scale)));
-    }
-    return numbers;
-}
-
 } // namespace
 
 BlurBehind::BlurBehind(std::function<void()> changed)
@@ -72,10 +60,19 @@ BlurBehind::BlurBehind(std::function<void()> changed)
         qGuiApp->installNativeEventFilter(this);
 }
 
-BlurBehind::~BlurBehind()
+std::vector<std::uint32_t> BlurBehind::rectangles(const QRegion &region, double scale)
 {
-    if (qGuiApp)
-        qGuiApp->removeNativeEventFilter(this);
+    std::vector<std::uint32_t> numbers;
+    for (const QRect &part : region) {
+        // The edges are rounded: what adjoins goes on to do so.
+        const int left = qRound(part.left() * scale);
+        const int top = qRound(part.top() * scale);
+        const int right = qRound((part.left() + part.width()) * scale);
+        const int bottom = qRound((part.top() + part.height()) * scale);
+        for (const int number : {left, top, right - left, bottom - top})
+            numbers.push_back(static_cast<std::uint32_t>(number));
+    }
+    return numbers;
 }
 
 void BlurBehind::apply(QWindow &window, const QRegion &region) const

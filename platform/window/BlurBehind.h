@@ -4,6 +4,7 @@
 #include <QRegion>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 class QWindow;
 
@@ -13,14 +14,16 @@ class QWindow;
 /// reads one of the same name from each window. Elsewhere nothing is offered. Main thread only.
 class BlurBehind final : public QAbstractNativeEventFilter {
 public:
-    /// Calls `changed` whenever it begins or ends to be offered.
+    /// If it is offered at the start, calls `changed` whenever that ends or begins anew.
     explicit BlurBehind(std::function<void()> changed);
-    ~BlurBehind() override;
 
     [[nodiscard]] bool isOffered() const { return m_isOffered; }
 
     /// Blurs what lies behind this region of the window, in points.
     void apply(QWindow &window, const QRegion &region) const;
+
+    /// Each rectangle's x, y, width and height in pixels, at this many of them a point.
+    [[nodiscard]] static std::vector<std::uint32_t> rectangles(const QRegion &region, double scale);
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QScreen>
 
 namespace {
 
@@ -33,7 +34,7 @@ void FramelessWindow::setContent(QWidget *content)
     content->setParent(this);
     content->lower();
     setMinimumSize(content->minimumSize());
-    resize(content->sizeHint());
+    resize(content->sizeHint().boundedTo(screen()->availableSize()));
 }
 
 void FramelessWindow::toggleZoom()
@@ -77,6 +78,14 @@ void FramelessWindow::showEvent(QShowEvent *)
     blurBehind();
 }
 
+bool FramelessWindow::event(QEvent *event)
+{
+    // Another font makes the menus wider.
+    if (event->type() == QEvent::LayoutRequest)
+        arrange();
+    return QWidget::event(event);
+}
+
 void FramelessWindow::resizeEvent(QResizeEvent *)
 {
     arrange();
@@ -88,6 +97,11 @@ void FramelessWindow::changeEvent(QEvent *event)
     if (event->type() == QEvent::WindowStateChange) {
         m_zoom.setKind(fillsScreen() ? WindowButton::Kind::Restore : WindowButton::Kind::Zoom);
         m_frame.setVisible(!fillsScreen());
+        blurBehind();
+    } else if (event->type() == QEvent::ActivationChange) {
+        // It shows what the window manager's own title bars would.
+        for (QWidget *piece : std::initializer_list<QWidget *>{&m_menus, &m_minimize, &m_zoom, &m_close})
+            piece->update();
     }
     QWidget::changeEvent(event);
 }

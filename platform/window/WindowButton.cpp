@@ -2,7 +2,6 @@
 
 #include "platform/window/Foreground.h"
 
-#include <QEvent>
 #include <QPainter>
 
 using namespace Qt::StringLiterals;
@@ -60,6 +59,7 @@ WindowButton::WindowButton(Kind kind)
 {
     setKind(kind);
     setFocusPolicy(Qt::NoFocus);
+    setAttribute(Qt::WA_Hover);
     resize(Size);
 }
 
@@ -91,21 +91,4 @@ void WindowButton::paintEvent(QPaintEvent *)
     const QPointF reach(SignRadius, SignRadius);
     const QPointF middle = QRectF(rect()).center();
     drawSign(painter, m_kind, QRectF(middle - reach, middle + reach));
-}
-
-void WindowButton::enterEvent(QEnterEvent *)
-{
-    update();
-}
-
-void WindowButton::leaveEvent(QEvent *)
-{
-    update();
-}
-
-void WindowButton::changeEvent(QEvent *event)
-{
-    if (event->type() == QEvent::ActivationChange)
-        update();
-    QAbstractButton::changeEvent(event);
 }

@@ -8,7 +8,7 @@ class WindowFrame : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr int Band = 6; ///< points from the edge that grip it
+    static constexpr int Band = 4; ///< points from the edge that grip it; a scroll bar beside them keeps room
     static constexpr int CornerRadius = 10;
     static constexpr int Corner = 16; ///< points from a corner, along the edges, that grip both edges
 

@@ -1,37 +1,16 @@
+#include "tests/PaintCount.h"
 #include "tests/app/AppFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Backdrop.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/Label.h"
+#include "ui/controls/ScrollBar.h"
 #include "ui/controls/SelectableLabel.h"
 #include "ui/controls/Slider.h"
 
 #include <QAbstractButton>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Counts how often each of some widgets is painted.
-class PaintCount : public QObject {
-public:
-    explicit PaintCount(const QList<QWidget *> &widgets)
-    {
-        for (QWidget *widget : widgets)
-            widget->installEventFilter(this);
-    }
-
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        count += event->type() == QEvent::Paint ? 1 : 0;
-        return false;
-    }
-};
-
-} // namespace
 
 /// The window's content lies right below its top edge, with menus and buttons over it.
 class HiddenTitleBarTest : public QObject {
@@ -105,6 +84,26 @@ private Q_SLOTS:
         QCOMPARE(f.windowMoves, 2);
         drag(f, place(f, *f.window.findChild<Cover *>()).center());
         QCOMPARE(f.windowMoves, 3);
+    }
+
+    void scrollBarIsTakenWhereItShows()
+    {
+        AppFixture f;
+        QStringList names;
+        for (int i = 0; i < 50; ++i)
+            names.append(u"%1.mp3"_s.arg(i));
+        f.add(names);
+        auto &bar = *f.window.findChild<ScrollBar *>();
+        QTRY_VERIFY(bar.maximum() > 0);
+        const QImage shown = bar.grab(QRect(0, 0, bar.width(), 30)).toImage();
+        int seen = 0;
+        for (int x = 0; x < bar.width(); ++x) {
+            if (shown.pixelColor(x, 20).alpha() == 0 || shown.pixelColor(x, 20) == shown.pixelColor(x, 0))
+                continue;
+            ++seen;
+            QCOMPARE(f.window.childAt(bar.mapTo(&f.window, QPoint(x, 20))), &bar);
+        }
+        QVERIFY(seen >= 5);
     }
 
     void spaceStillTogglesAfterTheButtonsWereUsed()

@@ -21,6 +21,12 @@ def xdotool(*arguments):
     return subprocess.run(["xdotool", *map(str, arguments)], check=True, capture_output=True, text=True).stdout
 
 
+def pointer():
+    """The pointer's x and y on the screen."""
+    values = dict(line.split("=") for line in xdotool("getmouselocation", "--shell").splitlines())
+    return int(values["X"]), int(values["Y"])
+
+
 class Properties:
     """Sets and reads properties of windows on the X server."""
 
@@ -61,13 +67,19 @@ class Frame(Scenario):
     def test_edges_resize_the_window_down_to_its_least_size(self):
         self.start()
         x, y, *size = self.place()
-        self.assertEqual(size, [720, 620])
-        self.drag((x + 718, y + 618), (2, 1), lambda now: now[2] > 760 and now[3] > 630)
+        self.assertEqual(size, [720, 720])
+        self.drag((x + 718, y + 718), (2, 1), lambda now: now[2] > 760 and now[3] > 730)
         self.assertEqual(self.place()[:2], [x, y])
-        width, height = self.place()[2:]
-        self.drag((x + 2, y + 300), (4, 0), lambda now: now[2] == 720)
-        xdotool("mousemove_relative", 200, 0)
-        self.assertEqual(self.place(), [x + width - 720, y, 720, height])
+        right, bottom = (start + length for start, length in zip((x, y), self.place()[2:]))
+        seen = []
+
+        def is_far_beyond(now):
+            seen.append(now[2:])
+            return pointer()[0] > right - 500
+
+        self.drag((x + 1, y + 1), (8, 8), is_far_beyond)
+        wait_for(lambda: self.place() == [right - 720, bottom - 620, 720, 620], "the least size")
+        self.assertTrue(all(width >= 720 and height >= 620 for width, height in seen))
 
     def test_double_click_on_the_strip_zooms_and_restores(self):
         self.start()

@@ -1,3 +1,4 @@
+#include "tests/PaintCount.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Cover.h"
 
@@ -81,18 +82,9 @@ private Q_SLOTS:
 
     void changeRepaintsWithoutBeingAsked()
     {
-        class PaintCount : public QObject {
-        public:
-            int count = 0;
-            bool eventFilter(QObject *, QEvent *event) override
-            {
-                count += event->type() == QEvent::Paint;
-                return false;
-            }
-        } paints;
         QApplication::setPalette(Light);
         SchemeFixture f(true);
-        f.view.findChild<Cover *>()->installEventFilter(&paints);
+        PaintCount paints({f.view.findChild<Cover *>()});
         f.render();
         paints.count = 0;
         QApplication::setPalette(Dark);

@@ -16,6 +16,7 @@ Button::Button(const QString &help)
 {
     setHelp(help);
     setFocusPolicy(Qt::TabFocus);
+    setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
@@ -49,14 +50,4 @@ void Button::keyPressEvent(QKeyEvent *event)
 void Button::keyReleaseEvent(QKeyEvent *event)
 {
     event->ignore();
-}
-
-void Button::enterEvent(QEnterEvent *)
-{
-    update();
-}
-
-void Button::leaveEvent(QEvent *)
-{
-    update();
 }

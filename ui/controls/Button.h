@@ -20,8 +20,6 @@ protected:
     void paintEvent(QPaintEvent *event) final;
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
-    void enterEvent(QEnterEvent *event) override;
-    void leaveEvent(QEvent *event) override;
 
     /// Whether the mouse is where a click would do something.
     [[nodiscard]] bool isHovered() const { return isEnabled() && underMouse(); }

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int ShortestThumb = 32;
-constexpr QMargins Inset(0, 2, 3, 2); // around the drawn thumb; it can be taken at the window's edge too
+constexpr QMargins Inset(1, 2, 4, 2); // around the drawn thumb
 
 /// Where a bar can be taken, for all that it asks its style.
 class ThinStyle : public QCommonStyle {

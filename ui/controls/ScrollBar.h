@@ -8,7 +8,7 @@ class ScrollBar : public QScrollBar {
     Q_OBJECT
 
 public:
-    static constexpr int Width = 8;
+    static constexpr int Width = 10; ///< of which the last 4 points leave the window its edge
 
     ScrollBar();
 

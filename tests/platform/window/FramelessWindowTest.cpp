@@ -1,4 +1,5 @@
 #include "platform/window/FramelessWindow.h"
+#include "tests/PaintCount.h"
 
 #include <QMenu>
 #include <QPushButton>
@@ -112,6 +113,45 @@ private Q_SLOTS:
                 QVERIFY(place.left() > std::max(right, width / 2));
                 right = place.right();
             }
+        }
+    }
+
+    void menusKeepTheirRoomInAnyFont()
+    {
+        WindowFixture f;
+        const int width = f.window.menuBar().width();
+        QFont large = f.window.menuBar().font();
+        large.setPixelSize(2 * QFontInfo(large).pixelSize());
+        f.window.menuBar().setFont(large);
+        QTRY_VERIFY(f.window.menuBar().width() > width + 10);
+        QCOMPARE(f.window.menuBar().width(), f.window.menuBar().sizeHint().width());
+    }
+
+    void stripShowsThatAnotherWindowIsActive()
+    {
+        WindowFixture f;
+        const QRect strip(0, 0, f.window.width(), FramelessWindow::StripHeight);
+        f.window.repaint();
+        PaintCount painted(
+            {&f.window.menuBar(), f.button(u"Minimizar"_s), f.button(u"Ampliar"_s), f.button(u"Cerrar"_s)});
+        const QImage active = f.window.grab(strip).toImage();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QTRY_VERIFY(!f.window.isActiveWindow());
+        painted.count = 0;
+        QTRY_COMPARE(painted.count, 4);
+        QVERIFY(f.window.grab(strip).toImage() != active);
+    }
+
+    void blurOfAdjoiningPartsAdjoinsAtAnyScale()
+    {
+        const QRegion steps = QRegion(0, 0, 10, 1) + QRegion(2, 1, 6, 1) + QRegion(4, 2, 2, 1);
+        for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
+            const std::vector<std::uint32_t> numbers = BlurBehind::rectangles(steps, scale);
+            QCOMPARE(numbers.size(), std::size_t(12));
+            QCOMPARE(numbers[5], numbers[1] + numbers[3]);
+            QCOMPARE(numbers[9], numbers[5] + numbers[7]);
         }
     }
 

@@ -8,17 +8,17 @@ class WindowFrameTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void edgesAreGrippedWithinSixPoints_data()
+    void edgesAreGrippedWithinFourPoints_data()
     {
         QTest::addColumn<QPoint>("point");
         QTest::addColumn<Qt::Edges>("edges");
         const auto row = [](const char *name, QPoint point, Qt::Edges edges) {
             QTest::newRow(name) << point << edges;
         };
-        row("left", {5, 300}, Qt::LeftEdge);
-        row("beside left", {6, 300}, {});
-        row("right", {714, 300}, Qt::RightEdge);
-        row("beside right", {713, 300}, {});
+        row("left", {3, 300}, Qt::LeftEdge);
+        row("beside left", {4, 300}, {});
+        row("right", {716, 300}, Qt::RightEdge);
+        row("beside right", {715, 300}, {});
         row("top", {300, 0}, Qt::TopEdge);
         row("bottom", {300, 619}, Qt::BottomEdge);
         row("middle", {300, 300}, {});
@@ -28,7 +28,7 @@ private Q_SLOTS:
         row("bottom left", {3, 616}, Qt::BottomEdge | Qt::LeftEdge);
         row("inside of the corner", {8, 8}, {});
     }
-    void edgesAreGrippedWithinSixPoints()
+    void edgesAreGrippedWithinFourPoints()
     {
         QFETCH(const QPoint, point);
         QFETCH(const Qt::Edges, edges);
@@ -70,8 +70,8 @@ private Q_SLOTS:
             frame.resize(size);
             window.resize(size);
             window.show();
-            QCOMPARE(window.childAt(6, 300), &content);
-            QCOMPARE(window.childAt(5, 300), &frame);
+            QCOMPARE(window.childAt(4, 300), &content);
+            QCOMPARE(window.childAt(3, 300), &frame);
             QCOMPARE(window.childAt(size.width() - 1, size.height() / 2), &frame);
         }
     }
