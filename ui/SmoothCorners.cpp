@@ -44,7 +44,8 @@ QPainterPath smoothCorners(const QRectF &rect, double radius)
 void fillWithPicture(
     QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture)
 {
-    // A clip would cut along whole pixels.
+    // For what lies between pixels at a fractional scale. A clip would cut along whole pixels.
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     QBrush brush(picture);
     brush.setTransform(QTransform::fromTranslate(area.left(), area.top())
                            .scale(area.width() / picture.width(), area.height() / picture.height()));

@@ -60,7 +60,8 @@ void Cover::setTrack(const std::optional<Track> &track)
         return;
     m_previous = std::exchange(m_track, track);
     m_fade.stop();
-    if (isVisible() && isMotionWelcome())
+    const bool hasPicture = (m_previous && m_previous->artwork) || (m_track && m_track->artwork);
+    if (hasPicture && isVisible() && isMotionWelcome())
         m_fade.start();
     update();
 }

@@ -37,6 +37,6 @@ private:
 
     std::optional<Track> m_track;
     std::optional<Track> m_previous; ///< what the cover fades from
-    QVariantAnimation m_fade; ///< from 0 to 1
+    QVariantAnimation m_fade{this}; ///< from 0 to 1
     QPointer<CoverShadow> m_shadow; ///< may go before the cover, with the parent of both
 };

@@ -3,6 +3,7 @@
 #include "ui/Colors.h"
 
 #include <QPainter>
+#include <cmath>
 
 namespace {
 
@@ -19,5 +20,11 @@ Divider::Divider(double opacity)
 
 void Divider::paintEvent(QPaintEvent *)
 {
-    QPainter(this).fillRect(rect(), primaryColor(palette(), LineStrength * m_opacity));
+    QPainter painter(this);
+    // Between two pixels it would be two wide at one place and one at another.
+    const double ratio = devicePixelRatioF();
+    const double top = painter.deviceTransform().map(QPointF()).y();
+    const double thickness = std::floor(ratio) / ratio;
+    painter.translate(0, (std::ceil(top) - top) / ratio);
+    painter.fillRect(QRectF(0, 0, width(), thickness), primaryColor(palette(), LineStrength * m_opacity));
 }

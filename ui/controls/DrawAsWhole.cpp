@@ -17,6 +17,7 @@ void drawAsWhole(QWidget &widget, double opacity, const std::function<void(QPain
     layer.fill(Qt::transparent);
     QPainter layerPainter(&layer);
     layerPainter.setRenderHint(QPainter::Antialiasing);
+    layerPainter.setFont(widget.font());
     draw(layerPainter);
     layerPainter.end();
     painter.setOpacity(opacity);

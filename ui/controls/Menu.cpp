@@ -35,5 +35,8 @@ void Menu::initStyleOption(QStyleOptionMenuItem *option, const QAction *action) 
         return;
     setTextColor(colors, QPalette::All, destructiveColor(palette()));
     colors.setColor(QPalette::Highlight, destructiveGroundColor());
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    colors.setColor(QPalette::Accent, destructiveGroundColor());
+#endif
     colors.setColor(QPalette::HighlightedText, Qt::white);
 }
