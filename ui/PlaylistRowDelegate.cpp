@@ -111,7 +111,7 @@ void PlaylistRowDelegate::paint(
     drawTexts(*painter, at, row, option.palette);
     drawSymbol(
         *painter, at.menu, u"ellipsis"_s, SymbolSize, primaryColor(option.palette, menuOpacity(index)));
-    if (option.state.testFlag(QStyle::State_HasFocus))
+    if (m_isFocusShown && option.state.testFlag(QStyle::State_HasFocus))
         drawFocusRing(*painter, option.rect, option.palette);
     painter->restore();
 }

@@ -14,6 +14,10 @@ public:
     void setPointedMenu(const QModelIndex &index, bool isPressed);
     [[nodiscard]] QModelIndex pointedMenu() const { return m_pointedMenu; }
 
+    /// Whether the row where the keyboard is shows that; not by default.
+    void setFocusShown(bool isShown) { m_isFocusShown = isShown; }
+    [[nodiscard]] bool isFocusShown() const { return m_isFocusShown; }
+
     void paint(
         QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
@@ -23,4 +27,5 @@ private:
 
     QPersistentModelIndex m_pointedMenu;
     bool m_isPressed = false;
+    bool m_isFocusShown = false;
 };

@@ -3,6 +3,7 @@
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
+#include "ui/controls/FocusRing.h"
 #include "ui/controls/Menu.h"
 #include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
@@ -56,9 +57,12 @@ int PlaylistView::verticalOffset() const
 
 void PlaylistView::updateGeometries()
 {
+    QScrollBar &bar = *verticalScrollBar();
+    const int value = bar.value(); // which the base class bounds by a range that is too short
     QListView::updateGeometries();
     const int overflow = contentsSize().height() + 2 * ExtraPadding - viewport()->height();
-    verticalScrollBar()->setRange(0, std::max(0, overflow));
+    bar.setRange(0, std::max(0, overflow));
+    bar.setValue(value);
 }
 
 // Actions on a row
@@ -139,6 +143,7 @@ bool PlaylistView::viewportEvent(QEvent *event)
 
 void PlaylistView::mousePressEvent(QMouseEvent *event)
 {
+    setFocusShown(false);
     m_pressedMenu = event->button() == Qt::LeftButton ? menuSquareAt(event->pos()) : QModelIndex();
     QListView::mousePressEvent(event);
     pointAtMenu(menuSquareAt(event->pos()));
@@ -174,14 +179,24 @@ void PlaylistView::mouseDoubleClickEvent(QMouseEvent *event)
 /// Where the keyboard arrives in a list that it has not been in yet: at the current track if that is in sight.
 QModelIndex PlaylistView::firstFocus() const
 {
-    const QModelIndex top = indexAt(QPoint(viewport()->width() / 2, RowSpacing + ExtraPadding));
+    const QPoint place(viewport()->width() / 2, RowSpacing + ExtraPadding);
+    QModelIndex top = indexAt(place);
+    if (!top.isValid())
+        top = indexAt(place + QPoint(0, RowSpacing)); // there was a gap between two rows
     const QModelIndex current = m_model.currentIndex();
     const bool isInSight = viewport()->rect().intersects(visualRect(current));
     return isInSight ? current : top;
 }
 
+void PlaylistView::setFocusShown(bool isShown)
+{
+    m_delegate->setFocusShown(isShown);
+    update(currentIndex());
+}
+
 void PlaylistView::focusInEvent(QFocusEvent *event)
 {
+    setFocusShown(showsFocus(event->reason(), m_delegate->isFocusShown()));
     if (!currentIndex().isValid()) {
         setAutoScroll(false);
         setCurrentIndex(firstFocus());
@@ -203,13 +218,17 @@ void PlaylistView::announceFocusedRow()
 
 void PlaylistView::keyPressEvent(QKeyEvent *event)
 {
+    setFocusShown(true);
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    // A key that is held down counts once: it would empty the list.
+    const bool isPlain =
+        !event->isAutoRepeat() && (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
     const bool isMenuKey = event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier;
     if (event->key() == Qt::Key_Space)
         event->ignore(); // it belongs to playback
-    else if (isReturn && !event->isAutoRepeat())
+    else if (isReturn && isPlain)
         play(currentIndex());
-    else if (event->key() == Qt::Key_Delete)
+    else if (event->key() == Qt::Key_Delete && isPlain)
         remove(currentIndex());
     else if (isMenuKey)
         openContextMenu(currentIndex());

@@ -51,6 +51,7 @@ private:
     [[nodiscard]] QModelIndex menuSquareAt(const QPoint &position) const;
     [[nodiscard]] QModelIndex firstFocus() const;
     void announceFocusedRow();
+    void setFocusShown(bool isShown);
     void pointAtMenu(const QModelIndex &index);
     void openMenu(const QModelIndex &index, const QPoint &position, bool hasSeparator);
 

@@ -365,14 +365,56 @@ private Q_SLOTS:
         QVERIFY(!f.player.isPlaying());
     }
 
-    void returnThatIsHeldPlaysOnce()
+    void keysThatAreHeldCountOnce()
+    {
+        ListFixture f;
+        f.add("abc");
+        f.list.setFocus();
+        const auto hold = [&f](Qt::Key key) {
+            QTest::keyPress(&f.list, key);
+            QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, {}, true);
+            QCoreApplication::sendEvent(&f.list, &repeat);
+            f.render();
+        };
+        hold(Qt::Key_Delete);
+        QCOMPARE(f.titles(), u"bc"_s);
+        const std::size_t opened = f.platform.opened.size();
+        hold(Qt::Key_Return);
+        QCOMPARE(f.platform.opened.size(), opened + 1);
+    }
+
+    void listThatIsScrolledToItsEndStaysThere()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        QScrollBar &bar = *f.list.verticalScrollBar();
+        bar.setValue(bar.maximum());
+        const int end = bar.value();
+        for (const bool isPlaying : {true, false}) {
+            f.player.isPlaying = isPlaying;
+            f.render();
+            QTRY_COMPARE(f.list.findChildren<QTimer *>().size(), 0);
+            QCOMPARE(bar.value(), end);
+        }
+        f.view.resize(800, 620);
+        f.render();
+        QCOMPARE(bar.value(), end);
+    }
+
+    void onlyAKeyShowsWhichRowItIsAt()
     {
         ListFixture f;
         f.add("ab");
-        f.list.setFocus();
-        QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, u"\r"_s, true);
-        QCoreApplication::sendEvent(&f.list, &repeat);
-        QVERIFY(!f.player.isPlaying());
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        const QImage still = f.list.grab().toImage();
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.row(1).center());
+        QVERIFY(f.list.hasFocus());
+        QCOMPARE(f.list.grab().toImage(), still);
+        QTest::keyClick(&f.list, Qt::Key_Up);
+        QVERIFY(f.list.grab().toImage() != still);
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.row(1).center());
+        QCOMPARE(f.list.grab().toImage(), still);
     }
 
     void keyboardMenuOpensAtItsRow_data()
@@ -437,10 +479,14 @@ private Q_SLOTS:
     {
         ListFixture f;
         f.add("abcdefghijklmnop");
-        f.list.verticalScrollBar()->setValue(310);
-        f.list.setFocus();
-        QCOMPARE(f.list.currentIndex().row(), 5);
-        QCOMPARE(f.list.verticalScrollBar()->value(), 310);
+        for (int value = 300; value < 375; ++value) {
+            f.list.setCurrentIndex({});
+            f.list.verticalScrollBar()->setValue(value);
+            f.list.setFocus();
+            QVERIFY(f.list.viewport()->rect().intersects(f.row(f.list.currentIndex().row())));
+            QCOMPARE(f.list.verticalScrollBar()->value(), value);
+            f.list.clearFocus();
+        }
     }
 
     void keyboardArrivesAtTheCurrentTrackWhereThatIsInSight()
