@@ -6,6 +6,7 @@
 namespace {
 
 constexpr double ReadableContrast = 4.5;
+constexpr double VisibleContrast = 3;
 
 // One for light surroundings and one for dark ones; white reads well on the former.
 constexpr QColor DarkRed(0xc8, 0x0d, 0x1f);
@@ -71,6 +72,15 @@ QColor accentColor(const QPalette &palette, double opacity)
 #else
     return atOpacity(palette.color(QPalette::Active, QPalette::Highlight), opacity);
 #endif
+}
+
+QColor focusColor(const QPalette &palette)
+{
+    const QColor ground = windowBackgroundColor(palette);
+    QColor color = accentColor(palette);
+    for (double share = 0; share < 1 && contrastRatio(color, ground) < VisibleContrast; share += 0.05)
+        color = mixed(primaryColor(palette, share), accentColor(palette));
+    return color;
 }
 
 QColor onAccentColor(const QPalette &palette)

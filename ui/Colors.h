@@ -18,6 +18,9 @@
 /// The user's accent, at an opacity from 0 to 1.
 [[nodiscard]] QColor accentColor(const QPalette &palette, double opacity = 1);
 
+/// The accent, with as much of the text colour as a mark needs to be seen on the window: where the keyboard is.
+[[nodiscard]] QColor focusColor(const QPalette &palette);
+
 /// What reads well on top of the accent: the palette's own choice where its contrast is enough for a text,
 /// otherwise black or white.
 [[nodiscard]] QColor onAccentColor(const QPalette &palette);
@@ -32,5 +35,5 @@
 [[nodiscard]] QColor windowBackgroundColor(const QPalette &palette);
 
 /// The contrast between two opaque colours as the Web Content Accessibility Guidelines 2.1 define it, from 1 to
-/// 21. A text needs 4.5.
+/// 21. A text needs 4.5, a mark 3.
 [[nodiscard]] double contrastRatio(const QColor &a, const QColor &b);

@@ -39,7 +39,7 @@ void showInstead(QWidget *former, QWidget *shown)
     former->setVisible(false);
     shown->setVisible(true);
     if (hadKeyboard)
-        shown->setFocus();
+        shown->setFocus(Qt::TabFocusReason); // which is shown
 }
 
 } // namespace
@@ -48,13 +48,13 @@ QWidget *ContentView::playlistSection()
 {
     QWidget *empty = emptyPlaylist();
     QWidget *rows = playlistRows();
-    QWidget *content = widgetOf(vertical(0, {playlistHeader(), new Divider(0.45), empty, rows}));
+    auto *section = new Tint(0.018);
+    section->setLayout(vertical(0, {playlistHeader(), new Divider(0.45), empty, rows}));
     // Only now: without a parent, what is made visible would be a window of its own.
     m_renderer.follow([=, this] {
         const bool isEmpty = m_player.playlist().isEmpty();
         showInstead(isEmpty ? rows : empty, isEmpty ? empty : rows);
     });
-    QWidget *section = widgetOf(overlay({new Tint(0.018), content}));
     QSizePolicy takesWhatIsLeft(QSizePolicy::Expanding, QSizePolicy::Expanding);
     takesWhatIsLeft.setVerticalStretch(1);
     section->setSizePolicy(takesWhatIsLeft);

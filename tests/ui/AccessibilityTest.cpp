@@ -52,6 +52,20 @@ class AccessibilityTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void controlsAreFoundByWhereTheyAre()
+    {
+        ViewFixture f;
+        f.add("ab");
+        QAccessibleInterface *window = QAccessible::queryAccessibleInterface(&f.view);
+        for (const QString &name : {u"Reproducir"_s, u"Posición"_s, u"Volumen"_s, u"Playlist"_s}) {
+            const QRect place = QAccessible::queryAccessibleInterface(f.find<QWidget>(name))->rect();
+            QAccessibleInterface *found = window;
+            while (found && found->text(QAccessible::Name) != name)
+                found = found->childAt(place.center().x(), place.center().y());
+            QVERIFY2(found, qPrintable(name));
+        }
+    }
+
     void buttonsAreNamedByTheirTooltips()
     {
         ViewFixture f;

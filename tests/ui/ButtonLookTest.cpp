@@ -43,10 +43,19 @@ struct LookFixture : ViewFixture {
         QCoreApplication::sendEvent(&piece, isOver ? static_cast<QEvent *>(&enter) : &leave);
     }
 
-    /// Whether a ring in the accent's colour runs along the piece's left edge.
+    [[nodiscard]] Button &prominentButton() const
+    {
+        for (Button *button : view.findChildren<Button *>()) {
+            if (button->text() == u"Seleccionar música…")
+                return *button;
+        }
+        qFatal("there is no prominent button");
+    }
+
+    /// Whether the ring of the focus runs along the piece's left edge.
     [[nodiscard]] bool hasRing(const QWidget &piece)
     {
-        return distance(at(piece, {1, piece.height() / 2}), accentColor(view.palette())) < 60;
+        return distance(at(piece, {1, piece.height() / 2}), focusColor(view.palette())) < 60;
     }
 };
 
@@ -112,6 +121,34 @@ private Q_SLOTS:
         QCOMPARE(f.look(button), still);
     }
 
+    void textStaysWhereItIsWhenPressed()
+    {
+        LookFixture f;
+        Button &button = f.button(u"Añadir archivos de audio"_s);
+        // The columns that the text and its symbol reach, in a look without the frame.
+        const auto inked = [&] {
+            const QImage inner = f.look(button).copy(button.rect().adjusted(4, 4, -4, -4));
+            const QColor ground = inner.pixelColor(0, 0);
+            QRect reached;
+            for (int y = 0; y < inner.height(); ++y) {
+                for (int x = 0; x < inner.width(); ++x) {
+                    if (distance(inner.pixelColor(x, y), ground) > 60)
+                        reached |= QRect(x, y, 1, 1);
+                }
+            }
+            return reached;
+        };
+        const QFont former = QApplication::font();
+        QFont large = former;
+        large.setPixelSize(30);
+        QApplication::setFont(large);
+        const QRect still = inked();
+        QVERIFY(still.width() > 60);
+        button.setDown(true);
+        QCOMPARE(inked(), still);
+        QApplication::setFont(former);
+    }
+
     void disabledOneDoesNotAnswerToHover()
     {
         LookFixture f;
@@ -124,11 +161,8 @@ private Q_SLOTS:
     void prominentOneIsFilledWithTheAccent()
     {
         LookFixture f;
-        const QList<Button *> all = f.view.findChildren<Button *>();
-        const auto prominent = std::find_if(all.begin(), all.end(),
-            [](const Button *button) { return button->text() == u"Seleccionar música…"; });
-        QVERIFY(prominent != all.end());
-        QCOMPARE(f.at(**prominent, {6, (*prominent)->height() / 2}), accentColor(f.view.palette()));
+        const Button &prominent = f.prominentButton();
+        QCOMPARE(f.at(prominent, {6, prominent.height() / 2}), accentColor(f.view.palette()));
         QVERIFY(contrastRatio(onAccentColor(f.view.palette()), accentColor(f.view.palette())) >= 4.5);
     }
 
@@ -145,6 +179,19 @@ private Q_SLOTS:
         QVERIFY(f.hasRing(next));
         f.view.setFocus();
         QVERIFY(!f.hasRing(next));
+    }
+
+    void focusIsSetOffFromWhatIsFilled()
+    {
+        LookFixture f;
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        Button &button = f.prominentButton();
+        const int middle = button.height() / 2;
+        button.setFocus(Qt::TabFocusReason);
+        QCOMPARE(f.at(button, {2, middle}), windowBackgroundColor(f.view.palette()));
+        f.view.setFocus();
+        QCOMPARE(f.at(button, {2, middle}), accentColor(f.view.palette()));
     }
 
     void sliderShowsTheFocusOfKeysOnly()

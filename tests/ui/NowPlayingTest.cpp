@@ -164,14 +164,34 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::clipboard()->text(), title);
     }
 
-    void selectionSurvivesAShorterTitle()
+    void partOfATitleIsNotSelectedInTheNextOne()
     {
         ViewFixture f;
-        f.add("a");
-        titleOf(f).selectAll();
-        f.showTrackCalled(QString());
+        f.showTrackCalled(u"Alba en el río"_s);
+        QTest::mouseDClick(&titleOf(f), Qt::LeftButton, {}, {5, 5});
+        QCOMPARE(titleOf(f).selectedText(), u"Alba"_s);
+        f.showTrackCalled(u"Marea baja"_s);
         QCOMPARE(titleOf(f).selectedText(), QString());
-        titleOf(f).grab();
+    }
+
+    void titleThatIsSelectedAsAWholeStaysSoWithTheNextTrack()
+    {
+        ViewFixture f;
+        for (const QString &text : {u"Alba en el río"_s, LongTitle, u"Marea baja"_s}) {
+            f.showTrackCalled(text);
+            if (titleOf(f).selectedText().isEmpty())
+                titleOf(f).selectAll();
+            QCOMPARE(titleOf(f).selectedText(), text);
+        }
+    }
+
+    void emptyTitleIsNoStopOfTheTabKey()
+    {
+        ViewFixture f;
+        f.showTrackCalled(QString());
+        QVERIFY(!(titleOf(f).focusPolicy() & Qt::TabFocus));
+        f.showTrackCalled(u"a"_s);
+        QVERIFY(titleOf(f).focusPolicy() & Qt::TabFocus);
     }
 
     void wideCoverFillsTheSquareAndIsCropped()

@@ -18,7 +18,7 @@ public:
     Label(const QFont &font, Tone tone, int maximumLines = 1);
 
     /// Nothing happens where the text is the same.
-    void setText(const QString &text);
+    virtual void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; } ///< as it was set
 
     /// Where each line stands in the label; leading by default.

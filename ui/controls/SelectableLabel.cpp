@@ -32,14 +32,24 @@ SelectableLabel::SelectableLabel(const QFont &font, Tone tone, int maximumLines)
     setFocusPolicy(Qt::StrongFocus);
 }
 
+void SelectableLabel::setText(const QString &text)
+{
+    if (text == this->text())
+        return;
+    const bool isAllSelected = selectionStart() < selectionEnd() && selectedText() == this->text();
+    Label::setText(text);
+    setFocusPolicy(text.isEmpty() ? Qt::NoFocus : Qt::StrongFocus);
+    select(0, isAllSelected ? shownText().size() : 0);
+}
+
 qsizetype SelectableLabel::selectionStart() const
 {
-    return std::min({m_anchor, m_end, shownText().size()});
+    return std::min(m_anchor, m_end);
 }
 
 qsizetype SelectableLabel::selectionEnd() const
 {
-    return std::min(std::max(m_anchor, m_end), shownText().size());
+    return std::max(m_anchor, m_end);
 }
 
 QString SelectableLabel::selectedText() const
@@ -126,6 +136,7 @@ void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)
 {
     auto *menu = new Menu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setAccessibleName(u"Título"_s);
     QAction *copyAction = menu->addAction(u"Copiar"_s, this, &SelectableLabel::copy);
     copyAction->setEnabled(selectionStart() < selectionEnd());
     menu->addAction(u"Seleccionar todo"_s, this, &SelectableLabel::selectAll);

@@ -10,6 +10,9 @@ class SelectableLabel : public Label {
 public:
     SelectableLabel(const QFont &font, Tone tone, int maximumLines);
 
+    /// Selects as much of the new text as of the former one, if that was all or nothing; otherwise nothing.
+    void setText(const QString &text) override;
+
     [[nodiscard]] QString selectedText() const;
     void selectAll();
     void copy() const; ///< puts the selected text on the clipboard; nothing where nothing is selected
@@ -31,6 +34,6 @@ private:
     [[nodiscard]] qsizetype selectionStart() const;
     [[nodiscard]] qsizetype selectionEnd() const;
 
-    qsizetype m_anchor = 0; ///< both in the shown text; bounded at use, for the text may change
+    qsizetype m_anchor = 0; ///< both in the shown text
     qsizetype m_end = 0;
 };

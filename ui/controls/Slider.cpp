@@ -122,10 +122,7 @@ bool Slider::event(QEvent *event)
 
 void Slider::focusInEvent(QFocusEvent *event)
 {
-    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
-        m_isFocusByKey = true;
-    else if (event->reason() == Qt::MouseFocusReason)
-        m_isFocusByKey = false;
+    m_isFocusShown = showsFocus(event->reason(), m_isFocusShown);
     QWidget::focusInEvent(event);
     announceValue();
 }
@@ -136,7 +133,7 @@ void Slider::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() != Qt::LeftButton || m_isHeld)
         return;
-    m_isFocusByKey = false;
+    m_isFocusShown = false;
     const double offset = event->position().x() - thumbCenter();
     const bool isOnThumb = std::abs(offset) <= ThumbDiameter / 2;
     m_grabOffset = isOnThumb ? offset : 0;
@@ -202,7 +199,7 @@ void Slider::keyPressEvent(QKeyEvent *event)
 {
     const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
     if (const auto value = valueAfterKey(event->key()); value && isPlain) {
-        m_isFocusByKey = true;
+        m_isFocusShown = true;
         edit(*value);
         update();
     } else {
@@ -247,6 +244,6 @@ void Slider::draw(QPainter &painter)
     painter.setPen(QPen(primaryColor(palette(), 0.25), 1));
     painter.setBrush(m_isHeld ? QColor(Qt::lightGray) : QColor(Qt::white));
     painter.drawEllipse(QPointF(thumbCenter(), middle), (ThumbDiameter - 1) / 2, (ThumbDiameter - 1) / 2);
-    if (hasFocus() && m_isFocusByKey)
+    if (hasFocus() && m_isFocusShown)
         drawFocusRing(painter, rect(), palette());
 }

@@ -77,7 +77,7 @@ private:
     std::function<QString(double)> m_spokenValue = [](double value) { return QString::number(value); };
     QString m_announced; ///< what assistive technology was told last
     bool m_isHeld = false;
-    bool m_isFocusByKey = false; ///< only then it is shown
+    bool m_isFocusShown = false;
     double m_grabOffset = 0; ///< from the thumb's centre to where the mouse holds it
     int m_wheelRemainder = 0; ///< eighths of a degree that make no whole step yet
 };
