@@ -1,6 +1,7 @@
 #include "ui/controls/Menu.h"
 
 #include "ui/Colors.h"
+#include "ui/controls/MenuButton.h"
 
 #include <QTest>
 
@@ -98,6 +99,16 @@ private Q_SLOTS:
         QVERIFY(!isRed(text));
         QVERIFY(contrastRatio(text, ground) < 4.5);
         QVERIFY(contrastRatio(text, ground) > 1.5);
+    }
+
+    void opensBeneathItsButton()
+    {
+        MenuButton button(u"ellipsis"_s, u"Más opciones"_s);
+        button.menu().addAction(u"Reproducir"_s);
+        button.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&button));
+        button.click();
+        QCOMPARE(button.menu().pos(), button.mapToGlobal(QPoint(0, button.height())));
     }
 };
 

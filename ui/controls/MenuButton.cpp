@@ -13,5 +13,5 @@ MenuButton::MenuButton(const QString &symbol, const QString &help)
 
 void MenuButton::openMenu()
 {
-    m_menu->popup(mapToGlobal(rect().bottomLeft()));
+    m_menu->popup(mapToGlobal(QPoint(0, height())));
 }
