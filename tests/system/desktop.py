@@ -31,6 +31,11 @@ def wait_for(condition, what, seconds=30):
     return value
 
 
+def xdotool(*arguments):
+    """What xdotool answers: it presses keys and buttons, asks for windows."""
+    return subprocess.run(["xdotool", *map(str, arguments)], check=True, capture_output=True, text=True).stdout
+
+
 class Desktop:
     """Use it in a `with` statement. One a process: it sets the process's environment."""
 
@@ -96,10 +101,10 @@ class Desktop:
 
     def key(self, *keys):
         """Presses keys on the keyboard ("ctrl+o"), whatever has the focus."""
-        subprocess.run(["xdotool", "key", "--clearmodifiers", *keys], check=True)
+        xdotool("key", "--clearmodifiers", *keys)
 
     def type(self, text):
-        subprocess.run(["xdotool", "type", "--clearmodifiers", "--delay", "4", text], check=True)
+        xdotool("type", "--clearmodifiers", "--delay", 4, text)
 
     def active_window(self):
         """The title of the window that has the keyboard; empty for none."""
@@ -109,13 +114,32 @@ class Desktop:
     def wait_for_window(self, title, seconds=30):
         wait_for(lambda: self.active_window() == title, f"the window “{title}”", seconds)
 
+    def pointer(self):
+        """The pointer's x and y on the screen."""
+        values = dict(line.split("=") for line in xdotool("getmouselocation", "--shell").splitlines())
+        return int(values["X"]), int(values["Y"])
+
     def click(self, x, y):
-        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+        xdotool("mousemove", x, y, "click", 1)
+
+    def double_click(self, x, y):
+        xdotool("mousemove", x, y, "click", "--repeat", 2, "--delay", 50, 1)
+
+    def drag(self, start, step, is_done):
+        """Drags from a point, step by step until `is_done()`; then lets go."""
+        def drag_on():
+            xdotool("mousemove_relative", "--", *step)
+            return is_done()
+
+        xdotool("mousemove", *start, "mousedown", 1)
+        try:
+            wait_for(drag_on, "the window to follow the pointer", seconds=10)
+        finally:
+            xdotool("mouseup", 1)
 
     def close_window(self, title):
         """Asks a window to close through the window manager."""
-        search = ["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"]
-        subprocess.run([*search, "windowactivate", "--sync"], check=True)
+        xdotool("search", "--onlyvisible", "--name", f"^{title}$", "windowactivate", "--sync")
         self.key("alt+F4")
 
     def visible_windows(self):

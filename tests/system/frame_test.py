@@ -3,28 +3,17 @@ behind it where one is offered; its menus on desktops with a global menu."""
 
 import ctypes
 import os
-import subprocess
 import unittest
 
 from gi.repository import Gio, GLib
 
-from desktop import wait_for
+from desktop import wait_for, xdotool
 from scenario import Scenario
 
 BLUR = b"_KDE_NET_WM_BLUR_BEHIND_REGION"
 REGISTRAR = "com.canonical.AppMenu.Registrar"
 REGISTRAR_INTERFACE = f"""<node><interface name="{REGISTRAR}"><method name="RegisterWindow">
     <arg type="u" direction="in"/><arg type="o" direction="in"/></method></interface></node>"""
-
-
-def xdotool(*arguments):
-    return subprocess.run(["xdotool", *map(str, arguments)], check=True, capture_output=True, text=True).stdout
-
-
-def pointer():
-    """The pointer's x and y on the screen."""
-    values = dict(line.split("=") for line in xdotool("getmouselocation", "--shell").splitlines())
-    return int(values["X"]), int(values["Y"])
 
 
 class Properties:
@@ -75,7 +64,7 @@ class Frame(Scenario):
 
         def is_far_beyond(now):
             seen.append(now[2:])
-            return pointer()[0] > right - 500
+            return self.desktop.pointer()[0] > right - 500
 
         self.drag((x + 1, y + 1), (8, 8), is_far_beyond)
         wait_for(lambda: self.place() == [right - 720, bottom - 620, 720, 620], "the least size")
@@ -84,10 +73,10 @@ class Frame(Scenario):
     def test_double_click_on_the_strip_zooms_and_restores(self):
         self.start()
         x, y, *size = self.place()
-        self.double_click(x + 300, y + 14)
+        self.desktop.double_click(x + 300, y + 14)
         wait_for(lambda: self.place() == [0, 0, 1280, 900], "the window to fill the screen")
         wait_for(lambda: self.window.names("push button").count("Restaurar") == 1, "the button that restores")
-        self.double_click(300, 14)
+        self.desktop.double_click(300, 14)
         wait_for(lambda: self.place() == [x, y, *size], "the window to be restored")
 
     def test_buttons_are_read_and_pressed(self):
@@ -158,19 +147,8 @@ class Frame(Scenario):
         return [int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")]
 
     def drag(self, start, step, is_done):
-        """Drags from a point, step by step until the window's place is right; then lets go."""
-        def drag_on():
-            xdotool("mousemove_relative", "--", *step)
-            return is_done(self.place())
-
-        xdotool("mousemove", *start, "mousedown", 1)
-        try:
-            wait_for(drag_on, "the window to follow the pointer", seconds=10)
-        finally:
-            xdotool("mouseup", 1)
-
-    def double_click(self, x, y):
-        xdotool("mousemove", x, y, "click", "--repeat", 2, "--delay", 50, 1)
+        """Drags until the window's place is right."""
+        self.desktop.drag(start, step, lambda: is_done(self.place()))
 
 
 if __name__ == "__main__":

@@ -14,9 +14,11 @@ from desktop import RATE, Desktop, Program, end, wait_for
 
 
 class Scenario(unittest.TestCase):
+    Desktop = Desktop  # the kind that the tests of a class need
+
     @classmethod
     def setUpClass(cls):
-        cls.desktop = cls.enterClassContext(Desktop())
+        cls.desktop = cls.enterClassContext(cls.Desktop())
         cls.capture = cls.desktop.capture
 
     def setUp(self):

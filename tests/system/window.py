@@ -11,11 +11,29 @@ from gi.repository import Atspi, GLib  # noqa: E402
 from desktop import wait_for  # noqa: E402
 
 
+def children(node):
+    for index in range(node.get_child_count()):
+        if child := node.get_child_at_index(index):
+            yield child
+
+
+def applications():
+    """The programs on the bus; whatever is read of them is asked of them."""
+    for application in children(Atspi.get_desktop(0)):
+        application.set_cache_mask(Atspi.Cache.NONE)
+        yield application
+
+
+def active_window():
+    """The title of the window that has the keyboard, of those that tell; empty for none."""
+    windows = (window for application in applications() for window in children(application))
+    return next((w.get_name() for w in windows if w.get_state_set().contains(Atspi.StateType.ACTIVE)), "")
+
+
 class Window:
     def __init__(self, program):
         self._process = program.process.pid
         self._application = wait_for(self._find_application, "the program on the accessibility bus")
-        self._application.set_cache_mask(Atspi.Cache.NONE)
 
     def names(self, role):
         """The names of everything of a role ("label", "list item") that shows, in order."""
@@ -101,6 +119,17 @@ class Window:
         extents = rows[index].get_extents(Atspi.CoordType.SCREEN)
         return extents.x + extents.width // 2, extents.y + extents.height // 2
 
+    def size(self):
+        """The width and the height of the window."""
+        extents = self._application.get_child_at_index(0).get_extents(Atspi.CoordType.WINDOW)
+        return [extents.width, extents.height]
+
+    def extents(self, name, role):
+        """Left, top, width and height in the window of what shows by this name, as soon as it does."""
+        found = lambda: [n for n in self._showing() if n.get_name() == name and n.get_role_name() == role]
+        extents = wait_for(found, f"“{name}” in the window")[0].get_extents(Atspi.CoordType.WINDOW)
+        return extents.x, extents.y, extents.width, extents.height
+
     def is_checked(self, name):
         return self._node(name).get_state_set().contains(Atspi.StateType.CHECKED)
 
@@ -114,16 +143,13 @@ class Window:
                 yield node
 
     def _nodes(self, parent):
-        for index in range(parent.get_child_count()):
-            if child := parent.get_child_at_index(index):
-                yield child
-                yield from self._nodes(child)
+        for child in children(parent):
+            yield child
+            yield from self._nodes(child)
 
     def _find_application(self):
-        desktop = Atspi.get_desktop(0)
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application and self._process in (application.get_process_id(), parent_of(application)):
+        for application in applications():
+            if self._process in (application.get_process_id(), parent_of(application)):
                 return application
         return None
 

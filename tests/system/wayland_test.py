@@ -1,0 +1,211 @@
+"""The window on a Wayland compositor: without a decoration, moved, resized and zoomed through the compositor; its
+menus and the picker; sharp where the screen is; ended with the compositor."""
+
+import os
+import re
+import unittest
+
+from desktop import PICKER_TITLE, Desktop, Program, end, wait_for, xdotool
+from scenario import Scenario
+
+SCREEN = [1280, 900]
+MIDDLE = [length // 2 for length in SCREEN]  # lies in the window wherever it opens
+LEAST_SIZE = [720, 620]
+BOTTOM_RIGHT = 10  # edges of the xdg-shell protocol
+TOP_LEFT = 5
+
+
+class WaylandDesktop(Desktop):
+    """A desktop whose display shows one compositor, so that xdotool points and types there."""
+
+    def start_compositor(self, *options):
+        settings = self.folder / "weston.ini"
+        settings.write_text("[shell]\npanel-position=none\n")
+        socket = self.folder / "run" / "compositor"
+        compositor = self.start(
+            "weston", "--backend=x11-backend.so", "--use-pixman", "--fullscreen", "--idle-time=0",
+            f"--config={settings}", f"--width={SCREEN[0]}", f"--height={SCREEN[1]}", f"--socket={socket.name}", *options)
+        wait_for(socket.exists, "the compositor")
+        wait_for(lambda: super(WaylandDesktop, self).active_window().startswith("Weston"), "the compositor's window")
+        # It takes its pointer to be in this corner at first, wherever the display's is.
+        xdotool("mousemove", 0, 0)
+        os.environ.update(QT_QPA_PLATFORM="wayland", WAYLAND_DISPLAY=socket.name, WAYLAND_DEBUG="client")
+        return compositor
+
+    def active_window(self):
+        from window import active_window  # needs the desktop's environment
+
+        return active_window()
+
+
+class Protocol:
+    """What the program and its compositor say to one another, read off the program's diagnostics."""
+
+    def __init__(self, path):
+        self._path = path
+        self._start = path.stat().st_size if path.exists() else 0
+
+    def said(self, pattern):
+        """The numbers in the groups of a pattern, for each message that it matches. "@" is any object's number."""
+        with open(self._path, "rb") as file:
+            file.seek(self._start)
+            matches = re.finditer(pattern.replace("@", r"@\d+"), file.read().decode(errors="replace"))
+            return [[int(float(group)) for group in match.groups()] for match in matches]
+
+    def wait_for(self, pattern):
+        """The numbers of the last message that matches, as soon as there is one."""
+        return wait_for(lambda: self.said(pattern), pattern)[-1]
+
+
+class Wayland(Scenario):
+    Desktop = WaylandDesktop
+
+    def start(self, *options):
+        self.compositor = self.desktop.start_compositor(*options)
+        self.addCleanup(end, self.compositor)
+        self.protocol = Protocol(self.desktop.folder / "lumaverdine.log")
+        super().start()
+
+    def test_opens_without_a_decoration_and_tells_its_least_size(self):
+        self.start()
+        self.assertEqual(self.size(), self.window.size())
+        self.assertEqual(self.protocol.wait_for(r"xdg_toplevel@\.set_min_size\((\d+), (\d+)\)"), LEAST_SIZE)
+
+    def test_free_part_moves_the_window(self):
+        self.start()
+        x, y = self.place()
+        size = self.size()
+        self.drag((x + 500, y + 200), (4, 2), lambda: self.desktop.pointer()[0] > x + 600)
+        self.protocol.wait_for(r"xdg_toplevel@\.move")
+        self.assertEqual(self.place(), [x + 104, y + 52])
+        self.assertEqual(self.size(), size)
+
+    def test_corners_resize_the_window_down_to_its_least_size(self):
+        self.start()
+        x, y = self.place()
+        width, height = self.size()
+        self.drag((x + width - 2, y + height - 2), (2, 1), lambda: self.size()[1] > height + 20)
+        self.assertEqual(self.gripped(), BOTTOM_RIGHT)
+        self.assertEqual(self.place(), [x, y])
+        right, bottom = [start + length for start, length in zip((x, y), self.size())]
+        self.drag((x + 2, y + 2), (8, 8), lambda: self.asked()[0] < 600 and self.asked()[1] < 500)
+        self.assertEqual(self.gripped(), TOP_LEFT)
+        self.assertEqual(self.size(), LEAST_SIZE)
+        self.assertEqual(self.place(), [right - LEAST_SIZE[0], bottom - LEAST_SIZE[1]])
+
+    def test_double_click_on_the_strip_zooms_and_restores(self):
+        self.start()
+        x, y = self.place()
+        size = self.size()
+        self.desktop.double_click(x + 300, y + 14)
+        self.wait_for_zoom()
+        self.desktop.double_click(300, 14)
+        wait_for(lambda: self.size() == size, "the window to be restored")
+
+    def test_buttons_zoom_and_close(self):
+        self.start()
+        size = self.size()
+        self.click(self.place(), "Ampliar")
+        self.wait_for_zoom()
+        self.click((0, 0), "Restaurar")
+        wait_for(lambda: self.size() == size, "the window to be restored")
+        self.click(self.place(), "Cerrar")
+        self.assertEqual(self.program.process.wait(5), 0)
+
+    def test_button_minimizes(self):
+        self.start()
+        self.click(self.place(), "Minimizar")
+        self.protocol.wait_for(r"xdg_toplevel@\.set_minimized")
+        self.desktop.wait_for_window("")
+
+    def test_menus_open_beneath_what_opens_them(self):
+        self.start()
+        window = self.place()
+        self.click(window, "Archivo", role="menu item")
+        self.assertEqual(self.popup(), self.beneath("Archivo", role="menu item"))
+        self.click(window, "Añadir música…", role="menu item")
+        self.desktop.wait_for_window(PICKER_TITLE)
+
+    def test_plays_and_removes_what_is_chosen(self):
+        self.tone("one.wav", 440)
+        self.start()
+        self.program.pick("one.wav")
+        self.window.wait_for("one")
+        self.desktop.key("space")
+        self.capture.wait_for_pitch(440)
+        window = self.place()
+        self.click(window, "Más opciones")
+        self.assertEqual(self.popup(), self.beneath("Más opciones"))
+        self.click(window, "Eliminar todas las canciones", role="menu item")
+        self.window.wait_for("La playlist está vacía")
+        self.capture.wait_for_silence()
+
+    def test_draws_finely_on_a_fine_screen(self):
+        self.start("--scale=2")
+        self.protocol.wait_for(r"wl_surface@\.set_buffer_scale\(2\)")
+        buffer = self.protocol.wait_for(r"create_buffer\(new id wl_buffer@, 0, (\d+), (\d+)")
+        self.assertEqual(buffer, [2 * length for length in self.size()])
+
+    def test_ends_with_the_compositor(self):
+        compositor = self.desktop.start_compositor()
+        program = Program(self.desktop, os.environ["LUMAVERDINE"])
+        self.addCleanup(end, program.process)
+        end(compositor)
+        self.assertEqual(program.process.wait(5), 1)
+
+    def size(self):
+        return self.protocol.wait_for(r"xdg_surface@\.set_window_geometry\(0, 0, (\d+), (\d+)\)")
+
+    def asked(self):
+        """The size that the compositor has asked for last."""
+        return self.protocol.wait_for(r"xdg_toplevel@\.configure\((\d+), (\d+)")
+
+    def gripped(self):
+        """The edges that the window was resized by last."""
+        return self.protocol.wait_for(r"xdg_toplevel@\.resize\(.*, (\d+)\)")[0]
+
+    def popup(self):
+        """Where in the window the last menu opened."""
+        return self.protocol.wait_for(r"xdg_popup@\.configure\((\d+), (\d+)")
+
+    def entries(self):
+        """The points of the window where the pointer came in."""
+        return self.protocol.said(r"wl_pointer@\.enter\(\d+, wl_surface@, ([\d.]+), ([\d.]+)\)")
+
+    def place(self):
+        """Where the window lies on the screen. The program is told only where the pointer comes in."""
+        xdotool("mousemove", 0, 0)
+        leaves = lambda: self.protocol.said(r"wl_pointer@\.leave")
+        wait_for(lambda: len(leaves()) == len(self.entries()), "the pointer to leave the window")
+        xdotool("mousemove", *MIDDLE)
+        entry = wait_for(lambda: len(leaves()) < len(self.entries()) and self.entries()[-1], "the pointer to come in")
+        return [place - inner for place, inner in zip(MIDDLE, entry)]
+
+    def wait_for_zoom(self):
+        """Waits until the window fills the screen: then it is told of a pointer in the screen's corner."""
+        def is_told():
+            xdotool("mousemove", 1, 2, "mousemove", 2, 2)
+            return self.protocol.said(r"wl_pointer@\.motion\(\d+, (2)\.0+, (2)\.0+\)")
+
+        wait_for(is_told, "the window to fill the screen")
+        self.assertEqual(self.size(), SCREEN)
+
+    def drag(self, start, step, is_done):
+        """Drags; the compositor has the pointer until it is let go."""
+        entries = len(self.entries())
+        self.desktop.drag(start, step, is_done)
+        wait_for(lambda: len(self.entries()) > entries, "the pointer to come back")
+
+    def beneath(self, name, role="push button"):
+        """The left end of the line under a control."""
+        left, top, _, height = self.window.extents(name, role)
+        return [left, top + height]
+
+    def click(self, window, name, role="push button"):
+        """Clicks on a control of the window that lies at a point of the screen."""
+        left, top, width, height = self.window.extents(name, role)
+        self.desktop.click(window[0] + left + width // 2, window[1] + top + height // 2)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, warnings="ignore")
