@@ -32,7 +32,19 @@ QString cutBeforeShaping(const QString &text)
     return text.first(LongestShown - (splitsPair ? 1 : 0)) + u'…';
 }
 
+QString withoutBlanksAtItsEnd(QString line)
+{
+    while (line.endsWith(u' '))
+        line.chop(1);
+    return line;
+}
+
 } // namespace
+
+Qt::LayoutDirection writingDirection(const QString &text)
+{
+    return text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
+}
 
 QString displayText(const QString &text)
 {
@@ -61,7 +73,8 @@ QList<TextLine> wrappedLines(const QString &text, const QFont &font, double widt
             lines.append({line.textStart(), QFontMetricsF(font).elidedText(rest, Qt::ElideRight, width)});
             break;
         }
-        lines.append({line.textStart(), text.sliced(line.textStart(), line.textLength())});
+        const QString words = text.sliced(line.textStart(), line.textLength());
+        lines.append({line.textStart(), withoutBlanksAtItsEnd(words)});
     }
     layout.endLayout();
     return lines.isEmpty() ? QList<TextLine>({TextLine()}) : lines;

@@ -9,7 +9,10 @@
 /// is cut before anybody measures it.
 [[nodiscard]] QString displayText(const QString &text);
 
-/// A line of a text and where it starts in it.
+/// The direction in which a text is written as a whole: that of its first letter that has one.
+[[nodiscard]] Qt::LayoutDirection writingDirection(const QString &text);
+
+/// A line of a text, without the blanks at its end, and where it starts in it.
 struct TextLine {
     qsizetype start = 0;
     QString text;

@@ -39,7 +39,9 @@ void drawLine(
     const QList<TextLine> lines = wrappedLines(displayText(text), font, area.width(), 1);
     painter.setFont(font);
     painter.setPen(color);
+    painter.setLayoutDirection(writingDirection(text));
     painter.drawText(area.left(), area.top() + QFontMetrics(font).ascent(), lines.first().text);
+    painter.setLayoutDirection(Qt::LeftToRight);
 }
 
 void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette)

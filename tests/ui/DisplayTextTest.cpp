@@ -73,12 +73,13 @@ private Q_SLOTS:
     void linesWithoutALimitHoldTheWholeText()
     {
         const QString text = u"uno dos tres cuatro cinco seis siete"_s;
-        QString joined;
+        QStringList joined;
         for (const TextLine &line : wrappedLines(text, systemFont(14), 60, 0)) {
-            QCOMPARE(line.start, joined.size());
+            QCOMPARE(text.sliced(line.start, line.text.size()), line.text);
             joined += line.text;
         }
-        QCOMPARE(joined, text);
+        QVERIFY(joined.size() > 1);
+        QCOMPARE(joined.join(u' '), text);
     }
 
     void emptyTextIsOneEmptyLine() { QCOMPARE(wrappedLines({}, systemFont(14), 100, 2).size(), 1); }

@@ -89,6 +89,7 @@ void Label::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setPen(toneColor(palette(), m_tone));
+    painter.setLayoutDirection(writingDirection(m_shown));
     for (int number = 0; number < m_lines.size(); ++number)
         drawLine(painter, m_lines.at(number), origin(m_lines.at(number), number));
 }

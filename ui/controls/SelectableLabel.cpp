@@ -16,8 +16,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void layOut(QTextLayout &layout)
+/// One line, in the direction of the text that it belongs to.
+void layOut(QTextLayout &layout, const QString &text)
 {
+    QTextOption option;
+    option.setTextDirection(writingDirection(text));
+    layout.setTextOption(option);
     layout.beginLayout();
     layout.createLine();
     layout.endLayout();
@@ -93,7 +97,7 @@ qsizetype SelectableLabel::positionAt(QPointF point) const
     const int number = std::clamp(static_cast<int>(point.y()) / lineHeight(), 0, last);
     const TextLine &line = lines().at(number);
     QTextLayout layout(line.text, font());
-    layOut(layout);
+    layOut(layout, shownText());
     const int cursor = layout.lineAt(0).xToCursor(point.x() - origin(line, number).x());
     const bool isAtEnd = number == last && cursor == line.text.size();
     return isAtEnd ? shownText().size() : line.start + cursor;
@@ -102,7 +106,7 @@ qsizetype SelectableLabel::positionAt(QPointF point) const
 void SelectableLabel::drawLine(QPainter &painter, const TextLine &line, QPointF position)
 {
     QTextLayout layout(line.text, font());
-    layOut(layout);
+    layOut(layout, shownText());
     const qsizetype from = std::clamp<qsizetype>(selectionStart() - line.start, 0, line.text.size());
     const qsizetype to = std::clamp<qsizetype>(selectionEnd() - line.start, 0, line.text.size());
     QTextLayout::FormatRange selection;

@@ -1,0 +1,101 @@
+#include "ui/Fonts.h"
+#include "ui/controls/SelectableLabel.h"
+
+#include <QApplication>
+#include <QFontMetrics>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What of an image stands out from its ground, as the smallest rectangle around it.
+QRect inked(const QImage &image)
+{
+    QRect found;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(image.pixel(x, y)) > 60)
+                found |= QRect(x, y, 1, 1);
+        }
+    }
+    return found;
+}
+
+QImage drawn(QWidget &label)
+{
+    QImage image(label.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    label.render(&image, {}, {}, QWidget::RenderFlags());
+    return image;
+}
+
+} // namespace
+
+class LabelTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    // As the translation of the toolkit's own texts makes it.
+    void initTestCase() { QApplication::setLayoutDirection(Qt::LeftToRight); }
+
+    void ellipsisStandsWhereTheTextGoesOn_data()
+    {
+        QTest::addColumn<bool>("isSelectable");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("isOnTheLeft");
+        for (const bool isSelectable : {false, true}) {
+            const auto row = [=](const char *name, const QString &word, bool isOnTheLeft) {
+                QTest::addRow("%s%s", name, isSelectable ? ", selectable" : "")
+                    << isSelectable << (word + u' ').repeated(40) << isOnTheLeft;
+            };
+            row("Spanish", u"RÍO"_s, false);
+            row("Hebrew", u"שבת"_s, true);
+            row("Arabic", u"الطويلة"_s, true);
+            row("Hebrew with a word of Spanish", u"שבת RÍO"_s, true);
+        }
+    }
+
+    void ellipsisStandsWhereTheTextGoesOn()
+    {
+        QFETCH(const bool, isSelectable);
+        QFETCH(const QString, text);
+        QFETCH(const bool, isOnTheLeft);
+        const QFont font = systemFont(28);
+        const std::unique_ptr<Label> label = isSelectable
+            ? std::make_unique<SelectableLabel>(font, Label::Tone::Primary, 1)
+            : std::make_unique<Label>(font, Label::Tone::Primary, 1);
+        label->resize(300, label->sizeHint().height());
+        label->setText(text);
+        const QImage image = drawn(*label);
+        const QRect ink = inked(image);
+        // Dots lie at the foot of the line only, letters do not.
+        const int dots = QFontMetrics(font).horizontalAdvance(u'…') - 2;
+        const QRect left(ink.left(), 0, dots, image.height());
+        const QRect right(ink.right() - dots, 0, dots, image.height());
+        const auto isLow = [&](const QRect &end) {
+            return inked(image.copy(end)).height() < ink.height() / 2;
+        };
+        QCOMPARE(isLow(left), isOnTheLeft);
+        QCOMPARE(isLow(right), !isOnTheLeft);
+    }
+
+    void everyLineBeginsAtTheLeftEdge()
+    {
+        for (const QString &word : {u"HIJO"_s, u"שבת"_s}) {
+            Label label(systemFont(28), Label::Tone::Primary, 0);
+            label.resize(200, 300);
+            label.setText((word + u' ').repeated(8));
+            QVERIFY(label.lines().size() > 2);
+            const QImage image = drawn(label);
+            const int lineHeight = label.minimumSizeHint().height();
+            for (int line = 0; line < label.lines().size() - 1; ++line) {
+                const QRect ink = inked(image.copy(0, line * lineHeight, image.width(), lineHeight));
+                QVERIFY2(ink.left() <= 5, qPrintable(word + QString::number(ink.left())));
+            }
+        }
+    }
+};
+
+QTEST_MAIN(LabelTest)
+#include "LabelTest.moc"
