@@ -216,6 +216,16 @@ void PlaylistView::announceFocusedRow()
     QAccessible::updateAccessibility(&focus);
 }
 
+QModelIndex PlaylistView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    const QModelIndex target = QListView::moveCursor(action, modifiers);
+    const bool isPage = action == MovePageUp || action == MovePageDown;
+    if (!isPage || target != currentIndex())
+        return target;
+    // In a list with room for less than two rows a page is one.
+    return QListView::moveCursor(action == MovePageUp ? MoveUp : MoveDown, modifiers);
+}
+
 void PlaylistView::keyPressEvent(QKeyEvent *event)
 {
     setFocusShown(true);
