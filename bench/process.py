@@ -24,11 +24,12 @@ class Process:
         return sum(seconds for _, _, seconds, _ in self.threads())
 
     def memory(self):
-        """Its proportional share of memory, its resident memory, and what of it is its alone, in MiB."""
+        """In MiB: its proportional share of memory; its resident memory; what of that is in no other process; what
+        it has written and no file holds, the one number on which other processes have no bearing."""
         rollup = (self._folder / "smaps_rollup").read_text()
         kilobytes = lambda key: int(line(rollup, key).split()[0])
         private = kilobytes("Private_Clean") + kilobytes("Private_Dirty")
-        return tuple(value * 1024 / MIB for value in (kilobytes("Pss"), kilobytes("Rss"), private))
+        return tuple(value * 1024 / MIB for value in (kilobytes("Pss"), kilobytes("Rss"), private, kilobytes("Anonymous")))
 
 
 def line(text, key):
