@@ -20,6 +20,7 @@ public:
     /// Nothing happens where the text is the same.
     virtual void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; } ///< as it was set
+    [[nodiscard]] Tone tone() const { return m_tone; }
 
     /// Where each line stands in the label; leading by default.
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
