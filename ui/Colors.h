@@ -9,7 +9,7 @@
 /// The text colour, at an opacity from 0 to 1.
 [[nodiscard]] QColor primaryColor(const QPalette &palette, double opacity = 1);
 
-/// The text colour at 0.62, or as much more as a text needs to be read, for what accompanies a text.
+/// The text colour at 0.62, or at as much more as a readable text needs: for what is less important.
 [[nodiscard]] QColor secondaryColor(const QPalette &palette);
 
 /// The text colour at 0.5, for what may be overlooked.
@@ -18,17 +18,17 @@
 /// The user's accent, at an opacity from 0 to 1.
 [[nodiscard]] QColor accentColor(const QPalette &palette, double opacity = 1);
 
-/// The accent, with as much of the text colour as a mark needs to be seen on the window: where the keyboard is.
+/// The accent, darkened or lightened by the text colour until it can be seen on the window: for the focus.
 [[nodiscard]] QColor focusColor(const QPalette &palette);
 
-/// What reads well on top of the accent: the palette's own choice where its contrast is enough for a text,
+/// What reads well on top of the accent: the palette's own choice if its contrast is enough for a text,
 /// otherwise black or white.
 [[nodiscard]] QColor onAccentColor(const QPalette &palette);
 
 /// A red for the text of what cannot be undone, on the palette's window or base colour.
 [[nodiscard]] QColor destructiveColor(const QPalette &palette);
 
-/// The red that lies behind the same text, then white, where it is the one to be chosen.
+/// The red that lies behind the same text, which is white then, while it is the one to be chosen.
 [[nodiscard]] QColor destructiveGroundColor();
 
 /// The window's own opaque background.

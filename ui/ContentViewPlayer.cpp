@@ -28,6 +28,12 @@ constexpr double SeekPageStep = 30;
 constexpr double VolumeStep = 0.05;
 constexpr double VolumePageStep = 0.2;
 
+/// Cut, not rounded.
+QString percentText(double share)
+{
+    return u"%1 %"_s.arg(static_cast<int>(share * 100));
+}
+
 } // namespace
 
 // What is playing
@@ -197,8 +203,7 @@ QBoxLayout *ContentView::tools()
     percentage->setFixedWidth(38);
     m_renderer.follow([=, this] {
         speaker->setSymbol(volumeSymbol());
-        // Cut, not rounded.
-        percentage->setText(u"%1 %"_s.arg(static_cast<int>(m_player.volume() * 100)));
+        percentage->setText(percentText(m_player.volume()));
     });
     return horizontal(10, {importButton(), optionsMenu(), Spacer(), speaker, volumeSlider(), percentage});
 }
@@ -226,7 +231,7 @@ QWidget *ContentView::volumeSlider()
     slider->setToolTip(u"Volumen"_s);
     slider->setFixedWidth(145);
     slider->setSteps(VolumeStep, VolumePageStep);
-    slider->setSpokenValue([](double value) { return u"%1 %"_s.arg(static_cast<int>(value * 100)); });
+    slider->setSpokenValue(percentText);
     connect(slider, &Slider::edited, this, [this](double value) { m_player.volume = value; });
     m_renderer.follow([=, this] { slider->setValue(m_player.volume()); });
     return slider;

@@ -45,8 +45,8 @@ private:
 /// Children on top of each other from back to front, all of them filling the whole area.
 [[nodiscard]] QLayout *overlay(std::initializer_list<QWidget *> children);
 
-/// A gap in a vertical stack that yields down to `least` where the room is short of `preferred`, and grows
-/// where `isGrowing`.
+/// A gap in a vertical stack that shrinks down to `least` if there is no room for `preferred`, and grows if
+/// `isGrowing`. All in points.
 [[nodiscard]] QSpacerItem *yieldingGap(int least, int preferred, bool isGrowing = false);
 
 /// The same layout with room around it.

@@ -20,13 +20,13 @@ public:
 
     explicit PlaylistModel(RowBuilder rowBuilder);
 
-    /// Shows these tracks. Costs nothing where they are the list that is shown already.
+    /// Shows these tracks. Costs nothing if they are the list that is shown already.
     void setTracks(const QList<Track> &tracks);
 
     /// The marked row is this track's, in this state; announces the rows that look different now.
     void setCurrent(const std::optional<Track> &track, bool isPlaying);
 
-    [[nodiscard]] QModelIndex currentIndex() const; ///< of the marked row; invalid where none is
+    [[nodiscard]] QModelIndex currentIndex() const; ///< of the marked row; invalid if none is
     [[nodiscard]] const Track &track(const QModelIndex &index) const { return m_tracks.at(index.row()); }
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;

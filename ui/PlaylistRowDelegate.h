@@ -10,11 +10,11 @@ class PlaylistRowDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    /// The row whose ellipsis is under the mouse, which holds it down where `isPressed`; none by default.
+    /// The row whose ellipsis is under the mouse, and whether the mouse holds it down; none by default.
     void setPointedMenu(const QModelIndex &index, bool isPressed);
     [[nodiscard]] QModelIndex pointedMenu() const { return m_pointedMenu; }
 
-    /// Whether the row where the keyboard is shows that; not by default.
+    /// Whether the row that has the keyboard focus shows it; not by default.
     void setFocusShown(bool isShown) { m_isFocusShown = isShown; }
     [[nodiscard]] bool isFocusShown() const { return m_isFocusShown; }
 

@@ -35,7 +35,7 @@ PlaylistView::PlaylistView(PlaylistModel &model)
     setAccessibleName(u"Playlist"_s);
     setUniformItemSizes(true);
     setSpacing(SpacingAround);
-    // The bar lies in the padding, and keeps its place where there is nothing to scroll.
+    // The bar lies in the padding, and keeps its place when there is nothing to scroll.
     setVerticalScrollBar(new ScrollBar);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     setViewportMargins(ExtraPadding, 0, ExtraPadding - ScrollBar::Width, 0);
@@ -98,15 +98,15 @@ void PlaylistView::openMenu(const QModelIndex &index, const QPoint &position, bo
     // The menu acts on the track for which it was opened, wherever that has gone by then.
     const Track track = m_model.track(index);
     auto *menu = new Menu(this);
-    m_menu = menu;
-    m_menu->setAttribute(Qt::WA_DeleteOnClose);
-    m_menu->setAccessibleName(u"Más opciones de %1"_s.arg(track.title));
-    m_menu->addAction(u"Reproducir"_s, this, [this, track] { Q_EMIT playRequested(track); });
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setAccessibleName(u"Más opciones de %1"_s.arg(track.title));
+    menu->addAction(u"Reproducir"_s, this, [this, track] { Q_EMIT playRequested(track); });
     if (hasSeparator)
-        m_menu->addSeparator();
+        menu->addSeparator();
     const QAction *remove = menu->addDestructive(u"Eliminar de la playlist"_s);
     connect(remove, &QAction::triggered, this, [this, track] { Q_EMIT removalRequested(track); });
-    m_menu->popup(viewport()->mapToGlobal(position));
+    m_menu = menu;
+    menu->popup(viewport()->mapToGlobal(position));
 }
 
 void PlaylistView::contextMenuEvent(QContextMenuEvent *event)

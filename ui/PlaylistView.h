@@ -27,7 +27,7 @@ public:
     void play(const QModelIndex &index);
     void remove(const QModelIndex &index);
 
-    // Both scroll to the row where it is out of sight.
+    // Both scroll to the row if it is out of sight.
     void openRowMenu(const QModelIndex &index); ///< what the ellipsis pulls down
     void openContextMenu(const QModelIndex &index); ///< in the middle of the row
 

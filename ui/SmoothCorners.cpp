@@ -51,3 +51,9 @@ void fillWithPicture(
                            .scale(area.width() / picture.width(), area.height() / picture.height()));
     painter.fillPath(outline, brush);
 }
+
+void drawHairline(QPainter &painter, const QRectF &rect, double radius, const QColor &color)
+{
+    constexpr double Half = 0.5;
+    painter.strokePath(smoothCorners(rect.adjusted(Half, Half, -Half, -Half), radius - Half), QPen(color, 1));
+}

@@ -2,6 +2,7 @@
 
 #include <QPainterPath>
 
+class QColor;
 class QImage;
 class QPainter;
 
@@ -14,3 +15,7 @@ class QPainter;
 /// `area`.
 void fillWithPicture(
     QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture);
+
+/// Draws a line of one point along the inner edge of smooth corners, where it falls on whole pixels at whole
+/// scales and nothing cuts it off.
+void drawHairline(QPainter &painter, const QRectF &rect, double radius, const QColor &color);

@@ -17,7 +17,7 @@ template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Rep
     return {reply, &std::free};
 }
 
-/// Null where the display is no X server.
+/// Null if the display is no X server.
 xcb_connection_t *connection()
 {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();

@@ -8,7 +8,7 @@
 
 class QWindow;
 
-/// The blurred view of what lies behind a window, made by the compositor where it offers one.
+/// The blurred view of what lies behind a window, made by the compositor if it offers one.
 ///
 /// It does on X11 under KWin, which puts a property on the root window for as long as it composes with blur, and
 /// reads one of the same name from each window. Elsewhere nothing is offered. Main thread only.
@@ -29,6 +29,6 @@ public:
 
 private:
     std::function<void()> m_changed;
-    std::uint32_t m_property = 0; ///< the property's name on the X server; 0 where nobody has ever used it
+    std::uint32_t m_property = 0; ///< the property's name on the X server; 0 if nobody has ever used it
     bool m_isOffered = false;
 };

@@ -9,7 +9,7 @@ class Announcer : public QWidget {
     Q_OBJECT
 
 public:
-    /// `text` is what is read where nothing has been announced yet.
+    /// `text` is what is read as long as nothing has been announced.
     explicit Announcer(const QString &text);
 
     void announce(const QString &text);

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr double DisabledOpacity = 0.4;
 constexpr double PressedOpacity = 0.7;
 
 } // namespace

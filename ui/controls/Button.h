@@ -11,7 +11,7 @@ public:
     /// A button that says `help` in its tooltip and to assistive technology.
     explicit Button(const QString &help);
 
-    /// Nothing happens where the text is the same.
+    /// Does nothing if the text is the same.
     void setHelp(const QString &help);
 
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }

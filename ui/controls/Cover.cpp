@@ -104,9 +104,7 @@ void Cover::paintEvent(QPaintEvent *)
     }
     drawFace(painter, outline, picture, progress);
 
-    // Just inside, where it falls on whole pixels and nothing cuts it off.
-    const QRectF border = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.strokePath(smoothCorners(border, CornerRadius - 0.5), QPen(primaryColor(palette(), 0.1), 1));
+    drawHairline(painter, rect(), CornerRadius, primaryColor(palette(), 0.1));
 }
 
 void Cover::drawFace(

@@ -9,7 +9,7 @@
 
 class CoverShadow;
 
-/// The large square cover of the current track, or a placeholder where there is none, with a shadow around it.
+/// The large square cover of the current track, or a placeholder, with a shadow around it.
 ///
 /// One track's cover fades into the next one's, unless the desktop asks for no animations.
 class Cover : public QWidget {
@@ -19,7 +19,7 @@ public:
     Cover();
     ~Cover() override;
 
-    /// Nothing happens where it is the same track.
+    /// Does nothing if it is the same track.
     void setTrack(const std::optional<Track> &track);
 
     [[nodiscard]] bool isFading() const { return m_fade.state() == QAbstractAnimation::Running; }

@@ -11,7 +11,7 @@ public:
     /// The shadow of a square with smooth corners of `radius`.
     explicit CoverShadow(double radius);
 
-    /// Lies behind `cover`, wherever that is now; hidden where the cover is, or has no parent.
+    /// Lies behind `cover`, wherever that is now; hidden if the cover is, or has no parent.
     void follow(const QWidget &cover);
 
 protected:

@@ -5,6 +5,9 @@
 class QPainter;
 class QWidget;
 
+/// What is left of a control that is disabled.
+constexpr double DisabledOpacity = 0.4;
+
 /// Lets `draw` draw `widget` and puts the result on the widget at an opacity from 0 to 1, as a whole: what lies
 /// under something else does not shine through it.
 void drawAsWhole(QWidget &widget, double opacity, const std::function<void(QPainter &)> &draw);

@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-/// A plain text in a number of lines, the last of which ends in an ellipsis where the text goes on.
+/// A plain text in a number of lines, the last of which ends in an ellipsis if the text is longer.
 ///
 /// Its least size is one line of no width, so that no text ever keeps the window from shrinking. Assistive
 /// technology reads the whole text.
@@ -17,7 +17,7 @@ public:
     /// `maximumLines` of 0 means as many as the text takes.
     Label(const QFont &font, Tone tone, int maximumLines = 1);
 
-    /// Nothing happens where the text is the same.
+    /// Does nothing if the text is the same.
     virtual void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; } ///< as it was set
     [[nodiscard]] Tone tone() const { return m_tone; }

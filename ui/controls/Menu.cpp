@@ -1,12 +1,11 @@
 #include "ui/controls/Menu.h"
 
 #include "ui/Colors.h"
+#include "ui/controls/DrawAsWhole.h"
 
 #include <QStyleOptionMenuItem>
 
 namespace {
-
-constexpr double DisabledOpacity = 0.4;
 
 // Styles differ in the role that they draw an entry's text with.
 constexpr QPalette::ColorRole TextRoles[] = {QPalette::WindowText, QPalette::Text, QPalette::ButtonText};

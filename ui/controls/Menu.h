@@ -2,7 +2,7 @@
 
 #include <QMenu>
 
-/// A menu that tells apart what destroys something: the entry's text is red, or stands on red where it is the
+/// A menu that tells apart what destroys something: the entry's text is red, or stands on red while it is the
 /// one to be chosen. What is disabled is dim.
 class Menu : public QMenu {
     Q_OBJECT

@@ -28,7 +28,7 @@ QString PlayButton::symbol() const
 
 double PlayButton::symbolOffset() const
 {
-    // The triangle looks off-centre where it is centred.
+    // A centred triangle looks off-centre.
     return m_isPlaying ? 0 : 1.5;
 }
 

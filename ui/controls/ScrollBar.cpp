@@ -37,7 +37,7 @@ int ThinStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const
     }
 }
 
-// What a click does is the desktop's choice.
+// What a click does is left to the desktop's style.
 int ThinStyle::styleHint(
     StyleHint hint, const QStyleOption *option, const QWidget *widget, QStyleHintReturn *data) const
 {
@@ -86,11 +86,11 @@ ScrollBar::ScrollBar()
     setCursor(Qt::ArrowCursor);
 }
 
-double ScrollBar::thumbOpacity(bool isUnderMouse) const
+double ScrollBar::thumbOpacity() const
 {
     if (isSliderDown())
         return 0.6;
-    return isUnderMouse ? 0.48 : 0.3;
+    return underMouse() ? 0.48 : 0.3;
 }
 
 void ScrollBar::paintEvent(QPaintEvent *)
@@ -105,6 +105,6 @@ void ScrollBar::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(primaryColor(palette(), thumbOpacity(underMouse())));
+    painter.setBrush(primaryColor(palette(), thumbOpacity()));
     painter.drawRoundedRect(drawn, drawn.width() / 2, drawn.width() / 2);
 }

@@ -18,5 +18,5 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    [[nodiscard]] double thumbOpacity(bool isUnderMouse) const;
+    [[nodiscard]] double thumbOpacity() const;
 };

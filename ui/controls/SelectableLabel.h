@@ -3,7 +3,7 @@
 #include "ui/controls/Label.h"
 
 /// A label whose text can be selected with the mouse, or as a whole with the Tab key, and copied. A selection
-/// that reaches the end of the last line reaches the end of the text, also where an ellipsis hides it.
+/// that reaches the end of the last line reaches the end of the text, even if an ellipsis hides it.
 class SelectableLabel : public Label {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ public:
 
     [[nodiscard]] QString selectedText() const;
     void selectAll();
-    void copy() const; ///< puts the selected text on the clipboard; nothing where nothing is selected
+    void copy() const; ///< puts the selected text, if any, on the clipboard
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

@@ -18,7 +18,6 @@ namespace {
 
 constexpr double ThumbDiameter = 14;
 constexpr double GrooveHeight = 4;
-constexpr double DisabledOpacity = 0.4;
 
 void drawGroove(QPainter &painter, const QRectF &groove, const QColor &color)
 {
@@ -62,7 +61,7 @@ void Slider::setSteps(double step, double pageStep)
     m_pageStep = pageStep;
 }
 
-/// Once for all values that are spoken alike, and only where somebody listens.
+/// Once for all values that are spoken alike, and only if somebody listens.
 void Slider::announceValue()
 {
     if (!QAccessible::isActive())

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] double step() const { return m_step; }
     [[nodiscard]] bool isHeld() const { return m_isHeld; }
 
-    // Neither of these is an edit, and nothing happens where the value is the same.
+    // Neither of these is an edit, and nothing happens if the value is the same.
     void setValue(double value);
     void setMaximum(double maximum);
 

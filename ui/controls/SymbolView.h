@@ -11,13 +11,13 @@ class SymbolView : public QWidget {
 public:
     SymbolView(const QString &symbol, int pointSize, QFont::Weight weight = QFont::Normal);
 
-    /// Nothing happens where the name is the same.
+    /// Does nothing if the name is the same.
     void setSymbol(const QString &symbol);
     [[nodiscard]] const QString &symbol() const { return m_symbol; }
 
     [[nodiscard]] QSize sizeHint() const override;
 
-    /// The symbol shrinks down to half its size where the room is short.
+    /// The symbol shrinks down to half its size if there is no room for it.
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint() / 2; }
 
 protected:

@@ -61,10 +61,8 @@ void TextButton::drawFrame(QPainter &painter)
     painter.fillPath(frame, isProminent ? accentColor(palette()) : primaryColor(palette(), 0.07));
     if (isHovered())
         painter.fillPath(frame, isProminent ? opposite(textColor()) : primaryColor(palette(), 0.05));
-    if (isProminent)
-        return;
-    const QRectF border = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.strokePath(smoothCorners(border, CornerRadius - 0.5), QPen(primaryColor(palette(), 0.14), 1));
+    if (!isProminent)
+        drawHairline(painter, rect(), CornerRadius, primaryColor(palette(), 0.14));
 }
 
 void TextButton::draw(QPainter &painter)
