@@ -34,7 +34,7 @@ private Q_SLOTS:
     void allMenusFitIntoTheBarOfTheSmallestWindow()
     {
         const AppFixture f;
-        f.window.resize(f.window.minimumSizeHint());
+        f.window.resize(f.window.minimumSize());
         QVERIFY(QTest::qWaitForWindowExposed(&f.window));
         for (const QToolButton *overflow : f.window.menuBar().findChildren<QToolButton *>())
             QVERIFY(!overflow->isVisible());

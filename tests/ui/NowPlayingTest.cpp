@@ -4,6 +4,8 @@
 
 #include <QBuffer>
 #include <QClipboard>
+#include <QContextMenuEvent>
+#include <QMenu>
 
 using namespace Qt::StringLiterals;
 
@@ -162,6 +164,41 @@ private Q_SLOTS:
         titleOf(f).selectAll();
         titleOf(f).copy();
         QCOMPARE(QGuiApplication::clipboard()->text(), title);
+    }
+
+    void shiftAndAClickExtendTheSelection()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Alba en el río"_s);
+        QTest::mouseClick(&titleOf(f), Qt::LeftButton, {}, {0, 10});
+        QTest::mouseClick(&titleOf(f), Qt::LeftButton, Qt::ShiftModifier, {titleOf(f).width() - 1, 10});
+        QCOMPARE(titleOf(f).selectedText(), u"Alba en el río"_s);
+    }
+
+    void menuOfTheTitleSelectsAllAndCopies()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Alba en el río"_s);
+        const auto openMenu = [&f] {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, titleOf(f).mapToGlobal(QPoint(5, 5)));
+            QCoreApplication::sendEvent(&titleOf(f), &event);
+            return qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        };
+        QMenu *menu = openMenu();
+        QVERIFY(menu);
+        QCOMPARE(menu->actions().at(0)->text(), u"Copiar"_s);
+        QVERIFY(!menu->actions().at(0)->isEnabled());
+        QCOMPARE(menu->actions().at(1)->text(), u"Seleccionar todo"_s);
+        menu->actions().at(1)->trigger();
+        menu->close();
+        QCOMPARE(titleOf(f).selectedText(), u"Alba en el río"_s);
+
+        QGuiApplication::clipboard()->clear();
+        menu = openMenu();
+        QVERIFY(menu->actions().at(0)->isEnabled());
+        menu->actions().at(0)->trigger();
+        menu->close();
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"Alba en el río"_s);
     }
 
     void partOfATitleIsNotSelectedInTheNextOne()
