@@ -3,6 +3,7 @@
 #include <QPolygonF>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
+#include <QtMath>
 #include <algorithm>
 #include <cmath>
 
@@ -110,7 +111,9 @@ private:
 int centrableLength(double length, int room)
 {
     const int odd = room % 2;
-    return std::max(2 - odd, 2 * qRound((length - odd) / 2) + odd);
+    const int shorter = 2 * qFloor((length - odd) / 2) + odd;
+    const int longer = shorter + 2;
+    return length * length < shorter * longer ? shorter : longer;
 }
 
 QByteArray symbolDrawing(const QByteArray &svg, QFont::Weight weight, int pixels)

@@ -10,5 +10,6 @@
 /// A drawing has a grid of 24 units. Black is ink, and white takes ink away.
 [[nodiscard]] QByteArray symbolDrawing(const QByteArray &svg, QFont::Weight weight, int pixels);
 
-/// The whole number nearest to `length` that lies in the middle of `room` without halves; at least 1.
+/// The whole number nearest to `length`, by their ratio, that lies in the middle of `room` without halves; at
+/// least 1.
 [[nodiscard]] int centrableLength(double length, int room);

@@ -15,7 +15,7 @@ const QStringList Names{u"music.note"_s, u"music.note.list"_s, u"shuffle"_s, u"r
 
 // The sizes at which the window draws symbols, and the scales of its screens.
 constexpr int Sizes[] = {13, 16, 23, 42, 55};
-constexpr double Scales[] = {1, 1.25, 1.5, 2, 3};
+constexpr double Scales[] = {1, 1.25, 1.5, 1.75, 2, 3};
 
 QImage drawn(const QString &name, int pixels, QFont::Weight weight = QFont::Normal)
 {
@@ -132,6 +132,16 @@ private Q_SLOTS:
         QVERIFY2(std::abs(ink.center().y() - 120) <= 8, qPrintable(QString::number(ink.center().y())));
     }
 
+    void linesKeepTheirWeightAtEverySize()
+    {
+        for (int pixels = 17; pixels <= 72; ++pixels) {
+            const QImage arm = drawn(u"plus"_s, pixels).copy(pixels / 3, 0, 1, pixels);
+            const double ratio = amountOfInk(arm) / (1.65 * pixels / 24);
+            // One of two lengths is at most this far away where they differ by two pixels.
+            QVERIFY2(std::max(ratio, 1 / ratio) < 1.74, qPrintable(QString::number(pixels)));
+        }
+    }
+
     void allSymbolsDiffer()
     {
         QList<QImage> all;
@@ -204,8 +214,8 @@ private Q_SLOTS:
                 QVERIFY(alphaAt(skip, inkOf(skip).right(), side / 2) > 252);
                 QVERIFY(alphaAt(skip, inkOf(skip).left(), side / 2) > 252);
                 const QImage plus = drawn(u"plus"_s, side, weight);
-                QVERIFY(isSharpRow(plus, side / 4));
-                QVERIFY(isSharpRow(plus.transformed(QTransform().rotate(90)), side / 4));
+                QVERIFY(isSharpRow(plus, side / 3));
+                QVERIFY(isSharpRow(plus.transformed(QTransform().rotate(90)), side / 3));
             }
         }
     }
