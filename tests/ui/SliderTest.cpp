@@ -1,6 +1,7 @@
 #include "ui/controls/Slider.h"
 
 #include <QAccessible>
+#include <QPainter>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -254,6 +255,35 @@ private Q_SLOTS:
         f.slider.setValue(7);
         f.slider.edit(9);
         QVERIFY(!isSpoken);
+    }
+
+    void grooveIsSharpWhereverItStands_data()
+    {
+        QTest::addColumn<double>("scale");
+        for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0})
+            QTest::addRow("%g", scale) << scale;
+    }
+
+    void grooveIsSharpWhereverItStands()
+    {
+        QFETCH(const double, scale);
+        SliderFixture f;
+        for (int top = 0; top < 4; ++top) {
+            QImage screen((QSizeF(214, 30) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+            screen.setDevicePixelRatio(scale);
+            screen.fill(Qt::white);
+            QPainter painter(&screen);
+            f.slider.render(&painter, QPoint(0, top), {}, QWidget::DrawChildren);
+            painter.end();
+            const QColor groove = screen.pixelColor(screen.width() / 2, qRound((top + 10) * scale) - 1);
+            int height = 0;
+            for (int y = 0; y < screen.height(); ++y) {
+                const QColor color = screen.pixelColor(screen.width() / 2, y);
+                height += color == groove ? 1 : 0;
+                QVERIFY2(color == groove || color == Qt::white, qPrintable(color.name()));
+            }
+            QCOMPARE(height, qRound(4 * scale));
+        }
     }
 };
 

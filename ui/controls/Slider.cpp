@@ -19,6 +19,16 @@ namespace {
 constexpr double ThumbDiameter = 14;
 constexpr double GrooveHeight = 4;
 
+/// The groove as high as whole pixels are; between two, its edges would be blurred.
+QRectF onPixels(const QPainter &painter, const QRectF &groove)
+{
+    const QTransform toPixels = painter.deviceTransform();
+    const QRectF exact = toPixels.mapRect(groove);
+    const double height = std::round(exact.height());
+    const double top = std::round(exact.center().y() - height / 2);
+    return toPixels.inverted().mapRect(QRectF(exact.left(), top, exact.width(), height));
+}
+
 void drawGroove(QPainter &painter, const QRectF &groove, const QColor &color)
 {
     painter.setBrush(color);
@@ -235,7 +245,7 @@ void Slider::draw(QPainter &painter)
     painter.setPen(Qt::NoPen);
 
     const double middle = height() / 2.0;
-    QRectF groove(0, middle - GrooveHeight / 2, width(), GrooveHeight);
+    QRectF groove = onPixels(painter, QRectF(0, middle - GrooveHeight / 2, width(), GrooveHeight));
     drawGroove(painter, groove, primaryColor(palette(), 0.16));
     groove.setRight(thumbCenter());
     drawGroove(painter, groove, accentColor(palette()));
