@@ -7,7 +7,7 @@
 namespace {
 
 // What has to be ready before the sound of another position begins.
-constexpr double enoughToBegin = 0.05; // seconds
+constexpr double EnoughToBegin = 0.05; // seconds
 
 } // namespace
 
@@ -116,7 +116,7 @@ void DecoderThread::publishWhenReady()
     FrameFeed &feed = m_playback->feed();
     const bool isFull = !m_undelivered.samples.empty();
     const bool isReady =
-        isFull || m_ring->isFinished() || m_ring->available() >= m_decoder->format().frames(enoughToBegin);
+        isFull || m_ring->isFinished() || m_ring->available() >= m_decoder->format().frames(EnoughToBegin);
     if (!feed.isPublished() && isReady) {
         feed.publish();
         m_playback->framesReady();

@@ -2,14 +2,14 @@
 
 namespace {
 
-constexpr double readAhead = 2; // seconds
+constexpr double ReadAhead = 2; // seconds
 
 }
 
 FrameFeed::FrameFeed(AudioFormat format)
     : m_format(format)
     , m_rings{
-          FrameRing{format, format.frames(readAhead) + 1}, FrameRing{format, format.frames(readAhead) + 1}}
+          FrameRing{format, format.frames(ReadAhead) + 1}, FrameRing{format, format.frames(ReadAhead) + 1}}
 {
 }
 

@@ -72,9 +72,9 @@ std::int64_t FrameRing::available() const
 bool FrameRing::noteLeap(std::int64_t frame, std::int64_t position)
 {
     const std::size_t written = m_leapsWritten.load(std::memory_order_relaxed);
-    if (written - m_leapsRead.load(std::memory_order_acquire) >= leapCapacity)
+    if (written - m_leapsRead.load(std::memory_order_acquire) >= LeapCapacity)
         return false;
-    m_leaps[written % leapCapacity] = {frame, position};
+    m_leaps[written % LeapCapacity] = {frame, position};
     m_leapsWritten.store(written + 1, std::memory_order_release);
     return true;
 }
@@ -83,8 +83,8 @@ void FrameRing::followLeaps(std::int64_t frame)
 {
     std::size_t read = m_leapsRead.load(std::memory_order_relaxed);
     const std::size_t written = m_leapsWritten.load(std::memory_order_acquire);
-    while (read != written && m_leaps[read % leapCapacity].frame <= frame)
-        m_current = m_leaps[read++ % leapCapacity];
+    while (read != written && m_leaps[read % LeapCapacity].frame <= frame)
+        m_current = m_leaps[read++ % LeapCapacity];
     m_leapsRead.store(read, std::memory_order_release);
 }
 
@@ -93,5 +93,5 @@ std::int64_t FrameRing::framesUntilLeap(std::int64_t frame) const
     const std::size_t read = m_leapsRead.load(std::memory_order_relaxed);
     if (read == m_leapsWritten.load(std::memory_order_acquire))
         return m_capacity;
-    return m_leaps[read % leapCapacity].frame - frame;
+    return m_leaps[read % LeapCapacity].frame - frame;
 }

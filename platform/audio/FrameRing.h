@@ -55,7 +55,7 @@ private:
         std::int64_t frame = 0;
         std::int64_t position = 0;
     };
-    static constexpr std::size_t leapCapacity = 32;
+    static constexpr std::size_t LeapCapacity = 32;
 
     bool noteLeap(std::int64_t frame, std::int64_t position);
     void followLeaps(std::int64_t frame);
@@ -64,7 +64,7 @@ private:
     const std::int64_t m_capacity;
     const std::int64_t m_channels;
     const std::unique_ptr<float[]> m_samples; ///< not touched before it is used
-    std::array<Leap, leapCapacity> m_leaps;
+    std::array<Leap, LeapCapacity> m_leaps;
     std::uint32_t m_generation = 0;
     std::int64_t m_start = 0;
     std::int64_t m_expected = -1; ///< the writer's: position that would continue the last frame

@@ -7,7 +7,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto tick = 10ms;
+constexpr auto Tick = 10ms;
 
 }
 
@@ -87,7 +87,7 @@ void NullOutput::run()
     std::unique_lock lock(m_mutex);
     while (!m_isClosing) {
         if (m_mix.isPlaying)
-            m_changed.wait_for(lock, tick);
+            m_changed.wait_for(lock, Tick);
         else
             m_changed.wait(lock);
         catchUp();

@@ -11,9 +11,9 @@ void PositionMap::append(const Piece &piece)
         --m_end;
     if (m_end != m_begin && piece.continues(newest()))
         return;
-    if (m_end - m_begin == capacity)
+    if (m_end - m_begin == Capacity)
         ++m_begin;
-    m_pieces[m_end++ % capacity] = piece;
+    m_pieces[m_end++ % Capacity] = piece;
 }
 
 PositionMap::Piece PositionMap::pieceAt(std::int64_t frame) const
@@ -21,10 +21,10 @@ PositionMap::Piece PositionMap::pieceAt(std::int64_t frame) const
     if (m_end == m_begin)
         return {};
     for (std::size_t index = m_end; index-- != m_begin;) {
-        if (m_pieces[index % capacity].start <= frame)
-            return m_pieces[index % capacity];
+        if (m_pieces[index % Capacity].start <= frame)
+            return m_pieces[index % Capacity];
     }
-    Piece first = m_pieces[m_begin % capacity];
+    Piece first = m_pieces[m_begin % Capacity];
     first.isMoving = false;
     return first;
 }

@@ -31,11 +31,11 @@ public:
     [[nodiscard]] std::int64_t at(std::int64_t frame) const { return pieceAt(frame).at(frame); }
 
 private:
-    static constexpr std::size_t capacity = 32;
+    static constexpr std::size_t Capacity = 32;
 
-    [[nodiscard]] const Piece &newest() const { return m_pieces[(m_end - 1) % capacity]; }
+    [[nodiscard]] const Piece &newest() const { return m_pieces[(m_end - 1) % Capacity]; }
 
-    std::array<Piece, capacity> m_pieces;
+    std::array<Piece, Capacity> m_pieces;
     std::size_t m_begin = 0; ///< counts up for ever, as m_end does
     std::size_t m_end = 0;
 };

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 namespace {
 
 // A fade out takes a few hundredths of a second; a server that hangs must not hold up the end of the process.
-constexpr auto longestFarewell = 150ms;
+constexpr auto LongestFarewell = 150ms;
 
 } // namespace
 
@@ -109,7 +109,7 @@ void PulseConnection::waitForFades()
 {
     {
         std::unique_lock lock(m_fadeMutex);
-        m_fadeEnded.wait_for(lock, longestFarewell, [this] { return !m_hasStreams; });
+        m_fadeEnded.wait_for(lock, LongestFarewell, [this] { return !m_hasStreams; });
     }
     pa_threaded_mainloop_stop(m_loop);
 }

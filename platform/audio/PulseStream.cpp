@@ -8,31 +8,31 @@
 
 namespace {
 
-constexpr double queueLength = 0.4; // seconds; what a stall of this process may last
+constexpr double QueueLength = 0.4; // seconds; what a stall of this process may last
 
 // What the server keeps for its device is the queue less twice the request: 20 ms, so that a change is heard
 // soon.
-constexpr double requestLength = 0.19;
+constexpr double RequestLength = 0.19;
 
 // The server may read on while new frames are on their way to it, as much as it keeps for its device at once.
 // What lies beyond that and this little can still be overwritten for certain; a change must not take too
 // long, though.
-constexpr double overwriteMargin = 0.005;
-constexpr double longestOverwriteMargin = 0.03;
+constexpr double OverwriteMargin = 0.005;
+constexpr double LongestOverwriteMargin = 0.03;
 
 // A fade is cut off where the stream is corked as soon as it has been read: some servers read ahead.
-constexpr double corkMargin = 0.025;
+constexpr double CorkMargin = 0.025;
 
 // What a mixer can show of a name; tags can be of any length.
-constexpr qsizetype longestName = 200;
+constexpr qsizetype LongestName = 200;
 
-constexpr pa_usec_t usualLook = 100'000; // microseconds
-constexpr pa_usec_t startingLook = 10'000; // until the server says that it moves on
+constexpr pa_usec_t UsualLook = 100'000; // microseconds
+constexpr pa_usec_t StartingLook = 10'000; // until the server says that it moves on
 
 /// On one line, in UTF-8.
 QByteArray displayed(const QString &text)
 {
-    return text.simplified().left(longestName).toUtf8();
+    return text.simplified().left(LongestName).toUtf8();
 }
 
 pa_proplist *streamProperties(const SoundLabel &label)
@@ -149,7 +149,7 @@ bool PulseStream::connectStream(pa_context *context)
 
     const auto bytes = [&](double seconds) { return std::uint32_t(format.frames(seconds) * m_frameSize); };
     constexpr auto unset = std::uint32_t(-1);
-    const pa_buffer_attr buffer{unset, bytes(queueLength), 0, bytes(requestLength), unset};
+    const pa_buffer_attr buffer{unset, bytes(QueueLength), 0, bytes(RequestLength), unset};
     // Full volume, whatever the server remembers of a former run: the gain is in the samples.
     pa_cvolume full;
     pa_cvolume_set(&full, spec.channels, PA_VOLUME_NORM);
@@ -233,7 +233,7 @@ void PulseStream::act()
     const std::int64_t readFrame =
         std::max<std::int64_t>(info->read_index, 0) / m_frameSize + framesSince(*info);
     const double margin =
-        std::min(overwriteMargin + double(info->configured_sink_usec) / 1e6, longestOverwriteMargin);
+        std::min(OverwriteMargin + double(info->configured_sink_usec) / 1e6, LongestOverwriteMargin);
     const Mix mix{shallSound(), m_mix.gain};
     if (m_renderer.needsChange(mix))
         changeQueued(readFrame, m_isCorked ? 0 : margin, mix);
@@ -284,7 +284,7 @@ void PulseStream::fillQueue(std::int64_t readFrame)
 {
     m_renderer.skipTo(readFrame);
     const std::int64_t from = m_renderer.rendered();
-    const std::int64_t target = readFrame + m_feed->format().frames(queueLength);
+    const std::int64_t target = readFrame + m_feed->format().frames(QueueLength);
     if (target <= from)
         return;
     m_renderer.render(target - from);
@@ -326,10 +326,10 @@ void PulseStream::schedule()
     if (m_isCorked || m_state != AudioOutput::State::Ready || isSuspended())
         return;
     const pa_usec_t now = pa_rtclock_now();
-    pa_usec_t next = now + (m_clock.isMoving() ? usualLook : startingLook);
+    pa_usec_t next = now + (m_clock.isMoving() ? UsualLook : StartingLook);
     if (m_clock.isMoving() && !shallSound())
         next =
-            std::min(next, m_clock.timeOf(m_renderer.fadeEnd() + m_feed->format().frames(corkMargin)) + 1000);
+            std::min(next, m_clock.timeOf(m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
     else if (m_clock.isMoving() && m_renderer.end() && !m_isEndNoted)
         next = std::min(next, m_clock.timeOf(*m_renderer.end()) + 1000);
 
@@ -353,7 +353,7 @@ bool PulseStream::isSilenceHeard() const
 {
     if (m_isCorked || isSuspended())
         return !m_isCorked;
-    const std::int64_t silent = m_renderer.fadeEnd() + m_feed->format().frames(corkMargin);
+    const std::int64_t silent = m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin);
     return heardFrame() >= std::min(silent, m_renderer.rendered());
 }
 

@@ -7,7 +7,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto patience = 15s;
+constexpr auto LongestLoss = 15s;
 constexpr std::chrono::milliseconds pauses[] = {100ms, 250ms, 500ms, 1000ms};
 
 } // namespace
@@ -24,7 +24,7 @@ std::optional<ReconnectPlan::Moment> ReconnectPlan::nextAttempt(Moment now)
         return std::nullopt;
     if (!m_lostAt)
         m_lostAt = now;
-    if (now - *m_lostAt > patience)
+    if (now - *m_lostAt > LongestLoss)
         return std::nullopt;
     if (!m_next)
         m_next = now + pauses[std::min<std::size_t>(std::size_t(m_attempts), std::size(pauses) - 1)];

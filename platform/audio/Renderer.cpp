@@ -5,17 +5,17 @@
 namespace {
 
 // Short enough to feel immediate, long enough for no click.
-constexpr double changeFade = 0.008; // seconds
-constexpr double crossFade = 0.016;
+constexpr double ChangeFade = 0.008; // seconds
+constexpr double CrossFade = 0.016;
 
-constexpr double longestQueue = 1; // seconds
+constexpr double LongestQueue = 1; // seconds
 
 } // namespace
 
 Renderer::Renderer(std::shared_ptr<FrameFeed> feed)
     : m_feed(std::move(feed))
     , m_channels(m_feed->format().channels)
-    , m_memory(m_feed->format().frames(longestQueue))
+    , m_memory(m_feed->format().frames(LongestQueue))
     , m_output(std::size_t(m_memory * m_channels))
     , m_history(std::size_t(m_memory * m_channels))
 {
@@ -48,7 +48,7 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
 {
     frame = std::clamp<std::int64_t>(frame, std::max<std::int64_t>(m_rendered - m_memory / 2, 0), m_rendered);
     const bool isNewPlace = hasPublished();
-    const std::int64_t fade = format().frames(isNewPlace && !isSilentAt(frame) ? crossFade : changeFade);
+    const std::int64_t fade = format().frames(isNewPlace && !isSilentAt(frame) ? CrossFade : ChangeFade);
     // What stood there before has to reach through the fade.
     const std::int64_t oldEnd = std::max(m_rendered, frame + fade);
     render(oldEnd - m_rendered);

@@ -6,9 +6,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::chrono::milliseconds usual = 3s;
-constexpr std::chrono::milliseconds brisk = 1s;
-constexpr auto memory = 10s;
+constexpr std::chrono::milliseconds Usual = 3s;
+constexpr std::chrono::milliseconds Brisk = 1s;
+constexpr auto Memory = 10s;
 
 } // namespace
 
@@ -37,15 +37,15 @@ Patience &Patience::instance()
 std::chrono::milliseconds Patience::limit(const QByteArray &folder, Moment now)
 {
     const std::lock_guard lock(m_mutex);
-    const bool isCalm = now - m_lastSilence > memory;
+    const bool isCalm = now - m_lastSilence > Memory;
     if (isCalm)
         m_silences.removeIf([this](const auto &entry) { return !m_looks.contains(entry.key()); });
     const int silences = m_silences.value(folder);
     if (silences == 0)
-        return isCalm || m_silences.isEmpty() ? usual : brisk / int(m_silences.size());
+        return isCalm || m_silences.isEmpty() ? Usual : Brisk / int(m_silences.size());
     if (m_looks.contains(folder))
         return {};
-    std::chrono::milliseconds limit = usual;
+    std::chrono::milliseconds limit = Usual;
     for (int i = 0; i < silences; ++i)
         limit /= 10;
     return limit;

@@ -13,28 +13,28 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int mostBadPackets = 100;
-constexpr int mostBadSeconds = 2;
+constexpr int MostBadPackets = 100;
+constexpr int MostBadSeconds = 2;
 
 // No sound has a lower one; damage has, and a frame of it would become thousands at the player's rate.
-constexpr int lowestRate = 1000;
+constexpr int LowestRate = 1000;
 
 // Far beyond any track, far from the end of the 64-bit range.
-constexpr std::int64_t farthestFrame = std::int64_t(1) << 52;
+constexpr std::int64_t FarthestFrame = std::int64_t(1) << 52;
 
 // Timestamps of some containers are whole milliseconds, and some are a packet off: only a leap beyond that
 // is a hole in the track.
-constexpr double smallestLeap = 0.25;
+constexpr double SmallestLeap = 0.25;
 
 // Before the target, because a codec needs some packets until its output is exact: speech coded as Opus takes
 // 0.3 s, measured. A frame of MP3 may borrow from as many before it as fit into 255 bytes: a second of them at
 // the lowest rates. Where an index has led past the target, further and further back.
-constexpr double usualRunUp = 0.5; // seconds
-constexpr double longRunUp = 1;
+constexpr double UsualRunUp = 0.5; // seconds
+constexpr double LongRunUp = 1;
 constexpr double longerRunUps[] = {4, 12};
 
 // The last page of an Ogg stream has no time of its own; it has to be reached from the one before.
-constexpr double lastPage = 2; // seconds, more than pages last
+constexpr double LastPage = 2; // seconds, more than pages last
 
 } // namespace
 
@@ -137,7 +137,7 @@ FFmpegDecoder::Step FFmpegDecoder::convertFrame()
 
 void FFmpegDecoder::followTimestamp(std::optional<std::int64_t> position)
 {
-    const bool isLeap = position && *position > m_chunkPosition + m_format.frames(smallestLeap);
+    const bool isLeap = position && *position > m_chunkPosition + m_format.frames(SmallestLeap);
     if (position && (isLeap || !m_isPositionKnown))
         m_chunkPosition = *position;
     // Whatever a container says there, before the first frame of the track there is none.
@@ -169,7 +169,7 @@ FFmpegDecoder::Step FFmpegDecoder::receiveFrame()
         return countDamage();
     if (m_frame->nb_samples <= 0)
         return Step::Again;
-    if (m_frame->sample_rate < lowestRate)
+    if (m_frame->sample_rate < LowestRate)
         return countDamage();
     m_badPackets = 0;
     m_badTime = 0;
@@ -218,7 +218,7 @@ FFmpegDecoder::Step FFmpegDecoder::countDamage()
 {
     m_isDamaged = true;
     const double badSeconds = double(m_badTime) * av_q2d(m_input->audioStream()->time_base);
-    return ++m_badPackets >= mostBadPackets || badSeconds >= mostBadSeconds ? Step::Failed : Step::Again;
+    return ++m_badPackets >= MostBadPackets || badSeconds >= MostBadSeconds ? Step::Failed : Step::Again;
 }
 
 std::optional<std::int64_t> FFmpegDecoder::framePosition() const
@@ -228,7 +228,7 @@ std::optional<std::int64_t> FFmpegDecoder::framePosition() const
     const std::int64_t fromOrigin = av_sat_sub64(m_frame->best_effort_timestamp, m_origin);
     const std::int64_t position =
         av_rescale_q(fromOrigin, m_input->audioStream()->time_base, {1, m_format.rate});
-    return std::clamp(position, -farthestFrame, farthestFrame);
+    return std::clamp(position, -FarthestFrame, FarthestFrame);
 }
 
 std::int64_t FFmpegDecoder::chunkFrames() const
@@ -263,9 +263,9 @@ bool FFmpegDecoder::seek(std::int64_t frame)
 
 double FFmpegDecoder::firstRunUp(std::int64_t frame) const
 {
-    if (m_input->isOgg() && frame > m_format.frames(duration() - lastPage))
-        return lastPage + longRunUp;
-    return m_codec->codec_id == AV_CODEC_ID_MP3 ? longRunUp : usualRunUp;
+    if (m_input->isOgg() && frame > m_format.frames(duration() - LastPage))
+        return LastPage + LongRunUp;
+    return m_codec->codec_id == AV_CODEC_ID_MP3 ? LongRunUp : UsualRunUp;
 }
 
 bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp)

@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int bufferSize = 32 * 1024;
-constexpr double longestDuration = 1e8; // seconds; more than that is damage
+constexpr int BufferSize = 32 * 1024;
+constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
 // Audio containers only. Left out on purpose: playlists and anything else that refers to other files
 // (hls, dash, concat, sdp, rtp), images, trackers, generators, devices, subtitles.
@@ -70,8 +70,8 @@ std::optional<Error> FFmpegInput::openContainer()
 
 bool FFmpegInput::allocateContexts()
 {
-    auto *buffer = static_cast<unsigned char *>(av_malloc(bufferSize));
-    m_io = buffer ? avio_alloc_context(buffer, bufferSize, 0, this, read, nullptr, seek) : nullptr;
+    auto *buffer = static_cast<unsigned char *>(av_malloc(BufferSize));
+    m_io = buffer ? avio_alloc_context(buffer, BufferSize, 0, this, read, nullptr, seek) : nullptr;
     if (!m_io) {
         av_free(buffer);
         return false;
@@ -110,7 +110,7 @@ std::optional<double> FFmpegInput::duration() const
         seconds = double(m_audioStream->duration) * av_q2d(m_audioStream->time_base);
     else if (m_format->duration != AV_NOPTS_VALUE)
         seconds = double(m_format->duration) / AV_TIME_BASE;
-    if (!(seconds > 0 && seconds <= longestDuration))
+    if (!(seconds > 0 && seconds <= LongestDuration))
         return std::nullopt;
     return seconds;
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr std::size_t numberOffset = 4; // after synchronisation, block size, rate, channels and sample size
+constexpr std::size_t NumberOffset = 4; // after synchronisation, block size, rate, channels and sample size
 
 /// A number coded as UTF-8 codes a character, in up to seven bytes.
 std::optional<std::int64_t> codedNumber(std::span<const std::uint8_t> bytes)
@@ -28,9 +28,9 @@ std::optional<std::int64_t> codedNumber(std::span<const std::uint8_t> bytes)
 
 std::optional<std::int64_t> flacFramePosition(std::span<const std::uint8_t> frame, int blockSize)
 {
-    if (frame.size() <= numberOffset || frame[0] != 0xFF || (frame[1] & 0xFE) != 0xF8)
+    if (frame.size() <= NumberOffset || frame[0] != 0xFF || (frame[1] & 0xFE) != 0xF8)
         return std::nullopt;
-    const auto number = codedNumber(frame.subspan(numberOffset));
+    const auto number = codedNumber(frame.subspan(NumberOffset));
     const bool countsSamples = frame[1] & 1;
     if (!number || (!countsSamples && blockSize <= 0))
         return std::nullopt;
