@@ -44,11 +44,15 @@ QPainterPath smoothCorners(const QRectF &rect, double radius)
 void fillWithPicture(
     QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture)
 {
-    // For what lies between pixels at a fractional scale. A clip would cut along whole pixels.
+    // Where pixels do not meet pixels, a brush, which repeats its picture, would mix an edge with the opposite one.
+    const QRectF pixels = painter.deviceTransform().mapRect(area);
+    const bool fits = pixels == QRectF(pixels.toAlignedRect()) && pixels.size() == QSizeF(picture.size());
+    const QRectF covered = fits ? area : area.adjusted(-1, -1, 1, 1);
+    // A clip would cut along whole pixels.
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     QBrush brush(picture);
-    brush.setTransform(QTransform::fromTranslate(area.left(), area.top())
-                           .scale(area.width() / picture.width(), area.height() / picture.height()));
+    brush.setTransform(QTransform::fromTranslate(covered.left(), covered.top())
+                           .scale(covered.width() / picture.width(), covered.height() / picture.height()));
     painter.fillPath(outline, brush);
 }
 

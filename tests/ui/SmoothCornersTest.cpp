@@ -1,5 +1,7 @@
 #include "ui/SmoothCorners.h"
 
+#include <QImage>
+#include <QPainter>
 #include <QTest>
 #include <cmath>
 
@@ -100,6 +102,37 @@ private Q_SLOTS:
         QVERIFY(flat.contains(smooth.boundingRect()));
         QVERIFY(smooth.contains(flat.center()));
         QVERIFY(!smooth.contains(QPointF(0.3, 0.3)));
+    }
+
+    void pictureNeverMixesAnEdgeWithTheOppositeOne_data()
+    {
+        QTest::addColumn<double>("scale");
+        for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0})
+            QTest::addRow("%g", scale) << scale;
+    }
+
+    void pictureNeverMixesAnEdgeWithTheOppositeOne()
+    {
+        QFETCH(const double, scale);
+        for (const QRectF &area : {QRectF(30, 28, 190, 190), QRectF(62, 519, 42, 42)}) {
+            const int side = qCeil(area.width() * scale);
+            QImage picture(side, side, QImage::Format_RGB32);
+            picture.fill(Qt::white);
+            QPainter(&picture).fillRect(side / 2, side / 2, side, side, Qt::black);
+            QImage shown(QSize(300, 600) * scale, QImage::Format_RGB32);
+            shown.fill(Qt::black);
+            QPainter painter(&shown);
+            painter.scale(scale, scale);
+            QPainterPath outline;
+            outline.addRect(area);
+            fillWithPicture(painter, outline, area, picture);
+            painter.end();
+            const QPoint end = (area.bottomRight() * scale).toPoint() - QPoint(8, 8);
+            for (int i = 0; i < 12; ++i) {
+                QCOMPARE(shown.pixelColor(end + QPoint(i, 0)), QColor(Qt::black));
+                QCOMPARE(shown.pixelColor(end + QPoint(0, i)), QColor(Qt::black));
+            }
+        }
     }
 };
 
