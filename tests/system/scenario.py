@@ -45,11 +45,12 @@ class Scenario(unittest.TestCase):
         self.desktop.wait_for_window("Lumaverdine")
 
     def tone(self, name, hertz, seconds=10, level=0.5):
-        """Writes a stereo sine of a known pitch and amplitude into the music folder."""
-        samples = array.array("h")
-        for index in range(int(seconds * RATE)):
+        """Writes a stereo sine of a known pitch, in whole hertz, and amplitude into the music folder."""
+        second = array.array("h")
+        for index in range(RATE):
             value = round(32767 * level * math.sin(2 * math.pi * hertz * index / RATE))
-            samples.extend((value, value))
+            second.extend((value, value))
+        samples = (second * math.ceil(seconds))[: 2 * int(seconds * RATE)]
         path = self.desktop.music / name
         with wave.open(str(path), "wb") as file:
             file.setparams((2, 2, RATE, 0, "NONE", ""))
