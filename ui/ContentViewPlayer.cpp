@@ -145,7 +145,7 @@ QWidget *ContentView::seekBar()
 {
     auto *bar = new Slider(u"Posición"_s);
     bar->setSteps(SeekStep, SeekPageStep);
-    bar->setSpokenValue([this](double value) {
+    bar->setSpokenWords([this](double value) {
         return u"%1 de %2"_s.arg(spokenTime(value), spokenTime(m_player.duration()));
     });
     connect(bar, &Slider::editingBegan, this, [this] { seekBarEditing(true); });
@@ -231,7 +231,7 @@ QWidget *ContentView::volumeSlider()
     slider->setToolTip(u"Volumen"_s);
     slider->setFixedWidth(145);
     slider->setSteps(VolumeStep, VolumePageStep);
-    slider->setSpokenValue(percentText);
+    slider->setSpokenUnit(0.01);
     connect(slider, &Slider::edited, this, [this](double value) { m_player.volume = value; });
     m_renderer.follow([=, this] { slider->setValue(m_player.volume()); });
     return slider;

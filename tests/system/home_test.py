@@ -25,7 +25,7 @@ class Home(Scenario):
         self.start_with("a.wav", "b.wav")
         self.desktop.key("space")
         self.capture.wait_for_pitch(440)
-        self.window.set_value("Volumen", 0.5)
+        self.window.set_value("Volumen", 50)
         self.program.pick("a.wav", "b.wav")
         self.desktop.wait_for_window("Lumaverdine")
         self.desktop.key("ctrl+Right")

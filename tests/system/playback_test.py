@@ -94,7 +94,7 @@ class Playback(Scenario):
         self.assertTrue(self.window.shows("75 %"))
         self.capture.listen(0.2)
         self.assertAlmostEqual(amplitude(self.capture.listen(0.5)) / 0.5, 0.75, delta=0.005)
-        self.window.set_value("Volumen", 0.25)
+        self.window.set_value("Volumen", 25)
         self.window.wait_for("25 %")
         self.capture.listen(0.3)
         self.assertAlmostEqual(amplitude(self.capture.listen(0.5)) / 0.5, 0.25, delta=0.005)

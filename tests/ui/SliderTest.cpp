@@ -178,16 +178,34 @@ private Q_SLOTS:
     {
         SliderFixture f;
         f.slider.setValue(20);
-        f.slider.setSpokenValue([](double value) { return u"%1 segundos"_s.arg(value); });
+        f.slider.setSpokenWords([](double value) { return u"%1 segundos"_s.arg(value); });
         QCOMPARE(f.accessible()->role(), QAccessible::Slider);
         QCOMPARE(f.accessible()->text(QAccessible::Name), u"Posición"_s);
         QCOMPARE(f.accessible()->text(QAccessible::Value), u"20 segundos"_s);
+#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0)
         QCOMPARE(f.accessible()->text(QAccessible::Description), u"20 segundos"_s);
+#endif
         QAccessibleValueInterface *value = f.accessible()->valueInterface();
         QCOMPARE(value->currentValue().toDouble(), 20);
         QCOMPARE(value->minimumValue().toDouble(), 0);
         QCOMPARE(value->maximumValue().toDouble(), 100);
         QCOMPARE(value->minimumStepSize().toDouble(), 5);
+    }
+
+    void assistiveTechnologyCountsInTheUnitOfTheSlider()
+    {
+        SliderFixture f;
+        f.slider.setMaximum(1);
+        f.slider.setSteps(0.05, 0.2);
+        f.slider.setSpokenUnit(0.01);
+        f.slider.setValue(0.75);
+        QAccessibleValueInterface *value = f.accessible()->valueInterface();
+        QCOMPARE(value->currentValue().toDouble(), 75);
+        QCOMPARE(value->maximumValue().toDouble(), 100);
+        QCOMPARE(value->minimumStepSize().toDouble(), 5);
+        value->setCurrentValue(50);
+        QCOMPARE(f.slider.value(), 0.5);
+        QCOMPARE(f.accessible()->text(QAccessible::Description), QString());
     }
 
     void disabledOneIsNotMoved()
@@ -248,7 +266,7 @@ private Q_SLOTS:
     {
         SliderFixture f;
         bool isSpoken = false;
-        f.slider.setSpokenValue([&](double) {
+        f.slider.setSpokenWords([&](double) {
             isSpoken = true;
             return QString();
         });

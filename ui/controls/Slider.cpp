@@ -51,9 +51,7 @@ void Slider::setValue(double value)
         return;
     m_value = value;
     update();
-    // Where the keyboard is, a reader would speak over the music what moves by itself.
-    if (!hasFocus())
-        announceValue();
+    announceMovement();
 }
 
 void Slider::setMaximum(double maximum)
@@ -62,7 +60,7 @@ void Slider::setMaximum(double maximum)
         return;
     m_maximum = maximum;
     update();
-    announceValue();
+    announceMovement();
 }
 
 void Slider::setSteps(double step, double pageStep)
@@ -71,12 +69,19 @@ void Slider::setSteps(double step, double pageStep)
     m_pageStep = pageStep;
 }
 
+/// Where the keyboard is, a reader would speak over the music what moves by itself.
+void Slider::announceMovement()
+{
+    if (!hasFocus())
+        announceValue();
+}
+
 /// Once for all values that are spoken alike, and only if somebody listens.
 void Slider::announceValue()
 {
     if (!QAccessible::isActive())
         return;
-    const QString spoken = spokenValue();
+    const QString spoken = m_spokenWords ? spokenWords() : QString::number(m_value);
     if (std::exchange(m_announced, spoken) == spoken)
         return;
     QAccessibleValueChangeEvent value(this, m_value);

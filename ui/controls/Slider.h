@@ -29,12 +29,13 @@ public:
     /// How far the arrow keys and the wheel move, and how far the Page keys.
     void setSteps(double step, double pageStep);
 
-    /// How assistive technology reads a value; as a plain number by default.
-    void setSpokenValue(std::function<QString(double)> spokenValue)
-    {
-        m_spokenValue = std::move(spokenValue);
-    }
-    [[nodiscard]] QString spokenValue() const { return m_spokenValue(m_value); }
+    /// What assistive technology counts in: with 0.01 it reads 75 for 0.75. 1 by default.
+    void setSpokenUnit(double unit) { m_spokenUnit = unit; }
+    [[nodiscard]] double spokenUnit() const { return m_spokenUnit; }
+
+    /// The words that it reads besides that number; none by default.
+    void setSpokenWords(std::function<QString(double)> words) { m_spokenWords = std::move(words); }
+    [[nodiscard]] QString spokenWords() const { return m_spokenWords ? m_spokenWords(m_value) : QString(); }
 
     /// A whole edit with one movement to `value`, kept within the range. Nothing while the slider is disabled
     /// or held.
@@ -67,6 +68,7 @@ private:
     void begin();
     void moveTo(double value);
     void end();
+    void announceMovement();
     void announceValue();
     void draw(QPainter &painter);
 
@@ -74,7 +76,8 @@ private:
     double m_maximum = 1;
     double m_step = 0.05;
     double m_pageStep = 0.1;
-    std::function<QString(double)> m_spokenValue = [](double value) { return QString::number(value); };
+    double m_spokenUnit = 1;
+    std::function<QString(double)> m_spokenWords;
     QString m_announced; ///< what assistive technology was told last
     bool m_isHeld = false;
     bool m_isFocusShown = false;

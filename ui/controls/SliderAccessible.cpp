@@ -4,9 +4,33 @@
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+SliderWords::SliderWords(const Slider &slider)
+    : m_slider(slider)
+{
+}
+
+QList<QAccessible::Attribute> SliderWords::attributeKeys() const
+{
+    return {QAccessible::Attribute::Custom};
+}
+
+QVariant SliderWords::attributeValue(QAccessible::Attribute key) const
+{
+    if (key != QAccessible::Attribute::Custom)
+        return {};
+    return QVariant::fromValue(QHash<QString, QString>{{u"valuetext"_s, m_slider.spokenWords()}});
+}
+#endif
+
 SliderAccessible::SliderAccessible(Slider &slider)
     : QAccessibleWidget(&slider, QAccessible::Slider)
     , m_slider(slider)
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    , m_words(slider)
+#endif
 {
 }
 
@@ -14,19 +38,25 @@ void *SliderAccessible::interface_cast(QAccessible::InterfaceType type)
 {
     if (type == QAccessible::ValueInterface)
         return static_cast<QAccessibleValueInterface *>(this);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    if (type == QAccessible::AttributesInterface && !m_slider.spokenWords().isEmpty())
+        return static_cast<QAccessibleAttributesInterface *>(&m_words);
+#endif
     return QAccessibleWidget::interface_cast(type);
 }
 
 QString SliderAccessible::text(QAccessible::Text kind) const
 {
-    // The bus knows values as numbers only; what they mean goes over it as a description.
-    const bool isSpoken = kind == QAccessible::Value || kind == QAccessible::Description;
-    return isSpoken ? m_slider.spokenValue() : QAccessibleWidget::text(kind);
+#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0)
+    if (kind == QAccessible::Description)
+        return m_slider.spokenWords();
+#endif
+    return kind == QAccessible::Value ? m_slider.spokenWords() : QAccessibleWidget::text(kind);
 }
 
 QVariant SliderAccessible::currentValue() const
 {
-    return m_slider.value();
+    return m_slider.value() / m_slider.spokenUnit();
 }
 
 void SliderAccessible::setCurrentValue(const QVariant &value)
@@ -34,7 +64,7 @@ void SliderAccessible::setCurrentValue(const QVariant &value)
     bool isNumber = false;
     const double number = value.toDouble(&isNumber);
     if (isNumber && std::isfinite(number))
-        m_slider.edit(number);
+        m_slider.edit(number * m_slider.spokenUnit());
 }
 
 QVariant SliderAccessible::minimumValue() const
@@ -44,10 +74,10 @@ QVariant SliderAccessible::minimumValue() const
 
 QVariant SliderAccessible::maximumValue() const
 {
-    return m_slider.maximum();
+    return m_slider.maximum() / m_slider.spokenUnit();
 }
 
 QVariant SliderAccessible::minimumStepSize() const
 {
-    return m_slider.step();
+    return m_slider.step() / m_slider.spokenUnit();
 }
