@@ -4,7 +4,6 @@
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/controls/FocusRing.h"
-#include "ui/controls/Menu.h"
 #include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
 
@@ -83,12 +82,16 @@ void PlaylistView::openRowMenu(const QModelIndex &index)
 {
     scrollTo(index);
     openMenu(index, playlistRowMenu(visualRect(index)).bottomLeft(), true);
+    if (m_menu)
+        m_menu->goToFirst();
 }
 
 void PlaylistView::openContextMenu(const QModelIndex &index)
 {
     scrollTo(index);
     openMenu(index, visualRect(index).center(), false);
+    if (m_menu)
+        m_menu->goToFirst();
 }
 
 void PlaylistView::openMenu(const QModelIndex &index, const QPoint &position, bool hasSeparator)

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "player/Track.h"
+#include "ui/controls/Menu.h"
 
 #include <QListView>
-#include <QMenu>
 #include <QPointer>
 
 class PlaylistModel;
@@ -22,12 +22,12 @@ public:
     explicit PlaylistView(PlaylistModel &model);
 
     [[nodiscard]] const PlaylistModel &playlist() const { return m_model; }
-    [[nodiscard]] QMenu *openedMenu() const { return m_menu; } ///< null while no row has its menu open
+    [[nodiscard]] Menu *openedMenu() const { return m_menu; } ///< null while no row has its menu open
 
     void play(const QModelIndex &index);
     void remove(const QModelIndex &index);
 
-    // Both scroll to the row if it is out of sight.
+    // Both scroll to the row if it is out of sight, and go to the first entry.
     void openRowMenu(const QModelIndex &index); ///< what the ellipsis pulls down
     void openContextMenu(const QModelIndex &index); ///< in the middle of the row
 
@@ -59,5 +59,5 @@ private:
     PlaylistModel &m_model;
     PlaylistRowDelegate *m_delegate;
     QPersistentModelIndex m_pressedMenu;
-    QPointer<QMenu> m_menu;
+    QPointer<Menu> m_menu;
 };

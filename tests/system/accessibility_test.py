@@ -131,7 +131,7 @@ class Accessibility(Scenario):
         wait_for(lambda: self.desktop.visible_windows() == 1, "the menu to close")
         self.desktop.key("Menu")
         wait_for(lambda: self.desktop.visible_windows() == 2, "the menu")
-        self.desktop.key("Down", "space")
+        self.desktop.key("space")
         self.window.wait_for_current_row(1)
         self.window.wait_for("Pausar")
 

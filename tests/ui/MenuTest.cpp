@@ -110,6 +110,21 @@ private Q_SLOTS:
         button.click();
         QCOMPARE(button.menu().pos(), button.mapToGlobal(QPoint(0, button.height())));
     }
+
+    void goesToItsFirstEntryWhereAKeyOpensIt()
+    {
+        MenuButton button(u"ellipsis"_s, u"Más opciones"_s);
+        const QAction *first = button.menu().addAction(u"Reproducir"_s);
+        button.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&button));
+        QTest::mouseClick(&button, Qt::LeftButton);
+        QVERIFY(button.menu().isVisible());
+        QCOMPARE(button.menu().activeAction(), nullptr);
+        button.menu().close();
+        QTest::keyClick(&button, Qt::Key_Return);
+        QVERIFY(button.menu().isVisible());
+        QCOMPARE(button.menu().activeAction(), first);
+    }
 };
 
 QTEST_MAIN(MenuTest)

@@ -286,6 +286,7 @@ private Q_SLOTS:
         f.askForContextMenu(QContextMenuEvent::Mouse, f.row(1).center());
         QVERIFY(f.openMenu());
         QCOMPARE(entries(f.openMenu()), QStringList({u"Reproducir"_s, u"Eliminar de la playlist"_s}));
+        QCOMPARE(f.openMenu()->activeAction(), nullptr);
         f.choose(u"Eliminar de la playlist"_s);
         QCOMPARE(f.titles(), u"a"_s);
     }
@@ -324,6 +325,7 @@ private Q_SLOTS:
 
         f.askForContextMenu(QContextMenuEvent::Keyboard, {});
         QVERIFY(f.openMenu());
+        QCOMPARE(f.openMenu()->activeAction(), f.openMenu()->actions().first());
         f.openMenu()->close();
 
         QTest::keyClick(&f.list, Qt::Key_Delete);

@@ -25,6 +25,11 @@ QAction *Menu::addDestructive(const QString &title)
     return action;
 }
 
+void Menu::goToFirst()
+{
+    setActiveAction(actions().constFirst());
+}
+
 void Menu::initStyleOption(QStyleOptionMenuItem *option, const QAction *action) const
 {
     QMenu::initStyleOption(option, action);

@@ -13,6 +13,9 @@ public:
     /// Adds an entry for what cannot be undone.
     QAction *addDestructive(const QString &title);
 
+    /// Goes to the first entry, as a menu does that a key has opened: a screen reader says where the user is.
+    void goToFirst();
+
 protected:
     void initStyleOption(QStyleOptionMenuItem *option, const QAction *action) const override;
 

@@ -11,6 +11,13 @@ MenuButton::MenuButton(const QString &symbol, const QString &help)
     connect(this, &QAbstractButton::clicked, this, &MenuButton::openMenu);
 }
 
+void MenuButton::keyPressEvent(QKeyEvent *event)
+{
+    SymbolButton::keyPressEvent(event);
+    if (m_menu->isVisible())
+        m_menu->goToFirst();
+}
+
 void MenuButton::openMenu()
 {
     m_menu->popup(mapToGlobal(QPoint(0, height())));

@@ -13,6 +13,9 @@ public:
     /// What it pulls down; empty at first.
     [[nodiscard]] Menu &menu() { return *m_menu; }
 
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
 private:
     void openMenu();
 

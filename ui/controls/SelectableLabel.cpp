@@ -145,6 +145,8 @@ void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)
     copyAction->setEnabled(selectionStart() < selectionEnd());
     menu->addAction(u"Seleccionar todo"_s, this, &SelectableLabel::selectAll);
     menu->popup(event->globalPos());
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        menu->goToFirst();
 }
 
 void SelectableLabel::keyPressEvent(QKeyEvent *event)
