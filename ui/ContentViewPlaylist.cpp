@@ -122,8 +122,10 @@ PlaylistRow ContentView::playlistRow(const Track &track, qsizetype number) const
 QWidget *ContentView::emptyPlaylist()
 {
     const QFont headline = systemFont(13, QFont::Bold);
+    const QString empty = u"La playlist está vacía"_s;
     const QString formats = u"Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles."_s;
     auto *button = new TextButton(TextButton::Look::Prominent, u"Seleccionar música…"_s);
+    button->setAccessibleDescription(empty); // who comes here by keys has not seen it
     connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
 
     // The least window has no room for the full gaps.
@@ -132,7 +134,7 @@ QWidget *ContentView::emptyPlaylist()
             yieldingGap(4, 30, true),
             new SymbolView(u"music.note.list"_s, 42, QFont::Light),
             yieldingGap(2, 14),
-            centeredText(u"La playlist está vacía"_s, headline, Label::Tone::Primary),
+            centeredText(empty, headline, Label::Tone::Primary),
             yieldingGap(2, 14),
             centeredText(formats, systemFont(13), Label::Tone::Secondary),
             yieldingGap(2, 14),

@@ -39,6 +39,7 @@ private Q_SLOTS:
             QStringList({u"Playlist"_s, u"Sin canciones"_s, u"La playlist está vacía"_s,
                 u"Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles."_s}));
         QVERIFY(selectMusic(f));
+        QCOMPARE(selectMusic(f)->accessibleDescription(), u"La playlist está vacía"_s);
         QVERIFY(!showsRows(f));
     }
 
