@@ -21,7 +21,8 @@ public:
     [[nodiscard]] int indexOfChild(const QAccessibleInterface *) const override { return -1; }
     [[nodiscard]] QAccessibleInterface *childAt(int, int) const override { return nullptr; }
 
-    [[nodiscard]] QAccessible::Role role() const override { return QAccessible::ButtonMenu; }
+    // Readers have no Spanish word for ButtonMenu, and name it with every row; the state tells of the menu.
+    [[nodiscard]] QAccessible::Role role() const override { return QAccessible::Button; }
     [[nodiscard]] QString text(QAccessible::Text kind) const override;
     void setText(QAccessible::Text, const QString &) override { }
     [[nodiscard]] QRect rect() const override;

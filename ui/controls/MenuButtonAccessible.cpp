@@ -3,7 +3,7 @@
 #include "ui/controls/MenuButton.h"
 
 MenuButtonAccessible::MenuButtonAccessible(MenuButton &button)
-    : QAccessibleWidget(&button, QAccessible::ButtonMenu)
+    : QAccessibleWidget(&button, QAccessible::Button) // readers have no Spanish word for ButtonMenu
     , m_button(button)
 {
 }
