@@ -169,6 +169,22 @@ class Accessibility(Scenario):
             self.desktop.key("Right")
             wait_for(lambda: any(name == "Posición" for name, _ in heard), "the step to be told")
 
+    def test_a_slider_tells_what_moved_under_the_keyboard_when_it_has_left(self):
+        self.start_with_tones("a")
+        self.window.press("Reproducir")
+        self.window.wait_for("Pausar")
+        self.window.node("Posición").get_component_iface().grab_focus()
+        wait_for(lambda: "focused" in self.window.states("Posición"), "the bar's focus")
+        started = self.window.value("Posición")
+        wait_for(lambda: self.window.value("Posición") > started + 1, "a second of playing")
+        self.desktop.key("space")
+        self.window.wait_for("Reproducir")
+        with self.window.listen("object:property-change") as heard:
+            self.window.node("Volumen").get_component_iface().grab_focus()
+            wait_for(lambda: "focused" in self.window.states("Volumen"), "the volume's focus")
+            wait_for(lambda: any(name == "Posición" for name, _ in heard), "the position to be told")
+            self.assertFalse([name for name, _ in heard if name == "Volumen"])
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2, warnings="ignore")

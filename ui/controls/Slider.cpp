@@ -138,7 +138,13 @@ void Slider::focusInEvent(QFocusEvent *event)
 {
     m_isFocusShown = showsFocus(event->reason(), m_isFocusShown);
     QWidget::focusInEvent(event);
-    announceValue();
+}
+
+void Slider::focusOutEvent(QFocusEvent *event)
+{
+    QWidget::focusOutEvent(event);
+    // Of what moved in the meantime, but not before readers know that the keyboard is elsewhere.
+    QMetaObject::invokeMethod(this, &Slider::announceMovement, Qt::QueuedConnection);
 }
 
 // Mouse
