@@ -37,6 +37,12 @@ void FramelessWindow::setContent(QWidget *content)
     resize(content->sizeHint().boundedTo(screen()->availableSize()));
 }
 
+void FramelessWindow::setButtonLayout(const ButtonLayout &layout)
+{
+    m_buttonLayout = layout;
+    arrange();
+}
+
 void FramelessWindow::toggleZoom()
 {
     fillsScreen() ? showNormal() : showMaximized();
@@ -52,12 +58,24 @@ void FramelessWindow::arrange()
     if (m_content)
         m_content->setGeometry(rect());
     m_frame.setGeometry(rect());
-    m_menus.setGeometry(Margin, MenuInset, m_menus.sizeHint().width(), StripHeight - 2 * MenuInset);
-    int right = width() - Margin;
-    for (WindowButton *button : {&m_close, &m_zoom, &m_minimize}) {
-        button->move(right - button->width(), (StripHeight - button->height()) / 2);
-        right = button->x() - ButtonGap;
+    const bool isLeft = m_buttonLayout.side == Qt::LeftEdge;
+    const int menuWidth = m_menus.sizeHint().width();
+    m_menus.setGeometry(
+        isLeft ? width() - Margin - menuWidth : Margin, MenuInset, menuWidth, StripHeight - 2 * MenuInset);
+    const int buttonsWidth = m_minimize.width() + m_zoom.width() + m_close.width() + 2 * ButtonGap;
+    int left = isLeft ? Margin : width() - Margin - buttonsWidth;
+    for (const WindowButton::Kind kind : m_buttonLayout.order) {
+        WindowButton &next = button(kind);
+        next.move(left, (StripHeight - next.height()) / 2);
+        left += next.width() + ButtonGap;
     }
+}
+
+WindowButton &FramelessWindow::button(WindowButton::Kind kind)
+{
+    if (kind == WindowButton::Kind::Close)
+        return m_close;
+    return kind == WindowButton::Kind::Minimize ? m_minimize : m_zoom;
 }
 
 bool FramelessWindow::isTranslucent() const

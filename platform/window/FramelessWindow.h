@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/window/BlurBehind.h"
+#include "platform/window/ButtonLayout.h"
 #include "platform/window/MenuStrip.h"
 #include "platform/window/WindowButton.h"
 #include "platform/window/WindowFrame.h"
@@ -27,6 +28,9 @@ public:
 
     [[nodiscard]] QMenuBar &menuBar() { return m_menus; }
 
+    /// Where the standard buttons stand from now on; the menus lie opposite them.
+    void setButtonLayout(const ButtonLayout &layout);
+
     /// Whether what lies behind the window is seen, blurred, where the content is translucent. Its corners are
     /// round then.
     [[nodiscard]] bool isTranslucent() const;
@@ -48,6 +52,7 @@ private:
     [[nodiscard]] bool fillsScreen() const;
     [[nodiscard]] bool isFreeAt(const QPoint &position) const;
     void arrange();
+    WindowButton &button(WindowButton::Kind kind);
     void blurBehind();
 
     WindowSystem m_system;
@@ -58,5 +63,6 @@ private:
     WindowButton m_minimize{WindowButton::Kind::Minimize};
     WindowButton m_zoom{WindowButton::Kind::Zoom};
     WindowButton m_close{WindowButton::Kind::Close};
+    ButtonLayout m_buttonLayout;
     std::optional<QPoint> m_pressed; ///< on the screen; where a press may become a move
 };

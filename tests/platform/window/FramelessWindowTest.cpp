@@ -155,6 +155,26 @@ private Q_SLOTS:
         }
     }
 
+    void menusAndButtonsChangeSidesAsSoonAsTheDesktopsDo()
+    {
+        WindowFixture f;
+        const QRect atLeft = f.window.menuBar().geometry();
+        f.window.setButtonLayout(ButtonLayout::parse(u"close,minimize,maximize:"_s));
+        const QRect strip(0, 0, 720, FramelessWindow::StripHeight);
+        int left = 0;
+        for (const QString &name : {u"Cerrar"_s, u"Minimizar"_s, u"Ampliar"_s}) {
+            const QRect place = f.button(name)->geometry();
+            QVERIFY(strip.contains(place));
+            QVERIFY(place.left() > left && place.right() < 360);
+            left = place.right();
+        }
+        const QRect atRight(720 - atLeft.right() - 1, atLeft.top(), atLeft.width(), atLeft.height());
+        QCOMPARE(f.window.menuBar().geometry(), atRight);
+        f.window.setButtonLayout({});
+        QCOMPARE(f.window.menuBar().geometry(), atLeft);
+        QCOMPARE(f.button(u"Cerrar"_s)->geometry().right(), 720 - atLeft.left() - 1);
+    }
+
     void buttonsSayWhatTheyDoAndStayOutOfTheKeyboardsWay()
     {
         const WindowFixture f;
