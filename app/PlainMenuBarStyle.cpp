@@ -11,5 +11,9 @@ QIcon PlainMenuBarStyle::standardIcon(
 int PlainMenuBarStyle::styleHint(
     StyleHint hint, const QStyleOption *option, const QWidget *widget, QStyleHintReturn *answer) const
 {
-    return hint == SH_Menu_SpaceActivatesItem ? 1 : QProxyStyle::styleHint(hint, option, widget, answer);
+    if (hint == SH_Menu_SpaceActivatesItem)
+        return 1;
+    if (hint == SH_Widget_Animation_Duration && !m_isAnimated)
+        return 0;
+    return QProxyStyle::styleHint(hint, option, widget, answer);
 }

@@ -3,14 +3,20 @@
 #include <QProxyStyle>
 
 /// The desktop's style, without the picture for menus that do not fit into their bar; the space bar, which toggles
-/// playback everywhere else, chooses a menu's entry.
+/// playback everywhere else, chooses a menu's entry; no animations if the user wants none.
 ///
 /// Every menu bar asks for it when it is made, and to read it the toolkit loads each picture format that is
 /// installed, with the libraries behind it. Ours always fits.
 class PlainMenuBarStyle final : public QProxyStyle {
 public:
+    /// Whether the user wants animations; by default the desktop's style decides alone.
+    void setAnimated(bool isAnimated) { m_isAnimated = isAnimated; }
+
     [[nodiscard]] QIcon standardIcon(
         StandardPixmap symbol, const QStyleOption *option, const QWidget *widget) const override;
-    [[nodiscard]] int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
-        QStyleHintReturn *answer) const override;
+    [[nodiscard]] int styleHint(StyleHint hint, const QStyleOption *option = nullptr,
+        const QWidget *widget = nullptr, QStyleHintReturn *answer = nullptr) const override;
+
+private:
+    bool m_isAnimated = true;
 };

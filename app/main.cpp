@@ -1,5 +1,7 @@
 #include "app/LumaverdineApp.h"
 #include "app/PlainMenuBarStyle.h"
+#include "platform/window/SettingsPortal.h"
+#include "platform/window/XSettings.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -35,7 +37,8 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(u"lumaverdine"_s);
     QApplication::setDesktopFileName(u"lumaverdine"_s);
     QApplication application(argc, argv);
-    QApplication::setStyle(new PlainMenuBarStyle);
+    auto *style = new PlainMenuBarStyle;
+    QApplication::setStyle(style);
 
     // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.
     if (QLocale().language() != QLocale::Spanish)
@@ -45,6 +48,12 @@ int main(int argc, char *argv[])
         QApplication::installTranslator(&spanish);
 
     LumaverdineApp app;
+    const auto follow = [&](const DesktopSettings &desktop) {
+        style->setAnimated(desktop.wantsAnimations);
+        app.window().setButtonLayout(desktop.buttonLayout);
+    };
+    const XSettings settingsOnX11(follow);
+    const SettingsPortal settingsOnWayland(follow);
     app.show();
     QTimer::singleShot(AfterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
     return QApplication::exec();

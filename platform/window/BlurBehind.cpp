@@ -1,44 +1,20 @@
 #include "platform/window/BlurBehind.h"
 
+#include "platform/window/XServer.h"
+
 #include <QGuiApplication>
 #include <QWindow>
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <string_view>
-#include <xcb/xcb.h>
 
 namespace {
 
 constexpr std::string_view PropertyName = "_KDE_NET_WM_BLUR_BEHIND_REGION";
 
-template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Reply *reply)
-{
-    return {reply, &std::free};
-}
-
-/// Null if the display is no X server.
-xcb_connection_t *connection()
-{
-    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
-xcb_window_t rootWindow(xcb_connection_t *server)
-{
-    return xcb_setup_roots_iterator(xcb_get_setup(server)).data->root;
-}
-
-xcb_atom_t existingAtom(xcb_connection_t *server, std::string_view name)
-{
-    const auto request = xcb_intern_atom(server, 1, static_cast<std::uint16_t>(name.size()), name.data());
-    const auto reply = owned(xcb_intern_atom_reply(server, request, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
-
 bool hasProperty(xcb_connection_t *server, xcb_window_t window, xcb_atom_t property)
 {
-    const auto reply = owned(xcb_list_properties_reply(server, xcb_list_properties(server, window), nullptr));
+    const auto reply =
+        XServer::owned(xcb_list_properties_reply(server, xcb_list_properties(server, window), nullptr));
     if (!reply)
         return false;
     const xcb_atom_t *first = xcb_list_properties_atoms(reply.get());
@@ -51,11 +27,11 @@ bool hasProperty(xcb_connection_t *server, xcb_window_t window, xcb_atom_t prope
 BlurBehind::BlurBehind(std::function<void()> changed)
     : m_changed(std::move(changed))
 {
-    xcb_connection_t *server = connection();
+    xcb_connection_t *server = XServer::connection();
     if (!server)
         return;
-    m_property = existingAtom(server, PropertyName);
-    m_isOffered = m_property && hasProperty(server, rootWindow(server), m_property);
+    m_property = XServer::existingAtom(server, PropertyName);
+    m_isOffered = m_property && hasProperty(server, XServer::rootWindow(server), m_property);
     if (m_isOffered)
         qGuiApp->installNativeEventFilter(this);
 }
@@ -78,8 +54,9 @@ std::vector<std::uint32_t> BlurBehind::rectangles(const QRegion &region, double 
 void BlurBehind::apply(QWindow &window, const QRegion &region) const
 {
     const std::vector<std::uint32_t> numbers = rectangles(region, window.devicePixelRatio());
-    xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
-        m_property, XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(numbers.size()), numbers.data());
+    xcb_change_property(XServer::connection(), XCB_PROP_MODE_REPLACE,
+        static_cast<xcb_window_t>(window.winId()), m_property, XCB_ATOM_CARDINAL, 32,
+        static_cast<std::uint32_t>(numbers.size()), numbers.data());
 }
 
 bool BlurBehind::nativeEventFilter(const QByteArray &, void *message, qintptr *)
@@ -88,7 +65,7 @@ bool BlurBehind::nativeEventFilter(const QByteArray &, void *message, qintptr *)
     if ((event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
         return false;
     const auto *notice = static_cast<const xcb_property_notify_event_t *>(message);
-    if (notice->atom == m_property && notice->window == rootWindow(connection())) {
+    if (notice->atom == m_property && notice->window == XServer::rootWindow(XServer::connection())) {
         m_isOffered = notice->state == XCB_PROPERTY_NEW_VALUE;
         m_changed();
     }

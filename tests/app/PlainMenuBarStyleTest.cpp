@@ -42,6 +42,18 @@ private Q_SLOTS:
             QVERIFY(f.window.menuBar().rect().contains(f.window.menuBar().actionGeometry(menu)));
     }
 
+    void nothingMovesWhereTheUserWantsNoAnimations()
+    {
+        PlainMenuBarStyle style;
+        const auto duration = [&] { return style.styleHint(QStyle::SH_Widget_Animation_Duration); };
+        const int usual = duration();
+        QVERIFY(usual > 0);
+        style.setAnimated(false);
+        QCOMPARE(duration(), 0);
+        style.setAnimated(true);
+        QCOMPARE(duration(), usual);
+    }
+
     void otherPicturesOfTheDesktopsStyleAreLeftAlone()
     {
         QVERIFY(!QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning).isNull());

@@ -2,18 +2,21 @@
 behind it where one is offered; its menus on desktops with a global menu."""
 
 import ctypes
-import os
+import struct
 import unittest
 
-from gi.repository import Gio, GLib
-
+from bus import Service
 from desktop import wait_for, xdotool
 from scenario import Scenario
 
 BLUR = b"_KDE_NET_WM_BLUR_BEHIND_REGION"
 REGISTRAR = "com.canonical.AppMenu.Registrar"
-REGISTRAR_INTERFACE = f"""<node><interface name="{REGISTRAR}"><method name="RegisterWindow">
-    <arg type="u" direction="in"/><arg type="o" direction="in"/></method></interface></node>"""
+REGISTRAR_INTERFACE = f"""<interface name="{REGISTRAR}">
+    <method name="RegisterWindow"><arg type="u" direction="in"/><arg type="o" direction="in"/></method>
+    <method name="UnregisterWindow"><arg type="u" direction="in"/></method></interface>"""
+ROLES = dict.fromkeys(("Archivo", "Reproducción"), "menu item") | dict.fromkeys(
+    ("Minimizar", "Ampliar", "Cerrar"), "push button")
+DEFAULT_STRIP = list(ROLES)
 
 
 class Properties:
@@ -23,14 +26,14 @@ class Properties:
         self._x = ctypes.CDLL("libX11.so.6")
         self._x.XOpenDisplay.restype = ctypes.c_void_p
         self._x.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
-        for function in ("XDefaultRootWindow", "XInternAtom"):
+        for function in ("XDefaultRootWindow", "XInternAtom", "XCreateSimpleWindow"):
             getattr(self._x, function).restype = ctypes.c_ulong
         self._display = ctypes.c_void_p(self._x.XOpenDisplay(None))
         self.root = self._x.XDefaultRootWindow(self._display)
 
-    def set(self, window, name):
-        atom, cardinal = ctypes.c_ulong(self._atom(name)), ctypes.c_ulong(6)
-        self._x.XChangeProperty(self._display, ctypes.c_ulong(window), atom, cardinal, 32, 0, b"\0" * 8, 1)
+    def set(self, window, name, value=b""):
+        atom = ctypes.c_ulong(self._atom(name))  # of its type, too
+        self._x.XChangeProperty(self._display, ctypes.c_ulong(window), atom, atom, 8, 0, value, len(value))
         self._x.XSync(self._display, 0)
 
     def remove(self, window, name):
@@ -42,8 +45,31 @@ class Properties:
         atoms = self._x.XListProperties(self._display, ctypes.c_ulong(window), ctypes.byref(count))
         return self._atom(name) in atoms[: count.value]
 
+    def own(self, selection):
+        """A new window that owns a selection and has said so."""
+        root, owned = ctypes.c_ulong(self.root), ctypes.c_ulong(self._atom(selection))
+        window = self._x.XCreateSimpleWindow(self._display, root, 0, 0, 1, 1, 0, ctypes.c_ulong(0), ctypes.c_ulong(0))
+        self._x.XSetSelectionOwner(self._display, owned, ctypes.c_ulong(window), ctypes.c_ulong(0))
+        manager = self._atom(b"MANAGER")
+        message = struct.pack("iLiPLLi5l", 33, 0, 0, 0, self.root, manager, 32, 0, owned.value, window, 0, 0)
+        self._x.XSendEvent(self._display, root, 0, ctypes.c_long(1 << 17), message.ljust(192, b"\0"))
+        self._x.XSync(self._display, 0)
+        return window
+
+    def close(self):
+        """Also takes away the windows that were made."""
+        self._x.XCloseDisplay(self._display)
+
     def _atom(self, name):
         return self._x.XInternAtom(self._display, name, 0)
+
+
+def published(layout):
+    """The settings of a desktop: a number, then its layout of window buttons."""
+    name, value = b"Gtk/DecorationLayout", layout.encode()
+    text = struct.pack("<BxH", 1, len(name)) + name + struct.pack("<II", 0, len(value)) + value
+    number = struct.pack("<BxH12sIi", 0, 12, b"Net/Distance", 0, 8)
+    return struct.pack("<B3xII", 0, 0, 2) + number + text + b"\0" * (-len(value) % 4)
 
 
 class Frame(Scenario):
@@ -106,41 +132,40 @@ class Frame(Scenario):
         self.start()
         self.assertIn("Archivo", self.window.names("menu item"))
 
-    def test_menus_go_to_a_global_menu(self):
-        windows = self.serve_global_menu()
+    def test_buttons_stand_where_the_desktop_has_them(self):
+        desktop = Properties()
+        self.addCleanup(desktop.close)
+        settings = desktop.own(b"_XSETTINGS_S0")
+        desktop.set(settings, b"_XSETTINGS_SETTINGS", published("close,maximize,minimize:menu"))
         self.start()
-        self.served(lambda: self.handle() in windows, "the window's menus in the global menu")
+        self.assertEqual(self.strip(), ["Cerrar", "Ampliar", "Minimizar", "Archivo", "Reproducción"])
+        desktop.set(settings, b"_XSETTINGS_SETTINGS", published("menu:minimize,maximize,close"))
+        wait_for(lambda: self.strip() == DEFAULT_STRIP, "the buttons to change sides")
+
+    def test_buttons_move_when_the_desktop_begins_to_say_where(self):
+        self.start()
+        self.assertEqual(self.strip(), DEFAULT_STRIP)
+        desktop = Properties()
+        self.addCleanup(desktop.close)
+        settings = desktop.own(b"_XSETTINGS_S0")
+        desktop.set(settings, b"_XSETTINGS_SETTINGS", published("close:"))
+        left = ["Cerrar", "Minimizar", "Ampliar", "Archivo", "Reproducción"]
+        wait_for(lambda: self.strip() == left, "the buttons to change sides")
+
+    def test_menus_go_to_a_global_menu(self):
+        windows = []
+        note = lambda method, arguments: windows.append(arguments[0]) if method == "RegisterWindow" else None
+        self.addCleanup(Service(REGISTRAR, "/com/canonical/AppMenu/Registrar", REGISTRAR_INTERFACE, note).close)
+        self.start()
+        self.assertIn(self.handle(), windows)
         self.assertNotIn("Archivo", self.window.names("menu item"))
         self.desktop.key("ctrl+o")
         self.desktop.wait_for_window("Añadir música")
 
-    def serve_global_menu(self):
-        """A global menu on the session bus; returns the list of the windows that register with it."""
-        windows = []
-        # A connection of its own: the shared one belongs to the first session bus of the process.
-        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
-        bus = Gio.DBusConnection.new_for_address_sync(os.environ["DBUS_SESSION_BUS_ADDRESS"], flags, None, None)
-        self.addCleanup(bus.close_sync, None)
-
-        def called(_bus, _sender, _path, _interface, _method, parameters, invocation):
-            windows.append(parameters.unpack()[0])
-            invocation.return_value(None)
-
-        interface = Gio.DBusNodeInfo.new_for_xml(REGISTRAR_INTERFACE).interfaces[0]
-        bus.register_object("/com/canonical/AppMenu/Registrar", interface, called, None, None)
-        request = GLib.Variant("(su)", (REGISTRAR, 0))
-        bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-                      request, None, 0, -1, None)
-        return windows
-
-    def served(self, condition, what):
-        """Waits for a condition while calls from the bus are answered."""
-        def step():
-            while GLib.MainContext.default().iteration(False):
-                pass
-            return condition()
-
-        wait_for(step, what)
+    def strip(self):
+        """The names of the buttons and menus in the strip, from left to right."""
+        names = [name for name in DEFAULT_STRIP if name in self.window.names(ROLES[name])]
+        return sorted(names, key=lambda name: self.window.extents(name, ROLES[name])[0])
 
     def handle(self):
         return int(xdotool("search", "--onlyvisible", "--name", "^Lumaverdine$"))

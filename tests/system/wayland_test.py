@@ -1,10 +1,14 @@
 """The window on a Wayland compositor: without a decoration, moved, resized and zoomed through the compositor; its
-menus and the picker; sharp where the screen is; ended with the compositor."""
+menus and the picker; its buttons on the side that the desktop uses; sharp where the screen is; ended with the
+compositor."""
 
 import os
 import re
 import unittest
 
+from gi.repository import GLib
+
+from bus import Service
 from desktop import PICKER_TITLE, Desktop, Program, end, wait_for, xdotool
 from scenario import Scenario
 
@@ -13,6 +17,11 @@ MIDDLE = [length // 2 for length in SCREEN]  # lies in the window wherever it op
 LEAST_SIZE = [720, 620]
 BOTTOM_RIGHT = 10  # edges of the xdg-shell protocol
 TOP_LEFT = 5
+PORTAL = "org.freedesktop.portal.Desktop"
+WINDOW_GROUP = "org.gnome.desktop.wm.preferences"
+PORTAL_INTERFACE = """<interface name="org.freedesktop.portal.Settings">
+    <method name="ReadAll"><arg type="as" direction="in"/><arg type="a{sa{sv}}" direction="out"/></method>
+    <signal name="SettingChanged"><arg type="s"/><arg type="s"/><arg type="v"/></signal></interface>"""
 
 
 class WaylandDesktop(Desktop):
@@ -139,6 +148,28 @@ class Wayland(Scenario):
         self.click(window, "Eliminar todas las canciones", role="menu item")
         self.window.wait_for("La playlist está vacía")
         self.capture.wait_for_silence()
+
+    def test_buttons_stand_where_the_portal_says(self):
+        self.start()
+        self.assertFalse(self.has_buttons_at_left())
+        self.button_layout = "close,minimize,maximize:"
+        portal = Service(PORTAL, "/org/freedesktop/portal/desktop", PORTAL_INTERFACE, self.settings)
+        self.addCleanup(portal.close)
+        wait_for(self.has_buttons_at_left, "the buttons to be at the left")
+        self.button_layout = "appmenu:close"
+        change = (WINDOW_GROUP, "button-layout", GLib.Variant("s", self.button_layout))
+        portal.emit("SettingChanged", GLib.Variant("(ssv)", change))
+        wait_for(lambda: not self.has_buttons_at_left(), "the buttons to be at the right")
+
+    def settings(self, _method, arguments):
+        """What the portal answers: the groups that it is asked for."""
+        groups = {WINDOW_GROUP: {"button-layout": GLib.Variant("s", self.button_layout)}}
+        asked = {name: settings for name, settings in groups.items() if name in arguments[0]}
+        return GLib.Variant("(a{sa{sv}})", (asked,))
+
+    def has_buttons_at_left(self):
+        close, menu = self.window.extents("Cerrar", "push button"), self.window.extents("Archivo", "menu item")
+        return close[0] < menu[0]
 
     def test_draws_finely_on_a_fine_screen(self):
         self.start("--scale=2")

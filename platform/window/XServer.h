@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <xcb/xcb.h>
+
+/// The X server that shows the window, asked over the toolkit's connection. Main thread only.
+namespace XServer {
+
+/// A reply of the server, to be freed after its last use.
+template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Reply *reply)
+{
+    return {reply, &std::free};
+}
+
+/// Null if the display is no X server.
+[[nodiscard]] xcb_connection_t *connection();
+
+[[nodiscard]] xcb_window_t rootWindow(xcb_connection_t *server);
+
+/// The number that the server has, or now makes, for a name; 0 if it does not answer.
+[[nodiscard]] xcb_atom_t atom(xcb_connection_t *server, std::string_view name);
+
+/// The number of a name; 0 if nobody has ever used it.
+[[nodiscard]] xcb_atom_t existingAtom(xcb_connection_t *server, std::string_view name);
+
+} // namespace XServer
