@@ -28,12 +28,6 @@ constexpr double SeekPageStep = 30;
 constexpr double VolumeStep = 0.05;
 constexpr double VolumePageStep = 0.2;
 
-/// Cut, not rounded.
-QString percentText(double share)
-{
-    return u"%1 %"_s.arg(static_cast<int>(share * 100));
-}
-
 } // namespace
 
 // What is playing
@@ -203,7 +197,8 @@ QBoxLayout *ContentView::tools()
     percentage->setFixedWidth(38);
     m_renderer.follow([=, this] {
         speaker->setSymbol(volumeSymbol());
-        percentage->setText(percentText(m_player.volume()));
+        // Cut, not rounded.
+        percentage->setText(u"%1 %"_s.arg(static_cast<int>(m_player.volume() * 100)));
     });
     return horizontal(10, {importButton(), optionsMenu(), Spacer(), speaker, volumeSlider(), percentage});
 }

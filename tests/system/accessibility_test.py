@@ -68,6 +68,7 @@ class Accessibility(Scenario):
                            ("Más opciones de b", "push button"), ("b, Artista desconocido, 3:05", "list item"),
                            ("Repetir canción", "check box"), ("Canción 1 de 2", "label")):
             self.assertEqual(roles[name], role, name)
+        self.assertIn(("frame", "Lumaverdine"), [(node.get_role_name(), node.get_name()) for node in self.window.nodes()])
 
     def test_shuffle_and_repeat_are_checked(self):
         self.start_with_tones()

@@ -1,5 +1,6 @@
 #include "ui/controls/Roles.h"
 
+#include "platform/window/FramelessWindow.h"
 #include "ui/PlaylistAccessible.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Announcer.h"
@@ -28,6 +29,8 @@ QAccessibleInterface *roleOf(const QString &, QObject *object)
         return new QAccessibleWidget(announcer, QAccessible::Notification);
     if (auto *playlist = qobject_cast<PlaylistView *>(object))
         return new PlaylistAccessible(*playlist);
+    if (auto *window = qobject_cast<FramelessWindow *>(object))
+        return new QAccessibleWidget(window, QAccessible::Window);
     return nullptr;
 }
 
