@@ -36,8 +36,8 @@ private Q_SLOTS:
     void contentBeginsAtTheTopEdge()
     {
         const AppFixture f;
-        QCOMPARE(f.window.size(), QSize(720, 720));
-        QCOMPARE(place(f, *f.window.findChild<Backdrop *>()), QRect(0, 0, 720, 720));
+        QCOMPARE(f.window.width(), 720);
+        QCOMPARE(place(f, *f.window.findChild<Backdrop *>()), f.window.rect());
         QCOMPARE(place(f, *f.window.findChild<Cover *>()), QRect(30, 28, 190, 190));
     }
 

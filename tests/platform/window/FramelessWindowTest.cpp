@@ -135,12 +135,12 @@ private Q_SLOTS:
         PaintCount painted(
             {&f.window.menuBar(), f.button(u"Minimizar"_s), f.button(u"Ampliar"_s), f.button(u"Cerrar"_s)});
         const QImage active = f.window.grab(strip).toImage();
+        painted.count = 0;
         QWidget other;
         other.show();
         other.activateWindow();
         QTRY_VERIFY(!f.window.isActiveWindow());
-        painted.count = 0;
-        QTRY_COMPARE(painted.count, 4);
+        QTRY_VERIFY(painted.count >= 4);
         QVERIFY(f.window.grab(strip).toImage() != active);
     }
 
