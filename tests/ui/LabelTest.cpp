@@ -59,7 +59,7 @@ private Q_SLOTS:
         const QImage image = label->grab().toImage();
         const QRect ink = inked(image);
         // Dots lie at the foot of the line only, letters do not.
-        const int dots = QFontMetrics(font).horizontalAdvance(u'…') - 2;
+        const int dots = QFontMetrics(font).horizontalAdvance(u'…') / 2;
         const QRect left(ink.left(), 0, dots, image.height());
         const QRect right(ink.right() - dots, 0, dots, image.height());
         const auto isLow = [&](const QRect &end) {
