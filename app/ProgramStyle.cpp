@@ -1,6 +1,6 @@
-#include "app/PlainMenuBarStyle.h"
+#include "app/ProgramStyle.h"
 
-QIcon PlainMenuBarStyle::standardIcon(
+QIcon ProgramStyle::standardIcon(
     StandardPixmap symbol, const QStyleOption *option, const QWidget *widget) const
 {
     if (symbol == SP_ToolBarHorizontalExtensionButton)
@@ -8,7 +8,7 @@ QIcon PlainMenuBarStyle::standardIcon(
     return QProxyStyle::standardIcon(symbol, option, widget);
 }
 
-int PlainMenuBarStyle::styleHint(
+int ProgramStyle::styleHint(
     StyleHint hint, const QStyleOption *option, const QWidget *widget, QStyleHintReturn *answer) const
 {
     if (hint == SH_Menu_SpaceActivatesItem)

@@ -2,12 +2,13 @@
 
 #include <QProxyStyle>
 
-/// The desktop's style, without the picture for menus that do not fit into their bar; the space bar, which toggles
-/// playback everywhere else, chooses a menu's entry; no animations if the user wants none.
+/// The desktop's style with three differences:
 ///
-/// Every menu bar asks for it when it is made, and to read it the toolkit loads each picture format that is
-/// installed, with the libraries behind it. Ours always fits.
-class PlainMenuBarStyle final : public QProxyStyle {
+/// 1. The space bar, which toggles playback everywhere else, chooses a menu's entry.
+/// 2. Nothing is animated if the user wants no animations.
+/// 3. There is no picture for menus that do not fit into their bar. Every menu bar asks for it when it is made, and to
+///    read it the toolkit loads each picture format that is installed, with the libraries behind it. Ours always fits.
+class ProgramStyle final : public QProxyStyle {
 public:
     /// Whether the user wants animations; by default the desktop's style decides alone.
     void setAnimated(bool isAnimated) { m_isAnimated = isAnimated; }

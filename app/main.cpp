@@ -1,5 +1,5 @@
 #include "app/LumaverdineApp.h"
-#include "app/PlainMenuBarStyle.h"
+#include "app/ProgramStyle.h"
 #include "platform/window/SettingsPortal.h"
 #include "platform/window/XSettings.h"
 
@@ -37,7 +37,7 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(u"lumaverdine"_s);
     QApplication::setDesktopFileName(u"lumaverdine"_s);
     QApplication application(argc, argv);
-    auto *style = new PlainMenuBarStyle;
+    auto *style = new ProgramStyle;
     QApplication::setStyle(style);
 
     // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.

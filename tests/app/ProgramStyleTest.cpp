@@ -1,6 +1,9 @@
-#include "app/PlainMenuBarStyle.h"
+#include "app/ProgramStyle.h"
 #include "tests/app/AppFixture.h"
+#include "ui/controls/Cover.h"
+#include "ui/controls/SelectableLabel.h"
 
+#include <QBuffer>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -14,13 +17,24 @@ QByteArray mappedFiles()
     return maps.open(QIODevice::ReadOnly) ? maps.readAll() : QByteArray();
 }
 
+QByteArray redPicture()
+{
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
 } // namespace
 
-class PlainMenuBarStyleTest : public QObject {
+class ProgramStyleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setStyle(new PlainMenuBarStyle); }
+    void initTestCase() { QApplication::setStyle(new ProgramStyle); }
 
     void theEmptyWindowLoadsNoPictureFormats()
     {
@@ -44,7 +58,7 @@ private Q_SLOTS:
 
     void nothingMovesWhereTheUserWantsNoAnimations()
     {
-        PlainMenuBarStyle style;
+        ProgramStyle style;
         const auto duration = [&] { return style.styleHint(QStyle::SH_Widget_Animation_Duration); };
         const int usual = duration();
         QVERIFY(usual > 0);
@@ -54,11 +68,30 @@ private Q_SLOTS:
         QCOMPARE(duration(), usual);
     }
 
+    void coverFadesOnlyForUsersWhoWantAnimations()
+    {
+        AppFixture f;
+        const auto &cover = *f.window.findChild<Cover *>();
+        auto &style = *dynamic_cast<ProgramStyle *>(QApplication::style());
+        const auto fadesInto = [&](const QString &title) {
+            Track track(QUrl(u"file:///music/a.mp3"_s));
+            track.title = title;
+            track.artwork = Artwork::decode(redPicture());
+            f.player.load(track, false);
+            const auto &shown = *f.window.findChild<SelectableLabel *>();
+            return QTest::qWaitFor([&] { return shown.text() == title; }) && cover.isFading();
+        };
+        style.setAnimated(false);
+        QVERIFY(!fadesInto(u"still"_s));
+        style.setAnimated(true);
+        QVERIFY(fadesInto(u"moving"_s));
+    }
+
     void otherPicturesOfTheDesktopsStyleAreLeftAlone()
     {
         QVERIFY(!QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning).isNull());
     }
 };
 
-QTEST_MAIN(PlainMenuBarStyleTest)
-#include "PlainMenuBarStyleTest.moc"
+QTEST_MAIN(ProgramStyleTest)
+#include "ProgramStyleTest.moc"
