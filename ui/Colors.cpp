@@ -51,8 +51,9 @@ QColor primaryColor(const QPalette &palette, double opacity)
 
 QColor secondaryColor(const QPalette &palette)
 {
-    // Texts stand on the window's tints as well.
-    const QColor ground = mixed(primaryColor(palette, 0.06), windowBackgroundColor(palette));
+    // Texts stand on the window's tints and on the current row's as well.
+    const QColor tinted = mixed(primaryColor(palette, 0.06), windowBackgroundColor(palette));
+    const QColor ground = mixed(accentColor(palette, 0.1), tinted);
     double opacity = 0.62;
     while (opacity < 1
         && contrastRatio(mixed(primaryColor(palette, opacity), ground), ground) < ReadableContrast)

@@ -61,6 +61,8 @@ private Q_SLOTS:
         // The playlist's wash and the backdrop's tint lie under most texts.
         const QColor tinted = over(primaryColor(palette, 0.018), over(primaryColor(palette, 0.04), ground));
         QVERIFY(contrastRatio(over(secondaryColor(palette), tinted), tinted) >= 4.5);
+        const QColor current = over(accentColor(palette, 0.1), tinted);
+        QVERIFY(contrastRatio(over(secondaryColor(palette), current), current) >= 4.5);
         QVERIFY(contrastRatio(onAccentColor(palette), accentColor(palette)) >= 4.5);
         QVERIFY(contrastRatio(destructiveColor(palette), ground) >= 4.5);
         QVERIFY(contrastRatio(Qt::white, destructiveGroundColor()) >= 4.5);
