@@ -1,5 +1,7 @@
 #include "ui/Colors.h"
 
+#include "platform/window/Foreground.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -47,6 +49,11 @@ QColor atOpacity(QColor color, double opacity)
 QColor primaryColor(const QPalette &palette, double opacity)
 {
     return atOpacity(palette.color(QPalette::Active, QPalette::WindowText), opacity);
+}
+
+QColor hoverColor(const QPalette &palette)
+{
+    return primaryColor(palette, HoverOpacity);
 }
 
 QColor secondaryColor(const QPalette &palette)

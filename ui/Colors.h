@@ -9,6 +9,9 @@
 /// The text colour, at an opacity from 0 to 1.
 [[nodiscard]] QColor primaryColor(const QPalette &palette, double opacity = 1);
 
+/// The wash that lies over what the mouse points at.
+[[nodiscard]] QColor hoverColor(const QPalette &palette);
+
 /// The text colour at 0.62, or at as much more as a readable text needs: for what is less important.
 [[nodiscard]] QColor secondaryColor(const QPalette &palette);
 

@@ -7,7 +7,9 @@
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/SmoothCorners.h"
 #include "ui/Symbol.h"
+#include "ui/controls/DrawAsWhole.h"
 #include "ui/controls/FocusRing.h"
+#include "ui/controls/SymbolButton.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -19,9 +21,6 @@ namespace {
 constexpr double RowCornerRadius = 9;
 constexpr double CoverCornerRadius = 6;
 constexpr int SymbolSize = 13;
-// The same as the window's buttons without a frame.
-constexpr double MenuOpacity = 0.82;
-constexpr double PressedMenuOpacity = 0.7;
 
 int titleHeight()
 {
@@ -90,11 +89,20 @@ void PlaylistRowDelegate::setPointedMenu(const QModelIndex &index, bool isPresse
     m_isPressed = isPressed;
 }
 
-double PlaylistRowDelegate::menuOpacity(const QModelIndex &index) const
+/// Like the window's buttons without a frame.
+void PlaylistRowDelegate::drawMenu(
+    QPainter &painter, const QRect &area, const QPalette &palette, const QModelIndex &index) const
 {
-    if (m_pointedMenu != index)
-        return MenuOpacity;
-    return m_isPressed ? PressedMenuOpacity : 1;
+    const bool isPointed = index == m_pointedMenu;
+    if (isPointed && m_isPressed)
+        painter.setOpacity(PressedOpacity);
+    if (isPointed) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(hoverColor(palette));
+        painter.drawEllipse(area);
+    }
+    drawSymbol(painter, area, u"ellipsis"_s, SymbolSize, primaryColor(palette, SymbolOpacity));
+    painter.setOpacity(1);
 }
 
 void PlaylistRowDelegate::paint(
@@ -111,8 +119,7 @@ void PlaylistRowDelegate::paint(
     drawMarker(*painter, at.marker, row, option.palette);
     drawSmallArtwork(*painter, at.cover, row, option.palette);
     drawTexts(*painter, at, row, option.palette);
-    drawSymbol(
-        *painter, at.menu, u"ellipsis"_s, SymbolSize, primaryColor(option.palette, menuOpacity(index)));
+    drawMenu(*painter, at.menu, option.palette, index);
     if (m_isFocusShown && option.state.testFlag(QStyle::State_HasFocus))
         drawFocusRing(*painter, option.rect, option.palette);
     painter->restore();

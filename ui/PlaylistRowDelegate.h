@@ -23,7 +23,8 @@ public:
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
 private:
-    [[nodiscard]] double menuOpacity(const QModelIndex &index) const;
+    void drawMenu(
+        QPainter &painter, const QRect &area, const QPalette &palette, const QModelIndex &index) const;
 
     QPersistentModelIndex m_pointedMenu;
     bool m_isPressed = false;

@@ -18,7 +18,7 @@ void MenuStrip::drawTitle(QPainter &painter, const QAction &menu, const QRect &p
 {
     if (activeAction() == &menu) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(foreground(palette(), 0.1F));
+        painter.setBrush(foreground(palette(), HoverOpacity));
         painter.drawRoundedRect(place, 6, 6);
     }
     painter.setPen(foreground(palette(), isActiveWindow() || activeAction() ? 0.8F : 0.62F));

@@ -75,7 +75,7 @@ float WindowButton::backgroundOpacity() const
 {
     if (isDown())
         return 0.2F;
-    return underMouse() ? 0.1F : 0;
+    return underMouse() ? HoverOpacity : 0;
 }
 
 void WindowButton::paintEvent(QPaintEvent *)

@@ -121,6 +121,30 @@ private Q_SLOTS:
         QCOMPARE(f.look(button), still);
     }
 
+    void hoverIsTheSameFaintWashOnAllOfThem_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QPoint>("place"); // on the ground, beside what is drawn there
+        QTest::newRow("plain") << u"Canción anterior"_s << QPoint(18, 3);
+        QTest::newRow("active") << u"Repetir canción"_s << QPoint(18, 3);
+        QTest::newRow("menu") << u"Más opciones"_s << QPoint(10, 3);
+        QTest::newRow("text") << u"Añadir archivos de audio"_s << QPoint(20, 3);
+    }
+
+    void hoverIsTheSameFaintWashOnAllOfThem()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const QPoint, place);
+        LookFixture f;
+        f.add("a");
+        f.player.isRepeating = true;
+        f.render();
+        Button &button = f.button(name);
+        const QColor still = f.at(button, place);
+        f.hover(button, true);
+        QVERIFY(distance(f.at(button, place), mixed(primaryColor(f.view.palette()), 0.07, still)) <= 1);
+    }
+
     void textStaysWhereItIsWhenPressed()
     {
         LookFixture f;

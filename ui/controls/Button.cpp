@@ -5,12 +5,6 @@
 
 #include <QKeyEvent>
 
-namespace {
-
-constexpr double PressedOpacity = 0.7;
-
-} // namespace
-
 Button::Button(const QString &help)
 {
     setHelp(help);

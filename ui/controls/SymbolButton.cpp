@@ -4,6 +4,7 @@
 #include "ui/Symbol.h"
 
 #include <QPainter>
+#include <QPainterPath>
 
 SymbolButton::SymbolButton(
     const QString &symbol, int pointSize, QFont::Weight weight, const QString &help, const QSize &extent)
@@ -31,19 +32,14 @@ void SymbolButton::clickWhereToggled(bool isChecked)
     click();
 }
 
-QColor SymbolButton::groundColor() const
-{
-    if (isChecked())
-        return accentColor(palette(), isHovered() ? 0.2 : 0.13);
-    return isHovered() ? primaryColor(palette(), 0.07) : QColor(Qt::transparent);
-}
-
 void SymbolButton::draw(QPainter &painter)
 {
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(groundColor());
-    painter.drawRoundedRect(rect(), cornerRadius(), cornerRadius());
-    const QColor color =
-        isChecked() ? accentColor(palette()) : primaryColor(palette(), isHovered() ? 1 : 0.82);
+    QPainterPath ground;
+    ground.addRoundedRect(rect(), cornerRadius(), cornerRadius());
+    if (isChecked())
+        painter.fillPath(ground, accentColor(palette(), 0.13));
+    if (isHovered())
+        painter.fillPath(ground, hoverColor(palette()));
+    const QColor color = isChecked() ? accentColor(palette()) : primaryColor(palette(), SymbolOpacity);
     drawSymbol(painter, rect(), m_symbol, m_pointSize, color, m_weight);
 }

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+/// How strong a symbol without a frame is that can be clicked.
+constexpr double SymbolOpacity = 0.82;
+
 /// A symbol that can be clicked, without a frame. In its active look, the checked state, symbol and a faint
 /// circle behind it take the accent colour.
 class SymbolButton : public Button {
@@ -21,7 +24,6 @@ public:
 private:
     void draw(QPainter &painter) override;
     [[nodiscard]] double cornerRadius() const override { return std::min(width(), height()) / 2.0; }
-    [[nodiscard]] QColor groundColor() const;
     void nextCheckState() override { } // what is active follows from setActive() alone
     void clickWhereToggled(bool isChecked);
 

@@ -60,7 +60,7 @@ void TextButton::drawFrame(QPainter &painter)
     const QPainterPath frame = smoothCorners(rect(), CornerRadius);
     painter.fillPath(frame, isProminent ? accentColor(palette()) : primaryColor(palette(), 0.07));
     if (isHovered())
-        painter.fillPath(frame, isProminent ? opposite(textColor()) : primaryColor(palette(), 0.05));
+        painter.fillPath(frame, isProminent ? opposite(textColor()) : hoverColor(palette()));
     if (!isProminent)
         drawHairline(painter, rect(), CornerRadius, primaryColor(palette(), 0.14));
 }

@@ -197,6 +197,10 @@ private Q_SLOTS:
         const QImage pressed = button.grab().toImage();
         QVERIFY(idle != hovered);
         QVERIFY(hovered != pressed);
+        const QColor ground = idle.pixelColor(12, 2);
+        const QColor text = f.window.palette().color(QPalette::WindowText);
+        const double wash = ground.red() + (text.red() - ground.red()) * 0.07;
+        QVERIFY(std::abs(hovered.pixelColor(12, 2).red() - wash) <= 1);
     }
 
     void closeClosesAndMinimizeMinimizes()
@@ -315,6 +319,20 @@ private Q_SLOTS:
         QTRY_VERIFY(f.window.menuBar().activeAction());
         QTest::keyClick(f.window.windowHandle(), Qt::Key_Down);
         QTRY_VERIFY(f.window.menuBar().actions().first()->menu()->isVisible());
+    }
+
+    void titleOfTheMenuToBeOpenedStandsOnTheSameWashAsButtons()
+    {
+        WindowFixture f;
+        QMenuBar &menus = f.window.menuBar();
+        QAction *title = menus.actions().first();
+        const QPoint place = menus.actionGeometry(title).center() - QPoint(0, menus.height() / 2 - 2);
+        const auto shown = [&] { return f.window.grab(menus.geometry()).toImage().pixelColor(place).red(); };
+        const int ground = shown();
+        menus.setActiveAction(title);
+        const int text = f.window.palette().color(QPalette::WindowText).red();
+        QVERIFY(std::abs(shown() - (ground + (text - ground) * 0.07)) <= 1);
+        title->menu()->close();
     }
 
     void menusAreDrawnOverTheContent()
