@@ -104,6 +104,7 @@ void PlaylistRowAccessible::doAction(const QString &name)
         m_view.openContextMenu(m_index);
     } else if (name == setFocusAction()) {
         m_view.setCurrentIndex(m_index);
+        m_view.scrollTo(m_index);
         m_view.setFocus();
     }
 }

@@ -43,6 +43,8 @@ PlaylistView::PlaylistView(PlaylistModel &model)
     viewport()->setMouseTracking(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
+    setAutoScroll(false);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &PlaylistView::followPointer);
     setEditTriggers(NoEditTriggers);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
@@ -64,6 +66,16 @@ void PlaylistView::updateGeometries()
     bar.setValue(value);
 }
 
+void PlaylistView::scrollTo(const QModelIndex &index, ScrollHint)
+{
+    if (!index.isValid())
+        return;
+    const QRect row = visualRect(index).adjusted(0, -Padding, 0, Padding);
+    const int below = row.bottom() - viewport()->rect().bottom();
+    // Of a row that does not fit, the beginning shows.
+    verticalScrollBar()->setValue(verticalScrollBar()->value() + std::min(std::max(below, 0), row.top()));
+}
+
 // Actions on a row
 
 void PlaylistView::play(const QModelIndex &index)
@@ -81,7 +93,7 @@ void PlaylistView::remove(const QModelIndex &index)
 void PlaylistView::openRowMenu(const QModelIndex &index)
 {
     scrollTo(index);
-    openMenu(index, playlistRowMenu(visualRect(index)).bottomLeft(), true);
+    openMenu(index, playlistRowMenu(visualRect(index)), true);
     if (m_menu)
         m_menu->goToFirst();
 }
@@ -89,12 +101,12 @@ void PlaylistView::openRowMenu(const QModelIndex &index)
 void PlaylistView::openContextMenu(const QModelIndex &index)
 {
     scrollTo(index);
-    openMenu(index, visualRect(index).center(), false);
+    openMenu(index, {visualRect(index).center(), QSize(1, 1)}, false);
     if (m_menu)
         m_menu->goToFirst();
 }
 
-void PlaylistView::openMenu(const QModelIndex &index, const QPoint &position, bool hasSeparator)
+void PlaylistView::openMenu(const QModelIndex &index, const QRect &opener, bool hasSeparator)
 {
     if (!index.isValid())
         return;
@@ -108,8 +120,9 @@ void PlaylistView::openMenu(const QModelIndex &index, const QPoint &position, bo
         menu->addSeparator();
     const QAction *remove = menu->addDestructive(u"Eliminar de la playlist"_s);
     connect(remove, &QAction::triggered, this, [this, track] { Q_EMIT removalRequested(track); });
+    connect(menu, &QMenu::aboutToHide, this, &PlaylistView::followPointer);
     m_menu = menu;
-    menu->popup(viewport()->mapToGlobal(position));
+    menu->openBeside({viewport()->mapToGlobal(opener.topLeft()), opener.size()});
 }
 
 void PlaylistView::contextMenuEvent(QContextMenuEvent *event)
@@ -117,7 +130,7 @@ void PlaylistView::contextMenuEvent(QContextMenuEvent *event)
     if (event->reason() == QContextMenuEvent::Keyboard)
         openContextMenu(currentIndex());
     else
-        openMenu(indexAt(event->pos()), event->pos(), false);
+        openMenu(indexAt(event->pos()), {event->pos(), QSize(1, 1)}, false);
 }
 
 // Mouse
@@ -135,6 +148,13 @@ void PlaylistView::pointAtMenu(const QModelIndex &index)
     m_delegate->setPointedMenu(index, index.isValid() && index == m_pressedMenu);
     update(former);
     update(index);
+}
+
+/// Nothing tells the list that the mouse has left it for an open menu, or that its rows have moved under it.
+void PlaylistView::followPointer()
+{
+    const QPoint place = viewport()->mapFromGlobal(QCursor::pos());
+    pointAtMenu(viewport()->rect().contains(place) ? menuSquareAt(place) : QModelIndex());
 }
 
 bool PlaylistView::viewportEvent(QEvent *event)
@@ -168,7 +188,7 @@ void PlaylistView::mouseReleaseEvent(QMouseEvent *event)
     const QModelIndex released = menuSquareAt(event->pos());
     pointAtMenu(released);
     if (event->button() == Qt::LeftButton && pressed.isValid() && released == pressed)
-        openMenu(pressed, playlistRowMenu(visualRect(pressed)).bottomLeft(), true);
+        openMenu(pressed, playlistRowMenu(visualRect(pressed)), true);
 }
 
 void PlaylistView::mouseDoubleClickEvent(QMouseEvent *event)
@@ -200,11 +220,8 @@ void PlaylistView::setFocusShown(bool isShown)
 void PlaylistView::focusInEvent(QFocusEvent *event)
 {
     setFocusShown(showsFocus(event->reason(), m_delegate->isFocusShown()));
-    if (!currentIndex().isValid()) {
-        setAutoScroll(false);
+    if (!currentIndex().isValid())
         setCurrentIndex(firstFocus());
-        setAutoScroll(true);
-    }
     QListView::focusInEvent(event);
     // After the toolkit has announced the list itself.
     QMetaObject::invokeMethod(this, &PlaylistView::announceFocusedRow, Qt::QueuedConnection);
@@ -246,5 +263,13 @@ void PlaylistView::keyPressEvent(QKeyEvent *event)
     else if (isMenuKey)
         openContextMenu(currentIndex());
     else
-        QListView::keyPressEvent(event);
+        moveByKey(event);
+}
+
+void PlaylistView::moveByKey(QKeyEvent *event)
+{
+    const QModelIndex former = currentIndex();
+    QListView::keyPressEvent(event);
+    if (currentIndex() != former)
+        scrollTo(currentIndex());
 }

@@ -12,8 +12,8 @@ class PlaylistRowDelegate;
 /// The scrolling list of the playlist's rows.
 ///
 /// A double click or Return plays a row, Delete removes it; so do the entries of the menu behind its ellipsis
-/// and of its context menu. Typing the beginning of a title goes there. It never scrolls by itself to what
-/// plays.
+/// and of its context menu. Typing the beginning of a title goes there. Only keys scroll to a row: neither a
+/// click does nor what plays.
 class PlaylistView : public QListView {
     Q_OBJECT
 
@@ -27,7 +27,10 @@ public:
     void play(const QModelIndex &index);
     void remove(const QModelIndex &index);
 
-    // Both scroll to the row if it is out of sight, and go to the first entry.
+    /// Scrolls until the row is in sight with the list's padding around it, no further.
+    void scrollTo(const QModelIndex &index, ScrollHint = EnsureVisible) override;
+
+    // Both scroll to the row, and go to the first entry.
     void openRowMenu(const QModelIndex &index); ///< what the ellipsis pulls down
     void openContextMenu(const QModelIndex &index); ///< in the middle of the row
 
@@ -52,9 +55,11 @@ private:
     [[nodiscard]] QModelIndex menuSquareAt(const QPoint &position) const;
     [[nodiscard]] QModelIndex firstFocus() const;
     void announceFocusedRow();
+    void moveByKey(QKeyEvent *event);
     void setFocusShown(bool isShown);
     void pointAtMenu(const QModelIndex &index);
-    void openMenu(const QModelIndex &index, const QPoint &position, bool hasSeparator);
+    void followPointer();
+    void openMenu(const QModelIndex &index, const QRect &opener, bool hasSeparator);
 
     PlaylistModel &m_model;
     PlaylistRowDelegate *m_delegate;

@@ -101,6 +101,56 @@ private Q_SLOTS:
         QVERIFY(contrastRatio(text, ground) > 1.5);
     }
 
+    void standsBesideWhatOpensItWithinTheRoom_data()
+    {
+        QTest::addColumn<QPoint>("opener"); // of 20 × 10, in a room of 400 × 300 at 100, 50
+        QTest::addColumn<QSize>("menu");
+        QTest::addColumn<QPoint>("place");
+        const QSize menu(150, 80);
+        QTest::newRow("under it") << QPoint(200, 100) << menu << QPoint(200, 110);
+        QTest::newRow("just inside") << QPoint(350, 260) << menu << QPoint(350, 270);
+        QTest::newRow("at the right edge") << QPoint(351, 100) << menu << QPoint(201, 110);
+        QTest::newRow("at the lower edge") << QPoint(200, 261) << menu << QPoint(200, 181);
+        QTest::newRow("in the corner") << QPoint(480, 340) << menu << QPoint(330, 260);
+        QTest::newRow("too wide") << QPoint(200, 100) << QSize(320, 80) << QPoint(200, 110);
+        QTest::newRow("too high") << QPoint(200, 100) << QSize(150, 280) << QPoint(200, 110);
+        QTest::newRow("as wide as there is room before it")
+            << QPoint(420, 100) << QSize(320, 80) << QPoint(100, 110);
+        QTest::newRow("as high as there is room above it")
+            << QPoint(200, 330) << QSize(150, 280) << QPoint(200, 50);
+    }
+
+    void standsBesideWhatOpensItWithinTheRoom()
+    {
+        QFETCH(const QPoint, opener);
+        QFETCH(const QSize, menu);
+        QTEST(menuPlace({opener, QSize(20, 10)}, menu, QRect(100, 50, 400, 300)), "place");
+    }
+
+    void buttonForgetsTheMouseThatHasLeftItForAnEntry()
+    {
+        QWidget window;
+        window.resize(300, 200);
+        QCursor::setPos(700, 700);
+        auto *button = new MenuButton(u"ellipsis"_s, u"Más opciones"_s);
+        button->setParent(&window);
+        button->setFocusPolicy(Qt::NoFocus);
+        button->menu().addAction(u"Reproducir"_s);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QImage idle = button->grab().toImage();
+        const QPoint middle = button->mapToGlobal(button->rect().center());
+        for (const bool isOverIt : {false, true}) {
+            button->setAttribute(Qt::WA_UnderMouse);
+            QCursor::setPos(middle);
+            button->click();
+            QVERIFY(button->grab().toImage() != idle);
+            QCursor::setPos(isOverIt ? middle : button->menu().geometry().center());
+            button->menu().close();
+            QCOMPARE(button->grab().toImage() != idle, isOverIt);
+        }
+    }
+
     void opensBeneathItsButton()
     {
         MenuButton button(u"ellipsis"_s, u"Más opciones"_s);

@@ -1,8 +1,10 @@
 #include "ui/PlaylistView.h"
 #include "tests/ui/ViewFixture.h"
+#include "ui/Colors.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/controls/TextButton.h"
 
+#include <QAccessible>
 #include <QContextMenuEvent>
 #include <QFile>
 #include <QMenu>
@@ -17,6 +19,8 @@ namespace {
 /// The list of a view, and ways to touch its rows.
 struct ListFixture : ViewFixture {
     PlaylistView &list = *view.findChild<PlaylistView *>();
+
+    ListFixture() { QCursor::setPos(view.mapToGlobal(QPoint(0, 0))); } // away from the list
 
     [[nodiscard]] QRect row(int number) const { return list.visualRect(list.model()->index(number, 0)); }
 
@@ -41,6 +45,14 @@ struct ListFixture : ViewFixture {
         // By key it goes to what has the focus, by mouse to what lies under it.
         const bool isByKey = reason == QContextMenuEvent::Keyboard;
         QCoreApplication::sendEvent(isByKey ? static_cast<QWidget *>(&list) : list.viewport(), &event);
+    }
+
+    /// Moves the mouse over the list, without a button.
+    void pointAt(const QPoint &position) const
+    {
+        QMouseEvent move(QEvent::MouseMove, position, list.viewport()->mapToGlobal(position), Qt::NoButton,
+            Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list.viewport(), &move);
     }
 
     /// The menu that is open, or null.
@@ -233,6 +245,98 @@ private Q_SLOTS:
         QCOMPARE(f.titles(), u"b"_s);
     }
 
+    /// Otherwise a second click, on the same or on another ellipsis, could choose an entry.
+    void rowMenuLiesInTheWindowClearOfEveryEllipsis()
+    {
+        ListFixture f;
+        f.view.resize(720, 780);
+        f.add("abcdefgh");
+        int above = 0;
+        for (int number = 0; f.row(number).bottom() < f.list.viewport()->height(); ++number) {
+            QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(number));
+            const QRect square = playlistRowMenu(f.row(number));
+            const QRect menu(f.list.viewport()->mapFromGlobal(f.openMenu()->pos()), f.openMenu()->size());
+            QVERIFY(f.view.geometry().contains(f.openMenu()->geometry()));
+            QCOMPARE(menu.right() + 1, square.left());
+            above += menu.top() < square.top();
+            QVERIFY(menu.top() == square.bottom() + 1 || menu.bottom() + 1 == square.top());
+            f.openMenu()->close();
+        }
+        QVERIFY(above > 0);
+    }
+
+    void contextMenuLiesInTheWindowBesideTheMouse()
+    {
+        ListFixture f;
+        f.view.resize(720, 780);
+        f.add("abcdefghijkl");
+        const QRect list = f.list.viewport()->rect();
+        for (const QPoint place :
+            {QPoint(100, 30), QPoint(list.right() - 5, 30), list.bottomRight() - QPoint(60, 20)}) {
+            f.askForContextMenu(QContextMenuEvent::Mouse, place);
+            const QRect menu = f.openMenu()->geometry();
+            QVERIFY(f.view.geometry().contains(menu));
+            const QPoint mouse = f.list.viewport()->mapToGlobal(place);
+            QVERIFY(!menu.contains(mouse));
+            QVERIFY(menu.adjusted(-1, -1, 1, 1).contains(mouse));
+            f.openMenu()->close();
+        }
+    }
+
+    void ellipsisForgetsTheMouseThatHasLeftIt_data()
+    {
+        QTest::addColumn<bool>("isOverIt");
+        QTest::newRow("the mouse has gone to an entry") << false;
+        QTest::newRow("the mouse has stayed") << true;
+    }
+
+    void ellipsisForgetsTheMouseThatHasLeftIt()
+    {
+        QFETCH(const bool, isOverIt);
+        ListFixture f;
+        f.add("ab");
+        const auto look = [&f] { return f.list.viewport()->grab(playlistRowMenu(f.row(0))).toImage(); };
+        const QImage idle = look();
+        const QPoint square = f.list.viewport()->mapToGlobal(f.menuOf(0));
+        QCursor::setPos(square);
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
+        QVERIFY(look() != idle);
+        QCursor::setPos(isOverIt ? square : f.openMenu()->geometry().center());
+        f.openMenu()->close();
+        QCOMPARE(look() != idle, isOverIt);
+    }
+
+    void ellipsisForgetsTheMouseWhenItsRowIsScrolledAway()
+    {
+        ListFixture f;
+        f.add("abcdefghijkl");
+        const auto look = [&f](int row) {
+            return f.list.viewport()->grab(playlistRowMenu(f.row(row))).toImage();
+        };
+        f.view.resize(720, 780);
+        QCursor::setPos(f.list.viewport()->mapToGlobal(f.menuOf(1)));
+        f.pointAt(f.menuOf(1));
+        const QImage pointed = look(1);
+        f.list.verticalScrollBar()->setValue(62); // the next row comes to lie there
+        QCOMPARE(look(2), pointed);
+        QVERIFY(look(1) != pointed);
+    }
+
+    void ellipsisUnderTheMouseLooksLikeTheWindowsButtons()
+    {
+        ListFixture f;
+        f.add("ab");
+        f.pointAt(f.menuOf(1));
+        const QRect square = playlistRowMenu(f.row(1));
+        const QImage shown = f.list.viewport()->grab(square).toImage();
+        const QColor ground = shown.pixelColor(0, 0); // the wash is round
+        const QColor wash = hoverColor(f.list.palette());
+        const double share = wash.alphaF();
+        QVERIFY(std::abs(share - 0.07) < 0.001);
+        const QColor seen = shown.pixelColor(13, 3);
+        QVERIFY(std::abs(seen.red() - (ground.red() * (1 - share) + wash.red() * share)) <= 1);
+    }
+
     void ellipsisAnswersToTheMouse()
     {
         ListFixture f;
@@ -242,9 +346,7 @@ private Q_SLOTS:
             return f.list.viewport()->grab(playlistRowMenu(f.row(row))).toImage();
         };
         const QImage idle = look(1);
-        QMouseEvent move(QEvent::MouseMove, f.menuOf(1), f.list.viewport()->mapToGlobal(f.menuOf(1)),
-            Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(f.list.viewport(), &move);
+        f.pointAt(f.menuOf(1));
         const QImage pointed = look(1);
         QVERIFY(pointed != idle);
         QCOMPARE(look(2), idle);
@@ -389,6 +491,73 @@ private Q_SLOTS:
         QCOMPARE(f.platform.opened.size(), opened + 1);
     }
 
+    void clickOnARowThatShowsInPartScrollsNothing()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        QScrollBar &bar = *f.list.verticalScrollBar();
+        bar.setValue(45);
+        const QRect seen = f.row(0) & f.list.viewport()->rect();
+        QVERIFY(seen.height() > 10 && seen.height() < f.row(0).height());
+        const QSignalSpy scrolled(&bar, &QScrollBar::valueChanged);
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, seen.center());
+        QCOMPARE(f.list.currentIndex().row(), 0);
+        const auto isScrolled = [&scrolled] { return !scrolled.isEmpty(); };
+        QVERIFY(!QTest::qWaitFor(isScrolled, QApplication::doubleClickInterval() + 200));
+    }
+
+    void keysKeepTheRowAndThePaddingAroundItInSight()
+    {
+        ListFixture f;
+        f.view.resize(720, 800);
+        f.add("abcdefghijklmnop");
+        f.list.setFocus();
+        const QRect room = f.list.viewport()->rect();
+        int scrolls = 0;
+        const auto press = [&](Qt::Key key) {
+            const int former = f.list.verticalScrollBar()->value();
+            QTest::keyClick(&f.list, key);
+            scrolls += f.list.verticalScrollBar()->value() != former;
+            return f.row(f.list.currentIndex().row());
+        };
+        for (int step = 0; step < 15; ++step) {
+            const QRect row = press(Qt::Key_Down);
+            QVERIFY(scrolls == 0 || row.bottom() + 10 == room.bottom());
+            QVERIFY(row.bottom() + 10 <= room.bottom());
+        }
+        QVERIFY(scrolls > 10);
+        for (const QRect row : {press(Qt::Key_Home), press(Qt::Key_Down), press(Qt::Key_Up)})
+            QVERIFY(row.top() >= 10);
+        QCOMPARE(f.row(0).top(), 10);
+        press(Qt::Key_End);
+        for (int step = 0; step < 10; ++step)
+            press(Qt::Key_Up);
+        QCOMPARE(f.row(5).top(), 10);
+    }
+
+    void rowThatDoesNotFitShowsItsBeginning()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.list.setMaximumHeight(60);
+        f.render();
+        f.list.setFocus();
+        for (int number = 1; number < 6; ++number) {
+            QTest::keyClick(&f.list, Qt::Key_Down);
+            QCOMPARE(f.row(number).top(), 10);
+        }
+    }
+
+    void focusByAssistiveTechnologyScrollsToTheRow()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        QAccessibleInterface *row = QAccessible::queryAccessibleInterface(&f.list)->child(12);
+        row->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+        QCOMPARE(f.list.currentIndex().row(), 12);
+        QVERIFY(f.list.viewport()->rect().contains(f.row(12)));
+    }
+
     void listThatIsScrolledToItsEndStaysThere()
     {
         ListFixture f;
@@ -443,7 +612,8 @@ private Q_SLOTS:
             QTest::keyClick(&f.list, Qt::Key_F10, Qt::ShiftModifier);
         QVERIFY(f.openMenu());
         QVERIFY(f.list.viewport()->rect().contains(f.row(1)));
-        QVERIFY(f.row(1).contains(f.list.viewport()->mapFromGlobal(f.openMenu()->pos())));
+        const QPoint middle = f.list.viewport()->mapToGlobal(f.row(1).center());
+        QVERIFY(f.openMenu()->geometry().adjusted(-1, -1, 1, 1).contains(middle));
         f.choose(u"Reproducir"_s);
         QCOMPARE(f.current(), u"b"_s);
     }

@@ -3,6 +3,7 @@
 #include "ui/Colors.h"
 #include "ui/controls/DrawAsWhole.h"
 
+#include <QScreen>
 #include <QStyleOptionMenuItem>
 
 namespace {
@@ -23,6 +24,24 @@ QAction *Menu::addDestructive(const QString &title)
     QAction *action = addAction(title);
     m_destructive.append(action);
     return action;
+}
+
+QPoint menuPlace(const QRect &opener, const QSize &menu, const QRect &room)
+{
+    const QPoint end = room.topLeft() + QPoint(room.width(), room.height());
+    const QPoint before = opener.topLeft() - QPoint(menu.width(), menu.height());
+    QPoint place(opener.left(), opener.top() + opener.height());
+    if (place.x() + menu.width() > end.x() && before.x() >= room.left())
+        place.setX(before.x());
+    if (place.y() + menu.height() > end.y() && before.y() >= room.top())
+        place.setY(before.y());
+    return place;
+}
+
+void Menu::openBeside(const QRect &opener)
+{
+    const QWidget &window = *parentWidget()->window();
+    popup(menuPlace(opener, sizeHint(), window.geometry() & window.screen()->availableGeometry()));
 }
 
 void Menu::goToFirst()

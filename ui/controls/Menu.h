@@ -13,6 +13,9 @@ public:
     /// Adds an entry for what cannot be undone.
     QAction *addDestructive(const QString &title);
 
+    /// Opens beside `opener`, a rectangle of the screen, within the window of the menu's parent.
+    void openBeside(const QRect &opener);
+
     /// Goes to the first entry, as a menu does that a key has opened: a screen reader says where the user is.
     void goToFirst();
 
@@ -22,3 +25,8 @@ protected:
 private:
     QList<const QAction *> m_destructive;
 };
+
+/// Where a menu opens: under `opener`, from its left edge on. If there is no room for that, but on the other side,
+/// it opens above, or up to the left edge. It never lies on the opener, nor on what stands beneath one at the right
+/// edge: a second click, there or on the next row's opener, would choose an entry. All on the screen.
+[[nodiscard]] QPoint menuPlace(const QRect &opener, const QSize &menu, const QRect &room);

@@ -9,6 +9,7 @@ MenuButton::MenuButton(const QString &symbol, const QString &help)
     installAccessibleRoles();
     m_menu->setAccessibleName(help);
     connect(this, &QAbstractButton::clicked, this, &MenuButton::openMenu);
+    connect(m_menu, &QMenu::aboutToHide, this, &MenuButton::followPointer);
 }
 
 void MenuButton::keyPressEvent(QKeyEvent *event)
@@ -18,7 +19,14 @@ void MenuButton::keyPressEvent(QKeyEvent *event)
         m_menu->goToFirst();
 }
 
+/// Nothing tells a piece that the mouse has left it for an open menu.
+void MenuButton::followPointer()
+{
+    setAttribute(Qt::WA_UnderMouse, rect().contains(mapFromGlobal(QCursor::pos())));
+    update();
+}
+
 void MenuButton::openMenu()
 {
-    m_menu->popup(mapToGlobal(QPoint(0, height())));
+    m_menu->openBeside({mapToGlobal(QPoint()), size()});
 }

@@ -18,6 +18,7 @@ protected:
 
 private:
     void openMenu();
+    void followPointer();
 
     Menu *m_menu;
 };
