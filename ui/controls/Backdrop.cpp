@@ -23,7 +23,8 @@ QColor backgroundColor(const QWidget &backdrop)
 
 void Backdrop::paintEvent(QPaintEvent *)
 {
-    QLinearGradient tint(rect().topLeft(), rect().bottomRight());
+    const QRectF area = rect();
+    QLinearGradient tint(area.topLeft(), area.bottomRight());
     tint.setColorAt(0, primaryColor(palette(), 0.04));
     tint.setColorAt(0.5, primaryColor(palette(), 0));
     tint.setColorAt(1, primaryColor(palette(), 0.025));

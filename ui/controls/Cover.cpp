@@ -18,7 +18,7 @@ namespace {
 constexpr double CornerRadius = 18;
 constexpr int FadeDuration = 250; // milliseconds
 
-QLinearGradient groundTint(const QRect &area, const QPalette &palette)
+QLinearGradient groundTint(const QRectF &area, const QPalette &palette)
 {
     QLinearGradient tint(area.topLeft(), area.bottomRight());
     tint.setColorAt(0, primaryColor(palette, 0.15));
