@@ -1,5 +1,6 @@
 #include "app/LumaverdineApp.h"
 #include "app/ProgramStyle.h"
+#include "platform/StandardStreams.h"
 #include "platform/window/SettingsPortal.h"
 #include "platform/window/XSettings.h"
 
@@ -30,6 +31,7 @@ void startNoSessionBus()
 
 int main(int argc, char *argv[])
 {
+    replaceClosedStandardStreams();
     // Nothing of a run is kept for the next one, so there is no session to take part in.
     qunsetenv("SESSION_MANAGER");
     startNoSessionBus();

@@ -1,5 +1,6 @@
 #include "player/PayerManager.h"
 
+#include "platform/StandardStreams.h"
 #include "platform/files/FileOrder.h"
 #include "platform/files/LocalFile.h"
 #include "platform/media/MediaBatch.h"
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -21,11 +21,9 @@ namespace {
 constexpr auto ProgressInterval = 250ms;
 constexpr double RestartThreshold = 3.0; // seconds
 
-void printLine(const QString &message, const Error &error)
+void printError(const QString &message, const Error &error)
 {
-    const QString line = message + u' ' + error.description.simplified();
-    std::puts(line.toUtf8().constData());
-    std::fflush(stdout);
+    printLine(message + u' ' + error.description.simplified());
 }
 
 } // namespace
@@ -66,7 +64,7 @@ void PlayerManager::load(const Track &track, bool autoplay)
     stopProgressTimer();
     auto opened = m_services.openAudioPlayer(track.url(), {track.title, track.artist});
     if (opened.isError()) {
-        printLine(u"No se pudo reproducir el archivo:"_s, opened.error());
+        printError(u"No se pudo reproducir el archivo:"_s, opened.error());
         isPlaying = false;
         return;
     }
@@ -240,7 +238,7 @@ void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::opt
             self->stopProgressTimer();
         }
         if (error)
-            printLine(u"Error decodificando el audio:"_s, *error);
+            printError(u"Error decodificando el audio:"_s, *error);
     };
     QMetaObject::invokeMethod(QCoreApplication::instance(), handle, Qt::QueuedConnection);
 }

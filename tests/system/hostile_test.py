@@ -72,6 +72,17 @@ class Hostile(Scenario):
         self.desktop.key("Return")
         self.capture.wait_for_pitch(440)
 
+    def test_failed_loads_are_survived_without_a_standard_output(self):
+        bad, good = self.write("01 empty.mp3", b""), self.canary.as_uri()
+        for redirection in (">&-", ">&- 2>&-", "> >(true)", ">/dev/full"):
+            with self.subTest(redirection):
+                self.start_with(bad, good, prefix=["bash", "-c", f'exec "$0" {redirection}'])
+                self.desktop.click(*self.window.middle_of_row(1))
+                self.desktop.key("Return")
+                self.capture.wait_for_pitch(440)
+                self.program.quit()
+                self.capture.wait_for_silence()
+
     def test_nothing_but_the_chosen_files_is_opened(self):
         trace = self.desktop.folder / "opened.txt"
         files = self.hostile_files()
