@@ -41,7 +41,9 @@ QByteArray standardizedFilePath(const QUrl &url)
     const std::filesystem::path path(localFilePath(url).toStdString());
     if (path.empty())
         return url.toEncoded();
-    return QByteArray::fromStdString(path.lexically_normal().string());
+    const auto normal = path.lexically_normal(); // ends in a slash where a '.' or '..' did
+    const bool endsInSlash = !normal.has_filename() && normal != normal.root_path();
+    return QByteArray::fromStdString((endsInSlash ? normal.parent_path() : normal).string());
 }
 
 QByteArray localFolderPath(const QUrl &url)
