@@ -8,7 +8,6 @@
 #include <QCoreApplication>
 #include <QPointer>
 #include <QRandomGenerator>
-#include <QSet>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -49,6 +48,12 @@ std::optional<qsizetype> PlayerManager::currentIndex() const
         return std::nullopt;
     const qsizetype index = playlist().indexOf(*currentTrack());
     return index < 0 ? std::nullopt : std::optional(index);
+}
+
+void PlayerManager::playlistDidChange()
+{
+    if (!std::exchange(m_keepsListedFiles, false))
+        m_listedFiles.reset();
 }
 
 void PlayerManager::applyVolume(double value)
@@ -130,7 +135,8 @@ void PlayerManager::seek(double time)
 {
     if (!m_audioPlayer)
         return;
-    const double target = std::min(std::max(time, 0.0), m_audioPlayer->duration());
+    // In this order the larger of 0 and what is not a number is 0.
+    const double target = std::min(std::max(0.0, time), m_audioPlayer->duration());
     m_audioPlayer->setCurrentTime(target);
     currentTime = target;
 }
@@ -247,37 +253,50 @@ void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::opt
 
 void PlayerManager::addFiles(const QList<QUrl> &urls)
 {
-    const QList<QUrl> added = notListed(sortedByFileName(urls));
-    for (const QUrl &url : added) {
+    const QList<QUrl> sorted = sortedByFileName(urls);
+    MediaBatch media(notListed(sorted));
+    for (const QUrl &url : sorted) {
+        if (isListed(url))
+            continue;
         if (m_services.startAccessing(url))
             m_securityScopedURLs.append(url);
-    }
-    MediaBatch media(added);
-    for (const QUrl &url : added) {
-        Track track(url, media.take());
-        playlist.mutate([&track](QList<Track> &tracks) { tracks.append(std::move(track)); });
+        append(Track(url, media.take(url)));
     }
 
     if (!currentTrack() && !playlist().isEmpty())
         load(playlist().first(), false);
 }
 
-/// Those of `urls` that are not in the playlist, each file once.
-QList<QUrl> PlayerManager::notListed(const QList<QUrl> &urls) const
+QList<QUrl> PlayerManager::notListed(QList<QUrl> urls)
 {
-    QSet<QByteArray> listed;
-    listed.reserve(playlist().size() + urls.size());
-    for (const Track &track : playlist())
-        listed.insert(standardizedFilePath(track.url()));
+    urls.removeIf([this](const QUrl &url) { return isListed(url); });
+    return urls;
+}
 
-    QList<QUrl> others;
-    for (const QUrl &url : urls) {
-        const qsizetype before = listed.size();
-        listed.insert(standardizedFilePath(url));
-        if (listed.size() > before)
-            others.append(url);
+bool PlayerManager::isListed(const QUrl &url)
+{
+    if (!m_listedFiles) {
+        m_listedFiles.emplace();
+        for (const Track &track : playlist())
+            m_listedFiles->insert(track.filePath());
     }
-    return others;
+    return m_listedFiles->contains(standardizedFilePath(url));
+}
+
+void PlayerManager::append(const Track &track)
+{
+    editPlaylist([&track](QList<Track> &tracks) { tracks.append(track); });
+    if (m_listedFiles)
+        m_listedFiles->insert(track.filePath());
+}
+
+/// One write of the playlist after which the caller brings m_listedFiles into step with it.
+template <typename Change> void PlayerManager::editPlaylist(Change change)
+{
+    playlist.mutate([this, &change](QList<Track> &tracks) {
+        change(tracks);
+        m_keepsListedFiles = true;
+    });
 }
 
 void PlayerManager::removeTrack(const Track &track)
@@ -286,7 +305,10 @@ void PlayerManager::removeTrack(const Track &track)
     if (index < 0)
         return;
     const bool isCurrent = currentTrack() == track;
-    playlist.mutate([index](QList<Track> &tracks) { tracks.removeAt(index); });
+    const QByteArray path = playlist().at(index).filePath();
+    editPlaylist([index](QList<Track> &tracks) { tracks.removeAt(index); });
+    if (m_listedFiles)
+        m_listedFiles->erase(m_listedFiles->find(path));
     if (!isCurrent)
         return;
 
@@ -313,7 +335,7 @@ void PlayerManager::clearPlaylist()
 
 void PlayerManager::moveTrack(const std::set<qsizetype> &from, qsizetype to)
 {
-    playlist.mutate([&from, to](QList<Track> &tracks) {
+    editPlaylist([&from, to](QList<Track> &tracks) {
         QList<Track> before, moved, after;
         for (qsizetype i = 0; i < tracks.size(); ++i)
             (from.contains(i) ? moved : i < to ? before : after).append(tracks.at(i));

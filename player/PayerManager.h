@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <unordered_set>
 
 /// The player: the playlist, the current track, its sound, and every operation that changes them.
 ///
@@ -22,7 +23,7 @@ public:
     explicit PlayerManager(PlatformServices services = {});
     ~PlayerManager() override;
 
-    Published<QList<Track>> playlist{*this, {}};
+    Published<QList<Track>> playlist{*this, {}, [this](const QList<Track> &) { playlistDidChange(); }};
     Published<std::optional<Track>> currentTrack{*this, std::nullopt}; ///< a copy of the playlist's entry
     Published<bool> isPlaying{*this, false};
     Published<double> currentTime{*this, 0};
@@ -73,7 +74,11 @@ private:
     void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
     void handleEndOfTrack();
 
-    [[nodiscard]] QList<QUrl> notListed(const QList<QUrl> &urls) const;
+    [[nodiscard]] QList<QUrl> notListed(QList<QUrl> urls);
+    [[nodiscard]] bool isListed(const QUrl &url);
+    void append(const Track &track);
+    template <typename Change> void editPlaylist(Change change);
+    void playlistDidChange();
     void playRandomTrack();
     void applyVolume(double value);
     void startProgressTimer();
@@ -82,6 +87,9 @@ private:
 
     PlatformServices m_services;
     std::unique_ptr<AudioPlayer> m_audioPlayer;
-    QTimer m_progressTimer; ///< active only while isPlaying
+    QTimer m_progressTimer{this}; ///< active only while isPlaying
     QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end
+    /// The paths of all tracks, kept in step by the operations; none after a write from outside.
+    std::optional<std::unordered_multiset<QByteArray>> m_listedFiles;
+    bool m_keepsListedFiles = false; ///< of the write that is under way
 };

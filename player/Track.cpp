@@ -35,6 +35,7 @@ Track::Track(const QUrl &url)
 Track::Track(const QUrl &url, const MediaAsset &asset)
     : title(withoutPathExtension(localFileName(url)))
     , m_url(url)
+    , m_filePath(standardizedFilePath(url))
 {
     loadMetadata(asset);
 }

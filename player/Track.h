@@ -27,6 +27,10 @@ public:
 
     [[nodiscard]] const QUuid &id() const { return m_id; }
     [[nodiscard]] const QUrl &url() const { return m_url; }
+    [[nodiscard]] const QByteArray &filePath() const
+    {
+        return m_filePath;
+    } ///< standardizedFilePath() of the URL
 
     QString title; ///< the file name without its last extension where no title is stored
     QString artist = QStringLiteral("Artista desconocido");
@@ -43,4 +47,5 @@ private:
 
     QUuid m_id = QUuid::createUuid();
     QUrl m_url;
+    QByteArray m_filePath;
 };

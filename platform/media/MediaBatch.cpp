@@ -112,6 +112,16 @@ MediaAsset MediaBatch::take()
     return asset;
 }
 
+MediaAsset MediaBatch::take(const QUrl &url)
+{
+    const qsizetype position = m_shared->urls.indexOf(url, m_taken);
+    if (position < 0)
+        return MediaAsset(url);
+    while (m_taken < position)
+        static_cast<void>(take());
+    return take();
+}
+
 void MediaBatch::startReader()
 {
     const int number = ++m_shared->reader;

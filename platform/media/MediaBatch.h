@@ -19,6 +19,9 @@ public:
     /// The next file's container; a precondition is that there is one. Blocks until it is read or given up.
     [[nodiscard]] MediaAsset take();
 
+    /// The container of `url`, for which those before it are passed over; one that does not follow is read now.
+    [[nodiscard]] MediaAsset take(const QUrl &url);
+
 private:
     struct Shared;
 

@@ -67,6 +67,18 @@ private Q_SLOTS:
         }
     }
 
+    void filesMayBePassedOverAndOthersAskedFor()
+    {
+        QList<QUrl> urls;
+        for (const char *name : {"id3v2.3.mp3", "several-values.mp3", "empty-title.mp3", "blank-title.mp3"})
+            urls.append(QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + QString::fromLatin1(name)));
+        MediaBatch media(urls.first(3));
+        QCOMPARE(title(media.take(urls.at(1))), u"First title"_s);
+        QCOMPARE(title(media.take(urls.at(0))), u"Título 2.3"_s);
+        QCOMPARE(title(media.take(urls.at(3))), u" "_s);
+        QCOMPARE(media.take().duration().value, MediaAsset(urls.at(2)).duration().value);
+    }
+
     void batchMayEndBeforeItsFiles()
     {
         for (const int taken : {0, 1, 10}) {
