@@ -6,8 +6,9 @@ namespace {
 
 class FakeAudioPlayer : public AudioPlayer {
 public:
-    explicit FakeAudioPlayer(std::shared_ptr<FakePlayerState> state)
-        : m_state(std::move(state))
+    FakeAudioPlayer(FakePlatform &platform, std::shared_ptr<FakePlayerState> state)
+        : m_platform(platform)
+        , m_state(std::move(state))
     {
         m_state->player = this;
     }
@@ -16,26 +17,60 @@ public:
         m_state->isPlaying = false;
         m_state->delegate = nullptr;
         m_state->player = nullptr;
+        note(u"gone"_s);
     }
 
-    void setDelegate(AudioPlayerDelegate *delegate) override { m_state->delegate = delegate; }
-    void setVolume(float volume) override { m_state->volume = volume; }
-    bool prepareToPlay() override { return m_state->isPrepared = true; }
-    bool play() override { return m_state->isPlaying = true; }
-    void pause() override { m_state->isPlaying = false; }
+    void setDelegate(AudioPlayerDelegate *delegate) override
+    {
+        m_state->delegate = delegate;
+        note(u"delegate"_s);
+    }
+    void setVolume(float volume) override
+    {
+        m_state->volume = volume;
+        note(u"volume %1"_s.arg(double(volume)));
+    }
+    bool prepareToPlay() override
+    {
+        note(u"prepare"_s);
+        return m_platform.playerAnswer;
+    }
+    bool play() override
+    {
+        m_state->isPlaying = true;
+        note(u"play"_s);
+        return m_platform.playerAnswer;
+    }
+    void pause() override
+    {
+        m_state->isPlaying = false;
+        note(u"pause"_s);
+    }
     void stop() override
     {
         m_state->isPlaying = false;
-        m_state->wasStopped = true;
+        note(u"stop"_s);
     }
     double currentTime() const override { return m_state->currentTime; }
-    void setCurrentTime(double seconds) override { m_state->currentTime = seconds; }
+    void setCurrentTime(double seconds) override
+    {
+        m_state->currentTime = seconds;
+        note(u"seek %1"_s.arg(seconds));
+    }
     double duration() const override { return m_state->duration; }
     bool isPlaying() const override { return m_state->isPlaying; }
 
 private:
+    void note(const QString &call) const { m_platform.observer(m_state->name + u' ' + call); }
+
+    FakePlatform &m_platform;
     std::shared_ptr<FakePlayerState> m_state;
 };
+
+QString nameOf(const QUrl &url)
+{
+    return url.fileName().section(u'.', 0, 0);
+}
 
 } // namespace
 
@@ -57,22 +92,22 @@ PlatformServices FakePlatform::services()
         .openAudioPlayer = [this](const QUrl &url, const SoundLabel &label) { return open(url, label); },
         .startAccessing =
             [this](const QUrl &url) {
-                if (grantsAccess)
-                    grantsTaken.append(url);
+                observer(u"grant "_s + nameOf(url));
                 return grantsAccess;
             },
-        .stopAccessing = [this](const QUrl &url) { grantsEnded.append(url); },
+        .stopAccessing = [this](const QUrl &url) { observer(u"end grant "_s + nameOf(url)); },
     };
 }
 
 Result<std::unique_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url, const SoundLabel &label)
 {
+    observer(u"open "_s + nameOf(url));
     if (unplayableNames.contains(url.fileName()))
         return Error{u"formato desconocido"_s};
     auto state = std::make_shared<FakePlayerState>();
-    state->url = url;
+    state->name = nameOf(url);
     state->label = label;
     state->duration = nextDuration;
     opened.push_back(state);
-    return std::unique_ptr<AudioPlayer>(std::make_unique<FakeAudioPlayer>(state));
+    return std::unique_ptr<AudioPlayer>(std::make_unique<FakeAudioPlayer>(*this, state));
 }

@@ -7,14 +7,12 @@
 
 /// What a fake audio player was told and what it reports; outlives the player.
 struct FakePlayerState {
-    QUrl url;
+    QString name; ///< of its file, without the extension
     SoundLabel label;
     AudioPlayerDelegate *delegate = nullptr;
     AudioPlayer *player = nullptr; ///< null once the player is destroyed
     float volume = -1;
-    bool isPrepared = false;
     bool isPlaying = false;
-    bool wasStopped = false;
     double currentTime = 0;
     double duration = 0;
 
@@ -25,7 +23,7 @@ struct FakePlayerState {
     void fail(const std::optional<Error> &error);
 };
 
-/// Stands in for the system: opens silent players, remembers them, and counts access grants.
+/// Stands in for the system: opens silent players, remembers them, and grants access to files.
 class FakePlatform {
 public:
     /// Services that borrow this platform.
@@ -34,10 +32,12 @@ public:
     double nextDuration = 100; ///< seconds, of the players opened from now on
     QStringList unplayableNames; ///< file names that fail to open
     bool grantsAccess = true;
+    bool playerAnswer = true; ///< to prepareToPlay() and play()
+
+    /// Is told every call that changes something, in words: "open a", "a volume 0.5", "grant a", "a gone".
+    std::function<void(const QString &)> observer = [](const QString &) {};
 
     std::vector<std::shared_ptr<FakePlayerState>> opened; ///< oldest first
-    QList<QUrl> grantsTaken;
-    QList<QUrl> grantsEnded;
 
     /// The player opened last; a precondition is that there is one.
     [[nodiscard]] FakePlayerState &latest() const { return *opened.back(); }

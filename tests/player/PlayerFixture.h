@@ -3,11 +3,14 @@
 #include "player/PayerManager.h"
 #include "tests/player/FakeAudioPlayer.h"
 
+#include <memory>
+
 /// A player on a fake platform, and short ways to fill and read it. The files named do not exist: their
 /// tracks carry the defaults.
 struct PlayerFixture {
     FakePlatform platform;
-    PlayerManager player{platform.services()};
+    std::unique_ptr<PlayerManager> owner = std::make_unique<PlayerManager>(platform.services());
+    PlayerManager &player = *owner;
 
     static QUrl url(const QString &name) { return QUrl::fromLocalFile(QStringLiteral("/music/") + name); }
 

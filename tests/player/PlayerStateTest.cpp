@@ -1,6 +1,5 @@
 #include "tests/player/PlayerFixture.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -24,64 +23,15 @@ private Q_SLOTS:
         QVERIFY(!player.currentIndex());
     }
 
-    void volumeWithoutAudioPlayerWaitsForTheNextOne()
-    {
-        PlayerFixture f;
-        QSignalSpy changes(&f.player, &PlayerManager::objectWillChange);
-        f.player.volume = 0.3;
-        QCOMPARE(changes.size(), 1);
-        QVERIFY(f.platform.opened.empty());
-        f.add("a"_L1);
-        QCOMPARE(f.platform.latest().volume, 0.3f);
-    }
-
-    void volumeReachesTheLivePlayer()
-    {
-        PlayerFixture f;
-        f.add("a"_L1);
-        QCOMPARE(f.platform.latest().volume, 0.75f);
-        f.player.volume = 0.1;
-        QCOMPARE(f.platform.latest().volume, 0.1f);
-    }
-
-    void everyPropertyAnnouncesOncePerWrite()
-    {
-        PlayerFixture f;
-        QSignalSpy changes(&f.player, &PlayerManager::objectWillChange);
-        f.player.playlist = {};
-        f.player.currentTrack = std::nullopt;
-        f.player.isPlaying = false;
-        f.player.currentTime = 0;
-        f.player.duration = 0;
-        f.player.volume = 0.75;
-        f.player.isRepeating = false;
-        f.player.isShuffling = false;
-        f.player.showFileImporter = false;
-        QCOMPARE(changes.size(), 9);
-    }
-
-    void equalWriteOfIsPlayingIsAnnounced()
-    {
-        PlayerFixture f;
-        QSignalSpy changes(&f.player, &PlayerManager::objectWillChange);
-        f.player.isPlaying = f.player.isPlaying();
-        QCOMPARE(changes.size(), 1);
-    }
-
     void currentIndexFollowsTheCurrentTrack()
     {
         PlayerFixture f;
         f.add("abc"_L1);
         f.player.load(f.track(2));
         QCOMPARE(f.player.currentIndex(), std::optional<qsizetype>(2));
-    }
-
-    void currentIndexIsNoneWithoutACurrentTrack()
-    {
-        PlayerFixture f;
-        f.platform.unplayableNames = {u"a.mp3"_s};
-        f.add("ab"_L1);
-        QCOMPARE(f.titles(), u"ab"_s);
+        f.player.removeTrack(f.track(0));
+        QCOMPARE(f.player.currentIndex(), std::optional<qsizetype>(1));
+        f.player.currentTrack = std::nullopt;
         QVERIFY(!f.player.currentIndex());
     }
 
@@ -93,32 +43,12 @@ private Q_SLOTS:
         QVERIFY(!f.player.currentIndex());
     }
 
-    void teardownEndsAccessOncePerGrant()
+    void loadTellsTheMixerTitleAndArtist()
     {
-        FakePlatform platform;
-        const QUrl a = PlayerFixture::url(u"a.mp3"_s), b = PlayerFixture::url(u"b.mp3"_s);
-        {
-            PlayerManager player(platform.services());
-            player.addFiles({a});
-            player.removeTrack(player.playlist().first());
-            player.addFiles({a});
-            player.addFiles({b});
-            QVERIFY(platform.grantsEnded.isEmpty());
-        }
-        QCOMPARE(platform.grantsEnded, QList<QUrl>({a, a, b}));
-    }
-
-    void teardownReleasesTheAudioPlayer()
-    {
-        FakePlatform platform;
-        {
-            PlayerManager player(platform.services());
-            player.addFiles({PlayerFixture::url(u"a.mp3"_s)});
-            player.play();
-            QVERIFY(platform.latest().isAlive());
-        }
-        QVERIFY(!platform.latest().isAlive());
-        QVERIFY(!platform.latest().wasStopped);
+        PlayerFixture f;
+        f.add("a"_L1);
+        QCOMPARE(f.platform.latest().label.title, u"a"_s);
+        QCOMPARE(f.platform.latest().label.artist, u"Artista desconocido"_s);
     }
 };
 
