@@ -62,12 +62,23 @@ void FramelessWindow::arrange()
     const int menuWidth = m_menus.sizeHint().width();
     m_menus.setGeometry(
         isLeft ? width() - Margin - menuWidth : Margin, MenuInset, menuWidth, StripHeight - 2 * MenuInset);
-    const int buttonsWidth = m_minimize.width() + m_zoom.width() + m_close.width() + 2 * ButtonGap;
-    int left = isLeft ? Margin : width() - Margin - buttonsWidth;
-    for (const WindowButton::Kind kind : m_buttonLayout.order) {
-        WindowButton &next = button(kind);
-        next.move(left, (StripHeight - next.height()) / 2);
-        left += next.width() + ButtonGap;
+    arrangeButtons(isLeft);
+}
+
+void FramelessWindow::arrangeButtons(bool isLeft)
+{
+    const QSize size = m_close.sizeHint();
+    const qsizetype last = m_buttonLayout.order.size() - 1;
+    const qsizetype outermost = isLeft ? 0 : last;
+    const int top = (StripHeight - size.height()) / 2;
+    int left = isLeft ? Margin : width() - Margin - 3 * size.width() - 2 * ButtonGap;
+    for (qsizetype number = 0; number <= last; ++number) {
+        // In a corner of the screen the mouse need not aim.
+        QMargins reach;
+        if (fillsScreen() && number == outermost)
+            reach = isLeft ? QMargins(Margin, top, 0, 0) : QMargins(0, top, Margin, 0);
+        button(m_buttonLayout.order.at(number)).placeAt({left, top}, reach);
+        left += size.width() + ButtonGap;
     }
 }
 
@@ -115,6 +126,7 @@ void FramelessWindow::changeEvent(QEvent *event)
     if (event->type() == QEvent::WindowStateChange) {
         m_zoom.setKind(fillsScreen() ? WindowButton::Kind::Restore : WindowButton::Kind::Zoom);
         m_frame.setVisible(!fillsScreen());
+        arrange();
         blurBehind();
     } else if (event->type() == QEvent::ActivationChange) {
         // It shows what the window manager's own title bars would.

@@ -52,6 +52,7 @@ private:
     [[nodiscard]] bool fillsScreen() const;
     [[nodiscard]] bool isFreeAt(const QPoint &position) const;
     void arrange();
+    void arrangeButtons(bool isLeft);
     WindowButton &button(WindowButton::Kind kind);
     void blurBehind();
 

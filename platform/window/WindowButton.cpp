@@ -71,6 +71,12 @@ void WindowButton::setKind(Kind kind)
     update();
 }
 
+void WindowButton::placeAt(QPoint place, const QMargins &reach)
+{
+    setContentsMargins(reach);
+    setGeometry(QRect(place, Size).marginsAdded(reach));
+}
+
 float WindowButton::backgroundOpacity() const
 {
     if (isDown())
@@ -84,11 +90,11 @@ void WindowButton::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(foreground(palette(), backgroundOpacity()));
-    painter.drawEllipse(rect());
+    painter.drawEllipse(contentsRect());
     const bool isProminent = isActiveWindow() || underMouse();
     painter.setPen(QPen(foreground(palette(), isProminent ? 0.8F : 0.4F), 1.5, Qt::SolidLine, Qt::RoundCap));
     painter.setBrush(Qt::NoBrush);
     const QPointF reach(SignRadius, SignRadius);
-    const QPointF middle = QRectF(rect()).center();
+    const QPointF middle = QRectF(contentsRect()).center();
     drawSign(painter, m_kind, QRectF(middle - reach, middle + reach));
 }

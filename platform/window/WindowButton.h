@@ -17,6 +17,9 @@ public:
 
     [[nodiscard]] QSize sizeHint() const override { return Size; }
 
+    /// Stands at `place`, and takes the mouse in the room of this width around it, too.
+    void placeAt(QPoint place, const QMargins &reach);
+
 protected:
     void paintEvent(QPaintEvent *event) override;
 

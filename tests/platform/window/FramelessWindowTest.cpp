@@ -312,6 +312,52 @@ private Q_SLOTS:
         QTRY_VERIFY(f.window.findChild<WindowFrame *>()->isVisible());
     }
 
+    void cornerOfTheScreenClosesTheWindowThatFillsIt_data()
+    {
+        QTest::addColumn<QString>("layout");
+        QTest::addColumn<bool>("isLeft");
+        QTest::newRow("on the right") << u":minimize,maximize,close"_s << false;
+        QTest::newRow("on the left") << u"close,minimize,maximize:"_s << true;
+    }
+
+    void cornerOfTheScreenClosesTheWindowThatFillsIt()
+    {
+        QFETCH(const QString, layout);
+        QFETCH(const bool, isLeft);
+        WindowFixture f;
+        f.window.setButtonLayout(ButtonLayout::parse(layout));
+        const WindowButton &close = *f.button(u"Cerrar"_s);
+        const auto distance = [&] { // of what is drawn from the corner
+            const QRect drawn = close.contentsRect().translated(close.pos());
+            return QPoint(isLeft ? drawn.left() : f.window.width() - drawn.right() - 1, drawn.top());
+        };
+        const QPoint usual = distance();
+        QCOMPARE(close.size(), QSize(24, 24));
+        f.window.showMaximized();
+        QTRY_VERIFY(f.window.isMaximized());
+        QCOMPARE(distance(), usual);
+        const QPoint corner(isLeft ? 0 : f.window.width() - 1, 0);
+        for (const QPoint place : {corner, corner + QPoint(0, 25), QPoint(close.geometry().center().x(), 0)})
+            QCOMPARE(f.window.childAt(place), &close);
+        QVERIFY(f.window.childAt(corner + QPoint(0, 26)) != &close);
+        const QPoint below = corner + QPoint(0, 1); // the test library takes (0, 0) for the middle
+        QTest::mouseClick(f.window.windowHandle(), Qt::LeftButton, {}, below);
+        QTRY_VERIFY(!f.window.isVisible());
+    }
+
+    void cornerGripsTheWindowThatDoesNotFillTheScreen()
+    {
+        WindowFixture f;
+        f.window.showMaximized();
+        QTRY_VERIFY(f.window.isMaximized());
+        f.window.showNormal();
+        QTRY_VERIFY(!f.window.isMaximized());
+        QTest::mouseClick(f.window.windowHandle(), Qt::LeftButton, {}, QPoint(719, 0));
+        QCOMPARE(f.resizes.size(), 1);
+        QVERIFY(f.window.isVisible());
+        QCOMPARE(f.button(u"Cerrar"_s)->size(), QSize(24, 24));
+    }
+
     void altLeadsToTheMenus()
     {
         WindowFixture f;
