@@ -62,7 +62,6 @@ private Q_SLOTS:
                 controls.append(button);
             for (auto *slider : f.window.findChildren<Slider *>())
                 controls.append(slider);
-            controls.append(f.window.findChild<SelectableLabel *>());
             controls.append(f.window.findChild<PlaylistView *>()->viewport());
             for (const QWidget *control : controls) {
                 if (!control->isVisible())
@@ -70,6 +69,8 @@ private Q_SLOTS:
                 drag(f, place(f, *control).center());
                 QVERIFY2(f.windowMoves == 0, control->metaObject()->className());
             }
+            drag(f, place(f, *f.window.findChild<SelectableLabel *>()).topLeft() + QPoint(5, 15));
+            QCOMPARE(f.windowMoves, 0);
             if (isEmpty)
                 f.add({u"a.mp3"_s, u"b.mp3"_s});
         }
@@ -84,6 +85,13 @@ private Q_SLOTS:
         QCOMPARE(f.windowMoves, 2);
         drag(f, place(f, *f.window.findChild<Cover *>()).center());
         QCOMPARE(f.windowMoves, 3);
+        f.add({u"a.mp3"_s});
+        auto &title = *f.window.findChild<SelectableLabel *>();
+        QTRY_COMPARE(title.text(), u"a"_s);
+        title.selectAll();
+        drag(f, place(f, title).center()); // the blank beside it
+        QCOMPARE(f.windowMoves, 4);
+        QCOMPARE(title.selectedText(), u"a"_s);
     }
 
     void scrollBarIsTakenWhereItShows()

@@ -40,6 +40,14 @@ QByteArray widePicture()
 
 const QString LongTitle = u"Una canción muy larga "_s.repeated(20);
 
+/// Moves the mouse over a piece with the left button down.
+void moveHolding(QWidget &piece, QPoint place)
+{
+    QMouseEvent move(
+        QEvent::MouseMove, place, piece.mapToGlobal(place), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&piece, &move);
+}
+
 } // namespace
 
 class NowPlayingTest : public QObject {
@@ -154,6 +162,114 @@ private Q_SLOTS:
         f.showTrackCalled(u"Canción de prueba"_s);
         QTest::mouseDClick(&titleOf(f), Qt::LeftButton, {}, QPoint(20, 10));
         QCOMPARE(titleOf(f).selectedText(), u"Canción"_s);
+    }
+
+    void doubleClickOnTheLastLetterSelectsItsWord()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Canción de prueba"_s);
+        const QFontMetrics metrics(titleOf(f).font());
+        const int x = metrics.horizontalAdvance(u"Canción"_s) - 2;
+        QTest::mouseDClick(&titleOf(f), Qt::LeftButton, {}, QPoint(x, 10));
+        QCOMPARE(titleOf(f).selectedText(), u"Canción"_s);
+    }
+
+    void dragAfterADoubleClickSelectsByWords()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Alba en el río"_s);
+        SelectableLabel &title = titleOf(f);
+        const QFontMetrics metrics(title.font());
+        const auto x = [&](const QString &before) { return metrics.horizontalAdvance(before) + 6; };
+        QTest::mouseDClick(&title, Qt::LeftButton, {}, {x(u"Alba "_s), 10});
+        const auto selectedAfter = [&](QPoint place) {
+            moveHolding(title, place);
+            return title.selectedText();
+        };
+        QCOMPARE(selectedAfter({x(u"Alba "_s) + 4, 12}), u"en"_s);
+        QCOMPARE(selectedAfter({x(u"Alba "_s) - 4, 12}), u"en"_s);
+        QCOMPARE(selectedAfter({x(u"Alba en "_s), 10}), u"en el"_s);
+        QCOMPARE(selectedAfter({x(u"A"_s), 10}), u"Alba en"_s);
+        QTest::mouseRelease(&title, Qt::LeftButton, {}, {0, 10});
+        QTest::mousePress(&title, Qt::LeftButton, {}, {1, 10});
+        QCOMPARE(selectedAfter({x(u"Alba en"_s) - 6, 10}), u"Alba en"_s);
+        QCOMPARE(selectedAfter({metrics.horizontalAdvance(u"Al"_s), 10}), u"Al"_s);
+    }
+
+    void thirdClickSelectsAll_data()
+    {
+        QTest::addColumn<int>("pause"); // milliseconds from the second click
+        QTest::addColumn<int>("way"); // points
+        QTest::addColumn<bool>("isAll");
+        QTest::newRow("at once") << 100 << 0 << true;
+        QTest::newRow("a little off") << 100 << 4 << true;
+        QTest::newRow("too late") << 5000 << 0 << false;
+        QTest::newRow("elsewhere") << 100 << 40 << false;
+    }
+
+    void thirdClickSelectsAll()
+    {
+        QFETCH(const int, pause);
+        QFETCH(const int, way);
+        QFETCH(const bool, isAll);
+        ViewFixture f;
+        f.showTrackCalled(LongTitle);
+        SelectableLabel &title = titleOf(f);
+        const auto click = [&](QEvent::Type type, QPoint place, quint64 time) {
+            QMouseEvent event(
+                type, place, title.mapToGlobal(place), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+            event.setTimestamp(time);
+            QCoreApplication::sendEvent(&title, &event);
+        };
+        click(QEvent::MouseButtonDblClick, {20, 10}, 1000);
+        click(QEvent::MouseButtonRelease, {20, 10}, 1050);
+        const auto time = static_cast<quint64>(1000 + pause);
+        click(QEvent::MouseButtonPress, {20 + way, 10}, time);
+        QCOMPARE(title.selectedText(), isAll ? LongTitle : QString());
+        if (!isAll)
+            return;
+        moveHolding(title, {60, 10});
+        click(QEvent::MouseButtonRelease, {60, 10}, time + 50);
+        QCOMPARE(title.selectedText(), LongTitle);
+    }
+
+    void beamShowsOverTheTextOnly()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Alba"_s);
+        SelectableLabel &title = titleOf(f);
+        const int width = QFontMetrics(title.font()).horizontalAdvance(u"Alba"_s);
+        const auto cursorAt = [&title](QPoint place) {
+            QMouseEvent move(QEvent::MouseMove, place, title.mapToGlobal(place), Qt::NoButton, Qt::NoButton,
+                Qt::NoModifier);
+            QCoreApplication::sendEvent(&title, &move);
+            return title.cursor().shape();
+        };
+        QVERIFY(title.hasMouseTracking());
+        QCOMPARE(cursorAt({width - 2, 10}), Qt::IBeamCursor);
+        QCOMPARE(cursorAt({width + 2, 10}), Qt::ArrowCursor);
+        f.showTrackCalled(LongTitle);
+        QVERIFY(title.lines().size() == 2);
+        const int second = QFontMetrics(title.font()).horizontalAdvance(title.lines().at(1).text);
+        QCOMPARE(cursorAt({second - 2, title.height() - 5}), Qt::IBeamCursor);
+        QCOMPARE(cursorAt({width + 2, 10}), Qt::IBeamCursor);
+    }
+
+    void clickOnTheBlankLeavesTheSelectionAndTheFocusAlone()
+    {
+        ViewFixture f;
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        f.showTrackCalled(u"Alba"_s);
+        SelectableLabel &title = titleOf(f);
+        for (const int x : {title.width() - 1, 5}) {
+            QTest::mouseClick(&title, Qt::LeftButton, {}, {x, 10});
+            QCOMPARE(title.hasFocus(), x == 5);
+        }
+        title.selectAll();
+        QTest::mouseClick(&title, Qt::LeftButton, {}, {title.width() - 1, 10});
+        QTest::mouseDClick(&title, Qt::LeftButton, {}, {title.width() - 1, 10});
+        QCOMPARE(title.selectedText(), u"Alba"_s);
     }
 
     void copyOfACutTitleIsWhole()

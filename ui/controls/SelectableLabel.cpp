@@ -5,12 +5,13 @@
 
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStyleHints>
 #include <QTextBoundaryFinder>
-#include <QTextLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -32,8 +33,8 @@ void layOut(QTextLayout &layout, const QString &text)
 SelectableLabel::SelectableLabel(const QFont &font, Tone tone, int maximumLines)
     : Label(font, tone, maximumLines)
 {
-    setCursor(Qt::IBeamCursor);
-    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus);
 }
 
 void SelectableLabel::setText(const QString &text)
@@ -42,7 +43,8 @@ void SelectableLabel::setText(const QString &text)
         return;
     const bool isAllSelected = selectionStart() < selectionEnd() && selectedText() == this->text();
     Label::setText(text);
-    setFocusPolicy(text.isEmpty() ? Qt::NoFocus : Qt::StrongFocus);
+    setFocusPolicy(text.isEmpty() ? Qt::NoFocus : Qt::TabFocus);
+    m_drag = Drag::None;
     select(0, isAllSelected ? shownText().size() : 0);
 }
 
@@ -80,25 +82,38 @@ void SelectableLabel::select(qsizetype anchor, qsizetype end)
     update();
 }
 
-void SelectableLabel::selectWord(qsizetype position)
+SelectableLabel::Range SelectableLabel::wordAt(QPointF point) const
 {
+    const qsizetype position = positionAt(point, QTextLine::CursorOnCharacter);
     QTextBoundaryFinder word(QTextBoundaryFinder::Word, shownText());
     word.setPosition(position);
     const qsizetype start =
         word.isAtBoundary() ? position : std::max<qsizetype>(0, word.toPreviousBoundary());
     word.setPosition(start);
     const qsizetype end = word.toNextBoundary();
-    select(start, end < 0 ? shownText().size() : end);
+    return {start, end < 0 ? shownText().size() : end};
 }
 
-qsizetype SelectableLabel::positionAt(QPointF point) const
+bool SelectableLabel::isOverText(QPointF point) const
+{
+    const QFontMetricsF metrics(font());
+    for (int number = 0; number < lines().size(); ++number) {
+        const TextLine &line = lines().at(number);
+        const QSizeF size(metrics.horizontalAdvance(line.text), lineHeight());
+        if (QRectF(origin(line, number), size).contains(point))
+            return true;
+    }
+    return false;
+}
+
+qsizetype SelectableLabel::positionAt(QPointF point, QTextLine::CursorPosition kind) const
 {
     const int last = static_cast<int>(lines().size()) - 1;
     const int number = std::clamp(static_cast<int>(point.y()) / lineHeight(), 0, last);
     const TextLine &line = lines().at(number);
     QTextLayout layout(line.text, font());
     layOut(layout, shownText());
-    const int cursor = layout.lineAt(0).xToCursor(point.x() - origin(line, number).x());
+    const int cursor = layout.lineAt(0).xToCursor(point.x() - origin(line, number).x(), kind);
     const bool isAtEnd = number == last && cursor == line.text.size();
     return isAtEnd ? shownText().size() : line.start + cursor;
 }
@@ -119,21 +134,68 @@ void SelectableLabel::drawLine(QPainter &painter, const TextLine &line, QPointF 
 
 void SelectableLabel::mousePressEvent(QMouseEvent *event)
 {
-    if (event->button() != Qt::LeftButton)
+    const bool isExtending = event->modifiers().testFlag(Qt::ShiftModifier);
+    if (event->button() != Qt::LeftButton || !(isExtending || isOverText(event->position()))) {
+        event->ignore();
         return;
+    }
+    setFocus(Qt::MouseFocusReason);
+    m_drag = isThirdClick(*event) ? Drag::All : Drag::Characters;
     const qsizetype position = positionAt(event->position());
-    select(event->modifiers().testFlag(Qt::ShiftModifier) ? m_anchor : position, position);
+    if (m_drag == Drag::All)
+        selectAll();
+    else
+        select(isExtending ? m_anchor : position, position);
+}
+
+bool SelectableLabel::isThirdClick(const QMouseEvent &event) const
+{
+    const QStyleHints &habits = *QGuiApplication::styleHints();
+    const auto interval = static_cast<quint64>(habits.mouseDoubleClickInterval());
+    return m_doubleClick && event.timestamp() - m_doubleClickTime < interval
+        && (event.position() - *m_doubleClick).manhattanLength() <= habits.mouseDoubleClickDistance();
 }
 
 void SelectableLabel::mouseMoveEvent(QMouseEvent *event)
 {
-    if (event->buttons().testFlag(Qt::LeftButton))
-        select(m_anchor, positionAt(event->position()));
+    if (m_drag == Drag::None) {
+        setCursor(isOverText(event->position()) ? Qt::IBeamCursor : Qt::ArrowCursor);
+        event->ignore();
+    } else {
+        dragTo(event->position());
+    }
+}
+
+void SelectableLabel::dragTo(QPointF point)
+{
+    if (m_drag == Drag::Characters) {
+        select(m_anchor, positionAt(point));
+    } else if (m_drag == Drag::Words) {
+        const Range word = wordAt(point);
+        if (word.start < m_word.start)
+            select(m_word.end, word.start);
+        else
+            select(m_word.start, word.end);
+    }
+}
+
+void SelectableLabel::mouseReleaseEvent(QMouseEvent *event)
+{
+    event->setAccepted(m_drag != Drag::None);
+    m_drag = Drag::None;
 }
 
 void SelectableLabel::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    selectWord(positionAt(event->position()));
+    if (event->button() != Qt::LeftButton || !isOverText(event->position())) {
+        event->ignore();
+        return;
+    }
+    m_drag = Drag::Words;
+    m_word = wordAt(event->position());
+    select(m_word.start, m_word.end);
+    m_doubleClick = event->position();
+    m_doubleClickTime = event->timestamp();
 }
 
 void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)

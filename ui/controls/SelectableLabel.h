@@ -2,8 +2,14 @@
 
 #include "ui/controls/Label.h"
 
+#include <QTextLayout>
+#include <optional>
+
 /// A label whose text can be selected with the mouse, or as a whole with the Tab key, and copied. A selection
 /// that reaches the end of the last line reaches the end of the text, even if an ellipsis hides it.
+///
+/// A double click selects a word and goes on by words while the mouse is dragged; a third click selects all. The blank
+/// beside the text leaves the mouse alone.
 class SelectableLabel : public Label {
     Q_OBJECT
 
@@ -20,6 +26,7 @@ public:
 protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -28,12 +35,29 @@ protected:
 
 private:
     void drawLine(QPainter &painter, const TextLine &line, QPointF position) override;
-    [[nodiscard]] qsizetype positionAt(QPointF point) const;
+    /// What a drag selects.
+    enum class Drag { None, Characters, Words, All };
+
+    /// From the first of its characters to behind its last.
+    struct Range {
+        qsizetype start = 0;
+        qsizetype end = 0;
+    };
+
+    [[nodiscard]] bool isOverText(QPointF point) const;
+    [[nodiscard]] bool isThirdClick(const QMouseEvent &event) const;
+    [[nodiscard]] qsizetype positionAt(
+        QPointF point, QTextLine::CursorPosition kind = QTextLine::CursorBetweenCharacters) const;
+    [[nodiscard]] Range wordAt(QPointF point) const;
     void select(qsizetype anchor, qsizetype end);
-    void selectWord(qsizetype position);
+    void dragTo(QPointF point);
     [[nodiscard]] qsizetype selectionStart() const;
     [[nodiscard]] qsizetype selectionEnd() const;
 
     qsizetype m_anchor = 0; ///< both in the shown text
     qsizetype m_end = 0;
+    Drag m_drag = Drag::None;
+    Range m_word; ///< where a drag by words began
+    std::optional<QPointF> m_doubleClick; ///< where the last one was
+    quint64 m_doubleClickTime = 0; ///< milliseconds, of the window system
 };
