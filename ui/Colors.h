@@ -15,18 +15,30 @@
 /// The text colour at 0.62, or at as much more as a readable text needs: for what is less important.
 [[nodiscard]] QColor secondaryColor(const QPalette &palette);
 
-/// The text colour at 0.5, for what may be overlooked.
+/// The text colour at 0.5, or at as much more as a readable text needs: for what may be overlooked.
 [[nodiscard]] QColor tertiaryColor(const QPalette &palette);
 
-/// The user's accent, at an opacity from 0 to 1.
+/// The user's accent as it is, at an opacity from 0 to 1: for what is filled with it.
 [[nodiscard]] QColor accentColor(const QPalette &palette, double opacity = 1);
 
-/// The accent, darkened or lightened by the text colour until it can be seen on the window: for the focus.
-[[nodiscard]] QColor focusColor(const QPalette &palette);
+/// The accent, darkened or lightened until a text in it reads well on every ground of the window.
+[[nodiscard]] QColor accentTextColor(const QPalette &palette);
 
-/// What reads well on top of the accent: the palette's own choice if its contrast is enough for a text,
-/// otherwise black or white.
+/// The accent, darkened or lightened until a mark in it is seen on every ground of the window.
+[[nodiscard]] QColor accentMarkColor(const QPalette &palette);
+
+/// The same on this opaque ground.
+[[nodiscard]] QColor accentMarkColor(const QPalette &palette, const QColor &ground);
+
+/// Black or white, whichever reads better on top of the accent.
 [[nodiscard]] QColor onAccentColor(const QPalette &palette);
+
+/// The text colour at 0.82, for the symbol of a button.
+[[nodiscard]] QColor inactiveColor(const QPalette &palette);
+
+/// For the symbol of a button that is active: an accent mark, and no fainter than the inactive one if the accent
+/// is so close to the window's colour that the circle behind the symbol is hardly seen.
+[[nodiscard]] QColor activeColor(const QPalette &palette);
 
 /// A red for the text of what cannot be undone, on the palette's window or base colour.
 [[nodiscard]] QColor destructiveColor(const QPalette &palette);

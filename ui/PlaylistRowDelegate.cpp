@@ -9,7 +9,6 @@
 #include "ui/Symbol.h"
 #include "ui/controls/DrawAsWhole.h"
 #include "ui/controls/FocusRing.h"
-#include "ui/controls/SymbolButton.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -48,7 +47,7 @@ void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, co
     if (row.isCurrent()) {
         const bool isPlaying = row.marker == PlaylistRow::Marker::Playing;
         const QString symbol = isPlaying ? u"speaker.wave.2.fill"_s : u"pause.fill"_s;
-        drawSymbol(painter, area, symbol, SymbolSize, accentColor(palette));
+        drawSymbol(painter, area, symbol, SymbolSize, accentTextColor(palette));
         return;
     }
     painter.setFont(fixedFont(12));
@@ -73,7 +72,7 @@ void drawTexts(
     QPainter &painter, const PlaylistRowGeometry &at, const PlaylistRow &row, const QPalette &palette)
 {
     const QFont titleFont = systemFont(14, row.isCurrent() ? QFont::DemiBold : QFont::Medium);
-    const QColor titleColor = row.isCurrent() ? accentColor(palette) : primaryColor(palette);
+    const QColor titleColor = row.isCurrent() ? accentTextColor(palette) : primaryColor(palette);
     drawLine(painter, at.title, row.title, titleFont, titleColor);
     drawLine(painter, at.artist, row.artist, systemFont(12), secondaryColor(palette));
     painter.setFont(fixedFont(12));
@@ -101,7 +100,7 @@ void PlaylistRowDelegate::drawMenu(
         painter.setBrush(hoverColor(palette));
         painter.drawEllipse(area);
     }
-    drawSymbol(painter, area, u"ellipsis"_s, SymbolSize, primaryColor(palette, SymbolOpacity));
+    drawSymbol(painter, area, u"ellipsis"_s, SymbolSize, inactiveColor(palette));
     painter.setOpacity(1);
 }
 

@@ -55,7 +55,7 @@ struct LookFixture : ViewFixture {
     /// Whether the ring of the focus runs along the piece's left edge.
     [[nodiscard]] bool hasRing(const QWidget &piece)
     {
-        return distance(at(piece, {1, piece.height() / 2}), focusColor(view.palette())) < 60;
+        return distance(at(piece, {1, piece.height() / 2}), accentMarkColor(view.palette())) < 60;
     }
 };
 

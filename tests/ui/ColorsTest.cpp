@@ -76,10 +76,10 @@ private Q_SLOTS:
         QCOMPARE(secondaryColor(faint), primaryColor(faint));
     }
 
-    void ownColourOnTheAccentIsKeptWhereItReads()
+    void whatStandsOnTheAccentIsBlackOrWhite()
     {
-        const QPalette palette = paletteOf(0xffffff, 0x000000, 0x1a5fb4, 0xf0f0f0);
-        QCOMPARE(onAccentColor(palette), QColor(0xf0f0f0));
+        QCOMPARE(onAccentColor(paletteOf(0xffffff, 0x000000, 0x1a5fb4, 0xf0f0f0)), QColor(Qt::white));
+        QCOMPARE(onAccentColor(paletteOf(0xffffff, 0x000000, 0xf6d32d, 0xf0f0f0)), QColor(Qt::black));
     }
 
     void disabledGroupIsNotAskedFor()

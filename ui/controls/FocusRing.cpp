@@ -21,7 +21,7 @@ void drawLine(
 void drawFocusRing(QPainter &painter, const QRect &bounds, const QPalette &palette, double radius)
 {
     constexpr double Width = 2;
-    drawLine(painter, bounds, radius, 0, Width, focusColor(palette));
+    drawLine(painter, bounds, radius, 0, Width, accentMarkColor(palette));
     // Sets it off from a piece that is itself filled with the accent.
     drawLine(painter, bounds, radius, Width, 1, windowBackgroundColor(palette));
 }

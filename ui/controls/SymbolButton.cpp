@@ -40,6 +40,6 @@ void SymbolButton::draw(QPainter &painter)
         painter.fillPath(ground, accentColor(palette(), 0.13));
     if (isHovered())
         painter.fillPath(ground, hoverColor(palette()));
-    const QColor color = isChecked() ? accentColor(palette()) : primaryColor(palette(), SymbolOpacity);
+    const QColor color = isChecked() ? activeColor(palette()) : inactiveColor(palette());
     drawSymbol(painter, rect(), m_symbol, m_pointSize, color, m_weight);
 }

@@ -4,9 +4,6 @@
 
 #include <algorithm>
 
-/// How strong a symbol without a frame is that can be clicked.
-constexpr double SymbolOpacity = 0.82;
-
 /// A symbol that can be clicked, without a frame. In its active look, the checked state, symbol and a faint
 /// circle behind it take the accent colour.
 class SymbolButton : public Button {

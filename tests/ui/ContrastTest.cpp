@@ -1,0 +1,251 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/PlaylistRowGeometry.h"
+#include "ui/PlaylistView.h"
+#include "ui/controls/Button.h"
+#include "ui/controls/Cover.h"
+
+#include <QPainter>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int Scale = 3; // at which every stroke of a text covers whole pixels
+constexpr double ForTexts = 4.5;
+constexpr double ForMarks = 3;
+
+QPalette paletteOf(QRgb window, QRgb text, QRgb accent)
+{
+    QPalette palette(QColor{text}, QColor{window});
+    palette.setColor(QPalette::WindowText, QColor(text));
+    palette.setColor(QPalette::Window, QColor(window));
+    palette.setColor(QPalette::Highlight, QColor(accent));
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    palette.setColor(QPalette::Accent, QColor(accent));
+#endif
+    return palette;
+}
+
+// What the guidelines define, for the colours of pixels.
+
+double luminance(const QColor &color)
+{
+    const auto linear = [](double value) {
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+double contrast(const QColor &a, const QColor &b)
+{
+    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+/// What is drawn on a ground, and the ground.
+struct Ink {
+    QColor color;
+    QColor ground;
+
+    [[nodiscard]] double contrast() const { return ::contrast(color, ground); }
+};
+
+/// The window in a palette, with two tracks, the first one current, or with none.
+struct PaletteFixture : ViewFixture {
+    explicit PaletteFixture(const QPalette &palette, const char *tracks = "ab")
+    {
+        QApplication::setPalette(palette);
+        view.resize(720, 720);
+        add(tracks);
+        render();
+    }
+
+    /// What is seen in an area of the view.
+    [[nodiscard]] QImage seen(const QRect &area)
+    {
+        QImage image(area.size() * Scale, QImage::Format_RGB32);
+        image.setDevicePixelRatio(Scale);
+        QPainter painter(&image);
+        view.render(&painter, {}, area);
+        return image;
+    }
+
+    /// The ink of an area: the colour that stands out most from its upper left pixel.
+    [[nodiscard]] Ink ink(const QRect &area)
+    {
+        const QImage image = seen(area);
+        const QColor ground = image.pixel(0, 0);
+        QSet<QRgb> colors;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                colors.insert(image.pixel(x, y));
+        }
+        Ink found{ground, ground};
+        for (const QRgb color : colors) {
+            if (const Ink other{color, ground}; other.contrast() > found.contrast())
+                found = other;
+        }
+        return found;
+    }
+
+    [[nodiscard]] PlaylistRowGeometry row(int number) const
+    {
+        const auto &list = *view.findChild<PlaylistView *>();
+        const QRect inList = list.visualRect(list.model()->index(number, 0));
+        const QRect row(list.viewport()->mapTo(&view, inList.topLeft()), inList.size());
+        return {row, 40, 20, 16};
+    }
+
+    [[nodiscard]] QRect button(const QString &name) const { return place(*find<Button>(name)); }
+};
+
+/// What of a round button lies well within its circle.
+QRect inCircle(const QRect &button)
+{
+    return button.adjusted(6, 6, -6, -6);
+}
+
+void addPalettes()
+{
+    QTest::addColumn<QPalette>("palette");
+    QTest::newRow("blue on light grey") << paletteOf(0xefefef, 0x000000, 0x308cc6);
+    QTest::newRow("blue on dark grey") << paletteOf(0x323232, 0xffffff, 0x308cc6);
+    QTest::newRow("blue on white") << paletteOf(0xfafafa, 0x2e3436, 0x3584e4);
+    QTest::newRow("blue on near black") << paletteOf(0x1e1e1e, 0xffffff, 0x3584e4);
+    QTest::newRow("sky blue on off-white") << paletteOf(0xeff0f1, 0x232629, 0x3daee9);
+    QTest::newRow("sky blue on slate") << paletteOf(0x2a2e32, 0xfcfcfc, 0x3daee9);
+    QTest::newRow("orange on white") << paletteOf(0xfafafa, 0x3d3d3d, 0xe95420);
+    QTest::newRow("orange on near black") << paletteOf(0x2c2c2c, 0xf7f7f7, 0xe95420);
+    QTest::newRow("mint on grey") << paletteOf(0xd4d4d4, 0x303030, 0x9ab87c);
+    QTest::newRow("yellow on white") << paletteOf(0xffffff, 0x000000, 0xffdd00);
+    QTest::newRow("navy on black") << paletteOf(0x000000, 0xffffff, 0x000080);
+    QTest::newRow("grey on grey") << paletteOf(0xe0e0e0, 0x202020, 0x808080);
+    QTest::newRow("white on white") << paletteOf(0xffffff, 0x1c1c1c, 0xffffff);
+    QTest::newRow("black on black") << paletteOf(0x101010, 0xffffff, 0x000000);
+}
+
+} // namespace
+
+#define VERIFY_CONTRAST(ink, least)                                                                          \
+    QVERIFY2((ink).contrast() >= (least),                                                                    \
+        qPrintable(u"%1 on %2: %3"_s.arg((ink).color.name(), (ink).ground.name()).arg((ink).contrast())))
+
+/// What is drawn reads well in every desktop's colours.
+class ContrastTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyTextReadsWell_data() { addPalettes(); }
+
+    void everyTextReadsWell()
+    {
+        QFETCH(const QPalette, palette);
+        for (const char *tracks : {"ab", ""}) {
+            PaletteFixture f(palette, tracks);
+            int tested = 0;
+            for (const Label *label : f.view.findChildren<Label *>()) {
+                if (!label->isVisible())
+                    continue;
+                VERIFY_CONTRAST(f.ink(f.place(*label)), ForTexts);
+                ++tested;
+            }
+            QVERIFY(tested >= 9);
+        }
+    }
+
+    void everyRowReadsWell_data() { addPalettes(); }
+
+    void everyRowReadsWell()
+    {
+        QFETCH(const QPalette, palette);
+        PaletteFixture f(palette);
+        for (const int number : {0, 1}) {
+            const PlaylistRowGeometry at = f.row(number);
+            VERIFY_CONTRAST(f.ink(at.title), ForTexts);
+            VERIFY_CONTRAST(f.ink(at.artist), ForTexts);
+            VERIFY_CONTRAST(f.ink(at.length), ForTexts);
+            VERIFY_CONTRAST(f.ink(at.marker.adjusted(0, 12, 0, -12)), number == 0 ? ForMarks : ForTexts);
+            VERIFY_CONTRAST(f.ink(at.menu), ForMarks);
+        }
+    }
+
+    void everyButtonReadsWell_data() { addPalettes(); }
+
+    void everyButtonReadsWell()
+    {
+        QFETCH(const QPalette, palette);
+        PaletteFixture f(palette, "");
+        int tested = 0;
+        for (const Button *button : f.view.findChildren<Button *>()) {
+            if (button->text().isEmpty() || !button->isVisible())
+                continue;
+            const QRect place = f.place(*button).adjusted(4, 4, -4, -4);
+            VERIFY_CONTRAST(f.ink(place), ForTexts);
+            ++tested;
+        }
+        QCOMPARE(tested, 2);
+    }
+
+    void placeholderOfTheCoverReadsWell_data() { addPalettes(); }
+
+    void placeholderOfTheCoverReadsWell()
+    {
+        QFETCH(const QPalette, palette);
+        PaletteFixture f(palette, "");
+        const QRect cover = f.place(*f.view.findChild<Cover *>());
+        const QRect text(cover.left() + 40, cover.top() + 125, 110, 20);
+        VERIFY_CONTRAST(f.ink(text), ForTexts);
+    }
+
+    void activeButtonIsSeenAndNoFainterThanTheInactiveOne_data() { addPalettes(); }
+
+    void activeButtonIsSeenAndNoFainterThanTheInactiveOne()
+    {
+        QFETCH(const QPalette, palette);
+        PaletteFixture f(palette);
+        const QList<QRect> buttons{f.button(u"Reproducción aleatoria"_s), f.button(u"Repetir canción"_s)};
+        QList<Ink> inactive;
+        for (const QRect &button : buttons)
+            inactive.append(f.ink(inCircle(button)));
+        f.player.isShuffling = true;
+        f.player.isRepeating = true;
+        f.render();
+        for (qsizetype i = 0; i < buttons.size(); ++i) {
+            const Ink active = f.ink(inCircle(buttons[i]));
+            VERIFY_CONTRAST(active, ForMarks);
+            const double circle = contrast(active.ground, inactive[i].ground);
+            if (circle < 1.05)
+                VERIFY_CONTRAST(active, inactive[i].contrast());
+            else if (contrast(palette.color(QPalette::Highlight), active.ground) < ForMarks)
+                QVERIFY2(active.contrast() < 4.3, qPrintable(QString::number(active.contrast())));
+        }
+        f.find<Button>(u"Reproducción aleatoria"_s)->setAttribute(Qt::WA_UnderMouse);
+        VERIFY_CONTRAST(f.ink(inCircle(buttons.first())), ForMarks);
+    }
+
+    void accentMovesOnlyAsFarAsItHasTo_data() { addPalettes(); }
+
+    void accentMovesOnlyAsFarAsItHasTo()
+    {
+        QFETCH(const QPalette, palette);
+        PaletteFixture f(palette);
+        const Ink title = f.ink(f.row(0).title);
+        const QColor accent = palette.color(QPalette::Highlight);
+        if (contrast(accent, title.ground) < ForTexts)
+            QVERIFY2(title.contrast() < 5.3, qPrintable(QString::number(title.contrast())));
+        if (accent.hsvSaturation() > 0)
+            QVERIFY(std::abs(title.color.hsvHue() - accent.hsvHue()) <= 3);
+    }
+
+    void accentThatReadsIsShownAsItIs()
+    {
+        PaletteFixture f(paletteOf(0xffffff, 0x000000, 0x1a5fb4));
+        QCOMPARE(f.ink(f.row(0).title).color, QColor(0x1a5fb4));
+        f.player.isShuffling = true;
+        f.render();
+        QCOMPARE(f.ink(inCircle(f.button(u"Reproducción aleatoria"_s))).color, QColor(0x1a5fb4));
+    }
+};
+
+QTEST_MAIN(ContrastTest)
+#include "ContrastTest.moc"
