@@ -9,22 +9,13 @@
 
 namespace {
 
-enum TagFlag { Unsynchronised = 0x80, Extended = 0x40, Footer = 0x10 };
+enum TagFlag { Unsynchronised = 0x80, Extended = 0x40 };
 
 quint32 plainNumber(QByteArrayView bytes)
 {
     quint32 number = 0;
     for (const char byte : bytes)
         number = number << 8 | static_cast<quint8>(byte);
-    return number;
-}
-
-/// Seven bits a byte.
-quint32 syncsafeNumber(QByteArrayView bytes)
-{
-    quint32 number = 0;
-    for (const char byte : bytes)
-        number = number << 7 | (static_cast<quint8>(byte) & 0x7F);
     return number;
 }
 
@@ -192,17 +183,6 @@ QByteArrayView withoutExtendedHeader(int version, QByteArrayView body)
 }
 
 } // namespace
-
-qint64 id3v2TagSize(QByteArrayView header)
-{
-    if (header.size() < Id3v2HeaderSize || !header.startsWith("ID3") || header[3] == '\xff')
-        return 0;
-    const QByteArrayView size = header.sliced(6, 4);
-    if (std::any_of(size.begin(), size.end(), [](char byte) { return byte & 0x80; }))
-        return 0;
-    const bool hasFooter = header[3] == 4 && (header[5] & Footer);
-    return Id3v2HeaderSize + qint64(syncsafeNumber(size)) + (hasFooter ? Id3v2HeaderSize : 0);
-}
 
 QList<MetadataItem> id3v2Items(QByteArrayView tag)
 {

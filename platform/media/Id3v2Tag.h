@@ -1,14 +1,9 @@
 #pragma once
 
+#include "platform/media/Id3v2Header.h"
 #include "platform/media/MediaAsset.h"
 
 #include <QByteArrayView>
-
-/// Size of an ID3v2 tag's header, which is what id3v2TagSize() needs.
-constexpr qsizetype Id3v2HeaderSize = 10;
-
-/// Bytes of the ID3v2 tag that starts with `header`, header and footer included; 0 where none starts there.
-qint64 id3v2TagSize(QByteArrayView header);
 
 /// Title, artist, album and pictures of the ID3v2 tag (versions 2.2 to 2.4, id3.org) in `tag`, every value of
 /// a frame an item of its own.

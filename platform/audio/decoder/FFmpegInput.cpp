@@ -1,7 +1,10 @@
 #include "platform/audio/decoder/FFmpegInput.h"
 
+#include "platform/audio/decoder/Id3v2Mask.h"
+
+#include <algorithm>
+#include <array>
 #include <cerrno>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +18,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int BufferSize = 32 * 1024;
+constexpr int MostLeadingTags = 64; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
 // Audio containers only. Left out on purpose: playlists and anything else that refers to other files
@@ -56,9 +60,15 @@ std::optional<Error> FFmpegInput::openContainer()
 {
     if (!allocateContexts())
         return Error{u"No hay memoria suficiente."_s};
+    skipLeadingTags();
+    m_masksTags = true;
     // On failure this frees the format context and sets it to null.
     if (avformat_open_input(&m_format, nullptr, nullptr, nullptr) < 0)
         return openingError();
+    // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
+    m_masksTags = isFormat("aac");
+    if (!m_masksTags)
+        dropMaskedBytes();
     chooseAudioStream();
     if (avformat_find_stream_info(m_format, nullptr) < 0)
         return openingError();
@@ -66,6 +76,28 @@ std::optional<Error> FFmpegInput::openContainer()
         return Error{u"El archivo no contiene audio."_s};
     m_isOpen = true;
     return std::nullopt;
+}
+
+void FFmpegInput::skipLeadingTags()
+{
+    std::array<std::uint8_t, 10> header = {};
+    for (int i = 0; i < MostLeadingTags; ++i) {
+        m_offset = 0;
+        const std::int64_t size =
+            read(this, header.data(), int(header.size())) > 0 ? Id3v2Mask::tagSize(header) : 0;
+        m_offset = 0;
+        if (size == 0)
+            return;
+        m_begin += size;
+    }
+}
+
+/// What has been read ahead is sound, which must be read as it is.
+void FFmpegInput::dropMaskedBytes()
+{
+    const std::int64_t position = avio_tell(m_io);
+    avio_flush(m_io);
+    avio_seek(m_io, position, SEEK_SET);
 }
 
 bool FFmpegInput::allocateContexts()
@@ -120,9 +152,9 @@ bool FFmpegInput::isDurationGuessed() const
     return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
 }
 
-bool FFmpegInput::isOgg() const
+bool FFmpegInput::isFormat(std::string_view name) const
 {
-    return std::string_view(m_format->iformat->name) == "ogg";
+    return name == m_format->iformat->name;
 }
 
 int FFmpegInput::readPacket(AVPacket *packet)
@@ -160,7 +192,7 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     do {
         if (input.isStopped())
             return AVERROR_EXIT;
-        count = pread(input.m_file.get(), buffer, size_t(size), input.m_offset);
+        count = pread(input.m_file.get(), buffer, size_t(size), input.m_begin + input.m_offset);
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
         input.m_readErrorNumber = errno;
@@ -168,6 +200,8 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     }
     if (!input.m_isOpen && (input.m_openingBytesLeft -= count) < 0)
         return AVERROR_EXIT;
+    if (input.m_masksTags)
+        count = ssize_t(Id3v2Mask::apply({buffer, size_t(count)}));
     input.m_offset += count;
     return count > 0 ? int(count) : AVERROR_EOF;
 }
@@ -178,10 +212,11 @@ std::int64_t FFmpegInput::seek(void *self, std::int64_t offset, int whence)
     struct stat status = {};
     if (((whence & AVSEEK_SIZE) || whence == SEEK_END) && fstat(input.m_file.get(), &status) != 0)
         return AVERROR(errno);
+    const std::int64_t end = std::max<std::int64_t>(status.st_size - input.m_begin, 0);
     if (whence & AVSEEK_SIZE)
-        return status.st_size;
-    const std::int64_t base = whence == SEEK_CUR ? input.m_offset : whence == SEEK_END ? status.st_size : 0;
-    if (offset < 0 ? base < -offset : offset > INT64_MAX - base)
+        return end;
+    const std::int64_t base = whence == SEEK_CUR ? input.m_offset : whence == SEEK_END ? end : 0;
+    if (offset < 0 ? base < -offset : offset > INT64_MAX - input.m_begin - base)
         return AVERROR(EINVAL);
     return input.m_offset = base + offset;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 struct AVFormatContext;
 struct AVIOContext;
@@ -15,8 +16,9 @@ struct AVStream;
 ///
 /// 1. Bytes come from the descriptor alone, by pread(). 2. No protocol is allowed, and whatever a container
 /// refers to is refused. 3. Only demuxers of audio containers are allowed, by name. 4. How much is probed,
-/// how long, how many streams there may be and how much is read until the container is open, is bounded. 5.
-/// The stop flag ends every operation.
+/// how long, how many streams there may be and how much is read until the container is open, is bounded. 5. No
+/// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
+/// masked for as long as FFmpeg looks for them. 6. The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
 /// time.
@@ -37,7 +39,7 @@ public:
     /// Whether duration() was estimated from the bit rate.
     [[nodiscard]] bool isDurationGuessed() const;
 
-    [[nodiscard]] bool isOgg() const;
+    [[nodiscard]] bool isOgg() const { return isFormat("ogg"); }
 
     /// The next packet of the audio stream; 0 or an AVERROR code.
     int readPacket(AVPacket *packet);
@@ -53,8 +55,11 @@ private:
     FFmpegInput(FileDescriptor file, StopFlag stop);
 
     std::optional<Error> openContainer();
+    void skipLeadingTags();
     bool allocateContexts();
+    void dropMaskedBytes();
     bool chooseAudioStream();
+    [[nodiscard]] bool isFormat(std::string_view name) const;
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] Error openingError() const;
 
@@ -63,7 +68,9 @@ private:
 
     FileDescriptor m_file;
     StopFlag m_stop;
-    std::int64_t m_offset = 0;
+    std::int64_t m_begin = 0; ///< of the container in the file, behind its leading tags
+    std::int64_t m_offset = 0; ///< of the next read, from there
+    bool m_masksTags = false;
     std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and cover
     bool m_isOpen = false;
     int m_readErrorNumber = 0;

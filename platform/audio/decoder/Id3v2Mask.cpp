@@ -1,0 +1,29 @@
+#include "platform/audio/decoder/Id3v2Mask.h"
+
+#include "platform/media/Id3v2Header.h"
+
+#include <algorithm>
+
+std::int64_t Id3v2Mask::tagSize(std::span<const std::uint8_t> bytes)
+{
+    const QByteArrayView header(bytes.data(), qsizetype(bytes.size()));
+    // The second one is what OpenMG files use.
+    return std::max(id3v2TagSize(header, "ID3"), id3v2TagSize(header, "ea3"));
+}
+
+std::size_t Id3v2Mask::apply(std::span<std::uint8_t> bytes)
+{
+    constexpr std::size_t version = 3; // position in the header
+    if (bytes.size() < Id3v2HeaderSize)
+        return bytes.size();
+    const std::size_t places = bytes.size() - Id3v2HeaderSize + 1;
+    std::size_t ready = places;
+    for (std::size_t i = 0; i < places; ++i) {
+        const auto header = bytes.subspan(i, Id3v2HeaderSize);
+        if (header[version] < 2 || header[version] > 4 || tagSize(header) == 0)
+            continue;
+        header[version] = 0;
+        ready = std::max(ready, i + version + 1);
+    }
+    return ready;
+}

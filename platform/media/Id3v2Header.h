@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QByteArrayView>
+
+/// Size of an ID3v2 tag's header, which is what id3v2TagSize() needs.
+constexpr qsizetype Id3v2HeaderSize = 10;
+
+/// Bytes of the ID3v2 tag that starts with `header`, header and footer included; 0 where none starts there.
+/// `mark` is what its first three bytes are: some formats use another one.
+qint64 id3v2TagSize(QByteArrayView header, QByteArrayView mark = "ID3");
+
+/// Seven bits a byte.
+quint32 syncsafeNumber(QByteArrayView bytes);

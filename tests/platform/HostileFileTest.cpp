@@ -1,0 +1,279 @@
+#include "platform/audio/DecoderModule.h"
+#include "tests/platform/MemoryFile.h"
+#include "tests/platform/audio/WavFile.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 longestWait = 3000; // milliseconds until an answer
+constexpr qint64 mostMemory = 100 * 1024; // KiB
+
+QByteArray mediaFile(const QString &name)
+{
+    QFile file(QDir(QStringLiteral(TEST_MEDIA)).filePath(name));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s is missing.", qPrintable(name));
+    return file.readAll();
+}
+
+template <typename T> QByteArray big(T value)
+{
+    QByteArray bytes(sizeof value, Qt::Uninitialized);
+    qToBigEndian(value, bytes.data());
+    return bytes;
+}
+
+template <typename T> QByteArray little(T value)
+{
+    QByteArray bytes(sizeof value, Qt::Uninitialized);
+    qToLittleEndian(value, bytes.data());
+    return bytes;
+}
+
+QByteArray syncsafe(qsizetype number)
+{
+    QByteArray bytes;
+    for (const int shift : {21, 14, 7, 0})
+        bytes.append(char(number >> shift & 0x7F));
+    return bytes;
+}
+
+QByteArray tagOf(const QByteArray &frame, const QByteArray &content, char flags = 0)
+{
+    const QByteArray padding(16, '\0'); // without it a size may be taken for one in another notation
+    const QByteArray body = frame + syncsafe(content.size()) + '\0' + flags + content + padding;
+    return "ID3" + QByteArray("\4\0\0", 3) + syncsafe(body.size()) + body;
+}
+
+/// A tag of one frame, which inflates to 64 MiB and starts with `beginning` then.
+QByteArray inflatingTag(const QByteArray &frame, const QByteArray &beginning)
+{
+    constexpr qsizetype inflated = 64 << 20;
+    constexpr char compressedWithLength = 0x09;
+    const QByteArray data =
+        qCompress(beginning + QByteArray(inflated - beginning.size(), 'A'), 9).sliced(qsizetype(sizeof(int)));
+    return tagOf(frame, big(quint32(inflated)) + data, compressedWithLength);
+}
+
+QByteArray wave(const QByteArray &chunk, const QByteArray &tag)
+{
+    return mediaFile(u"plain.wav"_s) + chunk + little(quint32(tag.size())) + tag;
+}
+
+QByteArray aiff(const QByteArray &tag)
+{
+    QByteArray bytes = mediaFile(u"plain.aiff"_s) + "ID3 " + big(quint32(tag.size())) + tag;
+    return bytes.replace(4, 4, big(quint32(bytes.size() - 8)));
+}
+
+/// DSF, whose header points to the tag.
+QByteArray dsf(const QByteArray &tag)
+{
+    const QByteArray sound(4096, '\x69');
+    const qsizetype tagPosition = 28 + 52 + 12 + sound.size();
+    return "DSD " + little(quint64(28)) + little(quint64(tagPosition + tag.size()))
+        + little(quint64(tagPosition)) + "fmt " + little(quint64(52)) + little(quint32(1))
+        + little(quint32(0)) + little(quint32(1)) + little(quint32(1)) + little(quint32(2'822'400))
+        + little(quint32(1)) + little(quint64(sound.size() * 8)) + little(quint32(4096)) + little(quint32(0))
+        + "data" + little(quint64(12 + sound.size())) + sound + tag;
+}
+
+QByteArray dsdiffChunk(const QByteArray &name, const QByteArray &content)
+{
+    return name + big(quint64(content.size())) + content + QByteArray(content.size() % 2, '\0');
+}
+
+QByteArray dsdiff(const QByteArray &tag)
+{
+    const QByteArray properties = "SND " + dsdiffChunk("FS  ", big(quint32(2'822'400)))
+        + dsdiffChunk("CHNL", big(quint16(1)) + "C000") + dsdiffChunk("CMPR", QByteArray("DSD \0", 6))
+        + dsdiffChunk("ID3 ", tag);
+    return dsdiffChunk("FRM8",
+        "DSD " + dsdiffChunk("FVER", QByteArray("\1\5\0\0", 4)) + dsdiffChunk("PROP", properties)
+            + dsdiffChunk("DSD ", QByteArray(8192, '\x69')));
+}
+
+/// ASF with an attribute "ID3", whose size is cut to what its field holds.
+QByteArray asf(const QByteArray &tag)
+{
+    const QByteArray name("I\0D\0003\0\0\0", 8);
+    const QByteArray attributes = little(quint16(1)) + little(quint16(name.size())) + name
+        + little(quint16(1)) + little(quint16(std::min<qsizetype>(tag.size(), 65'535))) + tag;
+    const QByteArray object = QByteArray::fromHex("40a4d0d207e3d21197f000a0c95ea850")
+        + little(quint64(24 + attributes.size())) + attributes;
+    QByteArray bytes = mediaFile(u"wma.wma"_s);
+    constexpr qsizetype headerSize = 30;
+    bytes.insert(headerSize, object);
+    bytes.replace(16, 8, little(qFromLittleEndian<quint64>(bytes.constData() + 16) + quint64(object.size())));
+    return bytes.replace(24, 4, little(qFromLittleEndian<quint32>(bytes.constData() + 24) + 1));
+}
+
+/// The tag behind the third frame.
+QByteArray adts(const QByteArray &tag)
+{
+    QByteArray bytes = mediaFile(u"adts.aac"_s);
+    qsizetype position = 0;
+    for (int i = 0; i < 3; ++i)
+        position += qFromBigEndian<quint32>(bytes.constData() + position + 3) >> 13 & 0x1FFF;
+    return bytes.insert(position, tag);
+}
+
+QByteArray openMg(const QByteArray &tag)
+{
+    QByteArray header("EA3\1\0\x60\xff\xff", 8);
+    header.resize(96, '\0');
+    header[32] = 4; // uncompressed
+    return "ea3" + tag.sliced(3) + header + QByteArray(16'384, '\x11');
+}
+
+struct Place {
+    const char *name;
+    QByteArray (*file)(const QByteArray &tag);
+};
+
+const Place places[] = {
+    {"before MP3", [](const QByteArray &tag) { return tag + mediaFile(u"song.mp3"_s); }},
+    {"before FLAC", [](const QByteArray &tag) { return tag + mediaFile(u"flac.flac"_s); }},
+    {"before AC-3", [](const QByteArray &tag) { return tag + mediaFile(u"dolby.ac3"_s); }},
+    {"before WAV", [](const QByteArray &tag) { return tag + mediaFile(u"plain.wav"_s); }},
+    {"behind another tag", [](const QByteArray &tag) { return tag + tag + mediaFile(u"song.mp3"_s); }},
+    {"WAV, ID3", [](const QByteArray &tag) { return wave("ID3 ", tag); }},
+    {"WAV, id3", [](const QByteArray &tag) { return wave("id3 ", tag); }},
+    {"AIFF", aiff},
+    {"DSF", dsf},
+    {"DSDIFF", dsdiff},
+    {"ASF", asf},
+    {"ADTS", adts},
+    {"OpenMG", openMg},
+};
+
+struct Weight {
+    QByteArray step;
+    qint64 wait;
+    qint64 memory;
+};
+
+/// What a child process needs for each step of adding and playing `bytes`; less than two steps where it crashed.
+QList<Weight> weights(const QByteArray &bytes)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"hostile"_s);
+    if (!WavFile::save(path, bytes))
+        qFatal("The temporary folder is not writable.");
+    QProcess child;
+    child.start(QStringLiteral(WEIGH_MEDIA_FILE), {path});
+    if (!child.waitForFinished(60'000))
+        child.kill();
+    QList<Weight> steps;
+    for (const QByteArray &line : child.readAllStandardOutput().trimmed().split('\n')) {
+        const QList<QByteArray> fields = line.split(' ');
+        if (fields.size() == 3)
+            steps.append({fields[0], fields[1].toLongLong(), fields[2].toLongLong()});
+    }
+    return steps;
+}
+
+void verifyBounded(const QByteArray &bytes, const QByteArray &name)
+{
+    const QList<Weight> steps = weights(bytes);
+    QVERIFY2(steps.size() == 2, name + " crashed");
+    for (const Weight &step : steps) {
+        const QByteArray figures = name + ", " + step.step + ": " + QByteArray::number(step.wait) + " ms, "
+            + QByteArray::number(step.memory) + " KiB";
+        QVERIFY2(step.wait < longestWait, figures);
+        QVERIFY2(step.memory < mostMemory, figures);
+    }
+}
+
+std::vector<float> soundOf(const QByteArray &bytes)
+{
+    const MemoryFile file(bytes);
+    std::vector<float> sound;
+    auto opened = DecoderModule::load().value()->open(file.open(), nullptr);
+    while (!opened.isError()) {
+        const auto block = opened.value()->read();
+        if (block.isError() || block.value().samples.empty())
+            break;
+        sound.insert(sound.end(), block.value().samples.begin(), block.value().samples.end());
+    }
+    return sound;
+}
+
+} // namespace
+
+/// Files made to cost a player its memory or its life: each is added, opened and played within bounds.
+class HostileFileTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void inflatingFrame_data()
+    {
+        QTest::addColumn<QByteArray>("frame");
+        QTest::addColumn<QByteArray>("beginning");
+        QTest::newRow("title") << "TIT2"_ba
+                               << "\3"_ba;
+        QTest::newRow("album") << "TALB"_ba
+                               << "\3"_ba;
+        QTest::newRow("text") << "TXXX"_ba << QByteArray("\3name\0", 6);
+        QTest::newRow("genre") << "TCON"_ba
+                               << "\3"_ba;
+        QTest::newRow("lyrics") << "USLT"_ba << QByteArray("\3eng\0", 5);
+        QTest::newRow("picture") << "APIC"_ba << QByteArray("\3image/png\0\3\0", 13);
+    }
+
+    void inflatingFrame()
+    {
+        QFETCH(QByteArray, frame);
+        QFETCH(QByteArray, beginning);
+        const QByteArray tag = inflatingTag(frame, beginning);
+        for (const Place &place : places)
+            verifyBounded(place.file(tag), place.name);
+    }
+
+    void inflatingFrameBehindAThousandTags()
+    {
+        const QByteArray tags = QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(1000);
+        const QByteArray bytes = tags + inflatingTag("TIT2", "\3") + mediaFile(u"song.mp3"_s);
+        verifyBounded(bytes, "a thousand tags");
+        QVERIFY(soundOf(bytes) == soundOf(mediaFile(u"song.mp3"_s)));
+    }
+
+    void tagLeavesTheSound_data()
+    {
+        QTest::addColumn<const Place *>("place");
+        for (const Place &place : places)
+            QTest::newRow(place.name) << &place;
+    }
+
+    void tagLeavesTheSound()
+    {
+        QFETCH(const Place *, place);
+        const auto sound = soundOf(place->file(tagOf("TIT2",
+            "\1\xff\xfe"
+            "A")));
+        QVERIFY(!sound.empty());
+        QVERIFY(sound == soundOf(place->file(tagOf("PRIV", QByteArray(3'000'000, '\0')))));
+    }
+
+    void soundThatLooksLikeATagIsPlayedAsItIs()
+    {
+        const QByteArray header("ID3\4\0\0\0\0\0\0", 10);
+        const QByteArray bytes = mediaFile(u"plain.wav"_s);
+        for (const qsizetype position : {44, 4000}) {
+            const auto sound = soundOf(QByteArray(bytes).replace(position, header.size(), header));
+            const auto first = std::size_t(position - 44) / 2;
+            for (qsizetype i = 0; i < header.size() / 2; ++i)
+                QCOMPARE(sound[first + std::size_t(i)],
+                    float(qFromLittleEndian<qint16>(header.constData() + 2 * i)) / 32'768);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(HostileFileTest)
+#include "HostileFileTest.moc"

@@ -1,0 +1,83 @@
+// Adds, opens and plays one file as the player does, and says what that takes: a line each with the longest wait
+// for an answer in milliseconds and the growth of the peak memory in KiB.
+
+#include "platform/audio/DecoderModule.h"
+#include "platform/media/MediaAsset.h"
+#include "platform/media/MediaReader.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <algorithm>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::size_t mostSamples = 20'000'000; // some codecs write hours of silence into a few bytes
+
+qint64 memory(const char *figure)
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly))
+        qFatal("/proc is missing.");
+    const QByteArray text = status.readAll();
+    const QByteArray rest = text.sliced(text.indexOf(figure) + qstrlen(figure));
+    return rest.first(rest.indexOf("kB")).trimmed().toLongLong();
+}
+
+/// Runs `action`, which returns the longest wait within it in milliseconds, and prints its line.
+void weigh(const char *name, const auto &action)
+{
+    QFile reset(u"/proc/self/clear_refs"_s);
+    if (!reset.open(QIODevice::WriteOnly) || reset.write("5") != 1)
+        qFatal("The peak of the memory cannot be reset.");
+    reset.close();
+    const qint64 before = memory("VmRSS:");
+    const qint64 wait = action();
+    std::printf("%s %lld %lld\n", name, qlonglong(wait), qlonglong(memory("VmHWM:") - before));
+    std::fflush(stdout);
+}
+
+qint64 add(const QUrl &url)
+{
+    QElapsedTimer timer;
+    timer.start();
+    (void)readMedia(url);
+    return timer.elapsed();
+}
+
+qint64 play(const QUrl &url)
+{
+    QElapsedTimer timer;
+    timer.start();
+    auto file = openRegularFile(url);
+    auto opened = DecoderModule::load().value()->open(file.take(), nullptr);
+    qint64 wait = timer.elapsed();
+    if (opened.isError())
+        return wait;
+    for (std::size_t samples = 0; samples < mostSamples;) {
+        timer.start();
+        const auto block = opened.value()->read();
+        wait = std::max(wait, timer.elapsed());
+        if (block.isError() || block.value().samples.empty())
+            break;
+        samples += block.value().samples.size();
+    }
+    timer.start();
+    (void)opened.value()->seek(0);
+    return std::max(wait, timer.elapsed());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (argc != 2 || DecoderModule::load().isError())
+        qFatal("Usage: %s FILE, beside the decoder module", argv[0]);
+    const QUrl url = QUrl::fromLocalFile(QString::fromLocal8Bit(argv[1]));
+    weigh("add", [&] { return add(url); });
+    weigh("play", [&] { return play(url); });
+}
