@@ -39,6 +39,8 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     m_window.menuBar().setAccessibleName(u"Menú"_s);
     buildFileMenu();
     buildPlaybackMenu();
+    for (const QAction *menu : m_window.menuBar().actions())
+        m_window.addActions(menu->menu()->actions());
 }
 
 void LumaverdineApp::show()

@@ -94,19 +94,21 @@ void ContentView::attachImportAlert()
         if (!m_importerError)
             return;
         if (!m_importAlert)
-            openImportAlert();
+            makeImportAlert();
         m_importAlert->setError(m_importerError);
+        m_importAlert->show();
     });
 }
 
-void ContentView::openImportAlert()
+void ContentView::makeImportAlert()
 {
     m_importAlert = new ImportAlert(this);
     m_importAlert->setAttribute(Qt::WA_DeleteOnClose);
+    // What the window's keys do, they do under the alert, too.
+    m_importAlert->addActions(window()->actions());
     connect(m_importAlert, &QDialog::finished, this, [this] {
         m_importAlert.clear();
         m_importerError.reset();
         m_renderer.markOutOfDate();
     });
-    m_importAlert->open();
 }

@@ -74,7 +74,7 @@ private:
     // Importing files
     void attachFileImporter();
     void attachImportAlert();
-    void openImportAlert();
+    void makeImportAlert();
     void handleImportResult(const Result<QList<QUrl>> &result);
 
     PlayerManager &m_player;

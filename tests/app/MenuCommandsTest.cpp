@@ -1,4 +1,6 @@
+#include "platform/files/FilePicker.h"
 #include "tests/app/AppFixture.h"
+#include "ui/ImportAlert.h"
 
 using namespace Qt::StringLiterals;
 
@@ -76,6 +78,27 @@ private Q_SLOTS:
         f.press(Qt::Key_O, Qt::ControlModifier);
         QVERIFY(f.player.showFileImporter());
         QVERIFY(f.player.isPlaying());
+    }
+
+    void commandsWorkInTheAlertAsInTheWindow()
+    {
+        AppFixture f;
+        f.add({u"a.mp3"_s, u"b.mp3"_s});
+        Q_EMIT f.window.findChild<FilePicker *>()->completed(Error{u"uno"_s});
+        QTRY_VERIFY(f.window.findChild<ImportAlert *>());
+        auto &alert = *f.window.findChild<ImportAlert *>();
+        alert.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&alert));
+        const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers) {
+            QTest::keyClick(alert.windowHandle(), key, modifiers);
+        };
+        press(Qt::Key_Space, Qt::NoModifier);
+        QVERIFY(f.player.isPlaying());
+        press(Qt::Key_Right, Qt::ControlModifier);
+        QCOMPARE(f.player.currentTrack()->title, u"b"_s);
+        QVERIFY(alert.isVisible());
+        press(Qt::Key_O, Qt::ControlModifier);
+        QVERIFY(f.player.showFileImporter());
     }
 
 private:

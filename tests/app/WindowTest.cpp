@@ -1,5 +1,7 @@
+#include "platform/files/FilePicker.h"
 #include "tests/app/AppFixture.h"
 #include "ui/ContentView.h"
+#include "ui/ImportAlert.h"
 
 #include <QDialog>
 #include <QSignalSpy>
@@ -92,6 +94,15 @@ private Q_SLOTS:
         f->platform.opened.clear();
         f.reset();
         QVERIFY(!sound->isAlive());
+    }
+
+    void closingEndsTheProgramAlsoUnderTheAlert()
+    {
+        AppFixture f;
+        Q_EMIT f.window.findChild<FilePicker *>()->completed(Error{u"uno"_s});
+        QTRY_VERIFY(f.window.findChild<ImportAlert *>());
+        QVERIFY(QTest::qWaitForWindowExposed(f.window.findChild<ImportAlert *>()));
+        QCOMPARE(exitCodeAfter([&f] { f.window.close(); }), 0);
     }
 
     void closingEndsTheProgramAlsoWithThePickerOpen()

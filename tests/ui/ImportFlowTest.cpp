@@ -1,11 +1,11 @@
 #include "platform/files/FilePicker.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/ImportAlert.h"
+#include "ui/controls/TextButton.h"
 
-#include <QAbstractButton>
 #include <QDialog>
-#include <QLabel>
-#include <QSignalSpy>
+#include <QScreen>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +40,9 @@ struct ImportFixture : ViewFixture {
         }
         return nullptr;
     }
+
+    /// What the alert says below its headline.
+    [[nodiscard]] QString message() const { return alert()->findChildren<Label *>().at(1)->text(); }
 
     /// The picker's dialog, or null while it is not showing.
     [[nodiscard]] static QDialog *dialog()
@@ -122,11 +125,15 @@ private Q_SLOTS:
         f.requestImport();
         f.fail(u"<b>No</b> se puede & basta"_s);
         QVERIFY(f.alert());
-        QCOMPARE(f.alert()->text(), u"No se pudieron importar los archivos"_s);
-        QCOMPARE(f.alert()->informativeText(), u"<b>No</b> se puede & basta"_s);
-        QCOMPARE(f.alert()->windowModality(), Qt::WindowModal);
-        for (const QLabel *label : f.alert()->findChildren<QLabel *>())
-            QCOMPARE(label->textFormat(), Qt::PlainText);
+        const QList<Label *> labels = f.alert()->findChildren<Label *>();
+        QCOMPARE(labels.size(), 2);
+        QCOMPARE(labels.at(0)->text(), u"No se pudieron importar los archivos"_s);
+        QCOMPARE(labels.at(0)->font().weight(), QFont::Bold);
+        QCOMPARE(f.message(), u"<b>No</b> se puede & basta"_s);
+        QCOMPARE(labels.at(1)->font().weight(), QFont::Normal);
+        QVERIFY(labels.at(1)->geometry().top() >= labels.at(0)->geometry().bottom());
+        QCOMPARE(f.alert()->windowTitle(), u"Lumaverdine"_s);
+        QCOMPARE(f.alert()->accessibleName(), u"No se pudieron importar los archivos"_s);
         QVERIFY(f.player.playlist().isEmpty());
         QVERIFY(!f.player.showFileImporter());
     }
@@ -135,15 +142,16 @@ private Q_SLOTS:
     {
         ImportFixture f;
         f.fail(u"uno"_s);
-        const QList<QAbstractButton *> buttons = f.alert()->buttons();
+        const QList<QAbstractButton *> buttons = f.alert()->findChildren<QAbstractButton *>();
         QCOMPARE(buttons.size(), 1);
         QCOMPARE(buttons.first()->text(), u"Aceptar"_s);
+        QVERIFY(buttons.first()->hasFocus());
         QTest::mouseClick(buttons.first(), Qt::LeftButton);
         f.render();
         QVERIFY(!f.alert());
         f.fail(u"dos"_s);
         QVERIFY(f.alert());
-        QCOMPARE(f.alert()->informativeText(), u"dos"_s);
+        QCOMPARE(f.message(), u"dos"_s);
     }
 
     void escapeClosesTheAlert()
@@ -169,14 +177,82 @@ private Q_SLOTS:
         QVERIFY(f.alert());
         QVERIFY(f.player.isPlaying());
         f.fail(u"dos"_s);
-        QCOMPARE(f.alert()->informativeText(), u"dos"_s);
+        QCOMPARE(f.message(), u"dos"_s);
+    }
+
+    void alertAndPickerBlockNeitherEachOtherNorTheWindow()
+    {
+        ImportFixture f;
+        f.fail(u"uno"_s);
+        f.requestImport();
+        QCOMPARE(QApplication::activeModalWidget(), nullptr);
+        QCOMPARE(f.alert()->windowModality(), Qt::NonModal);
+        f.alert()->reject();
+        f.render();
+        QVERIFY(!f.alert());
+        QVERIFY(f.dialog());
+        QVERIFY(f.player.showFileImporter());
+        f.fail(u"dos"_s);
+        QVERIFY(!f.dialog());
+        f.requestImport();
+        f.dialog()->reject();
+        f.render();
+        QVERIFY(!f.player.showFileImporter());
+        QCOMPARE(f.message(), u"dos"_s);
+    }
+
+    void alertOpensOverTheMiddleOfItsWindow()
+    {
+        ImportFixture f;
+        f.view.move(30, 20);
+        f.fail(u"Una razón que dice todo lo que hay que decir, y algo más. "_s.repeated(4));
+        const QPoint off = f.alert()->geometry().center() - f.view.geometry().center();
+        QVERIFY2(std::abs(off.x()) <= 3 && std::abs(off.y()) <= 20, qPrintable(QDebug::toString(off)));
+    }
+
+    void alertOpensOnTheScreenWithItsTitleBar_data()
+    {
+        QTest::addColumn<QRect>("window"); // on a screen of 1280 × 800 below a bar of 30
+        QTest::addColumn<QPoint>("place"); // of 400 × 168, 200 with the title bar
+        QTest::newRow("over the window") << QRect(100, 130, 720, 620) << QPoint(260, 340);
+        QTest::newRow("left") << QRect(-600, 130, 720, 620) << QPoint(0, 340);
+        QTest::newRow("right") << QRect(1200, 130, 720, 620) << QPoint(880, 340);
+        QTest::newRow("above") << QRect(100, -400, 720, 620) << QPoint(260, 30);
+        QTest::newRow("below") << QRect(100, 700, 720, 620) << QPoint(260, 630);
+    }
+
+    void alertOpensOnTheScreenWithItsTitleBar()
+    {
+        QFETCH(const QRect, window);
+        QTEST(ImportAlert::placeOver(window, {400, 168}, {0, 30, 1280, 800}), "place");
+    }
+
+    void alertIsAsHighAsItsTextFromTheFirstShowing()
+    {
+        ImportFixture f;
+        f.fail(u"corto"_s);
+        const int low = f.alert()->height();
+        f.alert()->reject();
+        f.render();
+        f.fail(u"/una/carpeta-muy-larga/que-no-tiene-espacios"_s.repeated(12));
+        const QSize size = f.alert()->size();
+        QVERIFY(size.height() > low + 60);
+        QCOMPARE(size.width(), 400);
+        f.render();
+        QCOMPARE(f.alert()->size(), size);
+        for (const Label *label : f.alert()->findChildren<Label *>())
+            QVERIFY(f.alert()->rect().contains(label->geometry()));
+        f.alert()->reject();
+        f.render();
+        f.fail(u"sin fin "_s.repeated(10'000));
+        QVERIFY(f.alert()->height() < 400);
     }
 
     void alertWithoutATextSaysSo()
     {
         ImportAlert alert(nullptr);
         alert.setError(std::nullopt);
-        QCOMPARE(alert.informativeText(), u"Error desconocido"_s);
+        QCOMPARE(alert.findChildren<Label *>().at(1)->text(), u"Error desconocido"_s);
     }
 };
 
