@@ -4,6 +4,7 @@
 #include "platform/audio/AudioFormat.h"
 
 #include <cstdint>
+#include <functional>
 #include <span>
 
 /// A run of decoded sound.
@@ -11,6 +12,9 @@ struct DecodedFrames {
     std::span<const float> samples; ///< interleaved; valid until the next call; empty at the end
     std::int64_t position = 0; ///< of the first frame, in frames from the start of the track
 };
+
+/// Asked now and then by an operation that can last: whether its result is wanted no longer. May be empty.
+using IsObsolete = std::function<bool()>;
 
 /// Decodes one file to frames of one format, from the first to the last audible sample.
 ///
@@ -38,8 +42,9 @@ public:
     virtual Result<DecodedFrames> read() = 0;
 
     /// Makes read() go on at `frame`, to the sample where the format allows it; a position past the end leads
-    /// to the end. False where the file cannot be positioned.
-    virtual bool seek(std::int64_t frame) = 0;
+    /// to the end. May decode all that lies before, which takes seconds in an hour of sound. False where the
+    /// file cannot be positioned or the seek has become obsolete; then only another seek can follow.
+    virtual bool seek(std::int64_t frame, const IsObsolete &isObsolete) = 0;
 
 protected:
     Decoder() = default;

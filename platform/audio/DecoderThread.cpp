@@ -67,7 +67,10 @@ void DecoderThread::startOver(const Playback::Request &request)
     m_undelivered = {};
     m_position = target;
     m_playback->setEnding({});
-    if (!isFirst && !m_decoder->seek(target))
+    const auto isObsolete = [this] {
+        return m_playback->isStopped() || m_playback->request().generation != m_generation;
+    };
+    if (!isFirst && !m_decoder->seek(target, isObsolete) && !isObsolete())
         finish(Error{QStringLiteral("No se puede cambiar de posición en el archivo.")});
 }
 

@@ -38,7 +38,7 @@ std::int64_t readOn(Decoder &decoder, std::size_t samples)
 
 void seekAndRead(Decoder &decoder, std::int64_t frame)
 {
-    if (decoder.seek(std::max<std::int64_t>(frame, 0)))
+    if (decoder.seek(std::max<std::int64_t>(frame, 0), {}))
         readOn(decoder, 20'000);
 }
 

@@ -1,8 +1,11 @@
 #include "platform/audio/decoder/FFmpegDecoder.h"
 
 #include "platform/audio/decoder/FlacTimestamp.h"
+#include "platform/audio/decoder/Positioning.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -31,10 +34,11 @@ constexpr double SmallestLeap = 0.25;
 // the lowest rates. Where an index has led past the target, further and further back.
 constexpr double UsualRunUp = 0.5; // seconds
 constexpr double LongRunUp = 1;
-constexpr double longerRunUps[] = {4, 12};
+constexpr double LongerRunUp = 4;
+constexpr double LongestRunUp = 12;
 
 // The last page of an Ogg stream has no time of its own; it has to be reached from the one before.
-constexpr double LastPage = 2; // seconds, more than pages last
+constexpr double OggPage = 2; // seconds, more than pages last
 
 } // namespace
 
@@ -62,6 +66,7 @@ Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(FileDescriptor file, StopFl
         return *error;
     if (const auto error = decoder->decodeFirstFrame())
         return *error;
+    decoder->m_canSeek = seeksExactly(decoder->m_input->demuxer(), decoder->m_codec->codec_id);
     return std::unique_ptr<Decoder>(std::move(decoder));
 }
 
@@ -71,6 +76,7 @@ std::optional<Error> FFmpegDecoder::openCodec()
     const AVCodec *codec = avcodec_find_decoder(stream.codecpar->codec_id);
     if (!codec)
         return Error{u"El códec de audio del archivo no es compatible."_s};
+    avcodec_free_context(&m_codec);
     m_codec = avcodec_alloc_context3(codec);
     if (!m_codec || !m_packet || !m_frame)
         return Error{u"No hay memoria suficiente."_s};
@@ -85,17 +91,23 @@ std::optional<Error> FFmpegDecoder::openCodec()
 
 std::optional<Error> FFmpegDecoder::decodeFirstFrame()
 {
-    m_firstPacketTime = INT64_MAX;
     if (decodeFrame() != Step::Frame)
         return m_input->hasReadError() ? failure()
                                        : Error{u"El audio del archivo no se puede decodificar."_s};
     m_origin = m_frame->best_effort_timestamp == AV_NOPTS_VALUE ? 0 : m_frame->best_effort_timestamp;
-    m_firstPacketTime = std::min(m_firstPacketTime, m_origin);
     m_format = FrameConverter::formatFor(*m_frame);
     m_converter.setOutput(m_format);
     if (convertFrame() != Step::Frame)
         return Error{u"El audio del archivo no se puede decodificar."_s};
     return std::nullopt;
+}
+
+double FFmpegDecoder::duration() const
+{
+    // Ogg has no length but the time of its last page, which is as wrong as the one who wrote it.
+    if (const std::int64_t frames = flacLength(flacStreamInfo()))
+        return m_format.seconds(frames);
+    return m_input->duration().value_or(0);
 }
 
 Result<DecodedFrames> FFmpegDecoder::read()
@@ -137,14 +149,24 @@ FFmpegDecoder::Step FFmpegDecoder::convertFrame()
 
 void FFmpegDecoder::followTimestamp(std::optional<std::int64_t> position)
 {
-    const bool isLeap = position && *position > m_chunkPosition + m_format.frames(SmallestLeap);
-    if (position && (isLeap || !m_isPositionKnown))
+    const bool hasLostSound = std::exchange(m_hasLostSound, false);
+    if (!position)
+        return;
+    const std::int64_t leap = *position - m_chunkPosition;
+    const bool isLeap = std::abs(leap) > m_format.frames(SmallestLeap);
+    const bool canBeHole =
+        leap > 0 && (hasLostSound || keepsTime(m_input->demuxer())) && isInTrack(*position);
+    if ((isLeap && canBeHole) || !m_isPositionKnown)
         m_chunkPosition = *position;
-    // Whatever a container says there, before the first frame of the track there is none.
-    if (m_isAtStart)
-        m_chunkPosition = std::min<std::int64_t>(m_chunkPosition, 0);
-    m_isAtStart = false;
+    else if (isLeap)
+        m_canSeek = false;
     m_isPositionKnown = true;
+}
+
+bool FFmpegDecoder::isInTrack(std::int64_t position) const
+{
+    const double length = duration();
+    return length <= 0 || isDurationGuessed() || m_format.seconds(position) < length;
 }
 
 FFmpegDecoder::Step FFmpegDecoder::decodeFrame()
@@ -194,29 +216,41 @@ FFmpegDecoder::Step FFmpegDecoder::sendPacket()
         return Step::Again;
     }
     correctTimestamp();
-    if (m_packet->pts != AV_NOPTS_VALUE)
-        m_firstPacketTime = std::min(m_firstPacketTime, m_packet->pts);
     m_badTime += std::clamp<std::int64_t>(m_packet->duration, 0, INT32_MAX);
     result = avcodec_send_packet(m_codec, m_packet);
     av_packet_unref(m_packet);
     return result < 0 && result != AVERROR(EAGAIN) ? countDamage() : Step::Again;
 }
 
-/// FLAC in Ogg knows better than its container where a packet lies.
+/// The STREAMINFO block of FLAC; empty if the codec is another.
+std::span<const std::uint8_t> FFmpegDecoder::flacStreamInfo() const
+{
+    const AVCodecParameters &codec = *m_input->audioStream()->codecpar;
+    if (codec.codec_id != AV_CODEC_ID_FLAC)
+        return {};
+    return {codec.extradata, std::size_t(codec.extradata_size)};
+}
+
+/// FLAC in Ogg knows better than its container where on a page a packet lies, unless its numbers are wrong.
 void FFmpegDecoder::correctTimestamp()
 {
     const AVStream &stream = *m_input->audioStream();
-    if (stream.codecpar->codec_id != AV_CODEC_ID_FLAC || !m_input->isOgg())
+    if (stream.codecpar->codec_id != AV_CODEC_ID_FLAC || !m_input->isOgg() || m_packet->pts == AV_NOPTS_VALUE)
         return;
-    const int blockSize =
-        flacBlockSize({stream.codecpar->extradata, std::size_t(stream.codecpar->extradata_size)});
-    if (const auto position = flacFramePosition({m_packet->data, std::size_t(m_packet->size)}, blockSize))
-        m_packet->pts = av_rescale_q(*position, {1, stream.codecpar->sample_rate}, stream.time_base);
+    const int blockSize = flacBlockSize(flacStreamInfo());
+    const auto position = flacFramePosition({m_packet->data, std::size_t(m_packet->size)}, blockSize);
+    if (!position)
+        return;
+    const std::int64_t time = av_rescale_q(*position, {1, stream.codecpar->sample_rate}, stream.time_base);
+    const auto page = std::int64_t(OggPage / av_q2d(stream.time_base));
+    if (std::clamp(time, av_sat_sub64(m_packet->pts, page), av_sat_add64(m_packet->pts, page)) == time)
+        m_packet->pts = time;
 }
 
 FFmpegDecoder::Step FFmpegDecoder::countDamage()
 {
     m_isDamaged = true;
+    m_hasLostSound = true;
     const double badSeconds = double(m_badTime) * av_q2d(m_input->audioStream()->time_base);
     return ++m_badPackets >= MostBadPackets || badSeconds >= MostBadSeconds ? Step::Failed : Step::Again;
 }
@@ -250,30 +284,31 @@ Error FFmpegDecoder::failure() const
     return {u"El archivo está dañado."_s};
 }
 
-bool FFmpegDecoder::seek(std::int64_t frame)
+bool FFmpegDecoder::seek(std::int64_t frame, const IsObsolete &isObsolete)
 {
-    if (seekWithRunUp(frame, firstRunUp(frame)))
-        return true;
-    for (const double runUp : longerRunUps) {
-        if (seekWithRunUp(frame, runUp))
+    // Whether its numbers leap is seen by the second frame, and no more behind that.
+    if (m_canSeek && m_chunkPosition == 0)
+        fillChunk();
+    for (const double runUp : {firstRunUp(frame), LongerRunUp, LongestRunUp}) {
+        if (m_canSeek && frame > m_format.frames(runUp) && seekWithRunUp(frame, runUp, isObsolete))
             return true;
     }
-    return seekContainer(m_firstPacketTime) && decodeUntil(frame);
+    return startOver() && decodeUntil(frame, isObsolete);
 }
 
 double FFmpegDecoder::firstRunUp(std::int64_t frame) const
 {
-    if (m_input->isOgg() && frame > m_format.frames(duration() - LastPage))
-        return LastPage + LongRunUp;
+    if (m_input->isOgg() && frame > m_format.frames(duration() - OggPage))
+        return OggPage + LongRunUp;
     return m_codec->codec_id == AV_CODEC_ID_MP3 ? LongRunUp : UsualRunUp;
 }
 
-bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp)
+bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp, const IsObsolete &isObsolete)
 {
     const AVRational timeBase = m_input->audioStream()->time_base;
     const std::int64_t target = av_sat_add64(m_origin, av_rescale_q(frame, {1, m_format.rate}, timeBase));
     const std::int64_t start = av_sat_sub64(target, std::int64_t(runUp / av_q2d(timeBase)));
-    return seekContainer(std::max(start, m_firstPacketTime)) && decodeUntil(frame);
+    return seekContainer(start) && decodeUntil(frame, isObsolete) && m_canSeek;
 }
 
 bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
@@ -283,29 +318,48 @@ bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
     if (avformat_seek_file(m_input->format(), stream, INT64_MIN, timestamp, timestamp, 0) < 0)
         return false;
     avcodec_flush_buffers(m_codec);
+    forgetChunk();
+    m_isPositionKnown = false;
+    return true;
+}
+
+/// Goes back to the first frame as if the file had just been opened: neither containers nor codecs forget
+/// everything when they are told to.
+bool FFmpegDecoder::startOver()
+{
+    auto input = m_input->openAgain();
+    if (input.isError())
+        return false;
+    m_input = input.take();
+    forgetChunk();
+    return !openCodec() && !decodeFirstFrame();
+}
+
+void FFmpegDecoder::forgetChunk()
+{
     m_converter.reset();
     m_chunk.clear();
     m_chunkPosition = 0;
     m_isChunkFresh = false;
-    m_isPositionKnown = false;
-    m_isAtStart = timestamp <= m_firstPacketTime;
+    m_isPositionKnown = true;
+    m_hasLostSound = false;
     m_isDrained = false;
     m_badPackets = 0;
     m_badTime = 0;
-    return true;
 }
 
-/// Makes `frame` the first of the chunk, or the end where the track is shorter. False where the sound begins
-/// behind it.
-bool FFmpegDecoder::decodeUntil(std::int64_t frame)
+/// Makes `frame` the first of the chunk, or the end where the track is shorter. False where no sound is known
+/// to lie at or before it, or it is obsolete.
+bool FFmpegDecoder::decodeUntil(std::int64_t frame, const IsObsolete &isObsolete)
 {
-    bool isFirst = true;
-    for (;;) {
-        const Step step = fillChunk();
-        if (isFirst && m_chunkPosition > frame)
+    if (!m_isChunkFresh)
+        fillChunk();
+    if (m_chunk.empty() || !m_isPositionKnown || m_chunkPosition > frame)
+        return false;
+    while (m_chunkPosition + chunkFrames() <= frame) {
+        if (isObsolete && isObsolete())
             return false;
-        isFirst = false;
-        if (m_chunkPosition + chunkFrames() > frame || step != Step::Frame)
+        if (fillChunk() != Step::Frame)
             break;
     }
     dropFrames(frame - m_chunkPosition);

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 struct AVCodecContext;
@@ -15,8 +16,11 @@ struct AVPacket;
 /// Decodes the audio stream of an FFmpegInput.
 ///
 /// Position zero is the first frame that the codec gives out, once encoder delay is cut off. A packet with
-/// invalid data is left out; after 100 in a row, or two seconds' worth, decoding has failed. Where timestamps
-/// leap forward the position follows them; where they go back (chained streams) it counts on.
+/// invalid data is left out; after 100 in a row, or two seconds' worth, decoding has failed. Where sound is
+/// missing, by the container's timestamps or after damage, the position leaps with them; any other leap of
+/// theirs (chained streams, wrong numbers) is ignored, and the container's own seeking not used from then on.
+///
+/// A seek that the container cannot be trusted with decodes from the first frame on, faster than time passes.
 class FFmpegDecoder final : public Decoder {
 public:
     /// Decodes the first frame; fails where nothing at all can be decoded.
@@ -24,11 +28,11 @@ public:
     ~FFmpegDecoder() override;
 
     [[nodiscard]] AudioFormat format() const override { return m_format; }
-    [[nodiscard]] double duration() const override { return m_input->duration().value_or(0); }
+    [[nodiscard]] double duration() const override;
     [[nodiscard]] bool isDurationGuessed() const override { return m_input->isDurationGuessed(); }
     [[nodiscard]] bool isDamaged() const override { return m_isDamaged; }
     Result<DecodedFrames> read() override;
-    bool seek(std::int64_t frame) override;
+    bool seek(std::int64_t frame, const IsObsolete &isObsolete) override;
 
 private:
     /// What became of one attempt to decode a frame.
@@ -43,18 +47,22 @@ private:
     Step sendPacket();
     Step countDamage();
     void correctTimestamp();
+    [[nodiscard]] std::span<const std::uint8_t> flacStreamInfo() const;
     Step fillChunk();
     Step convertFrame();
     void followTimestamp(std::optional<std::int64_t> position);
     void dropFrames(std::int64_t count);
     [[nodiscard]] std::optional<std::int64_t> framePosition() const;
     [[nodiscard]] std::int64_t chunkFrames() const;
+    [[nodiscard]] bool isInTrack(std::int64_t position) const;
     [[nodiscard]] Error failure() const;
 
     [[nodiscard]] double firstRunUp(std::int64_t frame) const;
-    bool seekWithRunUp(std::int64_t frame, double runUp);
+    bool seekWithRunUp(std::int64_t frame, double runUp, const IsObsolete &isObsolete);
     bool seekContainer(std::int64_t timestamp);
-    bool decodeUntil(std::int64_t frame);
+    bool startOver();
+    void forgetChunk();
+    bool decodeUntil(std::int64_t frame, const IsObsolete &isObsolete);
 
     std::unique_ptr<FFmpegInput> m_input;
     AVCodecContext *m_codec = nullptr;
@@ -66,12 +74,11 @@ private:
     std::vector<float> m_chunk; ///< converted, not read yet
     std::int64_t m_chunkPosition = 0; ///< track frame of the chunk's first
     bool m_isChunkFresh = false; ///< the chunk waits for the next read()
-    bool m_isPositionKnown = true; ///< false between a seek and the first timestamp after it
-
-    bool m_isAtStart = true; ///< whether the next frame is the first of the track
+    bool m_isPositionKnown = true; ///< false between a seek of the container and the first timestamp after it
 
     std::int64_t m_origin = 0; ///< timestamp of track frame 0, in the stream's time base
-    std::int64_t m_firstPacketTime = 0; ///< no seek goes before it
+    bool m_canSeek = false; ///< whether the container leads where its timestamps say
+    bool m_hasLostSound = false; ///< since the last frame
     int m_badPackets = 0; ///< in a row
     std::int64_t m_badTime = 0; ///< what they last, in the stream's time base
     bool m_isDamaged = false;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,6 +57,14 @@ Result<std::unique_ptr<FFmpegInput>> FFmpegInput::open(FileDescriptor file, Stop
     return input;
 }
 
+Result<std::unique_ptr<FFmpegInput>> FFmpegInput::openAgain() const
+{
+    FileDescriptor file(fcntl(m_file.get(), F_DUPFD_CLOEXEC, 0));
+    if (file.get() < 0)
+        return Error{qt_error_string(errno)};
+    return open(std::move(file), m_stop);
+}
+
 std::optional<Error> FFmpegInput::openContainer()
 {
     if (!allocateContexts())
@@ -66,7 +75,7 @@ std::optional<Error> FFmpegInput::openContainer()
     if (avformat_open_input(&m_format, nullptr, nullptr, nullptr) < 0)
         return openingError();
     // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
-    m_masksTags = isFormat("aac");
+    m_masksTags = demuxer() == "aac";
     if (!m_masksTags)
         dropMaskedBytes();
     chooseAudioStream();
@@ -152,9 +161,9 @@ bool FFmpegInput::isDurationGuessed() const
     return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
 }
 
-bool FFmpegInput::isFormat(std::string_view name) const
+std::string_view FFmpegInput::demuxer() const
 {
-    return name == m_format->iformat->name;
+    return m_format->iformat->name;
 }
 
 int FFmpegInput::readPacket(AVPacket *packet)

@@ -30,6 +30,12 @@ public:
     FFmpegInput(const FFmpegInput &) = delete;
     FFmpegInput &operator=(const FFmpegInput &) = delete;
 
+    /// The same file from its beginning. Reads from the same descriptor, whatever has become of its name.
+    [[nodiscard]] Result<std::unique_ptr<FFmpegInput>> openAgain() const;
+
+    /// FFmpeg's name of the container format.
+    [[nodiscard]] std::string_view demuxer() const;
+
     [[nodiscard]] AVFormatContext *format() { return m_format; }
     [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
 
@@ -39,7 +45,7 @@ public:
     /// Whether duration() was estimated from the bit rate.
     [[nodiscard]] bool isDurationGuessed() const;
 
-    [[nodiscard]] bool isOgg() const { return isFormat("ogg"); }
+    [[nodiscard]] bool isOgg() const { return demuxer() == "ogg"; }
 
     /// The next packet of the audio stream; 0 or an AVERROR code.
     int readPacket(AVPacket *packet);
@@ -59,7 +65,6 @@ private:
     bool allocateContexts();
     void dropMaskedBytes();
     bool chooseAudioStream();
-    [[nodiscard]] bool isFormat(std::string_view name) const;
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] Error openingError() const;
 

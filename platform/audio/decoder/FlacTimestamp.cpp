@@ -37,6 +37,17 @@ std::optional<std::int64_t> flacFramePosition(std::span<const std::uint8_t> fram
     return countsSamples ? *number : *number * blockSize;
 }
 
+std::int64_t flacLength(std::span<const std::uint8_t> streamInfo)
+{
+    constexpr std::size_t offset = 13; // behind sizes, rate, channels and sample size; 36 bits
+    if (streamInfo.size() < offset + 5)
+        return 0;
+    std::int64_t length = streamInfo[offset] & 0xF;
+    for (const std::uint8_t byte : streamInfo.subspan(offset + 1, 4))
+        length = length << 8 | byte;
+    return length;
+}
+
 int flacBlockSize(std::span<const std::uint8_t> streamInfo)
 {
     if (streamInfo.size() < 4)

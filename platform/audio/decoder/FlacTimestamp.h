@@ -12,5 +12,8 @@
 /// not.
 std::optional<std::int64_t> flacFramePosition(std::span<const std::uint8_t> frame, int blockSize);
 
+/// Frames in the whole stream, from its STREAMINFO block; 0 if it does not tell.
+std::int64_t flacLength(std::span<const std::uint8_t> streamInfo);
+
 /// Block size of all frames, from the STREAMINFO block of a FLAC stream; 0 where it is damaged or varies.
 int flacBlockSize(std::span<const std::uint8_t> streamInfo);

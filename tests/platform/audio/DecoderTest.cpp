@@ -110,7 +110,7 @@ private Q_SLOTS:
         const auto samples = WavFile::countingSamples(2 * rate, 2);
         const auto decoder = openDecoder(saveWav(samples, 2)).take();
         readAll(*decoder);
-        QVERIFY(decoder->seek(frame));
+        QVERIFY(decoder->seek(frame, {}));
         const auto block = decoder->read();
         QVERIFY(!block.isError());
         QCOMPARE(block.value().position, frame);
@@ -121,7 +121,7 @@ private Q_SLOTS:
     void seekPastTheEndLeadsToTheEnd()
     {
         const auto decoder = openDecoder(saveWav(WavFile::countingSamples(rate, 1), 1)).take();
-        QVERIFY(decoder->seek(10 * rate));
+        QVERIFY(decoder->seek(10 * rate, {}));
         const auto block = decoder->read();
         QVERIFY(!block.isError());
         QVERIFY(block.value().samples.empty());

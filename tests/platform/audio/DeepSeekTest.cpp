@@ -121,7 +121,7 @@ private Q_SLOTS:
         for (int i = 0; i < 10; ++i) {
             const auto end = qint64(twoHours * decoder->format().rate) - 10'000;
             const qint64 target = i == 0 ? end : file.period + random.bounded(end - file.period);
-            QVERIFY(decoder->seek(target));
+            QVERIFY(decoder->seek(target, {}));
             const auto samples = decode(*decoder, 3000);
             QVERIFY(samples.size() >= 3000);
             double largest = 0;

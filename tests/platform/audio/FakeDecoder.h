@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -24,6 +25,8 @@ public:
         double failsAt = 1e9; ///< seconds; reading on from there is an error
         std::shared_ptr<std::atomic<bool>> isReading = nullptr; ///< set with the first read()
         std::shared_ptr<std::atomic<bool>> isGone = nullptr; ///< set where the decoder is destroyed
+        double neverReaches = -1; ///< seconds; a seek there lasts until it is obsolete
+        std::shared_ptr<std::atomic<bool>> isSeeking = nullptr; ///< set when such a seek begins
         int blocksOn = -1; ///< a descriptor that every read() waits on, as a medium that does not answer
     };
 
@@ -59,8 +62,14 @@ public:
         return block;
     }
 
-    bool seek(std::int64_t frame) override
+    bool seek(std::int64_t frame, const IsObsolete &isObsolete) override
     {
+        if (double(frame) / rate == m_script.neverReaches) {
+            *m_script.isSeeking = true;
+            while (!isObsolete())
+                std::this_thread::yield();
+            return false;
+        }
         m_frame = frame;
         return true;
     }

@@ -123,6 +123,30 @@ private Q_SLOTS:
         QVERIFY(std::abs(double(samples[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);
     }
 
+    void longSeekIsGivenUpForTheNext()
+    {
+        const auto isSeeking = std::make_shared<std::atomic<bool>>(false);
+        const auto player = makePlayer({.neverReaches = 7, .isSeeking = isSeeking});
+        player->play();
+        player->setCurrentTime(7);
+        QVERIFY(QTest::qWaitFor([&] { return isSeeking->load(); }));
+        player->setCurrentTime(3);
+        QVERIFY(playUntil([&] { return player->currentTime() > 3.1; }));
+        QVERIFY(player->isPlaying());
+    }
+
+    void longSeekEndsWithItsPlayer()
+    {
+        const auto isSeeking = std::make_shared<std::atomic<bool>>(false);
+        const auto isGone = std::make_shared<std::atomic<bool>>(false);
+        auto player = makePlayer({.isGone = isGone, .neverReaches = 7, .isSeeking = isSeeking});
+        player->play();
+        player->setCurrentTime(7);
+        QVERIFY(QTest::qWaitFor([&] { return isSeeking->load(); }));
+        player.reset();
+        QVERIFY(QTest::qWaitFor([&] { return isGone->load(); }));
+    }
+
     void seekWhilePausedStaysPaused()
     {
         const auto player = makePlayer();

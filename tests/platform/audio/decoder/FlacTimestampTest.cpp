@@ -41,6 +41,16 @@ private Q_SLOTS:
         QVERIFY(!flacFramePosition(bytes(0xFF, 0xF8, 0xC9, 0x18, 0x05, 0), 0));
     }
 
+    void lengthIsThatOfTheStreamInfo()
+    {
+        const auto info = bytes(
+            0x10, 0, 0x10, 0, 0, 0, 0, 0, 0, 0, 0x0A, 0xC4, 0x42, 0xF5, 0x12, 0x34, 0x56, 0x78, 0xFF, 0xFF);
+        QCOMPARE(flacLength(info), std::int64_t(0x5'1234'5678));
+        QCOMPARE(flacLength(std::span(info).first(18)), std::int64_t(0x5'1234'5678));
+        QCOMPARE(flacLength(std::span(info).first(17)), 0);
+        QCOMPARE(flacLength({}), 0);
+    }
+
     void blockSizeIsKnownWhereItDoesNotVary()
     {
         QCOMPARE(flacBlockSize(bytes(0x10, 0x00, 0x10, 0x00)), 4096);
