@@ -137,6 +137,11 @@ private:
     [[nodiscard]] QColor primary(double opacity = 1) const { return m_scheme.primary(opacity); }
     [[nodiscard]] QColor accent(double opacity = 1) const { return m_scheme.accent(opacity); }
     [[nodiscard]] QColor secondary() const { return m_scheme.primary(0.62); }
+    /// 0.5, or what a contrast of 4.5 to the tinted window takes.
+    [[nodiscard]] QColor tertiary() const
+    {
+        return m_scheme.primary(m_scheme.window.lightness() > 128 ? 0.54 : 0.5);
+    }
     [[nodiscard]] bool isEmpty() const { return m_shown.rows.isEmpty(); }
     [[nodiscard]] static int buttonHeight() { return QFontMetrics(system(13)).height() + 2 * 6; }
 
@@ -168,7 +173,7 @@ private:
         column.down(0, 9);
         add("artist", column.down(lineHeight(system(18, QFont::Medium)), 9),
             text(m_shown.artist, system(18, QFont::Medium), secondary()));
-        add("album", column.down(lineHeight(system(14))), text(m_shown.album, system(14), primary(0.5)));
+        add("album", column.down(lineHeight(system(14))), text(m_shown.album, system(14), tertiary()));
         Stack position(column.up(std::max(17, lineHeight(system(13, QFont::Medium)))));
         add("note of the position", position.right(17, 9), symbol(u"music.note"_s, 13, secondary()));
         add("position", position.rest(), text(m_shown.position, system(13, QFont::Medium), secondary()));
