@@ -13,8 +13,7 @@ target_include_directories(lumaverdine_options INTERFACE ${PROJECT_SOURCE_DIR})
 
 if(LUMAVERDINE_SANITIZE)
     add_compile_options(-fsanitize=${LUMAVERDINE_SANITIZE} -fno-omit-frame-pointer)
-    # The sanitizers call dlopen() in our place, so that only an inherited path leads to the decoder module.
-    add_link_options(-fsanitize=${LUMAVERDINE_SANITIZE} -Wl,--disable-new-dtags)
+    add_link_options(-fsanitize=${LUMAVERDINE_SANITIZE})
 endif()
 if(LUMAVERDINE_FUZZ)
     # A fuzzer has to see which branches an input takes, and to stop at the first thing that is wrong.
