@@ -1,6 +1,7 @@
 #include "platform/media/MediaSource.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,6 +16,8 @@ qint64 readFully(int descriptor, char *buffer, qint64 position, qint64 length)
     while (done < length) {
         const ssize_t count =
             pread(descriptor, buffer + done, static_cast<std::size_t>(length - done), position + done);
+        if (count < 0 && errno == EINTR)
+            continue; // a signal came between
         if (count <= 0)
             break;
         done += count;

@@ -20,6 +20,7 @@ struct Medium {
     FaultyMedium::Fault fault = FaultyMedium::Fault::None;
     long offset = 0;
     int faults = 0;
+    bool wasInterrupted = false;
 };
 
 /// Never destroyed: a thread that waits for a file waits until the process is gone.
@@ -29,18 +30,20 @@ Medium &medium()
     return *instance;
 }
 
-/// Whether a call for the file of `status` succeeds; returns once it is known.
-bool succeeds(const struct stat &status, bool isOpening, long offset)
+/// The error of a call for the file of `status`, 0 if it succeeds; returns once it is known.
+int errorOf(const struct stat &status, bool isOpening, long offset)
 {
     using Fault = FaultyMedium::Fault;
     Medium &m = medium();
     std::unique_lock lock(m.mutex);
     if (m.number == 0 || status.st_ino != m.number || status.st_dev != m.device || offset < m.offset
         || m.fault == Fault::None || (isOpening && m.fault != Fault::Absence))
-        return true;
+        return 0;
     ++m.faults;
     m.changed.wait(lock, [&m] { return m.fault != Fault::Silence && m.fault != Fault::Absence; });
-    return m.fault != Fault::Error;
+    if (m.fault == Fault::Interruption)
+        return (m.wasInterrupted = !m.wasInterrupted) ? EINTR : 0;
+    return m.fault == Fault::Error ? EIO : 0;
 }
 
 } // namespace
@@ -49,8 +52,9 @@ extern "C" __attribute__((visibility("default"))) ssize_t pread(
     int descriptor, void *buffer, size_t size, off_t offset)
 {
     struct stat status = {};
-    if (fstat(descriptor, &status) == 0 && !succeeds(status, false, offset)) {
-        errno = EIO;
+    const int error = fstat(descriptor, &status) == 0 ? errorOf(status, false, offset) : 0;
+    if (error != 0) {
+        errno = error;
         return -1;
     }
     return syscall(SYS_pread64, descriptor, buffer, size, offset);
@@ -67,7 +71,7 @@ extern "C" __attribute__((visibility("default"))) int open(const char *path, int
     }
     struct stat status = {};
     if (stat(path, &status) == 0)
-        (void)succeeds(status, true, LONG_MAX);
+        (void)errorOf(status, true, LONG_MAX);
     return int(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 

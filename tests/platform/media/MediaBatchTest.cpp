@@ -115,6 +115,17 @@ private Q_SLOTS:
         QCOMPARE(title(MediaBatch({url}).take()), u"Título 2.3"_s);
     }
 
+    void readThatASignalInterruptsIsDoneAgain()
+    {
+        const MixedFolder mixed;
+        FaultyMedium medium(mixed.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Interruption);
+        const MediaAsset asset(readMedia(QUrl::fromLocalFile(mixed.silent)));
+        QVERIFY(medium.faults() > 1);
+        QCOMPARE(title(asset), u"Título 2.3"_s);
+        QCOMPARE(asset.duration().seconds(), 2.0);
+    }
+
     void batchMayEndWhileAMediumIsSilent()
     {
         const MixedFolder mixed;
