@@ -1,16 +1,15 @@
 #include "platform/media/AsfReader.h"
 
+#include "platform/media/Fields.h"
+#include "platform/media/MergedTags.h"
 #include "platform/media/TextValues.h"
 
-#include <QStringDecoder>
-#include <QtEndian>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr quint64 HeaderSizeLimit = 64 << 20;
 constexpr quint64 ObjectHeaderSize = 24; // what it is, and its size
 constexpr qsizetype IdentifierSize = 16;
 
@@ -23,45 +22,21 @@ constexpr QByteArrayView ExtendedContentDescription(
     "\x40\xA4\xD0\xD2\x07\xE3\xD2\x11\x97\xF0\x00\xA0\xC9\x5E\xA8\x50", IdentifierSize);
 constexpr QByteArrayView HeaderExtension(
     "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3\x00\xC0\x0C\x20\x53\x65", IdentifierSize);
+constexpr QByteArrayView Metadata(
+    "\xEA\xCB\xF8\xC5\xAF\x5B\x77\x48\x84\x67\xAA\x8C\x44\xFA\x4C\xCA", IdentifierSize);
 constexpr QByteArrayView MetadataLibrary(
     "\x94\x1C\x23\x44\x98\x94\xD1\x49\xA1\x41\x1D\x13\x4E\x45\x70\x54", IdentifierSize);
 
-/// Takes fields from the front of an object; what the object does not hold is empty or 0.
-class Fields {
-public:
-    explicit Fields(QByteArrayView bytes)
-        : m_rest(bytes)
-    {
-    }
-    explicit Fields(QByteArray &&) = delete; ///< would not live as long
+/// Takes a text and the U+0000 that ends it.
+void skipText(Fields &fields)
+{
+    while (!fields.isEmpty() && fields.number<quint16_le>() != 0) { }
+}
 
-    [[nodiscard]] bool isEmpty() const { return m_rest.isEmpty(); }
-    [[nodiscard]] QByteArrayView rest() const { return m_rest; }
-
-    QByteArrayView take(quint64 length)
-    {
-        const auto taken = m_rest.first(qsizetype(std::min(length, quint64(m_rest.size()))));
-        m_rest = m_rest.sliced(taken.size());
-        return taken;
-    }
-
-    template <typename Number> Number number()
-    {
-        const QByteArrayView bytes = take(sizeof(Number));
-        return bytes.size() == sizeof(Number) ? qFromLittleEndian<Number>(bytes.data()) : 0;
-    }
-
-    QString text(quint64 length) { return QStringDecoder(QStringDecoder::Utf16LE)(take(length)); }
-
-    /// Takes a text and the U+0000 that ends it.
-    void skipText()
-    {
-        while (!isEmpty() && number<quint16>() != 0) { }
-    }
-
-private:
-    QByteArrayView m_rest;
-};
+QString takeText(Fields &fields, quint64 length)
+{
+    return decodedText(fields.take(length), TextEncoding::Utf16);
+}
 
 class HeaderReader {
 public:
@@ -71,14 +46,22 @@ public:
         Fields fields(objects);
         while (!fields.isEmpty()) {
             const QByteArrayView identifier = fields.take(IdentifierSize);
-            const auto size = fields.number<quint64>();
+            const auto size = fields.number<quint64_le>();
             if (size < ObjectHeaderSize)
                 return;
             readObject(identifier, fields.take(size - ObjectHeaderSize));
         }
     }
 
-    [[nodiscard]] MediaContents takeContents() { return std::move(m_contents); }
+    /// What the content description says comes before the extended one, then the metadata, then their library,
+    /// as other readers have it: wherever each stands, all fields come from the same one if it has them.
+    [[nodiscard]] MediaContents contents() const
+    {
+        const auto pictures = MediaAsset::metadataItems(
+            m_extendedDescription + m_metadata + m_library, CommonIdentifier::Artwork);
+        return {
+            m_duration, mergedTags({pictures, m_description, m_extendedDescription, m_metadata, m_library})};
+    }
 
 private:
     void readObject(QByteArrayView identifier, QByteArrayView content)
@@ -90,8 +73,10 @@ private:
             readContentDescription(fields);
         } else if (identifier == ExtendedContentDescription) {
             readExtendedContentDescription(fields);
+        } else if (identifier == Metadata) {
+            readMetadata(fields, m_metadata);
         } else if (identifier == MetadataLibrary) {
-            readMetadataLibrary(fields);
+            readMetadata(fields, m_library);
         } else if (identifier == HeaderExtension && !m_isInExtension) {
             m_isInExtension = true;
             fields.take(22);
@@ -103,74 +88,82 @@ private:
     void readFileProperties(Fields &fields)
     {
         fields.take(40);
-        const auto played = fields.number<quint64>() / 10'000; // from units of 100 ns to milliseconds
+        const auto played = fields.number<quint64_le>() / 10'000; // from units of 100 ns to milliseconds
         fields.take(8);
-        const auto preroll = fields.number<quint64>(); // milliseconds
+        const auto preroll = fields.number<quint64_le>(); // milliseconds
         if (played > preroll)
-            m_contents.duration = {qint64(played - preroll), 1000};
+            m_duration = {qint64(played - preroll), 1000};
     }
 
     void readContentDescription(Fields &fields)
     {
-        const auto titleLength = fields.number<quint16>();
-        const auto artistLength = fields.number<quint16>();
+        const auto titleLength = fields.number<quint16_le>();
+        const auto artistLength = fields.number<quint16_le>();
         fields.take(6); // lengths of copyright, description, rating
-        append(CommonIdentifier::Title, fields.text(titleLength));
-        append(CommonIdentifier::Artist, fields.text(artistLength));
+        append(m_description, CommonIdentifier::Title, fields.take(titleLength));
+        append(m_description, CommonIdentifier::Artist, fields.take(artistLength));
     }
 
     void readExtendedContentDescription(Fields &fields)
     {
         fields.take(2); // count
         while (!fields.isEmpty()) {
-            const QString name = fields.text(fields.number<quint16>());
-            const auto type = fields.number<quint16>();
-            readAttribute(name, type, fields.take(fields.number<quint16>()));
+            const QString name = takeText(fields, fields.number<quint16_le>());
+            const auto type = fields.number<quint16_le>();
+            readAttribute(m_extendedDescription, name, type, fields.take(fields.number<quint16_le>()));
         }
     }
 
-    void readMetadataLibrary(Fields &fields)
+    static void readMetadata(Fields &fields, QList<MetadataItem> &items)
     {
         fields.take(2); // count
         while (!fields.isEmpty()) {
             fields.take(4); // language, stream
-            const auto nameLength = fields.number<quint16>();
-            const auto type = fields.number<quint16>();
-            const auto length = fields.number<quint32>();
-            const QString name = fields.text(nameLength);
-            readAttribute(name, type, fields.take(length));
+            const auto nameLength = fields.number<quint16_le>();
+            const auto type = fields.number<quint16_le>();
+            const auto length = fields.number<quint32_le>();
+            const QString name = takeText(fields, nameLength);
+            readAttribute(items, name, type, fields.take(length));
         }
     }
 
-    void readAttribute(QStringView name, int type, QByteArrayView value)
+    static void readAttribute(QList<MetadataItem> &items, QStringView name, int type, QByteArrayView value)
     {
         constexpr int text = 0;
         constexpr int bytes = 1;
         while (name.endsWith(QChar::Null))
             name.chop(1);
-        if (name == u"WM/AlbumTitle"_s && type == text)
-            append(CommonIdentifier::AlbumName, Fields(value).text(quint64(value.size())));
+        if (name == u"Title"_s && type == text)
+            append(items, CommonIdentifier::Title, value);
+        else if (name == u"Author"_s && type == text)
+            append(items, CommonIdentifier::Artist, value);
+        else if (name == u"WM/AlbumTitle"_s && type == text)
+            append(items, CommonIdentifier::AlbumName, value);
         else if (name == u"WM/Picture"_s && type == bytes)
-            appendPicture(Fields(value));
+            appendPicture(items, Fields(value));
     }
 
-    void append(CommonIdentifier identifier, const QString &text)
+    static void append(QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView text)
     {
-        if (!text.isEmpty() && m_contents.items.size() < MaxItemsPerTag)
-            appendTextValues(m_contents.items, identifier, text);
+        if (text.size() >= 2 && !text.startsWith(QByteArrayView("\0\0", 2)))
+            appendTextValues(items, identifier, text, TextEncoding::Utf16);
     }
 
-    void appendPicture(Fields picture)
+    static void appendPicture(QList<MetadataItem> &items, Fields picture)
     {
         picture.take(1); // what it shows
-        const auto size = picture.number<quint32>();
-        picture.skipText(); // MIME type
-        picture.skipText(); // description
-        if (m_contents.items.size() < MaxItemsPerTag)
-            m_contents.items.append({CommonIdentifier::Artwork, picture.take(size).toByteArray()});
+        const auto size = picture.number<quint32_le>();
+        skipText(picture); // MIME type
+        skipText(picture); // description
+        if (items.size() < MaxItemsPerTag)
+            items.append({CommonIdentifier::Artwork, picture.take(size).toByteArray()});
     }
 
-    MediaContents m_contents;
+    MediaTime m_duration;
+    QList<MetadataItem> m_description;
+    QList<MetadataItem> m_extendedDescription;
+    QList<MetadataItem> m_metadata;
+    QList<MetadataItem> m_library;
     bool m_isInExtension = false;
 };
 
@@ -182,9 +175,9 @@ MediaContents readAsf(MediaSource &source)
     const QByteArray head = source.read(0, fixedSize);
     Fields fields(head);
     fields.take(IdentifierSize);
-    const auto size = qint64(std::min(fields.number<quint64>(), HeaderSizeLimit));
+    const auto size = qint64(std::min(fields.number<quint64_le>(), quint64(TagSizeLimit)));
     const QByteArray objects = source.read(fixedSize, std::max<qint64>(size - fixedSize, 0));
     HeaderReader reader;
     reader.readObjects(objects);
-    return reader.takeContents();
+    return reader.contents();
 }

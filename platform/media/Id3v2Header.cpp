@@ -10,10 +10,11 @@ quint32 syncsafeNumber(QByteArrayView bytes)
     return number;
 }
 
-qint64 id3v2TagSize(QByteArrayView header, QByteArrayView mark)
+qint64 id3v2TagSize(QByteArrayView header)
 {
     constexpr char footer = 0x10;
-    if (header.size() < Id3v2HeaderSize || !header.startsWith(mark) || header[3] == '\xff')
+    const bool isMarked = header.startsWith("ID3") || header.startsWith("ea3");
+    if (header.size() < Id3v2HeaderSize || !isMarked || header[3] == '\xff')
         return 0;
     const QByteArrayView size = header.sliced(6, 4);
     if (std::any_of(size.begin(), size.end(), [](char byte) { return byte & 0x80; }))

@@ -6,8 +6,8 @@
 constexpr qsizetype Id3v2HeaderSize = 10;
 
 /// Bytes of the ID3v2 tag that starts with `header`, header and footer included; 0 where none starts there.
-/// `mark` is what its first three bytes are: some formats use another one.
-qint64 id3v2TagSize(QByteArrayView header, QByteArrayView mark = "ID3");
+/// An OpenMG file's header, which has another mark and is the same otherwise, counts as one.
+qint64 id3v2TagSize(QByteArrayView header);
 
 /// Seven bits a byte.
 quint32 syncsafeNumber(QByteArrayView bytes);

@@ -1,9 +1,9 @@
 #include "platform/media/Id3v2Tag.h"
 
 #include "platform/media/MediaContents.h"
+#include "platform/media/PictureMark.h"
 #include "platform/media/TextValues.h"
 
-#include <QStringDecoder>
 #include <algorithm>
 #include <array>
 
@@ -29,6 +29,14 @@ QByteArray withoutUnsynchronisation(QByteArrayView data)
             ++i;
     }
     return plain;
+}
+
+/// Whether something in `data` looks like the start of a sound frame, which unsynchronisation leaves nowhere.
+bool hasSynchronisation(QByteArrayView data)
+{
+    const auto found = std::adjacent_find(data.begin(), data.end(),
+        [](char first, char second) { return first == '\xff' && static_cast<quint8>(second) >= 0xE0; });
+    return found != data.end();
 }
 
 bool isFrameIdentifier(QByteArrayView bytes)
@@ -61,18 +69,12 @@ std::optional<CommonIdentifier> commonIdentifier(QByteArrayView frame)
     return std::nullopt;
 }
 
-QString decodedText(char encoding, QByteArrayView text)
+TextEncoding textEncoding(char code)
 {
-    switch (encoding) {
-    case 0:
-        return QString::fromLatin1(text);
-    case 1:
-        return QStringDecoder(QStringDecoder::Utf16)(text);
-    case 2:
-        return QStringDecoder(QStringDecoder::Utf16BE)(text);
-    default:
-        return QString::fromUtf8(text);
-    }
+    static constexpr std::array encodings{
+        TextEncoding::Latin1, TextEncoding::Utf16, TextEncoding::Utf16BigEndian, TextEncoding::Utf8};
+    const std::size_t index = static_cast<quint8>(code);
+    return index < encodings.size() ? encodings[index] : TextEncoding::Utf8;
 }
 
 /// Where the text at `begin` ends, its terminator included.
@@ -89,8 +91,10 @@ qsizetype endOfText(char encoding, QByteArrayView data, qsizetype begin)
 /// Walks the frames of one tag.
 class FrameReader {
 public:
-    FrameReader(int version, QByteArrayView frames)
+    /// `isUnsynchronised` is what the tag's header says, which in 2.4 counts for each frame alone.
+    FrameReader(int version, bool isUnsynchronised, QByteArrayView frames)
         : m_version(version)
+        , m_isUnsynchronised(isUnsynchronised)
         , m_rest(frames)
     {
     }
@@ -146,7 +150,7 @@ private:
             isFour ? (flags & 0x40 ? 1 : 0) + (flags & 0x01 ? 4 : 0) : (flags & 0x20 ? 1 : 0);
         data = data.sliced(std::min(extra, data.size()));
         QByteArray plain;
-        if (isFour && (flags & 0x02)) {
+        if (isFour && ((flags & 0x02) || (m_isUnsynchronised && !hasSynchronisation(data)))) {
             plain = withoutUnsynchronisation(data);
             data = plain;
         }
@@ -155,7 +159,7 @@ private:
         if (identifier == CommonIdentifier::Artwork)
             readPicture(data);
         else
-            appendTextValues(m_items, identifier, decodedText(data[0], data.sliced(1)));
+            appendTextValues(m_items, identifier, data.sliced(1), textEncoding(data[0]));
     }
 
     void readPicture(QByteArrayView data)
@@ -164,19 +168,23 @@ private:
         if (kind >= data.size())
             return;
         const qsizetype begin = endOfText(data[0], data, kind + 1);
-        m_items.append({CommonIdentifier::Artwork, data.sliced(begin).toByteArray()});
+        m_items.append({CommonIdentifier::Artwork, pictureFrom(data, begin).toByteArray()});
     }
 
     int m_version;
+    bool m_isUnsynchronised;
     QByteArrayView m_rest;
     QList<MetadataItem> m_items;
 };
 
-/// The frames behind the extended header, which says its own size: with itself in 2.4, without in 2.3.
+/// The frames behind the extended header, which says its own size: with itself in 2.4, without in 2.3. Some
+/// writers only say that there is one.
 QByteArrayView withoutExtendedHeader(int version, QByteArrayView body)
 {
     if (body.size() < 4)
         return {};
+    if (isFrameIdentifier(body.first(4)))
+        return body;
     const qsizetype size =
         version == 4 ? syncsafeNumber(body.first(4)) : plainNumber(body.first(4)) + qsizetype(4);
     return body.sliced(std::min(size, body.size()));
@@ -190,16 +198,17 @@ QList<MetadataItem> id3v2Items(QByteArrayView tag)
         return {};
     const int version = static_cast<quint8>(tag[3]);
     const char flags = tag[5];
+    const bool isUnsynchronised = flags & Unsynchronised;
     if (version < 2 || version > 4)
         return {};
 
     QByteArrayView body = tag.sliced(Id3v2HeaderSize);
     QByteArray plain;
-    if ((flags & Unsynchronised) && version < 4) {
+    if (isUnsynchronised && version < 4) {
         plain = withoutUnsynchronisation(body);
         body = plain;
     }
     if ((flags & Extended) && version > 2)
         body = withoutExtendedHeader(version, body);
-    return FrameReader(version, body).items();
+    return FrameReader(version, isUnsynchronised, body).items();
 }

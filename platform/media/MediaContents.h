@@ -10,3 +10,7 @@ struct MediaContents {
 
 /// As many items as one tag gives at most; a hostile one could hold millions.
 constexpr qsizetype MaxItemsPerTag = 64;
+
+/// Bytes that are read of all tags of one kind in a file; what lies behind them is missing. Reading holds up to
+/// three copies of them at a time.
+constexpr qint64 TagSizeLimit = 32 << 20;

@@ -26,6 +26,8 @@ constexpr std::array Marks{
     Mark{8, "WAVE", MediaFormat::Wav},
     Mark{8, "AIFF", MediaFormat::Aiff},
     Mark{8, "AIFC", MediaFormat::Aiff},
+    Mark{0, "DSD ", MediaFormat::Dsf},
+    Mark{12, "DSD ", MediaFormat::Dsdiff},
     Mark{0, "wvpk", MediaFormat::WavPack},
     Mark{0, "MAC ", MediaFormat::MonkeysAudio},
     Mark{0, "MPCK", MediaFormat::Musepack},
@@ -45,6 +47,8 @@ QByteArrayView enclosure(MediaFormat format)
         return "RIFF";
     case MediaFormat::Aiff:
         return "FORM";
+    case MediaFormat::Dsdiff:
+        return "FRM8";
     default:
         return {};
     }

@@ -13,6 +13,8 @@ enum class MediaFormat {
     Asf,
     Wav,
     Aiff,
+    Dsf,
+    Dsdiff,
     WavPack,
     MonkeysAudio,
     Musepack,

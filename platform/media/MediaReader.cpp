@@ -3,11 +3,13 @@
 #include "platform/audio/DecoderModule.h"
 #include "platform/files/LocalFile.h"
 #include "platform/media/AsfReader.h"
+#include "platform/media/FlacReader.h"
 #include "platform/media/FrameScan.h"
 #include "platform/media/Id3v2Tag.h"
 #include "platform/media/MediaFormat.h"
 #include "platform/media/MediaSource.h"
 #include "platform/media/MergedTags.h"
+#include "platform/media/OggReader.h"
 #include "platform/media/RiffReader.h"
 #include "platform/media/TagLibReader.h"
 #include "platform/media/TrailingTags.h"
@@ -16,33 +18,45 @@
 
 namespace {
 
-constexpr qint64 Id3v2SizeLimit = 64 << 20;
-
 /// Some writers put a new tag in front of the old one instead of in its place.
 QList<MetadataItem> takeId3v2Tags(MediaSource &source)
 {
-    constexpr int tagLimit = 4;
-    QList<MetadataItem> items;
+    constexpr int tagLimit = 1000;
+    QList<QList<MetadataItem>> tags;
+    qint64 bytesLeft = TagSizeLimit;
     for (int i = 0; i < tagLimit; ++i) {
         const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
         if (size == 0)
             break;
-        items += id3v2Items(source.read(0, std::min(size, Id3v2SizeLimit)));
+        const QByteArray tag = source.read(0, std::min(size, bytesLeft));
+        tags.append(id3v2Items(tag));
+        bytesLeft -= tag.size();
         source.dropFront(size);
     }
-    return items;
+    return mergedTags(tags);
 }
 
 MediaContents readContent(MediaSource &source)
 {
     const MediaFormat format = mediaFormat(source.read(0, MediaFormatHeadSize));
     switch (format) {
+    case MediaFormat::Flac:
+        return readFlac(source);
+    case MediaFormat::OggVorbis:
+    case MediaFormat::OggOpus:
+    case MediaFormat::OggSpeex:
+    case MediaFormat::OggFlac:
+        return readOgg(source, format);
     case MediaFormat::Asf:
         return readAsf(source);
     case MediaFormat::Wav:
         return readWav(source);
     case MediaFormat::Aiff:
         return readAiff(source);
+    case MediaFormat::Dsf:
+        return readDsf(source);
+    case MediaFormat::Dsdiff:
+        return readDsdiff(source);
     case MediaFormat::Other:
         return {scannedDuration(source), {}};
     default:

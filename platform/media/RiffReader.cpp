@@ -1,81 +1,61 @@
 #include "platform/media/RiffReader.h"
 
+#include "platform/media/Chunks.h"
 #include "platform/media/Id3v2Tag.h"
 #include "platform/media/MergedTags.h"
 #include "platform/media/TextValues.h"
 
-#include <QStringDecoder>
 #include <QtEndian>
 #include <algorithm>
 #include <cmath>
-#include <functional>
 
 namespace {
 
-constexpr int ChunkLimit = 1000;
-constexpr qint64 TagSizeLimit = 64 << 20;
 constexpr qint64 FileHeaderSize = 12; // "RIFF", size, kind of file
-constexpr qint64 ChunkHeaderSize = 8;
 
-struct Chunk {
-    QByteArray name;
-    qint64 offset = 0; ///< of its data
-    qint64 size = 0; ///< of its data, as far as the file goes
+/// Collects the tags of a file that consists of chunks: those of its ID3 chunks come first, each kind in its
+/// order.
+class ChunkTags {
+public:
+    explicit ChunkTags(MediaSource &source)
+        : m_source(source)
+    {
+    }
+
+    /// Takes the tag in `chunk` if it is an ID3 chunk, the text if it is `title` or `artist`.
+    void take(const Chunk &chunk, QByteArrayView title, QByteArrayView artist, QByteArrayView album = {})
+    {
+        if (chunk.name == "ID3 " || chunk.name == "id3 ")
+            m_id3.append(id3v2Items(read(chunk)));
+        else if (chunk.name == title)
+            append(CommonIdentifier::Title, chunk);
+        else if (chunk.name == artist)
+            append(CommonIdentifier::Artist, chunk);
+        else if (chunk.name == album)
+            append(CommonIdentifier::AlbumName, chunk);
+    }
+
+    [[nodiscard]] QList<MetadataItem> merged() const { return mergedTags(QList(m_id3) << m_texts); }
+
+private:
+    QByteArray read(const Chunk &chunk)
+    {
+        QByteArray data = m_source.read(chunk.offset, std::min(chunk.size, m_bytesLeft));
+        m_bytesLeft -= data.size();
+        return data;
+    }
+
+    void append(CommonIdentifier identifier, const Chunk &chunk)
+    {
+        if (m_texts.size() < MaxItemsPerTag)
+            appendTextValues(m_texts, identifier, read(chunk), TextEncoding::Unstated);
+    }
+
+    MediaSource &m_source;
+    qint64 m_bytesLeft = TagSizeLimit;
+    QList<QList<MetadataItem>> m_id3;
+    QList<MetadataItem> m_texts;
 };
-
-/// Calls `use` with every chunk from `offset` on; the sizes are numbers of the type `Number`.
-template <typename Number>
-void forEachChunk(MediaSource &source, qint64 offset, const std::function<void(const Chunk &)> &use)
-{
-    for (int i = 0; i < ChunkLimit && offset + ChunkHeaderSize <= source.size(); ++i) {
-        const QByteArray header = source.read(offset, ChunkHeaderSize);
-        if (header.size() < ChunkHeaderSize)
-            return;
-        Number size;
-        std::memcpy(&size, header.constData() + 4, sizeof size);
-        offset += ChunkHeaderSize;
-        use({header.first(4), offset, std::min<qint64>(size, source.size() - offset)});
-        offset += qint64(size) + (size & 1);
-    }
-}
-
-bool isId3(const QByteArray &name)
-{
-    return name == "ID3 " || name == "id3 ";
-}
-
-QList<MetadataItem> id3Items(MediaSource &source, const Chunk &chunk)
-{
-    return id3v2Items(source.read(chunk.offset, std::min(chunk.size, TagSizeLimit)));
-}
-
-/// Nobody says in which encoding these texts are; UTF-8 shows itself.
-QString infoText(QByteArrayView bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    const QString text = decoder(bytes);
-    return decoder.hasError() ? QString::fromLatin1(bytes) : text;
-}
-
-QList<MetadataItem> infoItems(const QByteArray &list)
-{
-    QList<MetadataItem> items;
-    qsizetype offset = 4; // "INFO"
-    while (offset + ChunkHeaderSize <= list.size() && items.size() < MaxItemsPerTag) {
-        const QByteArrayView name = QByteArrayView(list).sliced(offset, 4);
-        const qsizetype stated = qFromLittleEndian<quint32>(list.constData() + offset + 4);
-        offset += ChunkHeaderSize;
-        const auto value = QByteArrayView(list).sliced(offset, std::min(stated, list.size() - offset));
-        if (name == "INAM")
-            appendTextValues(items, CommonIdentifier::Title, infoText(value));
-        else if (name == "IART")
-            appendTextValues(items, CommonIdentifier::Artist, infoText(value));
-        else if (name == "IPRD")
-            appendTextValues(items, CommonIdentifier::AlbumName, infoText(value));
-        offset += stated + (stated & 1);
-    }
-    return items;
-}
 
 MediaTime milliseconds(double seconds)
 {
@@ -96,33 +76,64 @@ MediaContents readWav(MediaSource &source)
 {
     double bytesPerSecond = 0;
     qint64 dataSize = 0;
-    QList<MetadataItem> id3, info;
-    forEachChunk<quint32_le>(source, FileHeaderSize, [&](const Chunk &chunk) {
+    ChunkTags tags(source);
+    forEachChunk<quint32_le>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         if (chunk.name == "fmt " && chunk.size >= 12)
             bytesPerSecond = qFromLittleEndian<quint32>(source.read(chunk.offset, 12).constData() + 8);
         else if (chunk.name == "data")
             dataSize = chunk.size;
-        else if (isId3(chunk.name))
-            id3 = id3Items(source, chunk);
         else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
-            info = infoItems(source.read(chunk.offset, std::min(chunk.size, TagSizeLimit)));
+            forEachChunk<quint32_le>(source, chunk.offset + 4, chunk.offset + chunk.size,
+                [&tags](const Chunk &text) { tags.take(text, "INAM", "IART", "IPRD"); });
+        else
+            tags.take(chunk, {}, {});
     });
     const MediaTime duration =
         bytesPerSecond > 0 ? milliseconds(double(dataSize) / bytesPerSecond) : MediaTime{};
-    return {duration, mergedTags({id3, info})};
+    return {duration, tags.merged()};
 }
 
 MediaContents readAiff(MediaSource &source)
 {
-    MediaContents contents;
-    forEachChunk<quint32_be>(source, FileHeaderSize, [&](const Chunk &chunk) {
-        if (chunk.name == "COMM" && chunk.size >= 18) {
-            const QByteArray common = source.read(chunk.offset, 18); // channels 2, frames 4, bits 2, rate 10
-            const double frames = qFromBigEndian<quint32>(common.constData() + 2);
-            contents.duration = milliseconds(frames / extendedFloat(common.constData() + 8));
-        } else if (isId3(chunk.name)) {
-            contents.items = id3Items(source, chunk);
-        }
+    MediaTime duration;
+    ChunkTags tags(source);
+    forEachChunk<quint32_be>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
+        tags.take(chunk, "NAME", "AUTH");
+        if (chunk.name != "COMM" || chunk.size < 18)
+            return;
+        const QByteArray common = source.read(chunk.offset, 18); // channels 2, frames 4, bits 2, rate 10
+        const double frames = qFromBigEndian<quint32>(common.constData() + 2);
+        duration = milliseconds(frames / extendedFloat(common.constData() + 8));
     });
-    return contents;
+    return {duration, tags.merged()};
+}
+
+MediaContents readDsf(MediaSource &source)
+{
+    constexpr qint64 pointer = 20; // behind "DSD ", the size of this chunk and that of the file
+    quint64_le offset;
+    if (source.readInto(reinterpret_cast<char *>(&offset), pointer, sizeof offset) < qint64(sizeof offset))
+        return {};
+    const auto tag = qint64(std::min<quint64>(offset, quint64(source.size())));
+    return {{}, id3v2Items(source.read(tag, TagSizeLimit))};
+}
+
+MediaContents readDsdiff(MediaSource &source)
+{
+    constexpr qint64 fileHeaderSize = 16; // "FRM8", size, kind of file
+    constexpr qint64 countSize = 4; // of a text's bytes, in front of them
+    ChunkTags tags(source);
+    forEachChunk<quint64_be>(source, fileHeaderSize, source.size(), [&](const Chunk &chunk) {
+        if (chunk.name == "DIIN")
+            forEachChunk<quint64_be>(source, chunk.offset, chunk.offset + chunk.size, [&](const Chunk &text) {
+                const qint64 size = std::min(text.size, countSize);
+                tags.take({text.name, text.offset + size, text.size - size}, "DITI", "DIAR");
+            });
+        else if (chunk.name == "PROP")
+            forEachChunk<quint64_be>(source, chunk.offset + 4, chunk.offset + chunk.size,
+                [&](const Chunk &property) { tags.take(property, {}, {}); });
+        else
+            tags.take(chunk, {}, {});
+    });
+    return {{}, tags.merged()};
 }

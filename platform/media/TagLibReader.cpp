@@ -4,16 +4,9 @@
 
 #include <algorithm>
 #include <taglib/apefile.h>
-#include <taglib/flacfile.h>
-#include <taglib/id3v2framefactory.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpcfile.h>
-#include <taglib/oggflacfile.h>
-#include <taglib/opusfile.h>
-#include <taglib/speexfile.h>
-#include <taglib/vorbisfile.h>
 #include <taglib/wavpackfile.h>
-#include <taglib/xiphcomment.h>
 
 namespace {
 
@@ -37,34 +30,6 @@ void append(QList<MetadataItem> &items, CommonIdentifier identifier, const TagLi
         if (items.size() < MaxItemsPerTag)
             items.append({identifier, textOf(value)});
     }
-}
-
-void append(QList<MetadataItem> &items, const TagLib::List<TagLib::FLAC::Picture *> &pictures)
-{
-    for (const TagLib::FLAC::Picture *picture : pictures) {
-        if (items.size() < MaxItemsPerTag)
-            items.append({CommonIdentifier::Artwork, bytesOf(picture->data())});
-    }
-}
-
-QList<MetadataItem> itemsOf(TagLib::Ogg::XiphComment *comment)
-{
-    QList<MetadataItem> items;
-    if (!comment)
-        return items;
-    const TagLib::Ogg::FieldListMap &fields = comment->fieldListMap();
-    append(items, CommonIdentifier::Title, fields["TITLE"]);
-    append(items, CommonIdentifier::Artist, fields["ARTIST"]);
-    append(items, CommonIdentifier::AlbumName, fields["ALBUM"]);
-    append(items, comment->pictureList());
-    return items;
-}
-
-QList<MetadataItem> itemsOf(TagLib::FLAC::File &file)
-{
-    QList<MetadataItem> items;
-    append(items, file.pictureList());
-    return items + itemsOf(file.xiphComment());
 }
 
 QList<MetadataItem> itemsOf(TagLib::MP4::Tag *tag)
@@ -98,19 +63,7 @@ template <typename File> MediaContents contentsOf(File &&file)
 {
     if (!file.isValid())
         return {};
-    if constexpr (std::is_same_v<File, TagLib::FLAC::File>)
-        return {durationOf(file.audioProperties()), itemsOf(file)};
-    else
-        return {durationOf(file.audioProperties()), itemsOf(file.tag())};
-}
-
-TagLib::FLAC::File flacFile(TagLib::IOStream &stream)
-{
-#if TAGLIB_MAJOR_VERSION >= 2
-    return TagLib::FLAC::File(&stream);
-#else
-    return TagLib::FLAC::File(&stream, TagLib::ID3v2::FrameFactory::instance());
-#endif
+    return {durationOf(file.audioProperties()), itemsOf(file.tag())};
 }
 
 } // namespace
@@ -119,16 +72,6 @@ MediaContents readByTagLib(MediaSource &source, MediaFormat format)
 {
     TagLibStream stream(source);
     switch (format) {
-    case MediaFormat::Flac:
-        return contentsOf(flacFile(stream));
-    case MediaFormat::OggVorbis:
-        return contentsOf(TagLib::Ogg::Vorbis::File(&stream));
-    case MediaFormat::OggOpus:
-        return contentsOf(TagLib::Ogg::Opus::File(&stream));
-    case MediaFormat::OggSpeex:
-        return contentsOf(TagLib::Ogg::Speex::File(&stream));
-    case MediaFormat::OggFlac:
-        return contentsOf(TagLib::Ogg::FLAC::File(&stream));
     case MediaFormat::Mp4:
         return contentsOf(TagLib::MP4::File(&stream));
     case MediaFormat::WavPack:
@@ -137,11 +80,7 @@ MediaContents readByTagLib(MediaSource &source, MediaFormat format)
         return contentsOf(TagLib::APE::File(&stream));
     case MediaFormat::Musepack:
         return contentsOf(TagLib::MPC::File(&stream));
-    case MediaFormat::Wav:
-    case MediaFormat::Aiff:
-    case MediaFormat::Asf:
-    case MediaFormat::Other:
+    default:
         return {};
     }
-    return {};
 }

@@ -10,18 +10,29 @@ namespace {
 
 constexpr qsizetype Id3v1Size = 128;
 constexpr qsizetype ApeEdgeSize = 32; // header and footer look the same
-constexpr qint64 ApeSizeLimit = 64 << 20;
 
 quint32 littleEndianAt(QByteArrayView bytes, qsizetype offset)
 {
     return qFromLittleEndian<quint32>(bytes.sliced(offset, 4).data());
 }
 
+/// `field` without a last character that the end of the field has cut, if it is UTF-8 otherwise.
+QByteArrayView withoutCutCharacter(QByteArrayView field)
+{
+    qsizetype begin = field.size() - 1;
+    while (begin > 0 && (field[begin] & 0xC0) == 0x80)
+        --begin;
+    const auto whole = field.first(begin);
+    const bool isAscii = std::all_of(whole.begin(), whole.end(), [](char c) { return !(c & 0x80); });
+    return field.isValidUtf8() || isAscii || !whole.isValidUtf8() ? field : whole;
+}
+
 /// An ID3v1 field is filled up with zeros, or by some writers with blanks.
 void appendId3v1Field(QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView field)
 {
     const qsizetype end = field.indexOf('\0');
-    QString text = QString::fromLatin1(end < 0 ? field : field.first(end));
+    QString text =
+        decodedText(end < 0 ? withoutCutCharacter(field) : field.first(end), TextEncoding::Unstated);
     while (text.endsWith(u' '))
         text.chop(1);
     if (!text.isEmpty())
@@ -38,11 +49,11 @@ void appendApeItem(QList<MetadataItem> &items, const QByteArray &key, bool isBin
     if (isBinary)
         return;
     if (key == "title")
-        appendTextValues(items, CommonIdentifier::Title, QString::fromUtf8(value));
+        appendTextValues(items, CommonIdentifier::Title, value, TextEncoding::Utf8);
     else if (key == "artist")
-        appendTextValues(items, CommonIdentifier::Artist, QString::fromUtf8(value));
+        appendTextValues(items, CommonIdentifier::Artist, value, TextEncoding::Utf8);
     else if (key == "album")
-        appendTextValues(items, CommonIdentifier::AlbumName, QString::fromUtf8(value));
+        appendTextValues(items, CommonIdentifier::AlbumName, value, TextEncoding::Utf8);
 }
 
 /// The items one after another: value size, flags, key, zero, value; all but the key in little endian.
@@ -86,7 +97,7 @@ QList<MetadataItem> takeApeTag(MediaSource &source)
         return {};
     const qint64 size = littleEndianAt(footer, 12); // with the footer, without the header
     const bool hasHeader = littleEndianAt(footer, 20) >> 31;
-    if (size < ApeEdgeSize || size > std::min(source.size(), ApeSizeLimit))
+    if (size < ApeEdgeSize || size > std::min(source.size(), TagSizeLimit))
         return {};
 
     const QByteArray data = source.read(source.size() - size, size - ApeEdgeSize);

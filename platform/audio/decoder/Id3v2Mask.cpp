@@ -6,9 +6,7 @@
 
 std::int64_t Id3v2Mask::tagSize(std::span<const std::uint8_t> bytes)
 {
-    const QByteArrayView header(bytes.data(), qsizetype(bytes.size()));
-    // The second one is what OpenMG files use.
-    return std::max(id3v2TagSize(header, "ID3"), id3v2TagSize(header, "ea3"));
+    return id3v2TagSize(QByteArrayView(bytes.data(), qsizetype(bytes.size())));
 }
 
 std::size_t Id3v2Mask::apply(std::span<std::uint8_t> bytes)

@@ -140,8 +140,27 @@ private Q_SLOTS:
         row("junk-first.mp3", none, none, none, none, 2, 0.06);
         row("variable-rate-no-header.mp3", none, none, none, none, 6, 0.1);
 
+        constexpr double tiny = 0.2; // seconds of the files below, to which the encoder adds a little
+        for (const char *file : {"extended-header-2.3.mp3", "extended-header-2.4.mp3",
+                 "extended-header-missing-2.3.mp3", "extended-header-missing-2.4.mp3"})
+            row(file, title, artist, none, none, tiny, priming);
+        for (const char *file : {"pic-stray-zero.mp3", "apic-stray-zero.mp3", "apic-missing-zero.mp3",
+                 "frame-extras-2.4.mp3", "unsynchronised-2.4.mp3"})
+            row(file, title, none, none, jpg, tiny, priming);
+        row("frame-extras-2.3.mp3", title, none, none, none, tiny, priming);
+        row("id3v1-utf-8.mp3", {u"Canción"_s}, {u"ÑÑÑÑÑÑÑÑÑÑÑÑÑÑab"_s}, {u"Álbum"_s}, none, tiny, priming);
+        row("id3v1-latin-1.mp3", {u"Café"_s}, {QString(29, u'a') + u"é"_s}, {u"Álbum ©"_s}, none, tiny,
+            priming);
+
         row("flac.flac", title, artist, album, both, 1, exact);
         row("flac-after-id3.flac", title, artist, album, both, 1, exact);
+        for (const char *file :
+            {"flac-picture-small.flac", "flac-picture-large.flac", "flac-picture-zero.flac",
+                "flac-picture-huge.flac", "flac-picture-length.flac", "flac-comment-size.flac"})
+            row(file, title, artist, album, jpg, 1, exact);
+        row("flac-wrong-text.flac", {u"Canci\uFFFDn"_s}, {u"ñ\uFFFDñ"_s}, album, none, 1, exact);
+        row("vorbis-wrong-text.ogg", {u"Canci\uFFFD\uFFFDn"_s}, none, none, none, tiny, exact);
+        row("opus-wrong-text.ogg", {u"Canci\uFFFD\uFFFDn"_s}, none, none, none, tiny, exact);
         row("flac-without-total.oga", title, artist, album, none, 2, exact);
         row("vorbis.ogg", title, {u"First artist"_s, u"Second artist"_s}, album, png, 2, exact);
         row("coverart.ogg", title, artist, album, png, 1, exact);
@@ -153,7 +172,17 @@ private Q_SLOTS:
         row("id3.wav", {u"ID3 title"_s}, {u"ID3 artist"_s}, none, jpg, 1, exact);
         row("list-info-and-id3.wav", {u"ID3 title"_s}, {u"ID3 artist"_s}, {u"Info album"_s}, jpg, 1, exact);
         row("id3.aiff", {u"ID3 title"_s}, {u"ID3 artist"_s}, none, jpg, 1, exact);
-        row("wma.wma", title, artist, album, jpg + png, 2, 0.5);
+        row("id3-chunks.wav", {u"Second title"_s}, {u"First artist"_s}, {u"Second album"_s}, none, 1, exact);
+        row("unpadded-chunk.wav", {u"Odd"_s}, {u"ID3 artist"_s}, none, none, 1, exact);
+        row("name-and-author.aiff", {u"Canción"_s}, {u"Autór"_s}, none, none, 1, exact);
+        row("id3-chunks.aiff", {u"Canción"_s}, {u"First artist"_s}, {u"Second album"_s}, none, 1, exact);
+        row("dsd.dsf", {u"DSD title"_s}, {u"DSD artist"_s}, {u"DSD album"_s}, jpg, 0.0116, exact);
+        row("dsd.dff", {u"Título"_s}, {u"Edited artist"_s}, none, none, 0.0116, exact);
+        row("dsd-id3.dff", {u"DSD title"_s}, {u"DSD artist"_s}, {u"DSD album"_s}, jpg, 0.0116, exact);
+        row("openmg.oma", {u"Canción"_s}, artist, none, none, 0.1, exact);
+        row("asf-four-objects.wma", {u"Content"_s}, {u"Extended"_s}, {u"Extended"_s}, none, 1, exact);
+        row("asf-metadata.wma", {u"Metadata"_s}, {u"Metadata"_s}, {u"Metadata"_s}, none, 1, exact);
+        row("wma.wma", title, artist, album, both, 2, 0.5);
         row("wavpack.wv", title, {u"First artist"_s, u"Second artist"_s}, album, both, 1, exact);
         row("adts.aac", none, none, none, none, 2, priming);
         row("adts-after-id3.aac", {u"ADTS title"_s}, {u"ADTS artist"_s}, none, none, 2, priming);
@@ -225,13 +254,21 @@ private Q_SLOTS:
         QCOMPARE(asset.duration().seconds(), 2.0);
     }
 
-    void secondTagComesBehindTheFirst()
+    void laterTagsFillWhatTheFirstLeavesOut()
     {
-        const QByteArray tags = id3v2Tag(id3v2Frame("TIT2", "\3New"))
-            + id3v2Tag(id3v2Frame("TIT2", "\3Old") + id3v2Frame("PRIV", QByteArray(100'000, 'x')));
-        const MediaAsset asset = read(temporaryFile(u"two-tags.mp3"_s, tags + mediaFile(u"song.mp3"_s)));
-        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"New"_s, u"Old"_s}));
-        QCOMPARE(asset.duration().seconds(), 2.0);
+        const QByteArray tags = id3v2Tag(id3v2Frame("TIT2", "\3New") + id3v2Frame("TALB", "\3"))
+            + id3v2Tag(id3v2Frame("TIT2", "\3Old") + id3v2Frame("TPE1", "\3Artist"))
+            + id3v2Tag(id3v2Frame("PRIV", QByteArray(100'000, 'x'))) + id3v2Tag({}).repeated(8)
+            + id3v2Tag(id3v2Frame("TALB", "\3Album"));
+        for (const QString &name : {u"song.mp3"_s, u"adts.aac"_s, u"flac.flac"_s}) {
+            const MediaAsset alone = read(mediaUrl(name));
+            const MediaAsset asset = read(temporaryFile(name, tags + mediaFile(name)));
+            const bool hasOwn = !texts(alone, CommonIdentifier::Title).isEmpty();
+            QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({hasOwn ? u"Title"_s : u"New"_s}));
+            QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"Artist"_s}));
+            QCOMPARE(texts(asset, CommonIdentifier::AlbumName), QStringList({u"Album"_s}));
+            QCOMPARE(asset.duration().seconds(), alone.duration().seconds());
+        }
     }
 
     void plainSizeInANewerTagIsUnderstood()
@@ -243,6 +280,21 @@ private Q_SLOTS:
         const MediaAsset asset = read(temporaryFile(u"plain-size.mp3"_s, tag + mediaFile(u"song.mp3"_s)));
         QCOMPARE(pictures(asset), QList<QByteArray>({cover}));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Behind"_s}));
+    }
+
+    void lostPictureTakesNoTagsWithIt()
+    {
+        const MediaAsset asset = read(mediaUrl(u"flac-picture-lost.flac"_s));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"Artist"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::AlbumName), QStringList({u"Album"_s}));
+        QCOMPARE(asset.duration().seconds(), 1.0);
+    }
+
+    void frameThatIsNotUnsynchronisedIsLeftAsItIs()
+    {
+        const MediaAsset asset = read(mediaUrl(u"falsely-unsynchronised-2.4.mp3"_s));
+        QCOMPARE(pictures(asset), QList<QByteArray>({mediaFile(u"cover.jpg"_s) + "\xff\0\xff\xe0"_ba}));
     }
 
     void compressedFrameIsNotInflated()

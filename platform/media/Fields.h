@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QtEndian>
+#include <algorithm>
+#include <cstring>
+
+/// Takes fields from the front of bytes; what these do not hold is empty or 0.
+class Fields {
+public:
+    explicit Fields(QByteArrayView bytes)
+        : m_rest(bytes)
+    {
+    }
+    explicit Fields(QByteArray &&) = delete; ///< would not live as long
+
+    [[nodiscard]] bool isEmpty() const { return m_rest.isEmpty(); }
+    [[nodiscard]] QByteArrayView rest() const { return m_rest; }
+
+    QByteArrayView take(quint64 length)
+    {
+        const auto taken = m_rest.first(qsizetype(std::min(length, quint64(m_rest.size()))));
+        m_rest = m_rest.sliced(taken.size());
+        return taken;
+    }
+
+    /// `Number` is one of Qt's types with a byte order.
+    template <typename Number> auto number()
+    {
+        const QByteArrayView bytes = take(sizeof(Number));
+        Number number(0);
+        if (bytes.size() == sizeof(Number))
+            std::memcpy(&number, bytes.data(), sizeof(Number));
+        return decltype(number + 0)(number);
+    }
+
+private:
+    QByteArrayView m_rest;
+};

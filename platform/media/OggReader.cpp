@@ -1,0 +1,159 @@
+#include "platform/media/OggReader.h"
+
+#include "platform/media/Fields.h"
+#include "platform/media/FlacReader.h"
+#include "platform/media/VorbisComment.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype PageHeaderSize = 27; // before the lengths of its segments
+
+struct PageHeader {
+    qint64 granulePosition = -1; ///< -1 if no packet ends on the page
+    quint32 stream = 0;
+    int segments = 0;
+};
+
+std::optional<PageHeader> pageHeader(QByteArrayView bytes)
+{
+    Fields fields(bytes);
+    if (bytes.size() < PageHeaderSize || fields.take(4) != "OggS")
+        return std::nullopt;
+    fields.take(2); // version, flags
+    const auto granulePosition = qint64(fields.number<quint64_le>());
+    const quint32 stream = fields.number<quint32_le>();
+    return PageHeader{granulePosition, stream, quint8(bytes[PageHeaderSize - 1])};
+}
+
+/// Takes the packets of the first stream one after the other.
+class PacketReader {
+public:
+    explicit PacketReader(MediaSource &source)
+        : m_source(source)
+    {
+        if (const auto first = pageHeader(source.read(0, PageHeaderSize)))
+            m_stream = first->stream;
+    }
+
+    [[nodiscard]] quint32 stream() const { return m_stream; }
+
+    /// The next packet, or what there is of it.
+    QByteArray take()
+    {
+        QByteArray packet;
+        while (!m_segments.isEmpty() || readPage()) {
+            qint64 length = 0;
+            bool isEnd = false;
+            while (!m_segments.isEmpty() && !isEnd) {
+                const auto segment = quint8(m_segments.front());
+                m_segments.remove(0, 1);
+                length += segment;
+                isEnd = segment < 255;
+            }
+            packet += m_source.read(m_offset, std::min(length, m_bytesLeft));
+            m_bytesLeft -= std::min(length, m_bytesLeft);
+            m_offset += length;
+            if (isEnd)
+                break;
+        }
+        return packet;
+    }
+
+private:
+    /// Goes to the next page of the stream.
+    bool readPage()
+    {
+        while (m_pagesLeft-- > 0) {
+            const auto header = pageHeader(m_source.read(m_offset, PageHeaderSize));
+            if (!header)
+                return false;
+            m_segments = m_source.read(m_offset + PageHeaderSize, header->segments);
+            m_offset += PageHeaderSize + header->segments;
+            if (header->stream == m_stream && !m_segments.isEmpty())
+                return true;
+            for (const char segment : std::as_const(m_segments))
+                m_offset += quint8(segment);
+        }
+        return false;
+    }
+
+    MediaSource &m_source;
+    quint32 m_stream = 0;
+    qint64 m_offset = 0;
+    QByteArray m_segments; ///< lengths of those of the page that are still to be read
+    qint64 m_bytesLeft = TagSizeLimit;
+    int m_pagesLeft = 10'000;
+};
+
+/// Samples from the start of `stream` to its end, by its last page; 0 if that is not found.
+qint64 lastGranulePosition(MediaSource &source, quint32 stream)
+{
+    constexpr qint64 tailSize = 128 << 10; // twice the longest page
+    const QByteArray tail = source.read(std::max<qint64>(source.size() - tailSize, 0), tailSize);
+    for (qsizetype i = tail.lastIndexOf("OggS"); i >= 0; i = i > 0 ? tail.lastIndexOf("OggS", i - 1) : -1) {
+        const auto header = pageHeader(QByteArrayView(tail).sliced(i));
+        if (header && header->stream == stream && header->granulePosition >= 0)
+            return header->granulePosition;
+    }
+    return 0;
+}
+
+/// The metadata blocks of FLAC, one a packet.
+QList<MetadataItem> flacItems(PacketReader &packets)
+{
+    constexpr int blockLimit = 1000;
+    QList<MetadataItem> pictures, comment;
+    for (int i = 0; i < blockLimit; ++i) {
+        const QByteArray block = packets.take();
+        if (block.size() < 4)
+            break;
+        const auto content = QByteArrayView(block).sliced(4);
+        const int type = block[0] & 0x7F;
+        if (type == int(FlacBlock::VorbisComment))
+            comment += vorbisCommentItems(content);
+        else if (type == int(FlacBlock::Picture) && pictures.size() < MaxItemsPerTag)
+            pictures.append({CommonIdentifier::Artwork, flacPicture(content).toByteArray()});
+        if (block[0] & 0x80)
+            break;
+    }
+    return pictures + comment;
+}
+
+/// The length by the end's position, less the samples that are skipped at the start.
+MediaTime durationOf(MediaSource &source, quint32 stream, qint64 skipped, quint32 rate)
+{
+    constexpr quint32 highestRate = 1'000'000;
+    const qint64 samples = lastGranulePosition(source, stream) - skipped;
+    return rate > 0 && rate <= highestRate && samples > 0 ? MediaTime{samples, qint32(rate)} : MediaTime{};
+}
+
+} // namespace
+
+MediaContents readOgg(MediaSource &source, MediaFormat format)
+{
+    PacketReader packets(source);
+    const QByteArray head = packets.take();
+    const auto field = [&head](qsizetype offset) {
+        return Fields(QByteArrayView(head).sliced(std::min(offset, head.size())));
+    };
+    if (format == MediaFormat::OggFlac) {
+        const auto streamInfo = field(17).rest();
+        const MediaTime stated = flacDuration(streamInfo);
+        const quint32 rate =
+            Fields(streamInfo.sliced(std::min<qsizetype>(10, streamInfo.size()))).number<quint32_be>() >> 12;
+        return {
+            stated.isNumeric() ? stated : durationOf(source, packets.stream(), 0, rate), flacItems(packets)};
+    }
+
+    const QByteArray second = packets.take();
+    const auto comment = [&second](qsizetype markSize) {
+        return vorbisCommentItems(QByteArrayView(second).sliced(std::min(markSize, second.size())));
+    };
+    if (format == MediaFormat::OggOpus) // counts 48,000 samples a second, whatever is encoded (RFC 7845)
+        return {durationOf(source, packets.stream(), field(10).number<quint16_le>(), 48'000), comment(8)};
+    if (format == MediaFormat::OggSpeex)
+        return {durationOf(source, packets.stream(), 0, field(36).number<quint32_le>()), comment(0)};
+    return {durationOf(source, packets.stream(), 0, field(12).number<quint32_le>()), comment(7)};
+}

@@ -1,0 +1,67 @@
+#include "platform/media/VorbisComment.h"
+
+#include "platform/media/Fields.h"
+#include "platform/media/MediaContents.h"
+#include "platform/media/PictureMark.h"
+#include "platform/media/TextValues.h"
+
+namespace {
+
+void appendField(QList<MetadataItem> &items, QByteArrayView field)
+{
+    const qsizetype nameEnd = field.indexOf('=');
+    if (nameEnd < 0)
+        return;
+    const auto value = field.sliced(nameEnd + 1);
+    const auto isNamed = [name = field.first(nameEnd)](
+                             QByteArrayView other) { return name.compare(other, Qt::CaseInsensitive) == 0; };
+    if (isNamed("TITLE"))
+        appendTextValues(items, CommonIdentifier::Title, value, TextEncoding::Utf8);
+    else if (isNamed("ARTIST"))
+        appendTextValues(items, CommonIdentifier::Artist, value, TextEncoding::Utf8);
+    else if (isNamed("ALBUM"))
+        appendTextValues(items, CommonIdentifier::AlbumName, value, TextEncoding::Utf8);
+    else if (isNamed("METADATA_BLOCK_PICTURE"))
+        items.append({CommonIdentifier::Artwork,
+            flacPicture(QByteArray::fromBase64(value.toByteArray())).toByteArray()});
+    else if (isNamed("COVERART"))
+        items.append({CommonIdentifier::Artwork, QByteArray::fromBase64(value.toByteArray())});
+}
+
+} // namespace
+
+QList<MetadataItem> vorbisCommentItems(QByteArrayView block)
+{
+    QList<MetadataItem> items;
+    Fields fields(block);
+    fields.take(fields.number<quint32_le>()); // who wrote it
+    fields.take(4); // count
+    while (!fields.isEmpty() && items.size() < MaxItemsPerTag)
+        appendField(items, fields.take(fields.number<quint32_le>()));
+    return items;
+}
+
+std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes)
+{
+    constexpr qsizetype lengthSize = 4;
+    Fields fields(bytes);
+    const auto takeSized = [&fields] {
+        const bool hasLength = fields.rest().size() >= lengthSize;
+        const quint32 length = fields.number<quint32_le>();
+        return hasLength && fields.take(length).size() == qsizetype(length);
+    };
+    bool isWhole = takeSized() && fields.rest().size() >= lengthSize;
+    for (quint32 count = fields.number<quint32_le>(); isWhole && count > 0; --count)
+        isWhole = takeSized();
+    return isWhole ? std::optional(bytes.size() - fields.rest().size()) : std::nullopt;
+}
+
+QByteArrayView flacPicture(QByteArrayView block)
+{
+    Fields fields(block);
+    fields.take(4); // what it shows
+    fields.take(fields.number<quint32_be>()); // MIME type
+    fields.take(fields.number<quint32_be>()); // description
+    fields.take(20); // width, height, depth, colours, length
+    return pictureFrom(block, block.size() - fields.rest().size());
+}
