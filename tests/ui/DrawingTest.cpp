@@ -140,7 +140,7 @@ private:
     /// 0.5, or what a contrast of 4.5 to the tinted window takes.
     [[nodiscard]] QColor tertiary() const
     {
-        return m_scheme.primary(m_scheme.window.lightness() > 128 ? 0.54 : 0.5);
+        return m_scheme.primary(m_scheme.window.lightness() > 128 ? 0.55 : 0.5);
     }
     [[nodiscard]] bool isEmpty() const { return m_shown.rows.isEmpty(); }
     [[nodiscard]] static int buttonHeight() { return QFontMetrics(system(13)).height() + 2 * 6; }
@@ -158,7 +158,8 @@ private:
     {
         Stack row(area);
         const QRect cover = row.right(190, 25);
-        add("cover's shadow", cover.adjusted(-30, -22, 30, 38), shadow(cover, 18, 0.2, 18, 8));
+        static const Drawing coverShadow = shadow(cover, 18, 0.2, 18, 8);
+        add("cover's shadow", cover.adjusted(-30, -22, 30, 38), coverShadow);
         m_pieces.last().tolerance = 2; // three means come so close to a Gaussian
         const QColor picture = m_shown.cover.value_or(Qt::transparent);
         add("cover", cover,

@@ -51,6 +51,8 @@ QImage blurredRows(const QImage &image, double sigma)
 
 int distance(QRgb a, QRgb b)
 {
+    if (a == b)
+        return 0;
     return std::max(
         {std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
 }
@@ -119,29 +121,27 @@ Drawing corners(double radius, const QList<QColor> &colors)
 
 Drawing shadow(const QRectF &square, double cornerRadius, double opacity, double blurRadius, double drop)
 {
-    return [=](QPainter &painter, const QRectF &) {
-        const QRectF area = square.adjusted(-60, -60, 60, 60).translated(0, drop);
-        QImage density(area.size().toSize(), QImage::Format_Grayscale8);
-        density.fill(Qt::black);
-        QPainter shape(&density);
-        shape.setRenderHint(QPainter::Antialiasing);
-        shape.translate(-area.topLeft());
-        shape.fillPath(smoothCorners(square.translated(0, drop), cornerRadius), Qt::white);
-        shape.end();
-        const QTransform quarter = QTransform().rotate(90);
-        density = blurredRows(blurredRows(density, blurRadius / 2).transformed(quarter), blurRadius / 2);
-        QImage blurred(density.size(), QImage::Format_RGBA64_Premultiplied);
-        blurred.fill(atOpacity(Qt::black, opacity));
-        density.reinterpretAsFormat(QImage::Format_Alpha8);
-        blurred.setAlphaChannel(density);
-        QPainter cut(&blurred);
-        cut.setRenderHint(QPainter::Antialiasing);
-        cut.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-        cut.translate(-area.topLeft());
-        cut.fillPath(smoothCorners(square.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius), Qt::black);
-        cut.end();
-        painter.drawImage(area.topLeft(), blurred);
-    };
+    const QRectF area = square.adjusted(-60, -60, 60, 60).translated(0, drop);
+    QImage density(area.size().toSize(), QImage::Format_Grayscale8);
+    density.fill(Qt::black);
+    QPainter shape(&density);
+    shape.setRenderHint(QPainter::Antialiasing);
+    shape.translate(-area.topLeft());
+    shape.fillPath(smoothCorners(square.translated(0, drop), cornerRadius), Qt::white);
+    shape.end();
+    const QTransform quarter = QTransform().rotate(90);
+    density = blurredRows(blurredRows(density, blurRadius / 2).transformed(quarter), blurRadius / 2);
+    QImage blurred(density.size(), QImage::Format_RGBA64_Premultiplied);
+    blurred.fill(atOpacity(Qt::black, opacity));
+    density.reinterpretAsFormat(QImage::Format_Alpha8);
+    blurred.setAlphaChannel(density);
+    QPainter cut(&blurred);
+    cut.setRenderHint(QPainter::Antialiasing);
+    cut.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    cut.translate(-area.topLeft());
+    cut.fillPath(smoothCorners(square.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius), Qt::black);
+    cut.end();
+    return [=](QPainter &painter, const QRectF &) { painter.drawImage(area.topLeft(), blurred); };
 }
 
 Drawing symbol(const QString &name, int size, const QColor &color, QFont::Weight weight)
@@ -211,8 +211,10 @@ QString differences(const QImage &shown, const QImage &expected, const QList<Pie
 {
     QMap<qsizetype, std::pair<int, QString>> found; // by piece: how many pixels, and the first of them
     for (int y = 0; y < shown.height(); ++y) {
+        const auto *shownLine = reinterpret_cast<const QRgb *>(shown.constScanLine(y));
+        const auto *expectedLine = reinterpret_cast<const QRgb *>(expected.constScanLine(y));
         for (int x = 0; x < shown.width(); ++x) {
-            const int apart = distance(shown.pixel(x, y), expected.pixel(x, y));
+            const int apart = distance(shownLine[x], expectedLine[x]);
             if (apart <= 1)
                 continue;
             qsizetype piece = pieces.size() - 1;
