@@ -9,6 +9,7 @@
 #include "platform/media/MediaFormat.h"
 #include "platform/media/MediaSource.h"
 #include "platform/media/MergedTags.h"
+#include "platform/media/Mp4Tags.h"
 #include "platform/media/OggReader.h"
 #include "platform/media/RiffReader.h"
 #include "platform/media/TagLibReader.h"
@@ -47,6 +48,8 @@ MediaContents readContent(MediaSource &source)
     case MediaFormat::OggSpeex:
     case MediaFormat::OggFlac:
         return readOgg(source, format);
+    case MediaFormat::Mp4:
+        return {readByTagLib(source, format).duration, mp4Items(source)};
     case MediaFormat::Asf:
         return readAsf(source);
     case MediaFormat::Wav:

@@ -1,6 +1,7 @@
 #include "platform/media/RiffReader.h"
 
 #include "platform/media/Chunks.h"
+#include "platform/media/Fields.h"
 #include "platform/media/Id3v2Tag.h"
 #include "platform/media/MergedTags.h"
 #include "platform/media/TextValues.h"
@@ -110,19 +111,34 @@ MediaContents readAiff(MediaSource &source)
 
 MediaContents readDsf(MediaSource &source)
 {
-    constexpr qint64 pointer = 20; // behind "DSD ", the size of this chunk and that of the file
-    quint64_le offset;
-    if (source.readInto(reinterpret_cast<char *>(&offset), pointer, sizeof offset) < qint64(sizeof offset))
-        return {};
-    const auto tag = qint64(std::min<quint64>(offset, quint64(source.size())));
-    return {{}, id3v2Items(source.read(tag, TagSizeLimit))};
+    const QByteArray header = source.read(0, 72);
+    Fields fields(header);
+    fields.take(20); // "DSD ", size of this chunk, of the file
+    const auto tag = qint64(std::min(fields.number<quint64_le>(), quint64(source.size())));
+    fields.take(28); // "fmt ", its size, version, kind of sound and of channels, number of channels
+    const double rate = fields.number<quint32_le>();
+    fields.take(4); // bits
+    const auto samples = double(fields.number<quint64_le>());
+    return {
+        rate > 0 ? milliseconds(samples / rate) : MediaTime{}, id3v2Items(source.read(tag, TagSizeLimit))};
 }
 
 MediaContents readDsdiff(MediaSource &source)
 {
     constexpr qint64 fileHeaderSize = 16; // "FRM8", size, kind of file
     constexpr qint64 countSize = 4; // of a text's bytes, in front of them
+    double bytesPerSecond = 0, channels = 0, dataSize = 0;
     ChunkTags tags(source);
+    const auto takeProperty = [&](const Chunk &property) {
+        const QByteArray content = source.read(property.offset, std::min<qint64>(property.size, 4));
+        Fields fields(content);
+        if (property.name == "FS  ")
+            bytesPerSecond = fields.number<quint32_be>() / 8.0;
+        else if (property.name == "CHNL")
+            channels = fields.number<quint16_be>();
+        else
+            tags.take(property, {}, {});
+    };
     forEachChunk<quint64_be>(source, fileHeaderSize, source.size(), [&](const Chunk &chunk) {
         if (chunk.name == "DIIN")
             forEachChunk<quint64_be>(source, chunk.offset, chunk.offset + chunk.size, [&](const Chunk &text) {
@@ -130,10 +146,12 @@ MediaContents readDsdiff(MediaSource &source)
                 tags.take({text.name, text.offset + size, text.size - size}, "DITI", "DIAR");
             });
         else if (chunk.name == "PROP")
-            forEachChunk<quint64_be>(source, chunk.offset + 4, chunk.offset + chunk.size,
-                [&](const Chunk &property) { tags.take(property, {}, {}); });
+            forEachChunk<quint64_be>(source, chunk.offset + 4, chunk.offset + chunk.size, takeProperty);
+        else if (chunk.name == "DSD ")
+            dataSize = double(chunk.size);
         else
             tags.take(chunk, {}, {});
     });
-    return {{}, tags.merged()};
+    const double speed = bytesPerSecond * channels;
+    return {speed > 0 && dataSize > 0 ? milliseconds(dataSize / speed) : MediaTime{}, tags.merged()};
 }

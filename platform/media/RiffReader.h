@@ -10,8 +10,9 @@ MediaContents readWav(MediaSource &source);
 /// the NAME and AUTH chunks.
 MediaContents readAiff(MediaSource &source);
 
-/// The tags of a DSF file: the ID3v2 tag that its header points to.
+/// Reads a DSF file: length from its header, tags from the ID3v2 tag that the header points to.
 MediaContents readDsf(MediaSource &source);
 
-/// The tags of a DSDIFF file: ID3 chunks, before title and artist from the DIIN chunk.
+/// Reads a DSDIFF file: length from its properties unless the sound is compressed, tags from ID3 chunks, before
+/// title and artist from the DIIN chunk.
 MediaContents readDsdiff(MediaSource &source);

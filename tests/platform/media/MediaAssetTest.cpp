@@ -168,6 +168,11 @@ private Q_SLOTS:
         row("aac.m4a", title, artist, album, jpg, 2, priming);
         row("alac.m4a", title, artist, album, jpg, 1, exact);
         row("two-covers.m4a", title, {u"First artist"_s, u"Second artist"_s}, album, both, 2, priming);
+        row("mp4-items.m4a", {u"Canci\uFFFDn"_s}, {u"Ñandú"_s, u"Second"_s}, {u"Keyed album"_s}, png, 2,
+            exact);
+        row("mp4-keys.m4a", {u"Keyed title"_s}, {u"Keyed artist"_s}, {u"Keyed album"_s}, jpg, 2, exact);
+        row("mp4-3gpp.m4a", {u"3GPP title"_s}, {u"Ñandú"_s}, {u"3GPP album"_s}, none, 2, exact);
+        row("mp4-quicktime.m4a", {u"Canción"_s}, {u"Autór"_s}, album, none, 2, exact);
         row("list-info.wav", {u"Info title"_s}, {u"Info artist"_s}, {u"Info album"_s}, none, 1, exact);
         row("id3.wav", {u"ID3 title"_s}, {u"ID3 artist"_s}, none, jpg, 1, exact);
         row("list-info-and-id3.wav", {u"ID3 title"_s}, {u"ID3 artist"_s}, {u"Info album"_s}, jpg, 1, exact);

@@ -1,0 +1,218 @@
+#include "platform/media/Mp4Tags.h"
+
+#include "platform/media/Fields.h"
+#include "platform/media/MediaContents.h"
+#include "platform/media/MergedTags.h"
+#include "platform/media/TextValues.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace {
+
+constexpr qint64 HeaderSize = 8; // size, name
+constexpr qint64 LongHeaderSize = 16; // with a size of 64 bits behind them
+
+constexpr qint64 KeysSizeLimit = 64 << 10;
+
+struct Atom {
+    QByteArray name; ///< four bytes
+    qint64 begin = 0; ///< of its content
+    qint64 end = 0;
+};
+
+struct Name {
+    QByteArrayView name;
+    CommonIdentifier identifier;
+};
+
+template <std::size_t Count>
+std::optional<CommonIdentifier> identifierOf(QByteArrayView name, const std::array<Name, Count> &names)
+{
+    const auto found = std::find_if(
+        names.begin(), names.end(), [name](const Name &candidate) { return candidate.name == name; });
+    return found == names.end() ? std::nullopt : std::optional(found->identifier);
+}
+
+/// What a player's own item list and the user data of QuickTime call them.
+constexpr std::array ItemNames{
+    Name{"\251nam", CommonIdentifier::Title},
+    Name{"\251ART", CommonIdentifier::Artist},
+    Name{"\251alb", CommonIdentifier::AlbumName},
+    Name{"covr", CommonIdentifier::Artwork},
+};
+
+constexpr std::array MobileNames{
+    Name{"titl", CommonIdentifier::Title},
+    Name{"perf", CommonIdentifier::Artist},
+    Name{"albm", CommonIdentifier::AlbumName},
+};
+
+constexpr std::array KeyNames{
+    Name{"title", CommonIdentifier::Title},
+    Name{"artist", CommonIdentifier::Artist},
+    Name{"album", CommonIdentifier::AlbumName},
+    Name{"artwork", CommonIdentifier::Artwork},
+};
+
+class Mp4TagReader {
+public:
+    explicit Mp4TagReader(MediaSource &source)
+        : m_source(source)
+    {
+    }
+
+    QList<MetadataItem> items()
+    {
+        bool isFound = false;
+        forEachAtom(0, m_source.size(), [this, &isFound](const Atom &atom) {
+            if (isFound || atom.name != "moov")
+                return;
+            isFound = true;
+            readMovie(atom);
+        });
+        return mergedTags({m_items, m_keyed, m_userData});
+    }
+
+private:
+    /// Calls `use` with the atoms one behind the other between two offsets.
+    template <typename Use> void forEachAtom(qint64 begin, qint64 end, Use use)
+    {
+        while (begin + HeaderSize <= end && m_atomsLeft-- > 0) {
+            const QByteArray header = m_source.read(begin, LongHeaderSize);
+            Fields fields(header);
+            quint64 size = fields.number<quint32_be>();
+            const QByteArray name = fields.take(4).toByteArray();
+            const qint64 headerSize = size == 1 ? LongHeaderSize : HeaderSize;
+            if (size == 1)
+                size = fields.number<quint64_be>();
+            if (size == 0) // up to the end
+                size = quint64(end - begin);
+            if (header.size() < HeaderSize || size < quint64(headerSize))
+                return;
+            const qint64 next = begin + qint64(std::min(size, quint64(end - begin)));
+            use(Atom{name, std::min(begin + headerSize, next), next});
+            begin = next;
+        }
+    }
+
+    QByteArray read(qint64 begin, qint64 end)
+    {
+        QByteArray bytes = m_source.read(begin, std::min(end - begin, m_bytesLeft));
+        m_bytesLeft -= bytes.size();
+        return bytes;
+    }
+
+    void readMovie(const Atom &movie)
+    {
+        forEachAtom(movie.begin, movie.end, [this](const Atom &atom) {
+            if (atom.name == "meta")
+                readMeta(atom);
+            else if (atom.name == "udta")
+                forEachAtom(atom.begin, atom.end, [this](const Atom &inner) {
+                    if (inner.name == "meta")
+                        readMeta(inner);
+                    else
+                        readUserData(inner);
+                });
+        });
+    }
+
+    /// Either an item list, or names and then an item list that refers to them by number.
+    void readMeta(const Atom &meta)
+    {
+        // Four bytes of version and flags, which QuickTime leaves out.
+        const bool isPlain = m_source.read(meta.begin + 4, 4) == "hdlr";
+        QList<QByteArray> keys;
+        forEachAtom(meta.begin + (isPlain ? 0 : 4), meta.end, [this, &keys](const Atom &atom) {
+            if (atom.name == "keys")
+                keys = keyNames(read(atom.begin, std::min(atom.end, atom.begin + KeysSizeLimit)));
+            else if (atom.name == "ilst")
+                forEachAtom(atom.begin, atom.end, [this, &keys](const Atom &item) { readItem(item, keys); });
+        });
+    }
+
+    static QList<QByteArray> keyNames(const QByteArray &bytes)
+    {
+        constexpr quint32 headerSize = 8; // size, name space
+        QList<QByteArray> names;
+        Fields fields(bytes);
+        fields.take(8); // version and flags, count
+        while (!fields.isEmpty()) {
+            const quint32 size = fields.number<quint32_be>();
+            fields.take(4);
+            names.append(fields.take(size < headerSize ? 0 : size - headerSize).toByteArray());
+        }
+        return names;
+    }
+
+    void readItem(const Atom &item, const QList<QByteArray> &keys)
+    {
+        const qsizetype number = qFromBigEndian<quint32>(item.name.constData());
+        const bool isKeyed = number >= 1 && number <= keys.size();
+        const QByteArray key = isKeyed ? keys[number - 1] : QByteArray();
+        const auto identifier = isKeyed ? identifierOf(key.sliced(key.lastIndexOf('.') + 1), KeyNames)
+                                        : identifierOf(item.name, ItemNames);
+        if (!identifier)
+            return;
+        forEachAtom(item.begin, item.end, [this, isKeyed, identifier](const Atom &data) {
+            if (data.name == "data")
+                readValue(isKeyed ? m_keyed : m_items, *identifier, read(data.begin, data.end));
+        });
+    }
+
+    static void readValue(QList<MetadataItem> &items, CommonIdentifier identifier, const QByteArray &data)
+    {
+        constexpr quint32 utf16 = 2;
+        Fields fields(data);
+        const quint32 type = fields.number<quint32_be>();
+        fields.take(4); // language
+        if (identifier != CommonIdentifier::Artwork)
+            appendTextValues(items, identifier, fields.rest(),
+                type == utf16 ? TextEncoding::Utf16BigEndian : TextEncoding::Utf8);
+        else if (items.size() < MaxItemsPerTag)
+            items.append({identifier, fields.rest().toByteArray()});
+    }
+
+    void readUserData(const Atom &atom)
+    {
+        const auto quickTime = identifierOf(atom.name, ItemNames);
+        const auto mobile = identifierOf(atom.name, MobileNames);
+        if (!mobile && (!quickTime || quickTime == CommonIdentifier::Artwork))
+            return;
+        const QByteArray data = read(atom.begin, atom.end);
+        Fields fields(data);
+        if (mobile) {
+            fields.take(6); // version and flags, language
+            appendMobileText(*mobile, fields.rest());
+        } else {
+            const quint64 size = fields.number<quint16_be>();
+            fields.take(2); // language
+            appendTextValues(m_userData, *quickTime, fields.take(size), TextEncoding::Unstated);
+        }
+    }
+
+    /// A track number may follow the zero that ends an album's name.
+    void appendMobileText(CommonIdentifier identifier, QByteArrayView text)
+    {
+        const bool isUtf16 = text.startsWith("\xfe\xff");
+        const qsizetype end = isUtf16 ? -1 : text.indexOf('\0');
+        appendTextValues(m_userData, identifier, end < 0 ? text : text.first(end),
+            isUtf16 ? TextEncoding::Utf16 : TextEncoding::Utf8);
+    }
+
+    MediaSource &m_source;
+    int m_atomsLeft = 10'000;
+    qint64 m_bytesLeft = TagSizeLimit;
+    QList<MetadataItem> m_items;
+    QList<MetadataItem> m_keyed;
+    QList<MetadataItem> m_userData;
+};
+
+} // namespace
+
+QList<MetadataItem> mp4Items(MediaSource &source)
+{
+    return Mp4TagReader(source).items();
+}
