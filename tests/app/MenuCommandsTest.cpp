@@ -1,5 +1,6 @@
 #include "platform/files/FilePicker.h"
 #include "tests/app/AppFixture.h"
+#include "tests/player/Journal.h"
 #include "ui/ImportAlert.h"
 
 using namespace Qt::StringLiterals;
@@ -12,6 +13,9 @@ private Q_SLOTS:
     {
         const AppFixture f;
         QCOMPARE(f.window.menuBar().actions().size(), 2);
+        QCOMPARE(f.window.menuBar().accessibleName(), u"Menú"_s);
+        for (const int position : {0, 1})
+            QCOMPARE(f.menu(position).accessibleName(), f.menu(position).title());
         QCOMPARE(f.menu(0).title(), u"Archivo"_s);
         QCOMPARE(titles(f.menu(0)), QStringList({u"Añadir música…"_s, u"Salir"_s}));
         QCOMPARE(f.menu(1).title(), u"Reproducción"_s);
@@ -26,11 +30,13 @@ private Q_SLOTS:
         QCOMPARE(shortcuts(f.menu(1)), QStringList({u"Space"_s, u"Ctrl+Left"_s, u"Ctrl+Right"_s}));
     }
 
-    void commandsAreEnabledAlsoOnAnEmptyPlaylist()
+    void commandsAreEnabledAlsoOnAnEmptyPlaylistAndCountOnceWhenHeld()
     {
         const AppFixture f;
-        for (const QAction *command : f.menu(0).actions() + f.menu(1).actions())
+        for (const QAction *command : f.menu(0).actions() + f.menu(1).actions()) {
             QVERIFY2(command->isEnabled(), qPrintable(command->text()));
+            QVERIFY2(!command->autoRepeat(), qPrintable(command->text()));
+        }
     }
 
     void firstPlaybackCommandNamesWhatItWillDo()
@@ -54,14 +60,46 @@ private Q_SLOTS:
         QTRY_COMPARE(f.menu(1).actions().first()->text(), u"Reproducir"_s);
     }
 
-    void previousAndNextChangeTheTrack()
+    void eachCommandDoesOneThing_data()
     {
+        QTest::addColumn<int>("menu");
+        QTest::addColumn<int>("command");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("again");
+        const auto load = [](QChar name, QChar former) {
+            return u"open %1, %1 delegate, %1 volume 0.75, %1 prepare, %2 gone, currentTrack %1, same, same, "_s
+                .arg(name, former);
+        };
+        const QString first = u" play, isPlaying true, timer on"_s, again = u" play, same, timer on"_s;
+        QTest::newRow("add music") << 0 << 0 << u"showFileImporter true"_s << u"same"_s;
+        QTest::newRow("play or pause")
+            << 1 << 0 << u"a"_s + first << u"a pause, isPlaying false, timer off, same, same"_s;
+        QTest::newRow("previous") << 1 << 1 << load(u'c', u'a') + u'c' + first
+                                  << u"timer off, "_s + load(u'b', u'c') + u'b' + again;
+        QTest::newRow("next") << 1 << 2 << load(u'b', u'a') + u'b' + first
+                              << u"timer off, "_s + load(u'c', u'b') + u'c' + again;
+    }
+    void eachCommandDoesOneThing()
+    {
+        QFETCH(int, menu);
+        QFETCH(int, command);
         AppFixture f;
         f.add({u"a.mp3"_s, u"b.mp3"_s, u"c.mp3"_s});
-        f.menu(1).actions().at(2)->trigger();
-        QCOMPARE(f.player.currentTrack()->title, u"b"_s);
-        f.menu(1).actions().at(1)->trigger();
-        QCOMPARE(f.player.currentTrack()->title, u"a"_s);
+        Journal journal(f.platform, f.player);
+        QAction *action = f.menu(menu).actions().at(command);
+        QTEST(journal.record([&] { action->trigger(); }), "first");
+        QTEST(journal.record([&] { action->trigger(); }), "again");
+        QVERIFY(f.window.isVisible());
+    }
+
+    void quitClosesTheWindowAndLeavesThePlayerAlone()
+    {
+        AppFixture f;
+        f.add({u"a.mp3"_s});
+        f.player.play();
+        Journal journal(f.platform, f.player);
+        QCOMPARE(journal.record([&] { f.menu(0).actions().at(1)->trigger(); }), QString());
+        QVERIFY(!f.window.isVisible());
     }
 
     void addMusicAsksForFilesWhateverThePlayerDoes()

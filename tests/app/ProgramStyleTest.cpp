@@ -87,6 +87,14 @@ private Q_SLOTS:
         QVERIFY(fadesInto(u"moving"_s));
     }
 
+    void spaceBarChoosesAMenusEntry()
+    {
+        QVERIFY(ProgramStyle().styleHint(QStyle::SH_Menu_SpaceActivatesItem));
+        QProxyStyle desktop;
+        QCOMPARE(ProgramStyle().styleHint(QStyle::SH_Menu_SubMenuPopupDelay),
+            desktop.styleHint(QStyle::SH_Menu_SubMenuPopupDelay));
+    }
+
     void otherPicturesOfTheDesktopsStyleAreLeftAlone()
     {
         QVERIFY(!QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning).isNull());
