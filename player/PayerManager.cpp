@@ -207,8 +207,6 @@ void PlayerManager::previous()
 
 void PlayerManager::playRandomTrack()
 {
-    if (playlist().size() < 2)
-        return;
     // Drawn among the others: the positions behind the current track move up by one.
     const std::optional<qsizetype> current = currentIndex();
     const qsizetype candidates = playlist().size() - (current ? 1 : 0);
