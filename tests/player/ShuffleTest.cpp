@@ -58,6 +58,7 @@ private Q_SLOTS:
         PlayerFixture f;
         f.add("abcde"_L1);
         f.player.isShuffling = true;
+        f.player.isRepeating = true;
         std::map<QString, std::map<QString, int>> picks; // by the track before
         int returns = 0; // to the track before the last
         QString beforeLast;
@@ -77,10 +78,20 @@ private Q_SLOTS:
         QVERIFY2(returns > 860 && returns < 1140, qPrintable(QString::number(returns)));
     }
 
+    void withoutACurrentTrackAnyIsPicked_data()
+    {
+        QTest::addColumn<QLatin1StringView>("names");
+        QTest::addColumn<double>(
+            "oneInAMillion"); // of the chi-square distribution, with one degree less than tracks
+        QTest::newRow("of two") << "ab"_L1 << 23.9;
+        QTest::newRow("of five") << "abcde"_L1 << 33.4;
+    }
     void withoutACurrentTrackAnyIsPicked()
     {
+        QFETCH(QLatin1StringView, names);
+        QFETCH(double, oneInAMillion);
         PlayerFixture f;
-        f.add("abcde"_L1);
+        f.add(names);
         f.player.isShuffling = true;
         std::map<QString, int> picks;
         for (int i = 0; i < 1000; ++i) {
@@ -88,8 +99,19 @@ private Q_SLOTS:
             f.player.next();
             ++picks[f.current()];
         }
-        QCOMPARE(picks.size(), 5u);
-        QVERIFY2(chiSquare(picks) < 33.4, "one in a million, with 4 degrees of freedom");
+        QCOMPARE(qsizetype(picks.size()), names.size());
+        QVERIFY(chiSquare(picks) < oneInAMillion);
+    }
+
+    void previousTrackIsTheOneBeforeInTheList()
+    {
+        PlayerFixture f;
+        f.add("abcdefgh"_L1);
+        f.player.isShuffling = true;
+        for (const char *previous : {"h", "g", "f", "e", "d", "c", "b", "a"}) {
+            f.player.previous();
+            QCOMPARE(f.current(), QString::fromLatin1(previous));
+        }
     }
 
     void eachProcessPicksOnItsOwn()

@@ -1,3 +1,4 @@
+#include "platform/media/MediaContents.h"
 #include "player/Track.h"
 
 #include <QFile>
@@ -59,6 +60,22 @@ private Q_SLOTS:
         QCOMPARE(track.artist, u"Artist"_s);
     }
 
+    void firstItemCountsWhateverItHolds()
+    {
+        const QByteArray bytes("x");
+        const Track track(QUrl(u"file:///m/song.mp3"_s),
+            MediaAsset(MediaContents{{3, 2},
+                {{CommonIdentifier::Title, QString()}, {CommonIdentifier::Title, u"Later"_s},
+                    {CommonIdentifier::Artist, bytes}, {CommonIdentifier::Artist, u"Later"_s},
+                    {CommonIdentifier::Artwork, u"text"_s}, {CommonIdentifier::Artwork, bytes},
+                    {CommonIdentifier::AlbumName, u"Album"_s}, {CommonIdentifier::AlbumName, u"Later"_s}}}));
+        QCOMPARE(track.title, u"song"_s);
+        QCOMPARE(track.artist, UnknownArtist);
+        QCOMPARE(track.album, u"Album"_s);
+        QCOMPARE(track.duration, 1.5);
+        QVERIFY(!track.artwork);
+    }
+
     void titleOfOneBlankIsTakenAsItStands() { QCOMPARE(mediaTrack(u"blank-title.mp3"_s).title, u" "_s); }
 
     void fileNameLosesItsLastExtensionOnly_data()
@@ -69,6 +86,7 @@ private Q_SLOTS:
         QTest::newRow("several dots") << u"/m/a.b.mp3"_s << u"a.b"_s;
         QTest::newRow("no extension") << u"/m/Intro"_s << u"Intro"_s;
         QTest::newRow("dot in the folder") << u"/m.d/Intro"_s << u"Intro"_s;
+        QTest::newRow("final dot") << u"/m/Intro."_s << u"Intro."_s;
         QTest::newRow("leading dot") << u"/m/.hidden"_s << u".hidden"_s;
         QTest::newRow("reserved characters") << u"/m/100% #1?.mp3"_s << u"100% #1?"_s;
     }
