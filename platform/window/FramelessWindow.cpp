@@ -8,7 +8,6 @@ namespace {
 
 constexpr int Margin = 8; // beside the menus and the buttons
 constexpr int ButtonGap = 4;
-constexpr int MenuInset = 3; // above and below the menus
 
 } // namespace
 
@@ -59,9 +58,9 @@ void FramelessWindow::arrange()
         m_content->setGeometry(rect());
     m_frame.setGeometry(rect());
     const bool isLeft = m_buttonLayout.side == Qt::LeftEdge;
-    const int menuWidth = m_menus.sizeHint().width();
+    const QSize menus = m_menus.sizeHint().boundedTo({width(), StripHeight});
     m_menus.setGeometry(
-        isLeft ? width() - Margin - menuWidth : Margin, MenuInset, menuWidth, StripHeight - 2 * MenuInset);
+        {{isLeft ? width() - Margin - menus.width() : Margin, (StripHeight - menus.height()) / 2}, menus});
     arrangeButtons(isLeft);
 }
 

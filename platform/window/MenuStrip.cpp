@@ -8,10 +8,8 @@ void MenuStrip::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    for (QAction *menu : actions()) {
-        const QRect place = actionGeometry(menu);
-        drawTitle(painter, *menu, {place.left(), 0, place.width(), height()});
-    }
+    for (QAction *menu : actions())
+        drawTitle(painter, *menu, actionGeometry(menu));
 }
 
 void MenuStrip::drawTitle(QPainter &painter, const QAction &menu, const QRect &place) const
