@@ -5,7 +5,7 @@ QIcon ProgramStyle::standardIcon(
 {
     if (symbol == SP_ToolBarHorizontalExtensionButton)
         return {};
-    return QProxyStyle::standardIcon(symbol, option, widget);
+    return PopupStyle::standardIcon(symbol, option, widget);
 }
 
 int ProgramStyle::styleHint(
@@ -15,5 +15,5 @@ int ProgramStyle::styleHint(
         return 1;
     if (hint == SH_Widget_Animation_Duration && !m_isAnimated)
         return 0;
-    return QProxyStyle::styleHint(hint, option, widget, answer);
+    return PopupStyle::styleHint(hint, option, widget, answer);
 }

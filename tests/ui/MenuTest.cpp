@@ -1,8 +1,10 @@
 #include "ui/controls/Menu.h"
 
 #include "ui/Colors.h"
+#include "ui/PopupStyle.h"
 #include "ui/controls/MenuButton.h"
 
+#include <QApplication>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -59,6 +61,8 @@ class MenuTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+
     void destructiveEntryIsRedAndReads_data()
     {
         QTest::addColumn<QPalette>("palette");

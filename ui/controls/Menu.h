@@ -3,7 +3,7 @@
 #include <QMenu>
 
 /// A menu that tells apart what destroys something: the entry's text is red, or stands on red while it is the
-/// one to be chosen. What is disabled is dim.
+/// one to be chosen.
 class Menu : public QMenu {
     Q_OBJECT
 
