@@ -4,15 +4,11 @@
 
 #include "platform/media/MediaContents.h"
 #include "player/PayerManager.h"
+#include "tests/TaggedFile.h"
 
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QGuiApplication>
-#include <QImage>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QtEndian>
 #include <algorithm>
 #include <cstdio>
 #include <malloc.h>
@@ -40,11 +36,7 @@ QByteArray noiseCover()
         for (int x = 0; x < image.width(); ++x)
             image.setPixel(x, y, random.generate());
     }
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG", 70);
-    return bytes;
+    return encoded(image, "JPEG", 70);
 }
 
 /// The cover with a comment that makes it one album's own.
@@ -52,21 +44,6 @@ QByteArray albumCover(const QByteArray &cover, int album)
 {
     const QByteArray comment = QByteArray::number(album).rightJustified(8, '0');
     return cover.first(2) + QByteArray("\xff\xfe\0\x0a", 4) + comment + cover.sliced(2);
-}
-
-QByteArray id3v2Frame(const char *identifier, const QByteArray &content)
-{
-    QByteArray size(4, Qt::Uninitialized);
-    qToBigEndian(static_cast<quint32>(content.size()), size.data());
-    return identifier + size + QByteArray(2, '\0') + content;
-}
-
-QByteArray id3v2Tag(const QByteArray &frames)
-{
-    QByteArray size;
-    for (const int shift : {21, 14, 7, 0})
-        size.append(static_cast<char>(frames.size() >> shift & 0x7F));
-    return QByteArray("ID3\3\0\0", 6) + size + frames;
 }
 
 QByteArray latin1Text(const QString &text)
@@ -80,7 +57,7 @@ QByteArray trackTag(int number, const QByteArray &cover)
     return id3v2Tag(id3v2Frame("TIT2", latin1Text(u"The title of track %1"_s.arg(number)))
         + id3v2Frame("TPE1", latin1Text(u"The artist of album %1"_s.arg(album)))
         + id3v2Frame("TALB", latin1Text(u"Album number %1"_s.arg(album)))
-        + id3v2Frame("APIC", QByteArray("\0image/jpeg\0\3\0", 14) + albumCover(cover, album)));
+        + id3v2Picture(albumCover(cover, album)));
 }
 
 QList<QUrl> makeFiles(const QTemporaryDir &folder, int count, const QByteArray &cover)

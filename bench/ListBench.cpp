@@ -3,13 +3,12 @@
 // into memory; QT_SCALE_FACTOR=2 draws four times the pixels.
 
 #include "player/PayerManager.h"
+#include "tests/TaggedFile.h"
 #include "ui/ContentView.h"
 #include "ui/controls/Slider.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QImage>
 #include <QListView>
 #include <QRandomGenerator>
 #include <QScrollBar>
@@ -25,26 +24,22 @@ namespace {
 
 constexpr int TracksPerAlbum = 12;
 
-/// A cover of 600 × 600 pixels in a colour of its own.
-std::optional<Artwork> albumCover(int album)
+/// The cover of an album: 600 × 600 pixels in a colour of its own.
+std::optional<Artwork> albumCover(CoverFiles &files, int album)
 {
     QImage image(600, 600, QImage::Format_RGB32);
     image.fill(QColor::fromHsv(album % 360, 90 + album / 360 % 160, 200));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG", 85);
-    return Artwork::decode(bytes);
+    return files.artwork(encoded(image, "JPEG", 85));
 }
 
-QList<Track> tracks(int count)
+QList<Track> tracks(CoverFiles &files, int count)
 {
     QList<Track> tracks;
     tracks.reserve(count);
     std::optional<Artwork> cover;
     for (int i = 0; i < count; ++i) {
         if (i % TracksPerAlbum == 0)
-            cover = albumCover(i / TracksPerAlbum);
+            cover = albumCover(files, i / TracksPerAlbum);
         Track track(QUrl::fromLocalFile(u"/none/%1.mp3"_s.arg(i)));
         track.artist = u"Artista %1"_s.arg(i % 500);
         track.duration = 180 + i % 100;
@@ -108,9 +103,9 @@ double heapMebibytes()
     return static_cast<double>(info.uordblks + info.hblkhd) / (1 << 20);
 }
 
-void measureTicks(PlayerManager &player, QWidget &seekBar)
+void measureTicks(PlayerManager &player, CoverFiles &files, QWidget &seekBar)
 {
-    player.playlist = tracks(10'000);
+    player.playlist = tracks(files, 10'000);
     player.currentTrack = player.playlist().last();
     player.duration = 300;
     player.isPlaying = true;
@@ -119,9 +114,9 @@ void measureTicks(PlayerManager &player, QWidget &seekBar)
     print("tick, 10,000 rows, ms", measure(seekBar, 1000, tick));
 }
 
-void measureScrolling(PlayerManager &player, const QListView &list)
+void measureScrolling(PlayerManager &player, CoverFiles &files, const QListView &list)
 {
-    player.playlist = tracks(100'000);
+    player.playlist = tracks(files, 100'000);
     player.currentTrack = player.playlist().first();
     QCoreApplication::processEvents();
     const auto scroll = [&](int step) {
@@ -140,13 +135,14 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
+    CoverFiles files;
     PlayerManager player;
     ContentView view(player);
     view.resize(720, 900);
     view.show();
     QCoreApplication::processEvents();
     std::printf("%-42s %8s %8s %8s\n", "", "median", "95 %", "most");
-    measureTicks(player, *view.findChild<Slider *>());
-    measureScrolling(player, *view.findChild<QListView *>());
+    measureTicks(player, files, *view.findChild<Slider *>());
+    measureScrolling(player, files, *view.findChild<QListView *>());
     return 0;
 }

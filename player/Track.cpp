@@ -49,9 +49,7 @@ void Track::loadMetadata(const MediaAsset &asset)
     replaceUnlessEmpty(artist, metadataValue(CommonIdentifier::Artist, metadata));
     replaceUnlessEmpty(album, metadataValue(CommonIdentifier::AlbumName, metadata));
 
-    const QList<MetadataItem> pictures = MediaAsset::metadataItems(metadata, CommonIdentifier::Artwork);
-    if (!pictures.isEmpty() && pictures.first().dataValue())
-        artwork = Artwork::decode(*pictures.first().dataValue());
+    artwork = Artwork::decode(asset.firstPicture(), m_url);
 }
 
 std::optional<QString> Track::metadataValue(CommonIdentifier identifier, const QList<MetadataItem> &items)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Result.h"
+#include "platform/media/ArtworkLoader.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRow.h"
 #include "ui/ViewRenderer.h"
@@ -82,6 +83,7 @@ private:
     bool m_isDraggingSlider = false;
     double m_temporaryProgress = 0; ///< seconds
 
+    ArtworkLoader m_artworks;
     ViewRenderer m_renderer;
     PlaylistModel m_playlistModel{
         [this](const Track &track, qsizetype number) { return playlistRow(track, number); }};

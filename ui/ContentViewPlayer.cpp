@@ -51,7 +51,7 @@ QWidget *ContentView::trackAnnouncer()
 
 QWidget *ContentView::artwork()
 {
-    auto *cover = new Cover;
+    auto *cover = new Cover(m_artworks);
     m_renderer.follow([=, this] { cover->setTrack(m_player.currentTrack()); });
     return cover;
 }

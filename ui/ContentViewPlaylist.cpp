@@ -94,7 +94,7 @@ QString ContentView::playlistSubtitle() const
 
 QWidget *ContentView::playlistRows()
 {
-    auto *view = new PlaylistView(m_playlistModel);
+    auto *view = new PlaylistView(m_playlistModel, m_artworks);
     connect(view, &PlaylistView::playRequested, this, [this](const Track &track) { m_player.load(track); });
     connect(view, &PlaylistView::removalRequested, &m_player, &PlayerManager::removeTrack);
     m_renderer.follow([this] {

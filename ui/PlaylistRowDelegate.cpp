@@ -1,5 +1,6 @@
 #include "ui/PlaylistRowDelegate.h"
 
+#include "platform/media/ArtworkLoader.h"
 #include "ui/Colors.h"
 #include "ui/DisplayText.h"
 #include "ui/Fonts.h"
@@ -55,19 +56,6 @@ void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, co
     painter.drawText(area, Qt::AlignCenter | Qt::TextDontClip, QString::number(row.number));
 }
 
-void drawSmallArtwork(QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette)
-{
-    const QPainterPath outline = smoothCorners(area, CoverCornerRadius);
-    painter.fillPath(outline, primaryColor(palette, 0.08));
-    const double ratio = painter.device()->devicePixelRatioF();
-    const QImage picture = row.artwork ? row.artwork->scaledToFill(area.size() * ratio) : QImage();
-    if (picture.isNull()) {
-        drawSymbol(painter, area, u"music.note"_s, SymbolSize, secondaryColor(palette));
-        return;
-    }
-    fillWithPicture(painter, outline, area, picture);
-}
-
 void drawTexts(
     QPainter &painter, const PlaylistRowGeometry &at, const PlaylistRow &row, const QPalette &palette)
 {
@@ -81,6 +69,12 @@ void drawTexts(
 }
 
 } // namespace
+
+PlaylistRowDelegate::PlaylistRowDelegate(ArtworkLoader &artworks, QObject *parent)
+    : QStyledItemDelegate(parent)
+    , m_artworks(artworks)
+{
+}
 
 void PlaylistRowDelegate::setPointedMenu(const QModelIndex &index, bool isPressed)
 {
@@ -102,6 +96,20 @@ void PlaylistRowDelegate::drawMenu(
     }
     drawSymbol(painter, area, u"ellipsis"_s, SymbolSize, inactiveColor(palette));
     painter.setOpacity(1);
+}
+
+void PlaylistRowDelegate::drawSmallArtwork(
+    QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette) const
+{
+    const QPainterPath outline = smoothCorners(area, CoverCornerRadius);
+    painter.fillPath(outline, primaryColor(palette, 0.08));
+    ArtworkLoader::Loaded loaded;
+    if (row.artwork)
+        loaded = m_artworks.image(*row.artwork, area.size() * painter.device()->devicePixelRatioF());
+    if (!loaded.image.isNull())
+        fillWithPicture(painter, outline, area, loaded.image);
+    else if (!loaded.isAwaited)
+        drawSymbol(painter, area, u"music.note"_s, SymbolSize, secondaryColor(palette));
 }
 
 void PlaylistRowDelegate::paint(

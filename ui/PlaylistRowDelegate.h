@@ -3,12 +3,16 @@
 #include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
 
+class ArtworkLoader;
+struct PlaylistRow;
+
 /// Draws the rows of the playlist.
 class PlaylistRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    /// Draws covers that `artworks` has loaded, which is borrowed and outlives it.
+    PlaylistRowDelegate(ArtworkLoader &artworks, QObject *parent);
 
     /// The row whose ellipsis is under the mouse, and whether the mouse holds it down; none by default.
     void setPointedMenu(const QModelIndex &index, bool isPressed);
@@ -25,7 +29,10 @@ public:
 private:
     void drawMenu(
         QPainter &painter, const QRect &area, const QPalette &palette, const QModelIndex &index) const;
+    void drawSmallArtwork(
+        QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette) const;
 
+    ArtworkLoader &m_artworks;
     QPersistentModelIndex m_pointedMenu;
     bool m_isPressed = false;
     bool m_isFocusShown = false;

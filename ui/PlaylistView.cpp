@@ -1,5 +1,6 @@
 #include "ui/PlaylistView.h"
 
+#include "platform/media/ArtworkLoader.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
@@ -24,10 +25,12 @@ constexpr int ExtraPadding = Padding - SpacingAround;
 
 } // namespace
 
-PlaylistView::PlaylistView(PlaylistModel &model)
+PlaylistView::PlaylistView(PlaylistModel &model, ArtworkLoader &artworks)
     : m_model(model)
-    , m_delegate(new PlaylistRowDelegate(this))
+    , m_artworks(artworks)
+    , m_delegate(new PlaylistRowDelegate(artworks, this))
 {
+    connect(&artworks, &ArtworkLoader::changed, this, &PlaylistView::showArtwork);
     installAccessibleRoles();
     setModel(&model);
     setItemDelegate(m_delegate);
@@ -197,15 +200,55 @@ void PlaylistView::mouseDoubleClickEvent(QMouseEvent *event)
         play(indexAt(event->pos()));
 }
 
+// Covers
+
+/// The first row that is in sight, also between two.
+QModelIndex PlaylistView::topRow() const
+{
+    const QPoint place(viewport()->width() / 2, RowSpacing + ExtraPadding);
+    const QModelIndex top = indexAt(place);
+    return top.isValid() ? top : indexAt(place + QPoint(0, RowSpacing));
+}
+
+QModelIndexList PlaylistView::visibleRows() const
+{
+    QModelIndexList rows;
+    const int top = std::max(topRow().row() - 1, 0);
+    for (int row = top; row < m_model.rowCount(); ++row) {
+        const QModelIndex index = m_model.index(row);
+        if (visualRect(index).top() > viewport()->height())
+            break;
+        rows.append(index);
+    }
+    return rows;
+}
+
+void PlaylistView::showArtwork(const Fingerprint &picture)
+{
+    for (const QModelIndex &row : visibleRows()) {
+        const auto &artwork = m_model.track(row).artwork;
+        if (artwork && artwork->fingerprint() == picture)
+            update(row);
+    }
+}
+
+void PlaylistView::paintEvent(QPaintEvent *event)
+{
+    QListView::paintEvent(event);
+    QList<Artwork> visible;
+    for (const QModelIndex &row : visibleRows()) {
+        if (const auto &artwork = m_model.track(row).artwork)
+            visible.append(*artwork);
+    }
+    m_artworks.keepOnly(visible);
+}
+
 // Keyboard
 
 /// Where the keyboard arrives in a list that it has not been in yet: at the current track if that is in sight.
 QModelIndex PlaylistView::firstFocus() const
 {
-    const QPoint place(viewport()->width() / 2, RowSpacing + ExtraPadding);
-    QModelIndex top = indexAt(place);
-    if (!top.isValid())
-        top = indexAt(place + QPoint(0, RowSpacing)); // there was a gap between two rows
+    const QModelIndex top = topRow();
     const QModelIndex current = m_model.currentIndex();
     const bool isInSight = viewport()->rect().intersects(visualRect(current));
     return isInSight ? current : top;

@@ -6,6 +6,8 @@
 #include <QListView>
 #include <QPointer>
 
+class ArtworkLoader;
+class Fingerprint;
 class PlaylistModel;
 class PlaylistRowDelegate;
 
@@ -18,8 +20,8 @@ class PlaylistView : public QListView {
     Q_OBJECT
 
 public:
-    /// A view of `model`, which is borrowed and outlives it.
-    explicit PlaylistView(PlaylistModel &model);
+    /// A view of `model` with the covers of `artworks`; both are borrowed and outlive it.
+    PlaylistView(PlaylistModel &model, ArtworkLoader &artworks);
 
     [[nodiscard]] const PlaylistModel &playlist() const { return m_model; }
     [[nodiscard]] Menu *openedMenu() const { return m_menu; } ///< null while no row has its menu open
@@ -40,6 +42,7 @@ Q_SIGNALS:
 
 protected:
     bool viewportEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
@@ -53,7 +56,10 @@ protected:
 
 private:
     [[nodiscard]] QModelIndex menuSquareAt(const QPoint &position) const;
+    [[nodiscard]] QModelIndex topRow() const;
+    [[nodiscard]] QModelIndexList visibleRows() const;
     [[nodiscard]] QModelIndex firstFocus() const;
+    void showArtwork(const Fingerprint &picture);
     void announceFocusedRow();
     void moveByKey(QKeyEvent *event);
     void setFocusShown(bool isShown);
@@ -62,6 +68,7 @@ private:
     void openMenu(const QModelIndex &index, const QRect &opener, bool hasSeparator);
 
     PlaylistModel &m_model;
+    ArtworkLoader &m_artworks;
     PlaylistRowDelegate *m_delegate;
     QPersistentModelIndex m_pressedMenu;
     QPointer<Menu> m_menu;

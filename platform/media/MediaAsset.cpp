@@ -40,6 +40,12 @@ MediaAsset::MediaAsset(MediaContents contents)
 {
 }
 
+QByteArray MediaAsset::firstPicture() const
+{
+    const QList<MetadataItem> pictures = metadataItems(m_commonMetadata, CommonIdentifier::Artwork);
+    return pictures.isEmpty() ? QByteArray() : pictures.first().dataValue().value_or(QByteArray());
+}
+
 QList<MetadataItem> MediaAsset::metadataItems(const QList<MetadataItem> &items, CommonIdentifier identifier)
 {
     QList<MetadataItem> matches;

@@ -66,6 +66,9 @@ public:
     /// The metadata under the common keys, in the order in which the file stores them.
     [[nodiscard]] const QList<MetadataItem> &commonMetadata() const { return m_commonMetadata; }
 
+    /// The bytes of the first picture; empty if there is none.
+    [[nodiscard]] QByteArray firstPicture() const;
+
     /// Those of `items` that carry `identifier`, in their order.
     [[nodiscard]] static QList<MetadataItem> metadataItems(
         const QList<MetadataItem> &items, CommonIdentifier identifier);

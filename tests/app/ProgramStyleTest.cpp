@@ -1,9 +1,9 @@
 #include "app/ProgramStyle.h"
+#include "tests/TaggedFile.h"
 #include "tests/app/AppFixture.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/SelectableLabel.h"
 
-#include <QBuffer>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -15,17 +15,6 @@ QByteArray mappedFiles()
 {
     QFile maps(u"/proc/self/maps"_s);
     return maps.open(QIODevice::ReadOnly) ? maps.readAll() : QByteArray();
-}
-
-QByteArray redPicture()
-{
-    QImage image(8, 8, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
 }
 
 } // namespace
@@ -70,21 +59,22 @@ private Q_SLOTS:
 
     void coverFadesOnlyForUsersWhoWantAnimations()
     {
+        CoverFiles files;
         AppFixture f;
         const auto &cover = *f.window.findChild<Cover *>();
         auto &style = *dynamic_cast<ProgramStyle *>(QApplication::style());
-        const auto fadesInto = [&](const QString &title) {
+        const auto fadesInto = [&](const QString &title, const QColor &picture) {
             Track track(QUrl(u"file:///music/a.mp3"_s));
             track.title = title;
-            track.artwork = Artwork::decode(redPicture());
+            track.artwork = files.artwork(picture);
             f.player.load(track, false);
             const auto &shown = *f.window.findChild<SelectableLabel *>();
             return QTest::qWaitFor([&] { return shown.text() == title; }) && cover.isFading();
         };
         style.setAnimated(false);
-        QVERIFY(!fadesInto(u"still"_s));
+        QVERIFY(!fadesInto(u"still"_s, Qt::red));
         style.setAnimated(true);
-        QVERIFY(fadesInto(u"moving"_s));
+        QVERIFY(fadesInto(u"moving"_s, Qt::blue));
     }
 
     void spaceBarChoosesAMenusEntry()

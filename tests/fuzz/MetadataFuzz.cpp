@@ -1,7 +1,7 @@
 // Reads the metadata of any bytes, as a file is read that is added to the playlist.
 
-#include "platform/media/Artwork.h"
 #include "platform/media/MediaReader.h"
+#include "platform/media/PictureDecoder.h"
 #include "tests/fuzz/FuzzTarget.h"
 #include "tests/platform/MemoryFile.h"
 
@@ -18,8 +18,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
             qFatal("An item is neither text nor data.");
         if (!item.dataValue())
             continue;
-        if (const auto artwork = Artwork::decode(*item.dataValue()))
-            (void)artwork->scaledToFill({64, 64});
+        const std::atomic<bool> isAbandoned = false;
+        (void)decodedPicture(*item.dataValue(), {64, 64}, isAbandoned);
     }
     return 0;
 }

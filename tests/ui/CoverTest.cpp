@@ -1,7 +1,8 @@
 #include "ui/controls/Cover.h"
+#include "tests/TaggedFile.h"
+#include "tests/platform/audio/FaultyMedium.h"
 #include "ui/controls/CoverShadow.h"
 
-#include <QBuffer>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QTest>
@@ -21,23 +22,12 @@ public:
     }
 };
 
-Track trackWithCover(const QColor &color)
-{
-    QImage image(300, 300, QImage::Format_RGB32);
-    image.fill(color);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    Track track(QUrl(u"file:///nowhere.mp3"_s));
-    track.artwork = Artwork::decode(bytes);
-    return track;
-}
-
 /// A cover at 60, 50 of a white window without a layout.
 struct CoverFixture {
+    CoverFiles files;
+    ArtworkLoader artworks;
     QWidget window;
-    Cover *cover = new Cover;
+    Cover *cover = new Cover(artworks);
 
     CoverFixture()
     {
@@ -53,6 +43,33 @@ struct CoverFixture {
             qFatal("the window is not shown");
     }
 
+    [[nodiscard]] Track track(const QColor &color)
+    {
+        Track track(QUrl(u"file:///nowhere.mp3"_s));
+        track.artwork = files.artwork(color);
+        return track;
+    }
+
+    /// A track whose cover can be drawn at once.
+    [[nodiscard]] Track loadedTrack(const QColor &color)
+    {
+        const Track track = this->track(color);
+        const auto isLoaded = [&] { return !artworks.image(*track.artwork, cover->size()).image.isNull(); };
+        if (!QTest::qWaitFor(isLoaded))
+            qFatal("the cover is not loaded");
+        return track;
+    }
+
+    /// Shows a cover and waits until nothing moves any more.
+    void show(const QColor &color)
+    {
+        cover->setTrack(loadedTrack(color));
+        if (!QTest::qWaitFor([&] { return !cover->isFading(); }))
+            qFatal("the cover never stops fading");
+    }
+
+    [[nodiscard]] QColor center() { return shown().pixelColor(155, 145); }
+    [[nodiscard]] QVariantAnimation &fade() const { return *cover->findChild<QVariantAnimation *>(); }
     [[nodiscard]] QImage shown() { return window.grab().toImage(); }
     [[nodiscard]] int brightnessAt(int x, int y) { return shown().pixelColor(x, y).lightness(); }
     [[nodiscard]] CoverShadow &shadow() const { return *window.findChild<CoverShadow *>(); }
@@ -118,8 +135,7 @@ private Q_SLOTS:
     {
         CoverFixture f;
         f.shadow().setParent(nullptr);
-        f.cover->setTrack(trackWithCover(Qt::red));
-        QTRY_VERIFY(!f.cover->isFading());
+        f.show(Qt::red);
         const QImage shown = f.shown();
         QCOMPARE(shown.pixelColor(61, 51), QColor(Qt::white));
         QCOMPARE(shown.pixelColor(155, 145), QColor(Qt::red));
@@ -134,8 +150,7 @@ private Q_SLOTS:
     void hairlineRunsAlongTheEdge()
     {
         CoverFixture f;
-        f.cover->setTrack(trackWithCover(Qt::white));
-        QTRY_VERIFY(!f.cover->isFading());
+        f.show(Qt::white);
         for (const QPoint edge : {QPoint(155, 50), QPoint(155, 239), QPoint(60, 145), QPoint(249, 145)}) {
             const int line = f.shown().pixelColor(edge).lightness();
             QVERIFY2(std::abs(line - 230) <= 2, qPrintable(QString::number(line)));
@@ -146,27 +161,88 @@ private Q_SLOTS:
     void nextTracksCoverFadesIn()
     {
         CoverFixture f;
-        f.cover->setTrack(trackWithCover(Qt::red));
-        QTRY_VERIFY(!f.cover->isFading());
-        f.cover->setTrack(trackWithCover(Qt::blue));
+        f.show(Qt::red);
+        f.cover->setTrack(f.loadedTrack(Qt::blue));
         QVERIFY(f.cover->isFading());
-        auto &fade = *f.cover->findChild<QVariantAnimation *>();
-        QCOMPARE(fade.duration(), 250);
+        QCOMPARE(f.fade().duration(), 250);
         // It begins and ends slowly. Both pictures are opaque: nothing else shines through on the way.
         for (const auto &[time, blue] : {std::pair(62, 32), std::pair(125, 128), std::pair(188, 223)}) {
-            fade.setCurrentTime(time);
-            const QColor color = f.shown().pixelColor(155, 145);
+            f.fade().setCurrentTime(time);
+            const QColor color = f.center();
             QVERIFY2(std::abs(color.blue() - blue) <= 6, qPrintable(color.name()));
             QVERIFY(color.green() < 3 && std::abs(color.red() + color.blue() - 255) < 4);
         }
         QTRY_VERIFY(!f.cover->isFading());
-        QCOMPARE(f.shown().pixelColor(155, 145), QColor(Qt::blue));
+        QCOMPARE(f.center(), QColor(Qt::blue));
+    }
+
+    void changeDuringAFadeContinuesFromWhatIsSeen()
+    {
+        CoverFixture f;
+        f.show(Qt::red);
+        f.cover->setTrack(f.loadedTrack(Qt::blue));
+        f.fade().setCurrentTime(125);
+        const QColor seen = f.center();
+        QVERIFY2(std::abs(seen.red() - 128) < 4 && std::abs(seen.blue() - 128) < 4, qPrintable(seen.name()));
+        f.cover->setTrack(f.loadedTrack(QColor(0, 255, 0)));
+        f.fade().setCurrentTime(0);
+        QCOMPARE(f.center(), seen);
+        f.fade().setCurrentTime(125);
+        const QColor mixed = f.center();
+        QVERIFY2(std::abs(mixed.red() - 64) < 4 && std::abs(mixed.blue() - 64) < 4
+                && std::abs(mixed.green() - 128) < 4,
+            qPrintable(mixed.name()));
+    }
+
+    void coverThatIsStillLoadingFadesInWhenItComes()
+    {
+        CoverFixture f;
+        f.show(Qt::red);
+        const Track track = f.track(Qt::blue);
+        FaultyMedium medium(track.artwork->files().first().toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        f.cover->setTrack(track);
+        QVERIFY(f.cover->isFading());
+        f.fade().setCurrentTime(125);
+        f.fade().pause();
+        const QColor seen = f.center();
+        QVERIFY2(seen.green() > 80 && std::abs(seen.green() - seen.blue()) < 3, qPrintable(seen.name()));
+        medium.set(FaultyMedium::Fault::None);
+        QTRY_VERIFY(f.center().blue() > f.center().green() + 40);
+        QTRY_VERIFY(!f.cover->isFading());
+        QCOMPARE(f.center(), QColor(Qt::blue));
+    }
+
+    void nothingStandsInForACoverBefore100Milliseconds()
+    {
+        CoverFixture f;
+        StillStyle still;
+        f.cover->setStyle(&still);
+        const QImage placeholder = f.cover->grab().toImage();
+        const Track track = f.track(Qt::blue);
+        FaultyMedium medium(track.artwork->files().first().toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        QElapsedTimer timer;
+        timer.start();
+        f.cover->setTrack(track);
+        const QImage ground = f.cover->grab().toImage();
+        QVERIFY(ground != placeholder);
+        QCOMPARE(ground.pixelColor(4, 95), placeholder.pixelColor(4, 95));
+        int darkest = 255;
+        for (int y = 50; y < 140; ++y)
+            darkest = std::min(darkest, ground.pixelColor(95, y).lightness());
+        QVERIFY2(darkest > 210, qPrintable(QString::number(darkest)));
+        QTRY_COMPARE(f.cover->grab().toImage(), placeholder);
+        QVERIFY2(
+            timer.elapsed() >= 100 && timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+        medium.set(FaultyMedium::Fault::None);
+        QTRY_COMPARE(f.center(), QColor(Qt::blue));
     }
 
     void firstAndLastTrackFadeToo()
     {
         CoverFixture f;
-        f.cover->setTrack(trackWithCover(Qt::red));
+        f.cover->setTrack(f.loadedTrack(Qt::red));
         QVERIFY(f.cover->isFading());
         QTRY_VERIFY(!f.cover->isFading());
         f.cover->setTrack({});
@@ -185,7 +261,7 @@ private Q_SLOTS:
     void otherChangesOfTheTrackDoNotFade()
     {
         CoverFixture f;
-        Track track = trackWithCover(Qt::red);
+        Track track = f.loadedTrack(Qt::red);
         f.cover->setTrack(track);
         QTRY_VERIFY(!f.cover->isFading());
         track.title = u"Otro título"_s;
@@ -198,16 +274,17 @@ private Q_SLOTS:
         CoverFixture f;
         StillStyle still;
         f.cover->setStyle(&still);
-        f.cover->setTrack(trackWithCover(Qt::red));
+        f.cover->setTrack(f.loadedTrack(Qt::red));
         QVERIFY(!f.cover->isFading());
-        QCOMPARE(f.shown().pixelColor(155, 145), QColor(Qt::red));
+        QCOMPARE(f.center(), QColor(Qt::red));
     }
 
     void hiddenCoverDoesNotFade()
     {
-        Cover cover;
-        cover.setTrack(trackWithCover(Qt::red));
-        QVERIFY(!cover.isFading());
+        CoverFixture f;
+        f.cover->hide();
+        f.cover->setTrack(f.loadedTrack(Qt::red));
+        QVERIFY(!f.cover->isFading());
     }
 };
 

@@ -1,4 +1,5 @@
 #include "ui/PlaylistView.h"
+#include "tests/TaggedFile.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/Colors.h"
 #include "ui/PlaylistRowGeometry.h"
@@ -109,16 +110,17 @@ private Q_SLOTS:
         f.add("ab");
         QFile file(QStringLiteral(TEST_MEDIA "/halves.jpg"));
         QVERIFY(file.open(QIODevice::ReadOnly));
-        const auto halves = Artwork::decode(file.readAll()); // wide; red on the left, blue on the right
+        CoverFiles files;
+        const auto halves = files.artwork(file.readAll()); // wide; red on the left, blue on the right
         f.changeTrack(1, [&](Track &track) { track.artwork = halves; });
         f.render();
-        const QImage list = f.list.viewport()->grab().toImage();
         const QRect cover = f.coverOf(1);
-        QVERIFY(list.pixelColor(cover.left() + 3, cover.center().y()).red() > 200);
-        QVERIFY(list.pixelColor(cover.center().x() - 4, cover.center().y()).red() > 200);
-        QVERIFY(list.pixelColor(cover.center().x() + 4, cover.center().y()).blue() > 200);
-        QVERIFY(list.pixelColor(cover.right() - 3, cover.center().y()).blue() > 200);
-        QVERIFY2(list.pixelColor(cover.topLeft()).blue() == list.pixelColor(cover.topLeft()).red(),
+        const auto list = [&] { return f.list.viewport()->grab().toImage(); };
+        QTRY_VERIFY(list().pixelColor(cover.left() + 3, cover.center().y()).red() > 200);
+        QVERIFY(list().pixelColor(cover.center().x() - 4, cover.center().y()).red() > 200);
+        QVERIFY(list().pixelColor(cover.center().x() + 4, cover.center().y()).blue() > 200);
+        QVERIFY(list().pixelColor(cover.right() - 3, cover.center().y()).blue() > 200);
+        QVERIFY2(list().pixelColor(cover.topLeft()).blue() == list().pixelColor(cover.topLeft()).red(),
             "the corner is rounded off");
     }
 

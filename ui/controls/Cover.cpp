@@ -33,10 +33,19 @@ QEasingCurve easeInOut()
     return curve;
 }
 
+QImage faded(QImage image, double opacity)
+{
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    painter.fillRect(image.rect(), QColor::fromRgbF(0, 0, 0, float(opacity)));
+    return image;
+}
+
 } // namespace
 
-Cover::Cover()
-    : m_shadow(new CoverShadow(CornerRadius))
+Cover::Cover(ArtworkLoader &artworks)
+    : m_artworks(artworks)
+    , m_shadow(new CoverShadow(CornerRadius))
 {
     installAccessibleRoles();
     setAccessibleName(u"Portada"_s);
@@ -46,7 +55,11 @@ Cover::Cover()
     m_fade.setDuration(FadeDuration);
     m_fade.setEasingCurve(easeInOut());
     connect(&m_fade, &QVariantAnimation::valueChanged, this, qOverload<>(&QWidget::update));
-    connect(&m_fade, &QVariantAnimation::finished, this, [this] { m_previous.reset(); });
+    connect(&m_fade, &QVariantAnimation::finished, this, [this] { m_former = {}; });
+    connect(&artworks, &ArtworkLoader::changed, this, [this](const Fingerprint &picture) {
+        if (m_track && m_track->artwork && m_track->artwork->fingerprint() == picture)
+            showWantedFace();
+    });
 }
 
 Cover::~Cover()
@@ -58,11 +71,42 @@ void Cover::setTrack(const std::optional<Track> &track)
 {
     if (track == m_track)
         return;
-    m_previous = std::exchange(m_track, track);
-    m_fade.stop();
-    const bool hasPicture = (m_previous && m_previous->artwork) || (m_track && m_track->artwork);
-    if (hasPicture && isVisible() && isMotionWelcome())
+    m_track = track;
+    m_artworks.hold(track ? track->artwork : std::nullopt);
+    showWantedFace();
+}
+
+QSize Cover::pixels() const
+{
+    return size() * devicePixelRatioF();
+}
+
+Cover::Face Cover::wantedFace()
+{
+    if (!m_track || !m_track->artwork)
+        return {};
+    const Fingerprint picture = m_track->artwork->fingerprint();
+    const bool isShown = m_face.picture == picture;
+    if (isShown && m_face.image.size() == pixels())
+        return m_face;
+    const ArtworkLoader::Loaded loaded = m_artworks.image(*m_track->artwork, pixels());
+    if (!loaded.image.isNull())
+        return {false, picture, loaded.image};
+    if (loaded.isAwaited)
+        return isShown ? m_face : Face{false, {}, {}};
+    return {};
+}
+
+void Cover::showWantedFace()
+{
+    const Face face = wantedFace();
+    const bool isOther = face.isPlaceholder != m_face.isPlaceholder || face.picture != m_face.picture;
+    if (isOther && isVisible() && isMotionWelcome()) {
+        m_former = seen();
+        m_fade.stop();
         m_fade.start();
+    }
+    m_face = face;
     update();
 }
 
@@ -89,39 +133,44 @@ bool Cover::event(QEvent *event)
 
 void Cover::paintEvent(QPaintEvent *)
 {
+    if (!m_face.image.isNull() && m_face.image.size() != pixels())
+        showWantedFace(); // the scale has changed
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QPainterPath outline = smoothCorners(rect(), CornerRadius);
     painter.fillPath(outline, groundTint(rect(), palette()));
-
-    const QImage picture = this->picture(m_track);
-    const double progress = isFading() ? m_fade.currentValue().toDouble() : 1;
-    if (isFading()) {
-        // A picture that fades over another one never lets the ground shine through both.
-        const QImage previous = this->picture(m_previous);
-        const bool isCovered = !previous.isNull() && !picture.isNull();
-        drawFace(painter, outline, previous, isCovered ? 1 : 1 - progress);
-    }
-    drawFace(painter, outline, picture, progress);
-
+    if (isFading())
+        fillWithPicture(painter, outline, rect(), seen());
+    else if (m_face.isPlaceholder)
+        drawPlaceholder(painter);
+    else if (!m_face.image.isNull())
+        fillWithPicture(painter, outline, rect(), m_face.image);
     drawHairline(painter, rect(), CornerRadius, primaryColor(palette(), 0.1));
 }
 
-void Cover::drawFace(
-    QPainter &painter, const QPainterPath &outline, const QImage &picture, double opacity) const
+/// What lies on the ground at this moment of the fade. Parts of both faces add up, so that two pictures never
+/// let the ground shine through.
+QImage Cover::seen() const
 {
-    painter.setOpacity(opacity);
-    if (picture.isNull())
+    QImage face(pixels(), QImage::Format_ARGB32_Premultiplied);
+    face.setDevicePixelRatio(devicePixelRatioF());
+    face.fill(Qt::transparent);
+    QPainter painter(&face);
+    if (m_face.isPlaceholder)
         drawPlaceholder(painter);
-    else
-        fillWithPicture(painter, outline, rect(), picture);
-    painter.setOpacity(1);
-}
+    else if (!m_face.image.isNull())
+        painter.drawImage(rect(), m_face.image);
+    painter.end();
+    face.setDevicePixelRatio(1);
+    if (!isFading())
+        return face;
 
-QImage Cover::picture(const std::optional<Track> &track) const
-{
-    const bool hasArtwork = track && track->artwork;
-    return hasArtwork ? track->artwork->scaledToFill(size() * devicePixelRatioF()) : QImage();
+    const double progress = m_fade.currentValue().toDouble();
+    QImage mixed = faded(m_former, 1 - progress);
+    QPainter mixer(&mixed);
+    mixer.setCompositionMode(QPainter::CompositionMode_Plus);
+    mixer.drawImage(0, 0, faded(face, progress));
+    return mixed;
 }
 
 void Cover::drawPlaceholder(QPainter &painter) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/media/ArtworkLoader.h"
 #include "player/Track.h"
 
 #include <QPointer>
@@ -11,12 +12,14 @@ class CoverShadow;
 
 /// The large square cover of the current track, or a placeholder, with a shadow around it.
 ///
-/// One track's cover fades into the next one's, unless the desktop asks for no animations.
+/// What it shows fades into what comes next, unless the desktop asks for no animations: one track's cover into
+/// the next one's, or into the bare ground for as long as that one is loading, and for 100 ms at most.
 class Cover : public QWidget {
     Q_OBJECT
 
 public:
-    Cover();
+    /// A cover that `artworks` loads, which is borrowed and outlives it.
+    explicit Cover(ArtworkLoader &artworks);
     ~Cover() override;
 
     /// Does nothing if it is the same track.
@@ -29,14 +32,23 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    struct Face {
+        bool isPlaceholder = true;
+        std::optional<Fingerprint> picture; ///< the one of `image`
+        QImage image;
+    };
+
     [[nodiscard]] bool isMotionWelcome() const;
-    [[nodiscard]] QImage picture(const std::optional<Track> &track) const; ///< null without a sound one
-    void drawFace(
-        QPainter &painter, const QPainterPath &outline, const QImage &picture, double opacity) const;
+    [[nodiscard]] QSize pixels() const;
+    [[nodiscard]] Face wantedFace();
+    void showWantedFace();
+    [[nodiscard]] QImage seen() const;
     void drawPlaceholder(QPainter &painter) const;
 
+    ArtworkLoader &m_artworks;
     std::optional<Track> m_track;
-    std::optional<Track> m_previous; ///< what the cover fades from
+    Face m_face;
+    QImage m_former; ///< what was seen when the fade began
     QVariantAnimation m_fade{this}; ///< from 0 to 1
     QPointer<CoverShadow> m_shadow; ///< may go before the cover, with the parent of both
 };

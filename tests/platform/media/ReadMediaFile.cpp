@@ -15,7 +15,7 @@ void readFile(const QUrl &url)
     const MediaContents contents = readMedia(url);
     const auto pictures = MediaAsset::metadataItems(contents.items, CommonIdentifier::Artwork);
     if (!pictures.isEmpty())
-        Artwork::decode(*pictures.first().dataValue());
+        Artwork::decode(*pictures.first().dataValue(), url);
 }
 
 void openDecoder(const QUrl &url)

@@ -1,0 +1,108 @@
+#include "platform/media/PictureDecoder.h"
+
+#include "platform/media/EncodedPicture.h"
+#include "platform/media/PictureInput.h"
+
+#include <QImageReader>
+#include <QTransform>
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto TimeLimit = 2s;
+constexpr QImage::Format DrawnFormat = QImage::Format_ARGB32_Premultiplied;
+
+/// How often `target` fits into `region`.
+int wholeRatio(QSize region, QSize target)
+{
+    return std::max(1, std::min(region.width() / target.width(), region.height() / target.height()));
+}
+
+/// The region of `image` at a fraction of its size, band by band: a copy of it all would take too much memory.
+QImage reduced(const QImage &image, const QRect &region, int ratio)
+{
+    if (ratio == 1)
+        return image.copy(region);
+    QImage result(region.size() / ratio, DrawnFormat);
+    for (int y = 0; y < result.height(); ++y) {
+        const QRect band(region.left(), region.top() + y * ratio, result.width() * ratio, ratio);
+        const QImage line = image.copy(band)
+                                .scaled(result.width(), 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                                .convertToFormat(DrawnFormat);
+        std::memcpy(result.scanLine(y), line.constScanLine(0), std::size_t(result.width()) * 4);
+    }
+    return result;
+}
+
+/// The multiples of eight within a range.
+QRect onWholeBlocks(const QRect &region)
+{
+    constexpr int block = 8;
+    const QPoint topLeft(
+        (region.left() + block - 1) / block * block, (region.top() + block - 1) / block * block);
+    const QPoint end((region.right() + 1) / block * block, (region.bottom() + 1) / block * block);
+    return {topLeft, QSize(end.x() - topLeft.x(), end.y() - topLeft.y())};
+}
+
+/// A JPEG is decoded at a half, a quarter or an eighth of its size, if its region begins and ends on blocks.
+QImage readReduced(QImageReader &reader, const QRect &region, QSize target)
+{
+    const QRect blocks = onWholeBlocks(region);
+    const bool isLarge = blocks.width() >= target.width() * 2 && blocks.height() >= target.height() * 2;
+    if (!isLarge) {
+        reader.setClipRect(region);
+        return reader.read();
+    }
+    const int ratio = wholeRatio(blocks.size(), target);
+    const int divisor = ratio >= 8 ? 8 : ratio >= 4 ? 4 : 2;
+    reader.setClipRect(blocks);
+    reader.setScaledSize(blocks.size() / divisor);
+    return reader.read();
+}
+
+/// The region, with fewer than twice the pixels of `target` in each direction if there are that many.
+QImage readRegion(QImageReader &reader, const EncodedPicture &picture, QSize target)
+{
+    const QRect region = centredRegion(picture.size, target);
+    const bool isJpeg = picture.format == "jpeg";
+    const QImage image = isJpeg ? readReduced(reader, region, target) : reader.read();
+    if (image.isNull() || isJpeg)
+        return reduced(image, image.rect(), wholeRatio(image.size(), target));
+    return reduced(image, region, wholeRatio(region.size(), target));
+}
+
+QImage turned(const QImage &image, QImageIOHandler::Transformations orientation)
+{
+    const QImage mirrored = image.mirrored(orientation & QImageIOHandler::TransformationMirror,
+        orientation & QImageIOHandler::TransformationFlip);
+    const bool isQuarter = orientation & QImageIOHandler::TransformationRotate90;
+    return isQuarter ? mirrored.transformed(QTransform().rotate(90)) : mirrored;
+}
+
+} // namespace
+
+QRect centredRegion(QSize size, QSize target)
+{
+    const QSize region = target.scaled(size, Qt::KeepAspectRatio).expandedTo({1, 1});
+    return {QPoint((size.width() - region.width()) / 2, (size.height() - region.height()) / 2), region};
+}
+
+QImage decodedPicture(const QByteArray &bytes, QSize pixels, const std::atomic<bool> &isAbandoned)
+{
+    const auto picture = readPicture(bytes);
+    if (!picture || pixels.isEmpty())
+        return {};
+    const QSize target = picture->isTurned() ? pixels.transposed() : pixels;
+    PictureInput input(*picture, QDeadlineTimer(TimeLimit), isAbandoned);
+    QImageReader reader(&input, picture->format);
+    reader.setAutoDetectImageFormat(false);
+    const QImage image = readRegion(reader, *picture, target);
+    if (image.isNull() || input.isCutOff())
+        return {};
+    const QImage scaled = image.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    return turned(scaled, picture->orientation).convertToFormat(DrawnFormat);
+}
