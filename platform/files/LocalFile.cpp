@@ -42,8 +42,7 @@ QByteArray standardizedFilePath(const QUrl &url)
     if (path.empty())
         return url.toEncoded();
     const auto normal = path.lexically_normal(); // ends in a slash where a '.' or '..' did
-    const bool endsInSlash = !normal.has_filename() && normal != normal.root_path();
-    return QByteArray::fromStdString((endsInSlash ? normal.parent_path() : normal).string());
+    return QByteArray::fromStdString((normal.has_filename() ? normal : normal.parent_path()).string());
 }
 
 QByteArray localFolderPath(const QUrl &url)

@@ -162,11 +162,13 @@ private Q_SLOTS:
     {
         const pid_t child = fork();
         if (child == 0) {
+            const int free = dup(STDOUT_FILENO);
+            close(free);
             close(STDIN_FILENO);
             close(STDERR_FILENO);
             replaceClosedStandardStreams();
             const bool areKept = isSilentDevice(STDIN_FILENO) && isSilentDevice(STDERR_FILENO)
-                && !isSilentDevice(STDOUT_FILENO);
+                && !isSilentDevice(STDOUT_FILENO) && dup(STDOUT_FILENO) == free;
             close(STDOUT_FILENO);
             replaceClosedStandardStreams();
             _exit(areKept && isSilentDevice(STDOUT_FILENO) ? 0 : 1);
