@@ -66,7 +66,7 @@ qint64 play(const QUrl &url)
         samples += block.value().samples.size();
     }
     timer.start();
-    (void)opened.value()->seek(0);
+    (void)opened.value()->seek(0, {});
     return std::max(wait, timer.elapsed());
 }
 

@@ -1,12 +1,54 @@
 #include "platform/audio/decoder/FrameConverter.h"
 
 #include <algorithm>
+#include <cmath>
+#include <span>
 
 extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
+
+namespace {
+
+/// Without a branch, so that the compiler does several at once.
+template <typename T> void makeReasonable(std::span<T> samples)
+{
+    constexpr T loudest = 8; // far more than any music has, far less than what hurts
+    for (T &sample : samples) {
+        const T bounded = std::min(std::max(sample, -loudest), loudest);
+        sample = std::isnan(bounded) ? 0 : bounded;
+    }
+}
+
+template <typename T> void makePlanesReasonable(const AVFrame &frame)
+{
+    const auto channels = size_t(frame.ch_layout.nb_channels);
+    const bool isPlanar = av_sample_fmt_is_planar(AVSampleFormat(frame.format)) != 0;
+    const size_t planes = isPlanar ? channels : 1;
+    for (size_t plane = 0; plane < planes; ++plane) {
+        auto *samples = reinterpret_cast<T *>(frame.extended_data[plane]);
+        makeReasonable(std::span(samples, size_t(frame.nb_samples) * channels / planes));
+    }
+}
+
+/// Mixing and resampling would spread what is no number over its neighbours. False if there is no memory.
+bool makeReasonable(AVFrame &frame)
+{
+    const AVSampleFormat format = av_get_packed_sample_fmt(AVSampleFormat(frame.format));
+    if (format != AV_SAMPLE_FMT_FLT && format != AV_SAMPLE_FMT_DBL)
+        return true;
+    if (av_frame_make_writable(&frame) < 0)
+        return false;
+    if (format == AV_SAMPLE_FMT_FLT)
+        makePlanesReasonable<float>(frame);
+    else
+        makePlanesReasonable<double>(frame);
+    return true;
+}
+
+} // namespace
 
 FrameConverter::~FrameConverter()
 {
@@ -19,7 +61,7 @@ AudioFormat FrameConverter::formatFor(const AVFrame &frame)
     return {std::clamp(frame.sample_rate, 1, 192'000), std::clamp(frame.ch_layout.nb_channels, 1, 2)};
 }
 
-bool FrameConverter::convert(const AVFrame &frame, std::vector<float> &samples)
+bool FrameConverter::convert(AVFrame &frame, std::vector<float> &samples)
 {
     if (!accepts(frame)) {
         drain(samples);
@@ -28,6 +70,8 @@ bool FrameConverter::convert(const AVFrame &frame, std::vector<float> &samples)
             return false;
         }
     }
+    if (!makeReasonable(frame))
+        return false;
     return run(const_cast<const unsigned char **>(frame.extended_data), frame.nb_samples, samples);
 }
 
@@ -85,5 +129,6 @@ bool FrameConverter::run(const unsigned char **input, int inputFrames, std::vect
     auto *output = reinterpret_cast<unsigned char *>(samples.data() + before);
     const int frames = swr_convert(m_resampler, &output, room, input, inputFrames);
     samples.resize(before + size_t(std::max(frames, 0)) * channels);
+    makeReasonable(std::span(samples).subspan(before)); // resampling overshoots
     return frames >= 0;
 }

@@ -13,7 +13,8 @@ struct AVFrame;
 struct SwrContext;
 
 /// Brings decoded frames of whatever format to interleaved 32-bit float of one rate and channel count, also
-/// where the input changes its own on the way.
+/// where the input changes its own on the way. What comes out is finite and within -8 and 8, of which 1 is full
+/// scale; what is no number becomes silence.
 class FrameConverter {
 public:
     FrameConverter() = default;
@@ -26,8 +27,9 @@ public:
 
     void setOutput(AudioFormat format) { m_output = format; }
 
-    /// Appends the sound of `frame` to `samples`; false where it cannot be converted.
-    bool convert(const AVFrame &frame, std::vector<float> &samples);
+    /// Appends the sound of `frame`, whose samples it may change, to `samples`; false where it cannot be
+    /// converted.
+    bool convert(AVFrame &frame, std::vector<float> &samples);
 
     /// Appends what the resampler still holds, at the end of the track.
     void drain(std::vector<float> &samples);
