@@ -10,10 +10,10 @@
 #include <memory>
 #include <optional>
 
-/// What a container says about itself, as far as it says it: in stored order, first value, first picture.
+/// What a container says about itself, as far as it says it: in stored order, first value, first picture. If it does
+/// not tell its length, that is counted, for a second at most.
 struct ProbedMedia {
     std::optional<double> duration; ///< seconds, finite and not negative
-    bool isDurationGuessed = false; ///< whether the duration was estimated from the bit rate
     std::optional<QString> title;
     std::optional<QString> artist;
     std::optional<QString> album;

@@ -8,6 +8,7 @@
 FilePlayer::FilePlayer(
     std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
     : m_decoder(std::move(decoder))
+    , m_isLengthUnknown(m_decoder->duration() <= 0)
     , m_playback(std::make_shared<Playback>(
           m_decoder->format(), m_decoder->duration(), std::move(stop), std::move(makeOutput)))
 {
@@ -33,7 +34,7 @@ bool FilePlayer::prepareToPlay()
     m_playback->prepare();
     if (!m_decoder)
         return true;
-    const bool isGuessed = m_decoder->isDurationGuessed() || m_decoder->duration() <= 0;
+    const bool isGuessed = m_decoder->isDurationGuessed() || m_isLengthUnknown;
     return DecoderThread::start(m_playback, m_decoder, isGuessed);
 }
 
@@ -59,7 +60,12 @@ double FilePlayer::currentTime() const
 
 void FilePlayer::setCurrentTime(double seconds)
 {
-    m_playback->seek(std::isfinite(seconds) ? std::clamp(seconds, 0.0, duration()) : 0.0);
+    if (!std::isfinite(seconds))
+        seconds = 0;
+    // The caller may know more of the track than its container says.
+    if (m_isLengthUnknown)
+        m_playback->extendDuration(seconds);
+    m_playback->seek(std::clamp(seconds, 0.0, duration()));
 }
 
 double FilePlayer::duration() const

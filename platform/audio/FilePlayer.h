@@ -30,5 +30,6 @@ public:
 
 private:
     std::unique_ptr<Decoder> m_decoder; ///< until the decoder thread has it
+    const bool m_isLengthUnknown;
     const std::shared_ptr<Playback> m_playback;
 };

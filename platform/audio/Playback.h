@@ -51,6 +51,7 @@ public:
     void pause();
     void setGain(float gain);
     void seek(double seconds);
+    void extendDuration(double seconds); ///< to at least that; the decoder thread calls it, too
     void close();
     [[nodiscard]] double currentTime();
     [[nodiscard]] double duration();
@@ -63,7 +64,6 @@ public:
     void framesReady();
     void setEnding(Ending ending);
     void setDuration(double seconds);
-    void extendDuration(double seconds); ///< to at least that
 
     /// Returns when it wants to be called again at the latest; nothing where only news can change anything.
     std::optional<std::chrono::milliseconds> watchOutput();

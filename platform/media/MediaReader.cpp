@@ -9,6 +9,7 @@
 #include "platform/media/MediaFormat.h"
 #include "platform/media/MediaSource.h"
 #include "platform/media/MergedTags.h"
+#include "platform/media/Mp4Duration.h"
 #include "platform/media/Mp4Tags.h"
 #include "platform/media/OggReader.h"
 #include "platform/media/RiffReader.h"
@@ -49,7 +50,7 @@ MediaContents readContent(MediaSource &source)
     case MediaFormat::OggFlac:
         return readOgg(source, format);
     case MediaFormat::Mp4:
-        return {readByTagLib(source, format).duration, mp4Items(source)};
+        return {mp4Duration(source), mp4Items(source)};
     case MediaFormat::Asf:
         return readAsf(source);
     case MediaFormat::Wav:

@@ -3,6 +3,7 @@
 #include "platform/media/Fields.h"
 #include "platform/media/MediaContents.h"
 #include "platform/media/MergedTags.h"
+#include "platform/media/Mp4Atoms.h"
 #include "platform/media/TextValues.h"
 
 #include <algorithm>
@@ -11,16 +12,7 @@
 
 namespace {
 
-constexpr qint64 HeaderSize = 8; // size, name
-constexpr qint64 LongHeaderSize = 16; // with a size of 64 bits behind them
-
 constexpr qint64 KeysSizeLimit = 64 << 10;
-
-struct Atom {
-    QByteArray name; ///< four bytes
-    qint64 begin = 0; ///< of its content
-    qint64 end = 0;
-};
 
 struct Name {
     QByteArrayView name;
@@ -60,43 +52,17 @@ class Mp4TagReader {
 public:
     explicit Mp4TagReader(MediaSource &source)
         : m_source(source)
+        , m_atoms(source)
     {
     }
 
     QList<MetadataItem> items()
     {
-        bool isFound = false;
-        forEachAtom(0, m_source.size(), [this, &isFound](const Atom &atom) {
-            if (isFound || atom.name != "moov")
-                return;
-            isFound = true;
-            readMovie(atom);
-        });
+        m_atoms.forEachInMovie([this](const Mp4Atom &atom) { readMovieField(atom); });
         return mergedTags({m_items, m_keyed, m_userData});
     }
 
 private:
-    /// Calls `use` with the atoms one behind the other between two offsets.
-    template <typename Use> void forEachAtom(qint64 begin, qint64 end, Use use)
-    {
-        while (begin + HeaderSize <= end && m_atomsLeft-- > 0) {
-            const QByteArray header = m_source.read(begin, LongHeaderSize);
-            Fields fields(header);
-            quint64 size = fields.number<quint32_be>();
-            const QByteArray name = fields.take(4).toByteArray();
-            const qint64 headerSize = size == 1 ? LongHeaderSize : HeaderSize;
-            if (size == 1)
-                size = fields.number<quint64_be>();
-            if (size == 0) // up to the end
-                size = quint64(end - begin);
-            if (header.size() < HeaderSize || size < quint64(headerSize))
-                return;
-            const qint64 next = begin + qint64(std::min(size, quint64(end - begin)));
-            use(Atom{name, std::min(begin + headerSize, next), next});
-            begin = next;
-        }
-    }
-
     QByteArray read(qint64 begin, qint64 end)
     {
         QByteArray bytes = m_source.read(begin, std::min(end - begin, m_bytesLeft));
@@ -104,32 +70,30 @@ private:
         return bytes;
     }
 
-    void readMovie(const Atom &movie)
+    void readMovieField(const Mp4Atom &atom)
     {
-        forEachAtom(movie.begin, movie.end, [this](const Atom &atom) {
-            if (atom.name == "meta")
-                readMeta(atom);
-            else if (atom.name == "udta")
-                forEachAtom(atom.begin, atom.end, [this](const Atom &inner) {
-                    if (inner.name == "meta")
-                        readMeta(inner);
-                    else
-                        readUserData(inner);
-                });
-        });
+        if (atom.name == "meta")
+            readMeta(atom);
+        else if (atom.name == "udta")
+            m_atoms.forEachIn(atom, [this](const Mp4Atom &inner) {
+                if (inner.name == "meta")
+                    readMeta(inner);
+                else
+                    readUserData(inner);
+            });
     }
 
     /// Either an item list, or names and then an item list that refers to them by number.
-    void readMeta(const Atom &meta)
+    void readMeta(const Mp4Atom &meta)
     {
         // Four bytes of version and flags, which QuickTime leaves out.
         const bool isPlain = m_source.read(meta.begin + 4, 4) == "hdlr";
         QList<QByteArray> keys;
-        forEachAtom(meta.begin + (isPlain ? 0 : 4), meta.end, [this, &keys](const Atom &atom) {
+        m_atoms.forEach(meta.begin + (isPlain ? 0 : 4), meta.end, [this, &keys](const Mp4Atom &atom) {
             if (atom.name == "keys")
                 keys = keyNames(read(atom.begin, std::min(atom.end, atom.begin + KeysSizeLimit)));
             else if (atom.name == "ilst")
-                forEachAtom(atom.begin, atom.end, [this, &keys](const Atom &item) { readItem(item, keys); });
+                m_atoms.forEachIn(atom, [this, &keys](const Mp4Atom &item) { readItem(item, keys); });
         });
     }
 
@@ -147,7 +111,7 @@ private:
         return names;
     }
 
-    void readItem(const Atom &item, const QList<QByteArray> &keys)
+    void readItem(const Mp4Atom &item, const QList<QByteArray> &keys)
     {
         const qsizetype number = qFromBigEndian<quint32>(item.name.constData());
         const bool isKeyed = number >= 1 && number <= keys.size();
@@ -156,7 +120,7 @@ private:
                                         : identifierOf(item.name, ItemNames);
         if (!identifier)
             return;
-        forEachAtom(item.begin, item.end, [this, isKeyed, identifier](const Atom &data) {
+        m_atoms.forEachIn(item, [this, isKeyed, identifier](const Mp4Atom &data) {
             if (data.name == "data")
                 readValue(isKeyed ? m_keyed : m_items, *identifier, read(data.begin, data.end));
         });
@@ -175,7 +139,7 @@ private:
             items.append({identifier, fields.rest().toByteArray()});
     }
 
-    void readUserData(const Atom &atom)
+    void readUserData(const Mp4Atom &atom)
     {
         const auto quickTime = identifierOf(atom.name, ItemNames);
         const auto mobile = identifierOf(atom.name, MobileNames);
@@ -203,7 +167,7 @@ private:
     }
 
     MediaSource &m_source;
-    int m_atomsLeft = 10'000;
+    Mp4Atoms m_atoms;
     qint64 m_bytesLeft = TagSizeLimit;
     QList<MetadataItem> m_items;
     QList<MetadataItem> m_keyed;

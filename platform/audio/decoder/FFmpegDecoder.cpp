@@ -61,7 +61,12 @@ Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(FileDescriptor file, StopFl
     auto input = FFmpegInput::open(std::move(file), std::move(stop));
     if (input.isError())
         return input.error();
-    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(input.take()));
+    return open(input.take());
+}
+
+Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(std::unique_ptr<FFmpegInput> input)
+{
+    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input)));
     if (const auto error = decoder->openCodec())
         return *error;
     if (const auto error = decoder->decodeFirstFrame())

@@ -25,6 +25,7 @@ class FFmpegDecoder final : public Decoder {
 public:
     /// Decodes the first frame; fails where nothing at all can be decoded.
     static Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop);
+    static Result<std::unique_ptr<Decoder>> open(std::unique_ptr<FFmpegInput> input);
     ~FFmpegDecoder() override;
 
     [[nodiscard]] AudioFormat format() const override { return m_format; }

@@ -147,9 +147,10 @@ bool FFmpegInput::chooseAudioStream()
 std::optional<double> FFmpegInput::duration() const
 {
     double seconds = 0;
-    if (m_audioStream->duration != AV_NOPTS_VALUE)
-        seconds = double(m_audioStream->duration) * av_q2d(m_audioStream->time_base);
-    else if (m_format->duration != AV_NOPTS_VALUE)
+    if (m_audioStream->duration != AV_NOPTS_VALUE) {
+        const double partOfPacket = isRoundedDown() ? 1 : 0;
+        seconds = (double(m_audioStream->duration) + partOfPacket) * av_q2d(m_audioStream->time_base);
+    } else if (m_format->duration != AV_NOPTS_VALUE)
         seconds = double(m_format->duration) / AV_TIME_BASE;
     if (!(seconds > 0 && seconds <= LongestDuration))
         return std::nullopt;
@@ -158,7 +159,13 @@ std::optional<double> FFmpegInput::duration() const
 
 bool FFmpegInput::isDurationGuessed() const
 {
-    return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+    return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || isRoundedDown();
+}
+
+/// The reader of Musepack SV8 counts whole packets, which last more than a second.
+bool FFmpegInput::isRoundedDown() const
+{
+    return demuxer() == "mpc8";
 }
 
 std::string_view FFmpegInput::demuxer() const

@@ -42,7 +42,7 @@ public:
     /// Length in seconds, not negative and at most three years; nothing where the container does not tell.
     [[nodiscard]] std::optional<double> duration() const;
 
-    /// Whether duration() was estimated from the bit rate.
+    /// Whether duration() was estimated, usually from the bit rate.
     [[nodiscard]] bool isDurationGuessed() const;
 
     [[nodiscard]] bool isOgg() const { return demuxer() == "ogg"; }
@@ -66,6 +66,7 @@ private:
     void dropMaskedBytes();
     bool chooseAudioStream();
     [[nodiscard]] bool isStopped() const;
+    [[nodiscard]] bool isRoundedDown() const;
     [[nodiscard]] Error openingError() const;
 
     static int read(void *self, std::uint8_t *buffer, int size);

@@ -8,11 +8,6 @@ namespace {
 constexpr std::string_view mov = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr std::string_view matroska = "matroska,webm";
 
-bool isPcm(AVCodecID codec)
-{
-    return codec >= AV_CODEC_ID_FIRST_AUDIO && codec < AV_CODEC_ID_ADPCM_IMA_QT;
-}
-
 bool isAdpcm(AVCodecID codec)
 {
     return codec >= AV_CODEC_ID_ADPCM_IMA_QT && codec < AV_CODEC_ID_AMR_NB;
@@ -24,6 +19,11 @@ template <typename List> bool contains(const List &list, std::string_view name)
 }
 
 } // namespace
+
+bool isPcm(AVCodecID codec)
+{
+    return codec >= AV_CODEC_ID_FIRST_AUDIO && codec < AV_CODEC_ID_ADPCM_IMA_QT;
+}
 
 bool seeksExactly(std::string_view demuxer, AVCodecID codec)
 {

@@ -6,6 +6,9 @@ extern "C" {
 #include <libavcodec/codec_id.h>
 }
 
+/// Whether `codec` is none, so that bytes are in proportion to time.
+bool isPcm(AVCodecID codec);
+
 /// Whether a seek in a container leads to the frame that its timestamps name: to the sample, or within the
 /// millisecond that the container counts in. `demuxer` is FFmpeg's name.
 ///

@@ -182,6 +182,17 @@ private Q_SLOTS:
         QCOMPARE(player->currentTime(), 0.0);
     }
 
+    void unknownLengthLimitsNoSeek()
+    {
+        const auto player = makePlayer({.claimedSeconds = 0});
+        player->setCurrentTime(7);
+        QCOMPARE(player->currentTime(), 7.0);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 7.2; }));
+        QVERIFY(playUntil([&] { return !player->isPlaying(); }));
+        QCOMPARE(player->duration(), 10.0);
+    }
+
     void endIsReportedOnceItWasHeard()
     {
         RecordingDelegate delegate;

@@ -195,6 +195,13 @@ private Q_SLOTS:
         row("matroska.mka", title, artist, album, none, 2, 0.01);
         row("core.caf", none, none, none, none, 1, exact);
         row("dolby.ac3", none, none, none, none, 1, 0.05);
+        row("partly-fragmented.m4a", title, artist, album, none, 2, priming);
+        row("edited.m4a", title, artist, album, jpg, 1, exact);
+        row("musepack7.mpc", none, none, none, none, 2.09, 0.02);
+        row("musepack8.mpc", none, none, none, none, 4, exact);
+        row("leaping-numbers.flac", none, none, none, none, 2.048, exact);
+        row("leaping-numbers.oga", none, none, none, none, 2.048, exact);
+        row("leaping-times.oga", none, none, none, none, 2.048, exact);
     }
     void readsEveryKindOfFile()
     {
@@ -214,6 +221,42 @@ private Q_SLOTS:
         QVERIFY(asset.duration().isNumeric());
         const double difference = asset.duration().seconds() - seconds;
         QVERIFY2(qAbs(difference) <= tolerance, qPrintable(u"%1 s off"_s.arg(difference)));
+    }
+
+    void unstatedLengthIsCounted_data()
+    {
+        QTest::addColumn<double>("seconds");
+        QTest::newRow("dolby.eac3") << 58 * 1536 / 44'100.0;
+        QTest::newRow("shorten.shn") << 2.048;
+    }
+    void unstatedLengthIsCounted()
+    {
+        QFETCH(double, seconds);
+        const MediaAsset asset = read(mediaUrl(QString::fromLatin1(QTest::currentDataTag())));
+        const double difference = asset.duration().seconds() - seconds;
+        QVERIFY2(qAbs(difference) < 1e-5, qPrintable(u"%1 s off"_s.arg(difference)));
+    }
+
+    void editListTellsWhatPlays_data()
+    {
+        QTest::addColumn<quint32>("duration");
+        QTest::addColumn<quint32>("start");
+        QTest::addColumn<double>("seconds");
+        QTest::newRow("a part") << quint32(1200) << quint32(11'025) << 1.2;
+        QTest::newRow("more than there is") << quint32(5000) << quint32(22'050) << 1.046;
+        QTest::newRow("lead-in") << quint32(1950) << quint32(1024) << 2.046;
+        QTest::newRow("to the end") << quint32(0) << quint32(11'025) << 2.046;
+        QTest::newRow("silence") << quint32(1200) << quint32(-1) << 2.046;
+    }
+    /// Of the first version, with numbers of 32 bits.
+    void editListTellsWhatPlays()
+    {
+        QFETCH(quint32, duration);
+        QFETCH(quint32, start);
+        QByteArray bytes = mediaFile(u"aac.m4a"_s);
+        bytes.replace(bytes.indexOf("elst") + 12, 8, bigEndian(duration) + bigEndian(start));
+        const MediaAsset asset = read(temporaryFile(u"edited.m4a"_s, bytes));
+        QTEST(std::round(asset.duration().seconds() * 1000) / 1000, "seconds");
     }
 
     void hostileFilesGiveNothing_data()
