@@ -4,5 +4,5 @@
 #include "platform/media/MediaFormat.h"
 #include "platform/media/MediaSource.h"
 
-/// Reads a file of one of TagLib's formats: all but Wav, Aiff, Asf and Other, for which nothing is found.
+/// Reads the length of a WavPack, Monkey's Audio or Musepack file, whose tags are those at its ends; nothing of others.
 MediaContents readByTagLib(MediaSource &source, MediaFormat format);
