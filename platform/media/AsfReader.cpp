@@ -44,7 +44,7 @@ public:
     void readObjects(QByteArrayView objects)
     {
         Fields fields(objects);
-        while (!fields.isEmpty()) {
+        while (!fields.isEmpty() && m_entriesLeft-- > 0) {
             const QByteArrayView identifier = fields.take(IdentifierSize);
             const auto size = fields.number<quint64_le>();
             if (size < ObjectHeaderSize)
@@ -107,17 +107,17 @@ private:
     void readExtendedContentDescription(Fields &fields)
     {
         fields.take(2); // count
-        while (!fields.isEmpty()) {
+        while (!fields.isEmpty() && m_entriesLeft-- > 0) {
             const QString name = takeText(fields, fields.number<quint16_le>());
             const auto type = fields.number<quint16_le>();
             readAttribute(m_extendedDescription, name, type, fields.take(fields.number<quint16_le>()));
         }
     }
 
-    static void readMetadata(Fields &fields, QList<MetadataItem> &items)
+    void readMetadata(Fields &fields, QList<MetadataItem> &items)
     {
         fields.take(2); // count
-        while (!fields.isEmpty()) {
+        while (!fields.isEmpty() && m_entriesLeft-- > 0) {
             fields.take(4); // language, stream
             const auto nameLength = fields.number<quint16_le>();
             const auto type = fields.number<quint16_le>();
@@ -165,6 +165,7 @@ private:
     QList<MetadataItem> m_metadata;
     QList<MetadataItem> m_library;
     bool m_isInExtension = false;
+    int m_entriesLeft = MaxEntriesPerTag; ///< objects and attributes
 };
 
 } // namespace

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr qint64 HeaderSize = 4; // of a block
-constexpr int BlockLimit = 1000;
+constexpr int BlockLimit = 128;
 
 struct Block {
     int type = 0;
@@ -120,14 +120,20 @@ private:
     /// The items of a comment somewhere behind `offset`, in front of which a size has led astray.
     [[nodiscard]] QList<MetadataItem> lostComment(qint64 offset) const
     {
-        const QByteArray bytes = m_source.read(offset, m_bytesLeft);
-        for (qsizetype i = 0; i + HeaderSize < bytes.size(); ++i) {
+        constexpr qint64 searchLimit = 16 << 20; // the longest block
+        int attemptsLeft = 1000;
+        const QByteArray bytes = m_source.read(offset, std::min(m_bytesLeft, searchLimit));
+        for (qsizetype i = 0; i + 2 * HeaderSize < bytes.size() && attemptsLeft > 0; ++i) {
             if ((bytes[i] & 0x7F) != int(FlacBlock::VorbisComment))
                 continue;
             const qsizetype size = qFromBigEndian<quint32>(bytes.constData() + i) & 0xFF'FFFF;
-            const auto content = QByteArrayView(bytes).sliced(i + HeaderSize);
-            if (size <= content.size() && vorbisCommentSize(content.first(size)) == size)
-                return vorbisCommentItems(content.first(size));
+            const qsizetype writerSize = qFromLittleEndian<quint32>(bytes.constData() + i + HeaderSize);
+            if (size > bytes.size() - i - HeaderSize || writerSize >= size)
+                continue;
+            --attemptsLeft;
+            const auto content = QByteArrayView(bytes).sliced(i + HeaderSize, size);
+            if (vorbisCommentSize(content) == size)
+                return vorbisCommentItems(content);
         }
         return {};
     }

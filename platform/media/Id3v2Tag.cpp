@@ -101,9 +101,10 @@ public:
 
     QList<MetadataItem> items()
     {
-        while (m_items.size() < MaxItemsPerTag
-            && isFrameIdentifier(m_rest.first(std::min(idSize(), m_rest.size())))
-            && m_rest.size() > headerSize())
+        for (int i = 0; i < MaxEntriesPerTag && m_items.size() < MaxItemsPerTag
+             && isFrameIdentifier(m_rest.first(std::min(idSize(), m_rest.size())))
+             && m_rest.size() > headerSize();
+             ++i)
             readFrame();
         return std::move(m_items);
     }

@@ -23,7 +23,7 @@ namespace {
 /// Some writers put a new tag in front of the old one instead of in its place.
 QList<MetadataItem> takeId3v2Tags(MediaSource &source)
 {
-    constexpr int tagLimit = 1000;
+    constexpr int tagLimit = 64;
     QList<QList<MetadataItem>> tags;
     qint64 bytesLeft = TagSizeLimit;
     for (int i = 0; i < tagLimit; ++i) {

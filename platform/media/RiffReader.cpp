@@ -26,7 +26,9 @@ public:
     /// Takes the tag in `chunk` if it is an ID3 chunk, the text if it is `title` or `artist`.
     void take(const Chunk &chunk, QByteArrayView title, QByteArrayView artist, QByteArrayView album = {})
     {
-        if (chunk.name == "ID3 " || chunk.name == "id3 ")
+        constexpr qsizetype tagLimit = 64;
+        const bool isId3 = chunk.name == "ID3 " || chunk.name == "id3 ";
+        if (isId3 && m_id3.size() < tagLimit)
             m_id3.append(id3v2Items(read(chunk)));
         else if (chunk.name == title)
             append(CommonIdentifier::Title, chunk);

@@ -61,7 +61,7 @@ QList<MetadataItem> apeItems(QByteArrayView data)
 {
     constexpr qsizetype fixedSize = 8;
     QList<MetadataItem> items;
-    while (data.size() > fixedSize && items.size() < MaxItemsPerTag) {
+    for (int i = 0; i < MaxEntriesPerTag && data.size() > fixedSize && items.size() < MaxItemsPerTag; ++i) {
         const qsizetype size = littleEndianAt(data, 0);
         const bool isBinary = (littleEndianAt(data, 4) >> 1 & 3) == 1;
         const qsizetype keyEnd = data.indexOf('\0', fixedSize);

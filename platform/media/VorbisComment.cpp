@@ -7,6 +7,11 @@
 
 namespace {
 
+QByteArray decodedBytes(QByteArrayView base64)
+{
+    return QByteArray::fromBase64(QByteArray::fromRawData(base64.data(), base64.size()));
+}
+
 void appendField(QList<MetadataItem> &items, QByteArrayView field)
 {
     const qsizetype nameEnd = field.indexOf('=');
@@ -22,10 +27,9 @@ void appendField(QList<MetadataItem> &items, QByteArrayView field)
     else if (isNamed("ALBUM"))
         appendTextValues(items, CommonIdentifier::AlbumName, value, TextEncoding::Utf8);
     else if (isNamed("METADATA_BLOCK_PICTURE"))
-        items.append({CommonIdentifier::Artwork,
-            flacPicture(QByteArray::fromBase64(value.toByteArray())).toByteArray()});
+        items.append({CommonIdentifier::Artwork, flacPicture(decodedBytes(value)).toByteArray()});
     else if (isNamed("COVERART"))
-        items.append({CommonIdentifier::Artwork, QByteArray::fromBase64(value.toByteArray())});
+        items.append({CommonIdentifier::Artwork, decodedBytes(value)});
 }
 
 } // namespace
@@ -36,7 +40,7 @@ QList<MetadataItem> vorbisCommentItems(QByteArrayView block)
     Fields fields(block);
     fields.take(fields.number<quint32_le>()); // who wrote it
     fields.take(4); // count
-    while (!fields.isEmpty() && items.size() < MaxItemsPerTag)
+    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty() && items.size() < MaxItemsPerTag; ++i)
         appendField(items, fields.take(fields.number<quint32_le>()));
     return items;
 }
@@ -51,7 +55,9 @@ std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes)
         return hasLength && fields.take(length).size() == qsizetype(length);
     };
     bool isWhole = takeSized() && fields.rest().size() >= lengthSize;
-    for (quint32 count = fields.number<quint32_le>(); isWhole && count > 0; --count)
+    const quint32 count = fields.number<quint32_le>();
+    isWhole = isWhole && count <= MaxEntriesPerTag;
+    for (quint32 i = 0; isWhole && i < count; ++i)
         isWhole = takeSized();
     return isWhole ? std::optional(bytes.size() - fields.rest().size()) : std::nullopt;
 }

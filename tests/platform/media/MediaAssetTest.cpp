@@ -78,6 +78,112 @@ QByteArray id3v2Tag(const QByteArray &frames)
     return QByteArray("ID3\4\0\0", 6) + syncsafe(frames.size()) + frames;
 }
 
+/// A size and the bytes, as Vorbis comments and RIFF chunks have them.
+QByteArray sized(const QByteArray &bytes)
+{
+    return littleEndian(quint32(bytes.size())) + bytes;
+}
+
+QByteArray apeTag(const QByteArray &items)
+{
+    return items + "APETAGEX" + littleEndian(quint32(2000)) + littleEndian(quint32(items.size() + 32))
+        + QByteArray(16, '\0');
+}
+
+QByteArray asfObject(const char *identifier, const QByteArray &content)
+{
+    return QByteArray::fromHex(identifier) + littleEndian(quint64(content.size() + 24)) + content;
+}
+
+QByteArray asfAttribute(const QString &name, const QString &value)
+{
+    const auto utf16 = [](const QString &text) {
+        return QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
+    };
+    return littleEndian(quint16(name.size() * 2)) + utf16(name) + littleEndian(quint16(0))
+        + littleEndian(quint16(value.size() * 2)) + utf16(value);
+}
+
+QByteArray atom(const QByteArray &name, const QByteArray &content)
+{
+    return bigEndian(quint32(content.size() + 8)) + name + content;
+}
+
+/// Makes a file whose title stands behind so many other entries of its tag.
+using MakeCrowded = QByteArray (*)(qsizetype entries);
+
+struct Crowded {
+    const char *name;
+    MakeCrowded make;
+    qsizetype limit; ///< entries that are looked at
+};
+
+const Crowded crowdedFiles[] = {
+    {"ID3v2 frames",
+        [](qsizetype entries) {
+            return id3v2Tag(id3v2Frame("TXXX", {}).repeated(entries) + id3v2Frame("TIT2", "\3Title"));
+        },
+        10'000},
+    {"ID3v2 tags",
+        [](qsizetype entries) {
+            return id3v2Tag({}).repeated(entries) + id3v2Tag(id3v2Frame("TIT2", "\3Title"));
+        },
+        64},
+    {"ID3 chunks",
+        [](qsizetype entries) {
+            return "RIFF\0\0\0\0WAVE"_ba + ("ID3 " + sized(id3v2Tag({}))).repeated(entries) + "ID3 "
+                + sized(id3v2Tag(id3v2Frame("TIT2", "\3Title")) + '\0');
+        },
+        64},
+    {"chunks",
+        [](qsizetype entries) {
+            return "RIFF\0\0\0\0WAVE"_ba + ("junk" + sized({})).repeated(entries) + "LIST"
+                + sized("INFOINAM" + sized("Title\0"_ba));
+        },
+        1000},
+    {"APE",
+        [](qsizetype entries) {
+            const QByteArray item = sized({}) + "\0\0\0\0x\0"_ba;
+            return mediaFile(u"song.mp3"_s)
+                + apeTag(item.repeated(entries) + littleEndian(quint32(5)) + "\0\0\0\0title\0Title"_ba);
+        },
+        10'000},
+    {"FLAC",
+        [](qsizetype entries) {
+            const QByteArray comment = sized({}) + littleEndian(quint32(entries + 1))
+                + sized("x=").repeated(entries) + sized("title=Title");
+            return "fLaC" + bigEndian(0x8400'0000 + quint32(comment.size())) + comment;
+        },
+        10'000},
+    {"FLAC blocks",
+        [](qsizetype entries) {
+            const auto comment = [](const QByteArray &field) {
+                const QByteArray content = sized({}) + littleEndian(quint32(1)) + sized(field);
+                return bigEndian(0x0400'0000 + quint32(content.size())) + content;
+            };
+            return "fLaC" + comment("artist=Artist") + bigEndian(0x0100'0000).repeated(entries - 1)
+                + comment("title=Title");
+        },
+        128},
+    {"ASF",
+        [](qsizetype entries) {
+            const QByteArray object = asfObject("40a4d0d207e3d21197f000a0c95ea850",
+                littleEndian(quint16(entries)) + asfAttribute({}, {}).repeated(entries - 1)
+                    + asfAttribute(u"Title"_s, u"Title"_s));
+            return asfObject("3026b2758e66cf11a6d900aa0062ce6c", QByteArray(6, '\0') + object);
+        },
+        10'000},
+    {"MP4",
+        [](qsizetype entries) {
+            const QByteArray title =
+                atom("\251nam", atom("data", QByteArray("\0\0\0\1\0\0\0\0", 8) + "Title"));
+            const QByteArray items = atom("ilst", atom("free", {}).repeated(entries - 6) + title);
+            return atom("ftyp", "M4A ")
+                + atom("moov", atom("udta", atom("meta", QByteArray(4, '\0') + items)));
+        },
+        10'000},
+};
+
 /// By this process, with read() and the like.
 qint64 bytesReadSoFar()
 {
@@ -302,6 +408,13 @@ private Q_SLOTS:
         QCOMPARE(asset.duration().seconds(), 2.0);
     }
 
+    void endlessTextIsCutShort()
+    {
+        const QByteArray frame = id3v2Frame("TIT2", '\3' + QByteArray(1'000'000, 'a'));
+        const MediaAsset asset = read(temporaryFile(u"endless.mp3"_s, id3v2Tag(frame)));
+        QCOMPARE(texts(asset, CommonIdentifier::Title).value(0).size(), 256 * 1024);
+    }
+
     void laterTagsFillWhatTheFirstLeavesOut()
     {
         const QByteArray tags = id3v2Tag(id3v2Frame("TIT2", "\3New") + id3v2Frame("TALB", "\3"))
@@ -328,6 +441,34 @@ private Q_SLOTS:
         const MediaAsset asset = read(temporaryFile(u"plain-size.mp3"_s, tag + mediaFile(u"song.mp3"_s)));
         QCOMPARE(pictures(asset), QList<QByteArray>({cover}));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Behind"_s}));
+    }
+
+    void nothingIsLookedAtBehindTooManyEntries_data()
+    {
+        QTest::addColumn<const Crowded *>("file");
+        for (const Crowded &file : crowdedFiles)
+            QTest::newRow(file.name) << &file;
+    }
+    void nothingIsLookedAtBehindTooManyEntries()
+    {
+        QFETCH(const Crowded *, file);
+        const auto title = [&](qsizetype entries) {
+            const MediaAsset asset = read(temporaryFile(u"crowded"_s, file->make(entries)));
+            return texts(asset, CommonIdentifier::Title);
+        };
+        QCOMPARE(title(file->limit - 1), QStringList({u"Title"_s}));
+        QCOMPARE(title(file->limit), QStringList());
+    }
+
+    void nothingIsLookedAtBehindTooManyBytes()
+    {
+        const auto title = [this](qsizetype bytes) {
+            const QByteArray frames =
+                id3v2Frame("PRIV", QByteArray(bytes, '\0')) + id3v2Frame("TIT2", "\3Title");
+            return texts(read(temporaryFile(u"heavy"_s, id3v2Tag(frames))), CommonIdentifier::Title);
+        };
+        QCOMPARE(title((32 << 20) - 100), QStringList({u"Title"_s}));
+        QCOMPARE(title(32 << 20), QStringList());
     }
 
     void lostPictureTakesNoTagsWithIt()
