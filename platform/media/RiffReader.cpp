@@ -4,6 +4,7 @@
 #include "platform/media/Fields.h"
 #include "platform/media/Id3v2Tag.h"
 #include "platform/media/MergedTags.h"
+#include "platform/media/RiffDuration.h"
 #include "platform/media/TextValues.h"
 
 #include <QtEndian>
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr qint64 FileHeaderSize = 12; // "RIFF", size, kind of file
+constexpr qint64 FormatSize = 64; // more than the fields that are read
 
 /// Collects the tags of a file that consists of chunks: those of its ID3 chunks come first, each kind in its
 /// order.
@@ -66,34 +68,25 @@ MediaTime milliseconds(double seconds)
     return seconds >= 0 && seconds <= longest ? MediaTime{std::llround(seconds * 1000), 1000} : MediaTime{};
 }
 
-/// An 80-bit float of the Motorola 68881, as AIFF states its sample rate.
-double extendedFloat(const char *bytes)
-{
-    const int exponent = (qFromBigEndian<quint16>(bytes) & 0x7FFF) - 16383 - 63;
-    return std::ldexp(double(qFromBigEndian<quint64>(bytes + 2)), exponent);
-}
-
 } // namespace
 
 MediaContents readWav(MediaSource &source)
 {
-    double bytesPerSecond = 0;
+    QByteArray format;
     qint64 dataSize = 0;
     ChunkTags tags(source);
     forEachChunk<quint32_le>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
-        if (chunk.name == "fmt " && chunk.size >= 12)
-            bytesPerSecond = qFromLittleEndian<quint32>(source.read(chunk.offset, 12).constData() + 8);
-        else if (chunk.name == "data")
-            dataSize = chunk.size;
+        if (chunk.name == "fmt ")
+            format = source.read(chunk.offset, std::min(chunk.size, FormatSize));
+        else if (chunk.name == "data" && dataSize == 0) // a recorder that was cut off has left the size open
+            dataSize = chunk.size > 0 ? chunk.size : source.size() - chunk.offset;
         else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
             forEachChunk<quint32_le>(source, chunk.offset + 4, chunk.offset + chunk.size,
                 [&tags](const Chunk &text) { tags.take(text, "INAM", "IART", "IPRD"); });
         else
             tags.take(chunk, {}, {});
     });
-    const MediaTime duration =
-        bytesPerSecond > 0 ? milliseconds(double(dataSize) / bytesPerSecond) : MediaTime{};
-    return {duration, tags.merged()};
+    return {wavDuration(format, dataSize), tags.merged()};
 }
 
 MediaContents readAiff(MediaSource &source)
@@ -102,11 +95,8 @@ MediaContents readAiff(MediaSource &source)
     ChunkTags tags(source);
     forEachChunk<quint32_be>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         tags.take(chunk, "NAME", "AUTH");
-        if (chunk.name != "COMM" || chunk.size < 18)
-            return;
-        const QByteArray common = source.read(chunk.offset, 18); // channels 2, frames 4, bits 2, rate 10
-        const double frames = qFromBigEndian<quint32>(common.constData() + 2);
-        duration = milliseconds(frames / extendedFloat(common.constData() + 8));
+        if (chunk.name == "COMM")
+            duration = aiffDuration(source.read(chunk.offset, std::min(chunk.size, FormatSize)));
     });
     return {duration, tags.merged()};
 }

@@ -1,4 +1,5 @@
 #include "platform/media/MediaReader.h"
+#include "platform/media/RiffDuration.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -302,6 +303,8 @@ private Q_SLOTS:
         row("core.caf", none, none, none, none, 1, exact);
         row("dolby.ac3", none, none, none, none, 1, 0.05);
         row("partly-fragmented.m4a", title, artist, album, none, 2, priming);
+        row("ima.wav", none, none, none, none, 8164 / 8000.0, exact);
+        row("ima4.aiff", none, none, none, none, 1, 0.01);
         row("edited.m4a", title, artist, album, jpg, 1, exact);
         row("musepack7.mpc", none, none, none, none, 2.09, 0.02);
         row("musepack8.mpc", none, none, none, none, 4, exact);
@@ -341,6 +344,82 @@ private Q_SLOTS:
         const MediaAsset asset = read(mediaUrl(QString::fromLatin1(QTest::currentDataTag())));
         const double difference = asset.duration().seconds() - seconds;
         QVERIFY2(qAbs(difference) < 1e-5, qPrintable(u"%1 s off"_s.arg(difference)));
+    }
+
+    void wavLengthFollowsFromItsFormat_data()
+    {
+        QTest::addColumn<QByteArray>("format");
+        QTest::addColumn<int>("dataSize");
+        QTest::addColumn<int>("frames"); // -1: not known
+        const auto format = [](quint16 codec, quint16 channels, quint16 block, quint16 bits) {
+            return littleEndian(codec) + littleEndian(channels) + littleEndian(quint32(8000))
+                + littleEndian(quint32(16'000)) + littleEndian(block) + littleEndian(bits);
+        };
+        const auto extensible = [&format](quint16 codec, quint16 channels, quint16 bits) {
+            return format(0xFFFE, channels, 4, bits) + QByteArray(8, '\0') + littleEndian(codec);
+        };
+        QTest::newRow("PCM") << format(1, 2, 4, 16) << 4003 << 1000;
+        QTest::newRow("PCM, block of nothing") << format(1, 2, 0, 20) << 6000 << 1000;
+        QTest::newRow("float") << format(3, 1, 4, 32) << 4000 << 1000;
+        QTest::newRow("A-law") << format(6, 2, 2, 16) << 2000 << 1000;
+        QTest::newRow("mu-law") << format(7, 2, 2, 0) << 2000 << 1000;
+        QTest::newRow("extensible PCM") << extensible(1, 2, 24) << 6000 << 1000;
+        QTest::newRow("extensible ADPCM") << extensible(2, 1, 4) << 4 << -1;
+        QTest::newRow("IMA ADPCM") << format(0x11, 1, 1024, 4) << 22 * 1024 << 22 * 2041;
+        QTest::newRow("IMA ADPCM, stereo") << format(0x11, 2, 2048, 4) << 2048 + 20 << 2041 + 9;
+        QTest::newRow("IMA ADPCM, broken block") << format(0x11, 1, 1024, 4) << 1024 + 3 << 2041;
+        QTest::newRow("IMA ADPCM, other bits") << format(0x11, 1, 1024, 3) << 1024 << -1;
+        QTest::newRow("Microsoft ADPCM") << format(2, 1, 256, 4) << 256 + 9 << 500 + 6;
+        QTest::newRow("Microsoft ADPCM, stereo") << format(2, 2, 512, 4) << 512 + 13 << 500;
+        QTest::newRow("GSM") << format(0x31, 1, 65, 0) << 650 << 3200;
+        QTest::newRow("no block") << format(0x11, 1, 0, 4) << 1024 << -1;
+        QTest::newRow("no channel") << format(1, 0, 4, 16) << 4000 << -1;
+        QTest::newRow("no bits") << format(1, 1, 2, 0) << 0 << -1;
+        QTest::newRow("MP3") << format(0x55, 1, 1, 0) << 4000 << -1;
+        QTest::newRow("no format") << QByteArray() << 4000 << -1;
+    }
+    void wavLengthFollowsFromItsFormat()
+    {
+        QFETCH(QByteArray, format);
+        QFETCH(int, dataSize);
+        QFETCH(int, frames);
+        const MediaTime time = wavDuration(format, dataSize);
+        QCOMPARE(time.isNumeric() ? time.value : -1, frames);
+        QVERIFY(!time.isNumeric() || time.timescale == 8000);
+    }
+
+    void aiffLengthFollowsFromItsCommonChunk_data()
+    {
+        QTest::addColumn<QByteArray>("codec");
+        QTest::addColumn<double>("seconds"); // -1: not known
+        for (const char *codec : {"", "NONE", "sowt", "twos", "raw ", "in24", "in32", "fl32", "FL32", "fl64",
+                 "FL64", "ulaw", "alaw"})
+            QTest::newRow(codec) << QByteArray(codec) << 0.125;
+        QTest::newRow("ima4") << "ima4"_ba << 8.0;
+        QTest::newRow("QDM2") << "QDM2"_ba << -1.0;
+    }
+    void aiffLengthFollowsFromItsCommonChunk()
+    {
+        QFETCH(QByteArray, codec);
+        const QByteArray rate = QByteArray::fromHex("400bfa00000000000000"); // 8,000
+        const MediaTime time = aiffDuration("\0\1"_ba + bigEndian(1000) + "\0\x10"_ba + rate + codec);
+        QTEST(time.isNumeric() ? time.seconds() : -1, "seconds");
+        QVERIFY(!aiffDuration("\0\1"_ba + bigEndian(0) + "\0\x10"_ba + rate + codec).isNumeric());
+        QVERIFY(!aiffDuration("\0\1"_ba + bigEndian(1000)).isNumeric());
+    }
+
+    void openSizeOfAWavReachesToItsEnd_data()
+    {
+        QTest::addColumn<quint32>("size");
+        QTest::newRow("0") << quint32(0);
+        QTest::newRow("all bits") << quint32(-1);
+    }
+    void openSizeOfAWavReachesToItsEnd()
+    {
+        QFETCH(quint32, size);
+        QByteArray bytes = mediaFile(u"plain.wav"_s);
+        bytes.replace(bytes.indexOf("data") + 4, 4, littleEndian(size));
+        QCOMPARE(read(temporaryFile(u"open.wav"_s, bytes)).duration().seconds(), 1.0);
     }
 
     void editListTellsWhatPlays_data()
