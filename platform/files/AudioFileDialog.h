@@ -2,7 +2,7 @@
 
 #include <QFileDialog>
 
-/// The file dialog for audio files: the desktop's own where it offers one, the toolkit's elsewhere.
+/// The file dialog for audio files: the portal's where that is offered, the toolkit's elsewhere.
 ///
 /// Several files at a time, audio types only. The toolkit's own dialog does not list files whose names are not
 /// valid UTF-8; their file:// address can be typed into its name field.

@@ -4,6 +4,8 @@
 #include "platform/files/LocalFile.h"
 #include "platform/files/MediumCall.h"
 
+#include <QCoreApplication>
+#include <QFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <algorithm>
@@ -13,10 +15,18 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The toolkit's own dialog saves its state under the user's home when it is destroyed. Below /dev/null no
-/// file can be made, not even by root.
-void forgetToolkitState()
+/// Whether a desktop's dialog is the portal's, which runs in a process of its own.
+bool isPortalOffered()
 {
+    return qgetenv("QT_QPA_PLATFORMTHEME") == "xdgdesktopportal" || QFile::exists(u"/.flatpak-info"_s);
+}
+
+/// Any other desktop's dialog runs in this process and makes files under the user's home, from the moment when one
+/// is built. The toolkit's own saves its state there when it is destroyed; below /dev/null no file can be made, not
+/// even by root.
+void keepOutOfTheHome()
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs, !isPortalOffered());
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, u"/dev/null"_s);
 }
 
@@ -66,7 +76,7 @@ void FilePicker::open()
         m_dialog->activateWindow();
         return;
     }
-    forgetToolkitState();
+    keepOutOfTheHome();
     m_dialog = new AudioFileDialog(&m_window, firstFolder());
     connect(m_dialog, &QDialog::finished, this, &FilePicker::finish);
     connect(m_dialog, &QObject::destroyed, this, &returnFreeMemory, Qt::QueuedConnection);

@@ -107,6 +107,24 @@ private Q_SLOTS:
         m_window.reset();
     }
 
+    void dialogIsThePortalsOrTheToolkitsOwn_data()
+    {
+        QTest::addColumn<QByteArray>("theme");
+        QTest::addColumn<bool>("isOwn");
+        QTest::newRow("none") << QByteArray() << true;
+        QTest::newRow("GTK") << QByteArray("gtk3") << true;
+        QTest::newRow("portal") << QByteArray("xdgdesktopportal") << false;
+    }
+
+    void dialogIsThePortalsOrTheToolkitsOwn()
+    {
+        QFETCH(const QByteArray, theme);
+        qputenv("QT_QPA_PLATFORMTHEME", theme);
+        open();
+        QTEST(QCoreApplication::testAttribute(Qt::AA_DontUseNativeDialogs), "isOwn");
+        qunsetenv("QT_QPA_PLATFORMTHEME");
+    }
+
     void startsInTheMusicFolderElseAtHome()
     {
         open();
