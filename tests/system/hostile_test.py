@@ -4,6 +4,7 @@ and nothing but the chosen files is opened."""
 import os
 import random
 import re
+import shutil
 import unittest
 import urllib.parse
 
@@ -93,6 +94,27 @@ class Hostile(Scenario):
         self.assertIn("04 hls.mp3", text)
         self.assertNotIn(str(self.outside), text)
         self.assertIsNone(re.search(r"sa_family=AF_INET6?\b", text))
+
+    def mapped_libraries(self):
+        """The files that the program runs code from."""
+        lines = open(f"/proc/{self.program.process.pid}/maps").read().splitlines()
+        return {line.split(maxsplit=5)[5] for line in lines if ".so" in line}
+
+    def test_libraries_in_the_folder_where_it_is_started_are_left_alone(self):
+        self.tone("a.wav", 440)
+        self.start_with("a.wav")
+        planted = self.desktop.folder / "planted"
+        planted.mkdir()
+        for library in self.mapped_libraries():
+            shutil.copy(library, planted)
+        self.assertGreater(len(list(planted.glob("*tag*"))), 0)
+        self.program.quit()
+        self.start_with("a.wav", prefix=["env", "-C", planted])
+        self.desktop.key("space")
+        self.capture.wait_for_pitch(440)
+        planted_ones = [path for path in self.mapped_libraries() if path.startswith(str(planted))]
+        self.program.quit()
+        self.assertEqual(planted_ones, [])
 
     def test_names_of_any_bytes_are_opened_as_they_are(self):
         path = os.fsencode(self.desktop.music) + b"/100% #1? \xff\xc3.wav"

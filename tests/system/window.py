@@ -130,6 +130,15 @@ class Window:
         extents = wait_for(found, f"“{name}” in the window")[0].get_extents(Atspi.CoordType.WINDOW)
         return extents.x, extents.y, extents.width, extents.height
 
+    def screen_extents(self, is_wanted):
+        """Left, top, width and height on the screen of what shows and is wanted, as soon as it does."""
+        found = lambda: [node for node in self._showing() if is_wanted(node)]
+        return self.node_extents(wait_for(found, "a piece of the window")[0])
+
+    def node_extents(self, node):
+        extents = node.get_extents(Atspi.CoordType.SCREEN)
+        return extents.x, extents.y, extents.width, extents.height
+
     def is_checked(self, name):
         return self._node(name).get_state_set().contains(Atspi.StateType.CHECKED)
 
