@@ -44,7 +44,7 @@ struct ShownRow {
 
 struct Shown {
     std::optional<QColor> cover = {};
-    QStringList title = {u"Sin reproducción"_s}; ///< by lines
+    QString title = u"Sin reproducción"_s;
     QString artist = u"Añade música para comenzar"_s;
     QString album = u"La playlist está vacía"_s;
     QString position = u"Sin canciones"_s;
@@ -109,6 +109,16 @@ int widthOf(const QString &text, const QFont &font)
     return qCeil(QFontMetricsF(font).horizontalAdvance(text));
 }
 
+/// The text as one line if it fits, or as much of it as fits between words, and the rest.
+QStringList inTwoLines(const QString &text, const QFont &font, int width)
+{
+    const QFontMetricsF metrics(font);
+    qsizetype end = text.size();
+    while (metrics.horizontalAdvance(text.first(end)) > width)
+        end = text.lastIndexOf(u' ', end - 1);
+    return end == text.size() ? QStringList(text) : QStringList({text.first(end), text.sliced(end + 1)});
+}
+
 /// The law of the look: every piece of the window, where it stands and what is drawn there.
 class Table {
 public:
@@ -169,7 +179,7 @@ private:
         if (!m_shown.cover)
             placeholder(cover);
         Stack column(row.rest());
-        for (const QString &line : m_shown.title)
+        for (const QString &line : inTwoLines(m_shown.title, system(28, QFont::Bold), column.rest().width()))
             add("title", column.down(lineHeight(system(28))), text(line, system(28, QFont::Bold), primary()));
         column.down(0, 9);
         add("artist", column.down(lineHeight(system(18, QFont::Medium)), 9),
@@ -394,7 +404,7 @@ struct DrawingFixture : ViewFixture {
 /// The window with the three tracks, the one at `current` loaded and marked with this symbol.
 Shown filled(int current = 0, const QString &marker = u"pause.fill"_s)
 {
-    Shown shown{.title = {u"Alba en el río"_s},
+    Shown shown{.title = u"Alba en el río"_s,
         .artist = u"Los Gómez"_s,
         .album = u"Álbum del río"_s,
         .position = u"Canción %1 de 3"_s.arg(current + 1),
@@ -403,7 +413,7 @@ Shown filled(int current = 0, const QString &marker = u"pause.fill"_s)
         .length = u"64:07"_s,
         .rows = {{u"Alba en el río"_s, u"Los Gómez"_s, u"3:05"_s}, {u"Marea baja"_s, u"Agua"_s, u"1:02"_s},
             {u"Gijón"_s, u"Ñandú"_s, u"60:00"_s}}};
-    shown.title = {shown.rows[current].title};
+    shown.title = shown.rows[current].title;
     shown.artist = shown.rows[current].artist;
     shown.rows[current].marker = marker;
     return shown;
@@ -478,9 +488,24 @@ private Q_SLOTS:
                 shown.count = u"2 canciones"_s;
                 shown.length = u"61:02"_s;
             }));
+        const QString longText = u"Una canción muy larga "_s.repeated(20);
+        add(
+            "long texts",
+            [=](DrawingFixture &f) {
+                f.fill();
+                QList<Track> tracks = f.player.playlist();
+                for (Track &track : tracks)
+                    track.title = track.artist = track.album = longText;
+                f.load(tracks, 0);
+            },
+            with(filled(), [=](Shown &shown) {
+                shown.title = shown.artist = shown.album = longText;
+                for (ShownRow &row : shown.rows)
+                    row.title = row.artist = longText;
+            }));
         add("with a picture", [](DrawingFixture &f) { f.fillWithPicture(); },
             {.cover = QColor(0, 128, 0),
-                .title = {u"Verde"_s},
+                .title = u"Verde"_s,
                 .artist = u"Artista desconocido"_s,
                 .album = u"Álbum desconocido"_s,
                 .position = u"Canción 1 de 1"_s,

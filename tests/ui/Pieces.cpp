@@ -155,14 +155,16 @@ Drawing text(const QString &text, const QFont &font, const QColor &color, Qt::Al
 {
     return [=](QPainter &painter, const QRectF &place) {
         const QFontMetricsF metrics(font);
-        const double free = place.width() - metrics.horizontalAdvance(text);
+        const bool fits = metrics.horizontalAdvance(text) < place.width() + 1;
+        const QString line = fits ? text : metrics.elidedText(text, Qt::ElideRight, place.width());
+        const double free = place.width() - metrics.horizontalAdvance(line);
         const double left = alignment.testFlag(Qt::AlignRight) ? free
             : alignment.testFlag(Qt::AlignHCenter)             ? free / 2
                                                                : 0;
         const double top = std::floor((place.height() - QFontMetrics(font).height()) / 2);
         painter.setFont(font);
         painter.setPen(color);
-        painter.drawText(place.topLeft() + QPointF(left, top + metrics.ascent()), text);
+        painter.drawText(place.topLeft() + QPointF(left, top + metrics.ascent()), line);
     };
 }
 

@@ -44,7 +44,7 @@ using Drawing = std::function<void(QPainter &painter, const QRectF &place)>;
 [[nodiscard]] Drawing symbol(
     const QString &name, int size, const QColor &color, QFont::Weight weight = QFont::Normal);
 
-/// A line of text; in the middle of its place from top to bottom.
+/// A line of text, in the middle of its place from top to bottom; cut at an ellipsis if it is longer than that.
 [[nodiscard]] Drawing text(
     const QString &text, const QFont &font, const QColor &color, Qt::Alignment alignment = Qt::AlignLeft);
 
