@@ -1,6 +1,7 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/PlaylistView.h"
+#include "ui/PopupStyle.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/controls/SelectableLabel.h"
 
@@ -111,6 +112,8 @@ class ControlsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+
     void everyButtonDoesOneThing_data()
     {
         QTest::addColumn<QString>("tooltip");
