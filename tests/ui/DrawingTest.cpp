@@ -536,6 +536,8 @@ private Q_SLOTS:
         const bool isAsExpected =
             shown.cover ? QTest::qWaitFor([&] { return found().isEmpty(); }) : found().isEmpty();
         QVERIFY2(isAsExpected, qPrintable(u"these pieces differ:\n"_s + found()));
+        QCOMPARE(textsIn([&](QPaintDevice &device) { f.view.render(&device); }),
+            textsIn([&](QPaintDevice &device) { draw(table.pieces(), device); }));
     }
 };
 

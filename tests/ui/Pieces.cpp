@@ -5,6 +5,7 @@
 
 #include <QFontMetricsF>
 #include <QMap>
+#include <QPaintEngine>
 #include <QPainter>
 #include <cmath>
 #include <cstdlib>
@@ -56,6 +57,62 @@ int distance(QRgb a, QRgb b)
     return std::max(
         {std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
 }
+
+class TextEngine : public QPaintEngine {
+public:
+    TextEngine()
+        : QPaintEngine(AllFeatures)
+    {
+    }
+
+    bool begin(QPaintDevice *) override { return true; }
+    bool end() override { return true; }
+    void updateState(const QPaintEngineState &) override { }
+    void drawPixmap(const QRectF &, const QPixmap &, const QRectF &) override { }
+    void drawImage(const QRectF &, const QImage &, const QRectF &, Qt::ImageConversionFlags) override { }
+    void drawPath(const QPainterPath &) override { }
+    void drawTextItem(const QPointF &, const QTextItem &item) override
+    {
+        const QFont font = item.font();
+        texts.append(u"%1: %2 pixels, weight %3, %4"_s.arg(item.text())
+                         .arg(font.pixelSize())
+                         .arg(font.weight())
+                         .arg(font.family()));
+    }
+    [[nodiscard]] Type type() const override { return User; }
+
+    QStringList texts;
+};
+
+/// A device that shows nothing.
+class TextRecorder : public QPaintDevice {
+public:
+    [[nodiscard]] QPaintEngine *paintEngine() const override { return &m_engine; }
+    [[nodiscard]] QStringList texts() const
+    {
+        QStringList sorted = m_engine.texts;
+        sorted.sort();
+        return sorted;
+    }
+
+protected:
+    [[nodiscard]] int metric(PaintDeviceMetric metric) const override
+    {
+        switch (metric) {
+        case PdmWidth:
+        case PdmHeight:
+            return 1000;
+        case PdmDpiX:
+        case PdmDpiY:
+            return 96;
+        default:
+            return QPaintDevice::metric(metric);
+        }
+    }
+
+private:
+    mutable TextEngine m_engine;
+};
 
 } // namespace
 
@@ -197,15 +254,27 @@ int lineHeight(const QFont &font)
     return qCeil(QFontMetricsF(font).height());
 }
 
-QImage pictureOf(const QList<Piece> &pieces, QSize size)
+void draw(const QList<Piece> &pieces, QPaintDevice &device)
 {
-    QImage picture(size, QImage::Format_ARGB32_Premultiplied);
-    QPainter painter(&picture);
+    QPainter painter(&device);
     painter.setRenderHint(QPainter::Antialiasing);
     for (const Piece &piece : pieces) {
         if (piece.drawing)
             piece.drawing(painter, piece.place);
     }
+}
+
+QStringList textsIn(const std::function<void(QPaintDevice &device)> &draw)
+{
+    TextRecorder recorder;
+    draw(recorder);
+    return recorder.texts();
+}
+
+QImage pictureOf(const QList<Piece> &pieces, QSize size)
+{
+    QImage picture(size, QImage::Format_ARGB32_Premultiplied);
+    draw(pieces, picture);
     return picture;
 }
 

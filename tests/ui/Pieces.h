@@ -8,6 +8,7 @@
 #include <QRectF>
 #include <functional>
 
+class QPaintDevice;
 class QPainter;
 
 // What a picture of the window is made of, drawn by nothing that draws the window but its symbols and its corners,
@@ -64,7 +65,14 @@ struct Piece {
     int tolerance = 1; ///< of 255: a value between two steps may be shown as either
 };
 
-/// The picture of all pieces, from back to front.
+/// Draws all pieces, from back to front.
+void draw(const QList<Piece> &pieces, QPaintDevice &device);
+
+/// Every text that is drawn with the size and the weight of its font, sorted: fonts differ in their weights also where
+/// the system has none of them.
+[[nodiscard]] QStringList textsIn(const std::function<void(QPaintDevice &device)> &draw);
+
+/// The picture of all pieces.
 [[nodiscard]] QImage pictureOf(const QList<Piece> &pieces, QSize size);
 
 /// Names the pieces, the uppermost at each place, within which a channel of the two pictures differs by more than
