@@ -29,9 +29,7 @@ constexpr std::array Marks{
     Mark{0, "DSD ", MediaFormat::Dsf},
     Mark{12, "DSD ", MediaFormat::Dsdiff},
     Mark{0, "wvpk", MediaFormat::WavPack},
-    Mark{0, "MAC ", MediaFormat::MonkeysAudio},
-    Mark{0, "MPCK", MediaFormat::Musepack},
-    Mark{0, "MP+", MediaFormat::Musepack},
+    Mark{0, "MPCKSH", MediaFormat::Musepack},
 };
 
 /// What encloses a mark that could stand in any file by chance.

@@ -2,7 +2,7 @@
 
 #include <QByteArrayView>
 
-/// The file formats that there is a reader of our own or of TagLib for.
+/// The file formats that there is a reader for.
 enum class MediaFormat {
     Flac,
     OggVorbis,
@@ -16,7 +16,6 @@ enum class MediaFormat {
     Dsf,
     Dsdiff,
     WavPack,
-    MonkeysAudio,
     Musepack,
     Other, ///< MPEG audio and ADTS AAC, which have no mark but their frames, and everything else
 };

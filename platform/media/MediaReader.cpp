@@ -13,7 +13,7 @@
 #include "platform/media/Mp4Tags.h"
 #include "platform/media/OggReader.h"
 #include "platform/media/RiffReader.h"
-#include "platform/media/TagLibReader.h"
+#include "platform/media/StatedDuration.h"
 #include "platform/media/TrailingTags.h"
 
 #include <algorithm>
@@ -61,11 +61,14 @@ MediaContents readContent(MediaSource &source)
         return readDsf(source);
     case MediaFormat::Dsdiff:
         return readDsdiff(source);
+    case MediaFormat::WavPack:
+        return {wavPackDuration(source), {}};
+    case MediaFormat::Musepack:
+        return {musepackDuration(source), {}};
     case MediaFormat::Other:
         return {scannedDuration(source), {}};
-    default:
-        return readByTagLib(source, format);
     }
+    return {};
 }
 
 /// The tags at the file's ends are taken off first, so that a reader of the content finds what it expects.

@@ -6,6 +6,5 @@
 /// The items of the ID3v1 tag that ends `source`, which is dropped from it; none where none does.
 QList<MetadataItem> takeId3v1Tag(MediaSource &source);
 
-/// The same for an APE tag (versions 1 and 2). Written out here because the order in which the pictures are
-/// stored decides which of them is the first, and TagLib sorts them by name.
+/// The same for an APE tag (versions 1 and 2).
 QList<MetadataItem> takeApeTag(MediaSource &source);
