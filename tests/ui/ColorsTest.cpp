@@ -39,6 +39,15 @@ private Q_SLOTS:
         QCOMPARE(contrastRatio(Qt::black, Qt::white), 21.0);
         QCOMPARE(contrastRatio(Qt::red, Qt::red), 1.0);
         QVERIFY(std::abs(contrastRatio(QColor(0x76, 0x76, 0x76), Qt::white) - 4.54) < 0.01);
+        // Very dark ones are lighter than the curve of the others would have them.
+        QVERIFY(std::abs(contrastRatio(QColor(8, 8, 8), Qt::black) - 1.0486) < 0.0005);
+    }
+
+    void redsSuitTheirSurroundings()
+    {
+        QCOMPARE(destructiveColor(paletteOf(0xffffff, 0x000000, 0x308cc6, 0xffffff)), QColor(200, 13, 31));
+        QCOMPARE(destructiveColor(paletteOf(0x2a2e32, 0xfcfcfc, 0x308cc6, 0xffffff)), QColor(255, 138, 128));
+        QCOMPARE(destructiveGroundColor(), QColor(200, 13, 31));
     }
 
     void textsReadWellInEveryScheme_data()

@@ -389,6 +389,7 @@ struct DrawingFixture : ViewFixture {
         auto &bar = *find<Slider>(u"Posición"_s);
         const int middle = bar.height() / 2;
         QTest::mousePress(&bar, Qt::LeftButton, {}, {bar.width() / 5, middle});
+        render();
         QTest::mouseMove(&bar, {qRound(7 + fraction * (bar.width() - 14)), middle});
     }
 

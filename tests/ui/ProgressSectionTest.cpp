@@ -4,6 +4,8 @@
 #include "ui/controls/SymbolView.h"
 #include "ui/controls/TextButton.h"
 
+#include <QAccessible>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -219,6 +221,24 @@ private Q_SLOTS:
         QTest::keyClick(&volumeSlider(f), Qt::Key_Home);
         QTest::keyClick(&volumeSlider(f), Qt::Key_Left);
         QCOMPARE(f.player.volume(), 0);
+    }
+
+    void volumeKeysMoveItByTwentiethsAndFifths()
+    {
+        ViewFixture f;
+        QTest::keyClick(&volumeSlider(f), Qt::Key_Right);
+        QCOMPARE(f.player.volume(), 0.8);
+        QTest::keyClick(&volumeSlider(f), Qt::Key_PageDown);
+        QCOMPARE(f.player.volume(), 0.6);
+    }
+
+    void volumeIsReadInHundredths()
+    {
+        const ViewFixture f;
+        QAccessibleValueInterface &read =
+            *QAccessible::queryAccessibleInterface(&volumeSlider(f))->valueInterface();
+        QCOMPARE(read.currentValue(), QVariant(75.0));
+        QCOMPARE(read.maximumValue(), QVariant(100.0));
     }
 
     void optionsMenuClearsThePlaylistAtOnce()
