@@ -107,6 +107,10 @@ private Q_SLOTS:
         QCOMPARE(named(f, QAccessible::ListItem),
             QStringList({u"a, Artista desconocido, 0:00, actual, reproduciendo"_s,
                 u"b, Artista desconocido, 0:00"_s}));
+        f.player.pause();
+        f.render();
+        QCOMPARE(
+            named(f, QAccessible::ListItem).first(), u"a, Artista desconocido, 0:00, actual, en pausa"_s);
     }
 
     void rowsTellWhichIsCurrentWhetherItSoundsAndWhereTheKeyboardIs()
