@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 longestWait = 3000; // milliseconds until an answer
+constexpr qint64 longestWait = 3000; // milliseconds of work until an answer, on a busy machine, too
 constexpr qint64 mostMemory = 100 * 1024; // KiB
 
 QByteArray mediaFile(const QString &name)
@@ -132,6 +132,80 @@ QByteArray openMg(const QByteArray &tag)
     return "ea3" + tag.sliced(3) + header + QByteArray(16'384, '\x11');
 }
 
+QByteArray box(const QByteArray &name, const QByteArray &content)
+{
+    return big(quint32(content.size() + 8)) + name + content;
+}
+
+/// A box whose content starts with a version and flags of zero.
+QByteArray table(const QByteArray &name, const QList<quint32> &fields, const QByteArray &rest = {})
+{
+    QByteArray content(4, '\0');
+    for (const quint32 field : fields)
+        content += big(field);
+    return box(name, content + rest);
+}
+
+/// A track of `packets` packets of one byte that all lie in one chunk, more tables behind those that say so.
+QByteArray track(quint32 packets, const QByteArray &tables = {})
+{
+    const QByteArray codec = QByteArray(6, '\0') + big(quint16(1)) + QByteArray(8, '\0') + big(quint16(2))
+        + big(quint16(16)) + QByteArray(4, '\0') + big(quint32(44'100) << 16);
+    const QByteArray chunks = packets == 0
+        ? table("stsc", {0}) + table("stsz", {0, 0}) + table("stco", {0})
+        : table("stsc", {1, 1, packets, 1}) + table("stsz", {1, packets}) + table("stco", {1, 40});
+    const QByteArray samples = box(
+        "stbl", table("stsd", {1}, box("mp4a", codec)) + table("stts", {1, packets, 1024}) + chunks + tables);
+    return box("trak",
+        table("tkhd", {0, 0, 1, 0, 1000}, QByteArray(60, '\0'))
+            + box("mdia",
+                table("mdhd", {0, 0, 44'100, 1000, 0}) + table("hdlr", {0}, "soun" + QByteArray(13, '\0'))
+                    + box("minf", samples)));
+}
+
+QByteArray movie(const QByteArray &content)
+{
+    return box("ftyp", "M4A " + QByteArray(4, '\0')) + box("mdat", QByteArray(4000, '\0'))
+        + box("moov", table("mvhd", {0, 0, 44'100, 1000}, QByteArray(80, '\0')) + content);
+}
+
+/// A movie whose header inflates to `size` bytes.
+QByteArray compressedMovie(qsizetype size)
+{
+    const QByteArray inflated =
+        box("moov", table("mvhd", {0, 0, 44'100, 1000}, QByteArray(size, '\0')) + track(10));
+    const QByteArray deflated = qCompress(inflated, 9).sliced(qsizetype(sizeof(int)));
+    return box("mdat", QByteArray(4000, '\0'))
+        + box(
+            "moov", box("cmov", box("dcom", "zlib") + box("cmvd", big(quint32(inflated.size())) + deflated)));
+}
+
+/// A movie in a fragment, whose packets take no bytes in its tables.
+QByteArray fragmentedMovie(quint32 packets)
+{
+    const QByteArray defaults = box("mvex", table("trex", {1, 1, 1024, 1, 0}));
+    return movie(track(0) + defaults)
+        + box("moof", table("mfhd", {1}) + box("traf", table("tfhd", {1}) + table("trun", {packets})));
+}
+
+/// Monkey's Audio with a table of so many frames.
+QByteArray monkeysAudio(quint32 frames)
+{
+    return "MAC " + little(quint32(3990)) + little(quint32(52)) + little(quint32(24)) + little(frames * 4)
+        + little(quint32(0)) + little(quint32(1000)) + QByteArray(24, '\0') + little(quint32(2000))
+        + little(quint32(73'728)) + little(quint32(1000)) + little(frames) + little(quint16(16))
+        + little(quint16(2)) + little(quint32(44'100)) + QByteArray(4 * qsizetype(frames) + 20'000, '\0');
+}
+
+/// WAV with so many cue points, each of which is looked for among all others.
+QByteArray waveWithCues(quint32 cues)
+{
+    QByteArray points = little(cues);
+    for (quint32 i = cues; i > 0; --i)
+        points += little(i) + QByteArray(20, '\0');
+    return mediaFile(u"plain.wav"_s).insert(36, "cue " + little(quint32(points.size())) + points);
+}
+
 struct Place {
     const char *name;
     QByteArray (*file)(const QByteArray &tag);
@@ -242,6 +316,29 @@ private Q_SLOTS:
         const QByteArray bytes = tags + inflatingTag("TIT2", "\3") + mediaFile(u"song.mp3"_s);
         verifyBounded(bytes, "a thousand tags");
         QVERIFY(soundOf(bytes) == soundOf(mediaFile(u"song.mp3"_s)));
+    }
+
+    void claimsOfAContainer_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("packets") << movie(track(10'000'000));
+        QTest::newRow("packets that just fit") << movie(track(2'600'000));
+        QTest::newRow("packets of many tracks") << movie(track(1'000'000).repeated(60));
+        QTest::newRow("packets with offsets") << movie(track(2'600'000, table("ctts", {1, 2'600'000, 5})));
+        QTest::newRow("packets of a fragment") << fragmentedMovie(10'000'000);
+        QTest::newRow("packets of a fragment that just fit") << fragmentedMovie(2'000'000);
+        QTest::newRow("compressed header") << compressedMovie(200 << 20);
+        QTest::newRow("compressed header that just fits") << compressedMovie(60 << 20);
+        QTest::newRow("frames of Monkey's Audio") << monkeysAudio(2'000'000);
+        QTest::newRow("frames of Monkey's Audio that just fit") << monkeysAudio(1'400'000);
+        QTest::newRow("cue points") << waveWithCues(100'000);
+        QTest::newRow("empty tags") << dsf(QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(3'000'000));
+    }
+
+    void claimsOfAContainer()
+    {
+        QFETCH(QByteArray, bytes);
+        verifyBounded(bytes, QTest::currentDataTag());
     }
 
     void tagLeavesTheSound_data()

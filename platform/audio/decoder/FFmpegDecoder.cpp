@@ -18,6 +18,7 @@ namespace {
 
 constexpr int MostBadPackets = 100;
 constexpr int MostBadSeconds = 2;
+constexpr int MostSamplesAtOnce = 4 << 20; // of all channels; a second of eight at 384 kHz has fewer
 
 // No sound has a lower one; damage has, and a frame of it would become thousands at the player's rate.
 constexpr int LowestRate = 1000;
@@ -89,6 +90,7 @@ std::optional<Error> FFmpegDecoder::openCodec()
     // With the time base known the codec cuts encoder delay and padding off by itself.
     m_codec->pkt_timebase = stream.time_base;
     m_codec->thread_count = 1;
+    m_codec->max_samples = MostSamplesAtOnce;
     if (avcodec_open2(m_codec, codec, nullptr) < 0)
         return Error{u"El códec de audio del archivo no es compatible."_s};
     return std::nullopt;

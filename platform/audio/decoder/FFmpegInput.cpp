@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 #include <libavutil/mem.h>
 }
 
@@ -19,6 +21,13 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int BufferSize = 32 * 1024;
+// A claim of some bytes can make FFmpeg build an index of millions of packets for each track; 16 hours of AAC
+// have this many. Headers are read in parts smaller than those of two tracks, to look at it between them.
+constexpr std::int64_t MostIndexEntries = 2'500'000; // of 24 bytes
+constexpr int MostHeaderBytes = 256;
+constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of packets
+constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
+
 constexpr int MostLeadingTags = 64; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
@@ -27,6 +36,20 @@ constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 constexpr char allowedFormats[] =
     "aac,ac3,eac3,aiff,amr,ape,asf,au,caf,dsf,dts,dtshd,flac,iff,loas,matroska,webm,"
     "mov,mp4,m4a,mlp,mp3,mpc,mpc8,ogg,oma,rm,shn,sox,tak,truehd,tta,voc,w64,wav,wv,xwma";
+
+/// Whether the headers of this format may have whole pictures among them.
+bool mayHoldCovers(const AVInputFormat &demuxer)
+{
+    return av_match_list(demuxer.name, "asf,flac,matroska,mov,ogg", ',') > 0;
+}
+
+/// What this thread has worked, in nanoseconds.
+std::int64_t threadTime()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::int64_t(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
 
 int refuseNested(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
@@ -69,15 +92,22 @@ std::optional<Error> FFmpegInput::openContainer()
 {
     if (!allocateContexts())
         return Error{u"No hay memoria suficiente."_s};
+    m_openingEnd = threadTime() + LongestOpening;
     skipLeadingTags();
     m_masksTags = true;
+    const AVInputFormat *probed = nullptr;
+    if (av_probe_input_buffer2(m_io, &probed, nullptr, m_format, 0, 0) < 0)
+        return openingError();
+    m_isProbed = true;
+    if (!mayHoldCovers(*probed))
+        m_openingBytesLeft = MostBytesWithoutCovers;
+    dropReadAhead();
     // On failure this frees the format context and sets it to null.
-    if (avformat_open_input(&m_format, nullptr, nullptr, nullptr) < 0)
+    if (avformat_open_input(&m_format, nullptr, probed, nullptr) < 0)
         return openingError();
     // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
     m_masksTags = demuxer() == "aac";
-    if (!m_masksTags)
-        dropMaskedBytes();
+    dropReadAhead();
     chooseAudioStream();
     if (avformat_find_stream_info(m_format, nullptr) < 0)
         return openingError();
@@ -101,8 +131,8 @@ void FFmpegInput::skipLeadingTags()
     }
 }
 
-/// What has been read ahead is sound, which must be read as it is.
-void FFmpegInput::dropMaskedBytes()
+/// What comes next is read again, by the rules of the next step.
+void FFmpegInput::dropReadAhead()
 {
     const std::int64_t position = avio_tell(m_io);
     avio_flush(m_io);
@@ -189,6 +219,14 @@ void FFmpegInput::forgetReadError()
     m_io->error = 0;
 }
 
+bool FFmpegInput::isOpeningAffordable() const
+{
+    std::int64_t entries = 0;
+    for (unsigned index = 0; index < m_format->nb_streams; ++index)
+        entries += avformat_index_get_entries_count(m_format->streams[index]);
+    return m_openingBytesLeft >= 0 && threadTime() < m_openingEnd && entries < MostIndexEntries;
+}
+
 bool FFmpegInput::isStopped() const
 {
     return m_stop && m_stop->load(std::memory_order_relaxed);
@@ -204,6 +242,8 @@ Error FFmpegInput::openingError() const
 int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
 {
     auto &input = *static_cast<FFmpegInput *>(self);
+    if (input.m_isProbed && !input.m_isOpen)
+        size = std::min(size, MostHeaderBytes);
     ssize_t count = -1;
     do {
         if (input.isStopped())
@@ -214,8 +254,11 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
         input.m_readErrorNumber = errno;
         return AVERROR(errno);
     }
-    if (!input.m_isOpen && (input.m_openingBytesLeft -= count) < 0)
-        return AVERROR_EXIT;
+    if (!input.m_isOpen) {
+        input.m_openingBytesLeft -= count;
+        if (!input.isOpeningAffordable())
+            return AVERROR_EXIT;
+    }
     if (input.m_masksTags)
         count = ssize_t(Id3v2Mask::apply({buffer, size_t(count)}));
     input.m_offset += count;

@@ -16,7 +16,8 @@ struct AVStream;
 ///
 /// 1. Bytes come from the descriptor alone, by pread(). 2. No protocol is allowed, and whatever a container
 /// refers to is refused. 3. Only demuxers of audio containers are allowed, by name. 4. How much is probed,
-/// how long, how many streams there may be and how much is read until the container is open, is bounded. 5. No
+/// how long, how many streams there may be, how much is read and how much time and memory is spent until the
+/// container is open, is bounded. 5. No
 /// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
 /// masked for as long as FFmpeg looks for them. 6. The stop flag ends every operation.
 ///
@@ -63,8 +64,9 @@ private:
     std::optional<Error> openContainer();
     void skipLeadingTags();
     bool allocateContexts();
-    void dropMaskedBytes();
+    void dropReadAhead();
     bool chooseAudioStream();
+    [[nodiscard]] bool isOpeningAffordable() const;
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] bool isRoundedDown() const;
     [[nodiscard]] Error openingError() const;
@@ -77,7 +79,9 @@ private:
     std::int64_t m_begin = 0; ///< of the container in the file, behind its leading tags
     std::int64_t m_offset = 0; ///< of the next read, from there
     bool m_masksTags = false;
-    std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and cover
+    std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
+    std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
+    bool m_isProbed = false;
     bool m_isOpen = false;
     int m_readErrorNumber = 0;
     AVIOContext *m_io = nullptr;

@@ -12,6 +12,9 @@ extern "C" {
 
 namespace {
 
+// A second and more of any sound; a damaged rate would make minutes of a frame.
+constexpr int MostFramesAtOnce = 4 << 20;
+
 /// Without a branch, so that the compiler does several at once.
 template <typename T> void makeReasonable(std::span<T> samples)
 {
@@ -121,7 +124,7 @@ bool FrameConverter::configure(const AVFrame &frame)
 bool FrameConverter::run(const unsigned char **input, int inputFrames, std::vector<float> &samples)
 {
     const int room = swr_get_out_samples(m_resampler, inputFrames);
-    if (room < 0)
+    if (room < 0 || room > MostFramesAtOnce)
         return false;
     const auto channels = size_t(m_output.channels);
     const size_t before = samples.size();

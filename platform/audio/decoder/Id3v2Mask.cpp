@@ -17,8 +17,10 @@ std::size_t Id3v2Mask::apply(std::span<std::uint8_t> bytes)
     const std::size_t places = bytes.size() - Id3v2HeaderSize + 1;
     std::size_t ready = places;
     for (std::size_t i = 0; i < places; ++i) {
+        if (bytes[i + version] < 2 || bytes[i + version] > 4)
+            continue;
         const auto header = bytes.subspan(i, Id3v2HeaderSize);
-        if (header[version] < 2 || header[version] > 4 || tagSize(header) == 0)
+        if (tagSize(header) == 0)
             continue;
         header[version] = 0;
         ready = std::max(ready, i + version + 1);

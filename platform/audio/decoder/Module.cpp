@@ -15,7 +15,7 @@ public:
     {
         av_log_set_level(AV_LOG_QUIET);
         // A damaged length field must not cost the machine its memory.
-        av_max_alloc(std::size_t(256) << 20);
+        av_max_alloc(std::size_t(64) << 20);
     }
 
     Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop) const override
