@@ -53,11 +53,12 @@ struct ArtworkLoader::Worker {
     // The worker's thread
     void run();
     Job takeNext(); ///< with the mutex locked and a job there
-    void deliver(const Job &job, const QImage &image);
+    void deliver(Job job, const QImage &image);
 
     std::mutex mutex; ///< guards all below but the flag
     std::condition_variable changed;
     std::vector<Job> jobs; ///< the most recently asked for last
+    std::vector<std::pair<Job, QImage>> done;
     ArtworkLoader *receiver; ///< null once that is gone
     std::atomic<bool> isAbandoned = false;
     bool isRunning = false;
@@ -77,7 +78,7 @@ void ArtworkLoader::Worker::run()
             job.bytes = readFrom(job.files, job.request.picture);
         const QImage image = decodedPicture(job.bytes, job.request.pixels, isAbandoned);
         lock.lock();
-        deliver(job, image);
+        deliver(std::move(job), image);
     }
 }
 
@@ -90,7 +91,7 @@ ArtworkLoader::Job ArtworkLoader::Worker::takeNext()
     return job;
 }
 
-void ArtworkLoader::Worker::deliver(const Job &job, const QImage &image)
+void ArtworkLoader::Worker::deliver(Job job, const QImage &image)
 {
     if (!receiver)
         return;
@@ -98,8 +99,8 @@ void ArtworkLoader::Worker::deliver(const Job &job, const QImage &image)
         if (other.isUrgent && other.request.picture == job.request.picture)
             other.bytes = job.bytes;
     }
-    const auto take = [loader = receiver, job, image] { loader->take(job, image); };
-    QMetaObject::invokeMethod(receiver, take, Qt::QueuedConnection);
+    done.push_back({std::move(job), image});
+    Q_EMIT receiver->delivered({});
 }
 
 ArtworkLoader::ArtworkLoader()
@@ -108,6 +109,7 @@ ArtworkLoader::ArtworkLoader()
 {
     m_lateness.setSingleShot(true);
     m_lateness.setTimerType(Qt::PreciseTimer);
+    connect(this, &ArtworkLoader::delivered, this, &ArtworkLoader::takeDone, Qt::QueuedConnection);
     connect(&m_lateness, &QTimer::timeout, this, &ArtworkLoader::noteLateness);
 }
 
@@ -184,6 +186,17 @@ void ArtworkLoader::hold(const std::optional<Artwork> &artwork)
     }
     if (artwork)
         ask(*artwork, {});
+}
+
+void ArtworkLoader::takeDone()
+{
+    std::vector<std::pair<Job, QImage>> done;
+    {
+        const std::lock_guard lock(m_worker->mutex);
+        done.swap(m_worker->done);
+    }
+    for (const auto &[job, image] : done)
+        take(job, image);
 }
 
 void ArtworkLoader::take(const Job &job, const QImage &image)

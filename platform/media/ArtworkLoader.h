@@ -41,6 +41,8 @@ Q_SIGNALS:
     /// Something else is to be drawn for a picture than was before, at some size.
     void changed(const Fingerprint &picture);
 
+    void delivered(QPrivateSignal); ///< by the worker's thread
+
 private:
     struct Request {
         Fingerprint picture;
@@ -64,6 +66,7 @@ private:
     struct Worker;
 
     void ask(const Artwork &artwork, QSize pixels);
+    void takeDone();
     void take(const Job &job, const QImage &image);
     void noteLateness();
 

@@ -14,9 +14,18 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t MostAhead = 8; // files; each may have a cover of many megabytes
+constexpr std::size_t MostAhead = 8; // files
+constexpr qsizetype MostBytesAhead = 16 << 20; // of their covers, but for the last one's
 constexpr std::size_t Handful = 4; // files that are worth waking somebody for
 constexpr auto Glance = 10ms; // how often the deadline is looked at, which moves on with every file
+
+qsizetype pictureBytes(const MediaContents &contents)
+{
+    qsizetype bytes = 0;
+    for (const MetadataItem &item : contents.items)
+        bytes += item.dataValue() ? item.dataValue()->size() : 0;
+    return bytes;
+}
 
 } // namespace
 
@@ -30,7 +39,12 @@ struct MediaBatch::Shared {
     void read(int self);
     void readNext(int self, std::unique_lock<std::mutex> &lock);
 
-    [[nodiscard]] bool hasEnough() const { return ready.size() >= Handful || next == urls.size(); }
+    [[nodiscard]] bool hasEnough() const
+    {
+        return ready.size() >= Handful || next == urls.size() || !hasRoom();
+    }
+
+    [[nodiscard]] bool hasRoom() const { return ready.size() < MostAhead && bytesAhead < MostBytesAhead; }
 
     /// False where the deadline passes before there is a file to take.
     bool waitForNext(std::unique_lock<std::mutex> &lock);
@@ -39,6 +53,7 @@ struct MediaBatch::Shared {
     std::mutex mutex; ///< guards all below
     std::condition_variable changed;
     std::deque<MediaContents> ready; ///< read, but not taken yet
+    qsizetype bytesAhead = 0; ///< of the pictures in those
     qsizetype next = 0; ///< position of the file behind those
     Patience::Moment deadline = Patience::Moment::max(); ///< of that file, while its medium is asked
     int reader = 0; ///< the number of the one that goes on; others end with the file that they are at
@@ -48,7 +63,7 @@ void MediaBatch::Shared::read(int self)
 {
     std::unique_lock lock(mutex);
     while (self == reader && next < urls.size()) {
-        if (ready.size() < MostAhead)
+        if (hasRoom())
             readNext(self, lock);
         else
             changed.wait(lock);
@@ -72,6 +87,7 @@ void MediaBatch::Shared::readNext(int self, std::unique_lock<std::mutex> &lock)
             return;
         deadline = Patience::Moment::max();
     }
+    bytesAhead += pictureBytes(contents);
     ready.push_back(std::move(contents));
     ++next;
     if (hasEnough())
@@ -106,6 +122,7 @@ MediaAsset MediaBatch::take()
     std::unique_lock lock(m_shared->mutex);
     if (m_shared->ready.empty() && !m_shared->waitForNext(lock))
         return giveUp(url);
+    m_shared->bytesAhead -= pictureBytes(m_shared->ready.front());
     MediaAsset asset(std::move(m_shared->ready.front()));
     m_shared->ready.pop_front();
     m_shared->changed.notify_all();

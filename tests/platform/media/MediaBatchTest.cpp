@@ -1,11 +1,13 @@
 #include "platform/media/MediaBatch.h"
 #include "platform/media/MediaReader.h"
+#include "tests/TaggedFile.h"
 #include "tests/platform/audio/FaultyMedium.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
+#include <malloc.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -24,6 +26,23 @@ QList<QUrl> filesOf(const QString &folder)
     for (const QFileInfo &info : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
         urls.append(QUrl::fromLocalFile(info.filePath()));
     return urls;
+}
+
+double heapMebibytes()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd) / (1 << 20);
+}
+
+/// Whether all threads but this one wait for something.
+bool othersSleep()
+{
+    for (const QString &thread : QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(u"/proc/self/task/"_s + thread + u"/stat"_s);
+        if (thread.toInt() != gettid() && file.open(QIODevice::ReadOnly) && !file.readAll().contains(") S "))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -77,6 +96,22 @@ private Q_SLOTS:
         QCOMPARE(title(media.take(urls.at(0))), u"Título 2.3"_s);
         QCOMPARE(title(media.take(urls.at(3))), u" "_s);
         QCOMPARE(media.take().duration().value, MediaAsset(urls.at(2)).duration().value);
+    }
+
+    void largeCoversAreNotReadFarAhead()
+    {
+        constexpr int side = 1'800; // 12 MB
+        const CoverFiles files;
+        QList<QUrl> urls;
+        for (int i = 0; i < 8; ++i)
+            urls.append(files.save(QString::number(i), QByteArray(side * side * 4, 'x')));
+        const double before = heapMebibytes();
+        MediaBatch media(urls);
+        QTRY_VERIFY(heapMebibytes() - before > 20 && othersSleep());
+        const double more = heapMebibytes() - before;
+        QVERIFY2(more < 40, qPrintable(QString::number(more)));
+        for (qsizetype i = 0; i < urls.size(); ++i)
+            QCOMPARE(media.take().firstPicture().size(), side * side * 4);
     }
 
     void batchMayEndBeforeItsFiles()
