@@ -31,7 +31,7 @@ void startNoSessionBus()
 
 int main(int argc, char *argv[])
 {
-    replaceClosedStandardStreams();
+    guardStandardStreams();
     // Nothing of a run is kept for the next one, so there is no session to take part in.
     qunsetenv("SESSION_MANAGER");
     startNoSessionBus();

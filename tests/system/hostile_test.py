@@ -75,9 +75,10 @@ class Hostile(Scenario):
 
     def test_failed_loads_are_survived_without_a_standard_output(self):
         bad, good = self.write("01 empty.mp3", b""), self.canary.as_uri()
-        for redirection in (">&-", ">&- 2>&-", "> >(true)", ">/dev/full"):
+        for redirection in (">&-", ">&- 2>&-", "> >(true)", "> >(true) 2>&1", ">/dev/full"):
             with self.subTest(redirection):
-                self.start_with(bad, good, prefix=["bash", "-c", f'exec "$0" {redirection}'])
+                noisy = {"QT_LOGGING_RULES": "*.debug=true"}  # on standard error
+                self.start_with(bad, good, prefix=["bash", "-c", f'exec "$0" {redirection}'], environment=noisy)
                 self.desktop.click(*self.window.middle_of_row(1))
                 self.desktop.key("Return")
                 self.capture.wait_for_pitch(440)
