@@ -101,7 +101,7 @@ private Q_SLOTS:
         report("hole", double(silent) / Capture::rate * 1000);
         QVERIFY(silent < Capture::rate * 120 / 1000);
         QVERIFY(capture().latency(call, settled) < 120);
-        QVERIFY(capture().isContiguous(settled, capture().frames(), capture().place(settled)));
+        QVERIFY(isContiguous(settled, capture().frames(), capture().place(settled)));
         QVERIFY(capture().isSmooth(2, first));
     }
 
@@ -117,7 +117,7 @@ private Q_SLOTS:
         QCOMPARE(m_player->currentIndex(), std::optional<qsizetype>(0));
         const std::int64_t first = capture().firstFrame(0, true);
         QVERIFY(capture().frames() - first > Capture::rate / 2);
-        QVERIFY(capture().isContiguous(first, capture().frames()));
+        QVERIFY(isContiguous(first, capture().frames()));
     }
 
     void tracksFollowEachOtherSoonAndInFull()

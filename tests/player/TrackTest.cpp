@@ -1,5 +1,5 @@
-#include "platform/media/MediaContents.h"
 #include "player/Track.h"
+#include "platform/media/MediaContents.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -71,13 +71,19 @@ public:
         return true;
     }
 
-    /// Whether the frames from `from` on are the track from `start` seconds on, without a hole.
+    /// How far the frames from `from` on are the track from `start` seconds on, without a hole: the first frame that
+    /// is not, or `to`.
+    [[nodiscard]] std::int64_t contiguousEnd(std::int64_t from, std::int64_t to, double start) const
+    {
+        std::int64_t frame = from;
+        while (frame < to && isSounding(frame)
+            && std::abs(place(frame) - start - double(frame - from) / rate) <= 1e-3)
+            ++frame;
+        return frame;
+    }
+
     [[nodiscard]] bool isContiguous(std::int64_t from, std::int64_t to, double start = 0) const
     {
-        for (std::int64_t frame = from; frame < to; ++frame) {
-            if (!isSounding(frame) || std::abs(place(frame) - start - double(frame - from) / rate) > 1e-3)
-                return false;
-        }
-        return true;
+        return contiguousEnd(from, to, start) >= to;
     }
 };

@@ -42,7 +42,7 @@ private Q_SLOTS:
         const std::int64_t first = capture().firstFrame(0, true);
         QVERIFY(capture().isSmooth(1));
         QVERIFY(std::abs(capture().place(first)) < 1e-4);
-        QVERIFY(capture().isContiguous(first, first + 10'000));
+        QVERIFY(isContiguous(first, first + 10'000));
         report("play", capture().latency(call, first));
         QVERIFY(capture().latency(call, first) < 40);
     }
@@ -129,7 +129,7 @@ private Q_SLOTS:
         QVERIFY(capture().latency(call, changed) > 0);
         QVERIFY(capture().latency(call, changed) < 60);
         QVERIFY(capture().isSmooth(0.5, first + PositionCapture::fade));
-        QVERIFY(capture().isContiguous(first, capture().frames()));
+        QVERIFY(isContiguous(first, capture().frames()));
     }
 
     void positionIsWhatIsHeard()
@@ -189,12 +189,15 @@ private Q_SLOTS:
             QVERIFY2(capture().place(frame) <= expected && capture().place(frame) > expected - 0.12,
                 qPrintable(u"%1 for %2"_s.arg(capture().place(frame)).arg(expected)));
         }
+        int leaps = 0;
         for (std::int64_t frame = first + PositionCapture::fade; frame < capture().frames(); ++frame) {
             QVERIFY(std::abs(capture().gain(frame) - 1) < 1e-3);
             // A fade of 16 ms from one end of the track to the other, a few of them at once.
             const double step = std::abs(capture().place(frame) - capture().place(frame - 1));
-            QVERIFY2(step < 5 * 19 / (0.016 * Capture::rate), qPrintable(QString::number(step)));
+            leaps += step < 5 * 19 / (0.016 * Capture::rate) ? 0 : 1;
         }
+        // One for a period that the server drops during a fade; a player that does not fade leaps at each seek.
+        QVERIFY2(leaps <= (dropsPeriods() ? 2 : 0), qPrintable(QString::number(leaps)));
     }
 
     void endIsReportedWhenItWasHeard()
@@ -243,7 +246,7 @@ private Q_SLOTS:
             u"kill -STOP %1; sleep 0.2; kill -CONT %1"_s.arg(QCoreApplication::applicationPid());
         QVERIFY(QProcess::startDetached(u"sh"_s, {u"-c"_s, script}));
         QVERIFY(capture().record(1));
-        QVERIFY(capture().isContiguous(first, capture().frames()));
+        QVERIFY(isContiguous(first, capture().frames()));
     }
 };
 

@@ -1,10 +1,27 @@
 #include "tests/platform/audio/SoundServerTest.h"
 
 #include <QDir>
+#include <QFile>
 #include <QMetaMethod>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype RunsPerChance = 20; // of functions, of which one may need a second chance
+
+constexpr int MostDrops = 2; // of a server, in one piece of sound
+
+/// Tells the file that the environment names, for what judges all programs of a run together.
+void noteInLog(bool isGood)
+{
+    QFile log(qEnvironmentVariable("SOUND_TEST_LOG"));
+    if (log.open(QIODevice::Append))
+        log.write(isGood ? "good\n" : "again\n");
+}
+
+} // namespace
 
 int SoundServerTest::run(int argc, char *argv[])
 {
@@ -15,11 +32,15 @@ int SoundServerTest::run(int argc, char *argv[])
     bool allPass = !names.isEmpty();
     for (const PulseDaemon::Kind kind : {PulseDaemon::Kind::PulseAudio, PulseDaemon::Kind::PipeWire}) {
         m_kind = kind;
-        qInfo("With %s:", kind == PulseDaemon::Kind::PulseAudio ? "PulseAudio" : "PipeWire");
+        qInfo("With %s:", kindName());
         for (const QString &name : std::as_const(names))
             allPass = passes(name) && allPass;
     }
-    return allPass ? 0 : 1;
+    const qsizetype runs = 2 * names.size();
+    if (m_secondChances > 0)
+        qWarning(
+            "%d of %lld functions needed a second chance.", m_secondChances, static_cast<long long>(runs));
+    return allPass && m_secondChances * RunsPerChance <= std::max(runs, RunsPerChance) ? 0 : 1;
 }
 
 void SoundServerTest::report(const char *name, double milliseconds)
@@ -31,6 +52,28 @@ bool SoundServerTest::mayBeDropped(double frames) const
 {
     constexpr double period = 512; // as PulseDaemon sets it
     return dropsPeriods() && frames > period / 2 && std::abs(std::remainder(frames, period)) < 1.5;
+}
+
+bool SoundServerTest::isContiguous(std::int64_t from, std::int64_t to, double start)
+{
+    const auto isDropped = [this](double frames) { return std::abs(frames) < 1.5 || mayBeDropped(frames); };
+    for (int drops = 0; drops <= MostDrops; ++drops) {
+        const std::int64_t end = capture().contiguousEnd(from, to, start);
+        if (end >= to)
+            return true;
+        const std::int64_t next = capture().firstFrame(end, true);
+        const double left = (capture().place(next) - start) * Capture::rate - double(end - from);
+        if (!dropsPeriods() || next >= to || !isDropped(double(next - end)) || !isDropped(left))
+            return false;
+        from = next;
+        start = capture().place(next);
+    }
+    return false;
+}
+
+const char *SoundServerTest::kindName() const
+{
+    return m_kind == PulseDaemon::Kind::PulseAudio ? "PulseAudio" : "PipeWire";
 }
 
 /// Names of all tests.
@@ -46,15 +89,19 @@ QStringList SoundServerTest::functions() const
 }
 
 /// Runs one function. On a machine that is busy with other things, a sound server or the capture drops a
-/// period now and then, whoever plays: what fails has two more chances, and five where that is usual.
+/// period now and then, whoever plays: what fails is told, and has a second chance.
 bool SoundServerTest::passes(const QString &function)
 {
-    const int attempts = dropsPeriods() ? 6 : 3;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        if (QTest::qExec(this, {QCoreApplication::applicationFilePath(), function}) == 0)
-            return true;
+    const auto runs = [&] {
+        return QTest::qExec(this, {QCoreApplication::applicationFilePath(), function}) == 0;
+    };
+    const bool isFirstGood = runs();
+    if (!isFirstGood) {
+        ++m_secondChances;
+        qWarning("A second chance for %s with %s.", qPrintable(function), kindName());
     }
-    return false;
+    noteInLog(isFirstGood);
+    return isFirstGood || runs();
 }
 
 void SoundServerTest::stopAll()
