@@ -276,7 +276,7 @@ bool PlayerManager::isListed(const QUrl &url)
     if (!m_listedFiles) {
         m_listedFiles.emplace();
         for (const Track &track : playlist())
-            m_listedFiles->insert(track.filePath());
+            ++(*m_listedFiles)[track.filePath()];
     }
     return m_listedFiles->contains(standardizedFilePath(url));
 }
@@ -285,7 +285,7 @@ void PlayerManager::append(const Track &track)
 {
     editPlaylist([&track](QList<Track> &tracks) { tracks.append(track); });
     if (m_listedFiles)
-        m_listedFiles->insert(track.filePath());
+        ++(*m_listedFiles)[track.filePath()];
 }
 
 /// One write of the playlist after which the caller brings m_listedFiles into step with it.
@@ -305,8 +305,8 @@ void PlayerManager::removeTrack(const Track &track)
     const bool isCurrent = currentTrack() == track;
     const QByteArray path = playlist().at(index).filePath();
     editPlaylist([index](QList<Track> &tracks) { tracks.removeAt(index); });
-    if (m_listedFiles)
-        m_listedFiles->erase(m_listedFiles->find(path));
+    if (m_listedFiles && --(*m_listedFiles)[path] == 0)
+        m_listedFiles->remove(path);
     if (!isCurrent)
         return;
 

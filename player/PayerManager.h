@@ -4,12 +4,12 @@
 #include "player/Published.h"
 #include "player/Track.h"
 
+#include <QHash>
 #include <QList>
 #include <QTimer>
 #include <memory>
 #include <optional>
 #include <set>
-#include <unordered_set>
 
 /// The player: the playlist, the current track, its sound, and every operation that changes them.
 ///
@@ -89,7 +89,7 @@ private:
     std::unique_ptr<AudioPlayer> m_audioPlayer;
     QTimer m_progressTimer{this}; ///< active only while isPlaying
     QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end
-    /// The paths of all tracks, kept in step by the operations; none after a write from outside.
-    std::optional<std::unordered_multiset<QByteArray>> m_listedFiles;
+    /// How many tracks a path has, kept in step by the operations; none after a write from outside.
+    std::optional<QHash<QByteArray, qsizetype>> m_listedFiles;
     bool m_keepsListedFiles = false; ///< of the write that is under way
 };

@@ -520,6 +520,21 @@ private Q_SLOTS:
         row("of listed files", playing, add("cab"_L1), {});
         row("with none current", listed, add("d"_L1),
             u"grant d, playlist abcd, "_s + load(u'a') + u"isPlaying false"_s);
+        row(
+            "with none current beside an audio player",
+            [](Fixture &f) {
+                playing(f);
+                f.player.currentTrack = std::nullopt;
+            },
+            add("d"_L1),
+            u"grant d, playlist abcd, timer off, "_s + load(u'a', u"a"_s) + u"isPlaying false"_s);
+        row(
+            "with a current track that is not loaded",
+            [](Fixture &f) {
+                listed(f);
+                f.player.currentTrack = f.track(0);
+            },
+            add("d"_L1), u"grant d, playlist abcd"_s);
         row("of nothing with none current", listed, add(""_L1), load(u'a') + u"isPlaying false"_s);
         row("of nothing", empty, add(""_L1), {});
         row(

@@ -77,7 +77,7 @@ class Hostile(Scenario):
         bad, good = self.write("01 empty.mp3", b""), self.canary.as_uri()
         for redirection in (">&-", ">&- 2>&-", "> >(true)", "> >(true) 2>&1", ">/dev/full"):
             with self.subTest(redirection):
-                noisy = {"QT_LOGGING_RULES": "*.debug=true"}  # on standard error
+                noisy = {"QT_LOGGING_RULES": "qt.core.library.debug=true"}  # on standard error
                 self.start_with(bad, good, prefix=["bash", "-c", f'exec "$0" {redirection}'], environment=noisy)
                 self.desktop.click(*self.window.middle_of_row(1))
                 self.desktop.key("Return")
