@@ -10,10 +10,11 @@
 
 namespace {
 
-bool takesBytes(int descriptor)
+/// Whether a write does not wait: there is room, or it fails.
+bool answersAtOnce(int descriptor)
 {
     pollfd output = {descriptor, POLLOUT, 0};
-    return poll(&output, 1, 0) == 1 && (output.revents & POLLOUT) != 0;
+    return poll(&output, 1, 0) == 1;
 }
 
 } // namespace
@@ -31,7 +32,7 @@ void printLine(const QString &line)
 {
     const QByteArray bytes = line.toUtf8() + '\n';
     QByteArrayView rest = bytes;
-    while (!rest.isEmpty() && takesBytes(STDOUT_FILENO)) {
+    while (!rest.isEmpty() && answersAtOnce(STDOUT_FILENO)) {
         // A pipe that takes any bytes has room for this many.
         const auto size = std::min<std::size_t>(static_cast<std::size_t>(rest.size()), PIPE_BUF);
         const ssize_t written = write(STDOUT_FILENO, rest.data(), size);
