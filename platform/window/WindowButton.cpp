@@ -3,12 +3,21 @@
 #include "platform/window/Foreground.h"
 
 #include <QPainter>
+#include <QPainterPath>
+#include <QtMath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double SignRadius = 4.5;
+constexpr double SignSide = 9; // points
+constexpr double StrokeWidth = 1.5;
+
+/// The nearest even number below.
+int even(double number)
+{
+    return 2 * qFloor(number / 2);
+}
 
 QString nameOf(WindowButton::Kind kind)
 {
@@ -25,30 +34,41 @@ QString nameOf(WindowButton::Kind kind)
     return {};
 }
 
-void drawRestore(QPainter &painter, const QRectF &square)
+void drawRestore(QPainter &painter, const QRectF &square, double point)
 {
-    const QRectF front = square.adjusted(0, 2, -2, 0);
-    painter.drawRoundedRect(front, 1.5, 1.5);
+    const double shift = painter.pen().widthF() + qRound(point); // a point between the lines
+    const QRectF front = square.adjusted(0, shift, -shift, 0);
+    painter.drawRoundedRect(front, 1.5 * point, 1.5 * point);
     const QPointF corner = square.topRight();
     painter.drawPolyline(
-        QPolygonF({{front.left() + 2, corner.y()}, corner, {corner.x(), front.bottom() - 2}}));
+        QPolygonF({{front.left() + shift, corner.y()}, corner, {corner.x(), front.bottom() - shift}}));
 }
 
-void drawSign(QPainter &painter, WindowButton::Kind kind, const QRectF &square)
+/// As one line, so that the crossing is no darker.
+void drawCross(QPainter &painter, const QRectF &square)
+{
+    QPainterPath cross(square.topLeft());
+    cross.lineTo(square.bottomRight());
+    cross.moveTo(square.topRight());
+    cross.lineTo(square.bottomLeft());
+    painter.drawPath(cross);
+}
+
+/// In a square of device pixels, so many of which make a point.
+void drawSign(QPainter &painter, WindowButton::Kind kind, const QRectF &square, double point)
 {
     switch (kind) {
     case WindowButton::Kind::Close:
-        painter.drawLine(square.topLeft(), square.bottomRight());
-        painter.drawLine(square.topRight(), square.bottomLeft());
+        drawCross(painter, square);
         break;
     case WindowButton::Kind::Minimize:
         painter.drawLine(QLineF(square.left(), square.center().y(), square.right(), square.center().y()));
         break;
     case WindowButton::Kind::Zoom:
-        painter.drawRoundedRect(square, 2, 2);
+        painter.drawRoundedRect(square, 2 * point, 2 * point);
         break;
     case WindowButton::Kind::Restore:
-        drawRestore(painter, square);
+        drawRestore(painter, square, point);
         break;
     }
 }
@@ -92,9 +112,18 @@ void WindowButton::paintEvent(QPaintEvent *)
     painter.setBrush(foreground(palette(), backgroundOpacity()));
     painter.drawEllipse(contentsRect());
     const bool isProminent = isActiveWindow() || underMouse();
-    painter.setPen(QPen(foreground(palette(), isProminent ? 0.8F : 0.4F), 1.5, Qt::SolidLine, Qt::RoundCap));
+    const QColor color = foreground(palette(), isProminent ? 0.8F : 0.4F);
+
+    // Lines of whole pixels that begin and end with them: side and width together are odd or even as the width is.
+    const double point = painter.deviceTransform().m11();
+    const QPointF exact = painter.deviceTransform().map(QRectF(contentsRect()).center());
+    const int width = qRound(StrokeWidth * point);
+    const int side = even(SignSide * point);
+    const int whole = side + width;
+    const QPointF corner(qRound(exact.x() - whole / 2.0), qRound(exact.y() - whole / 2.0));
+    const QPointF inset(width / 2.0, width / 2.0);
+    painter.setWorldTransform(painter.deviceTransform().inverted(), true);
+    painter.setPen(QPen(color, width, Qt::SolidLine, Qt::RoundCap));
     painter.setBrush(Qt::NoBrush);
-    const QPointF reach(SignRadius, SignRadius);
-    const QPointF middle = QRectF(contentsRect()).center();
-    drawSign(painter, m_kind, QRectF(middle - reach, middle + reach));
+    drawSign(painter, m_kind, QRectF(corner + inset, QSizeF(side, side)), point);
 }

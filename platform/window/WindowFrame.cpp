@@ -5,6 +5,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QtMath>
 
 namespace {
 
@@ -81,8 +82,15 @@ void WindowFrame::paintEvent(QPaintEvent *)
         painter.fillPath(outside, Qt::black);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
-    painter.setPen(QPen(foreground(palette(), HairlineOpacity), 1));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    // Whole pixels along the outermost ones of the window: a part of one would make it two wide and faint.
+    const double ratio = painter.deviceTransform().m11();
+    const int width = qFloor(ratio);
+    const QRectF exact = painter.deviceTransform().mapRect(QRectF(rect()));
+    const QRectF edge(exact.topLeft(), QSizeF(qFloor(exact.width()), qFloor(exact.height())));
+    const double half = width / 2.0;
+    painter.setWorldTransform(painter.deviceTransform().inverted(), true);
+    painter.setPen(QPen(foreground(palette(), HairlineOpacity), width));
+    painter.drawRoundedRect(edge.adjusted(half, half, -half, -half), radius * ratio, radius * ratio);
 }
 
 void WindowFrame::resizeEvent(QResizeEvent *)

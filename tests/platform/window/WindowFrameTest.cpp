@@ -1,6 +1,8 @@
 #include "platform/window/WindowFrame.h"
 
+#include <QPainter>
 #include <QTest>
+#include <QtMath>
 
 using namespace Qt::StringLiterals;
 
@@ -33,6 +35,50 @@ private Q_SLOTS:
         QFETCH(const QPoint, point);
         QFETCH(const Qt::Edges, edges);
         QCOMPARE(WindowFrame::edgesAt(point, {720, 620}), edges);
+    }
+
+    void hairlineIsOneSharpLine_data()
+    {
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<int>("thickness"); // device pixels
+        QTest::newRow("1") << 1.0 << 1;
+        QTest::newRow("1.25") << 1.25 << 1;
+        QTest::newRow("1.5") << 1.5 << 1;
+        QTest::newRow("1.75") << 1.75 << 1;
+        QTest::newRow("2") << 2.0 << 2;
+        QTest::newRow("3") << 3.0 << 3;
+    }
+    void hairlineIsOneSharpLine()
+    {
+        QFETCH(const double, scale);
+        QFETCH(const int, thickness);
+        for (const QSize size : {QSize(720, 620), QSize(721, 623)}) {
+            QWidget window;
+            QPalette black;
+            black.setColor(QPalette::WindowText, Qt::black);
+            window.setPalette(black);
+            WindowFrame frame(&window);
+            frame.resize(size);
+            const int width = qFloor(size.width() * scale);
+            const int height = qFloor(size.height() * scale);
+            QImage screen(width, height, QImage::Format_RGB32);
+            screen.setDevicePixelRatio(scale);
+            screen.fill(Qt::white);
+            QPainter painter(&screen);
+            frame.render(&painter, {}, {}, QWidget::DrawChildren);
+            painter.end();
+            const int grey = qRound(255 * (1 - 0.18));
+            const auto isLine = [&](int x, int y) { return std::abs(qRed(screen.pixel(x, y)) - grey) <= 1; };
+            for (int i = 0; i < 8; ++i) {
+                const bool isInLine = i < thickness;
+                for (const QPoint pixel : {QPoint(i, 300), QPoint(width - 1 - i, 300), QPoint(300, i),
+                         QPoint(300, height - 1 - i)}) {
+                    const QColor color = screen.pixelColor(pixel);
+                    QVERIFY2(isInLine ? isLine(pixel.x(), pixel.y()) : color == Qt::white,
+                        qPrintable(u"%1, %2: %3"_s.arg(pixel.x()).arg(pixel.y()).arg(color.name())));
+                }
+            }
+        }
     }
 
     void pointerShowsWhereTheEdgeGoes_data()
