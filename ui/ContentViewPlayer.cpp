@@ -190,7 +190,7 @@ QBoxLayout *ContentView::times()
 
 QBoxLayout *ContentView::tools()
 {
-    auto *speaker = new SymbolView(volumeSymbol(), 13);
+    auto *speaker = new SymbolView(u"speaker.wave.3.fill"_s, 13); // the widest
     speaker->setFixedWidth(20);
     auto *percentage = new Label(fixedFont(11), Label::Tone::Secondary);
     percentage->setAlignment(Qt::AlignRight);

@@ -3,6 +3,7 @@
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
 #include "ui/Fonts.h"
+#include "ui/InvitationLayout.h"
 #include "ui/Layout.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Divider.h"
@@ -128,20 +129,9 @@ QWidget *ContentView::emptyPlaylist()
     button->setAccessibleDescription(empty); // who comes here by keys has not seen it
     connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
 
-    // The least window has no room for the full gaps.
-    QBoxLayout *content = vertical(0,
-        {
-            yieldingGap(4, 30, true),
-            new SymbolView(u"music.note.list"_s, 42, QFont::Light),
-            yieldingGap(2, 14),
-            centeredText(empty, headline, Label::Tone::Primary),
-            yieldingGap(2, 14),
-            centeredText(formats, systemFont(13), Label::Tone::Secondary),
-            yieldingGap(2, 14),
-            button,
-            yieldingGap(4, 30, true),
-        });
-    QWidget *view = yieldingWidgetOf(padded(content, {30, 0, 30, 0}));
+    QWidget *view = widgetOf(new InvitationLayout(new SymbolView(u"music.note.list"_s, 42, QFont::Light),
+        centeredText(empty, headline, Label::Tone::Primary),
+        centeredText(formats, systemFont(13), Label::Tone::Secondary), button));
     view->setFocusProxy(button);
     return view;
 }

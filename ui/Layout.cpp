@@ -4,25 +4,6 @@
 
 namespace {
 
-class YieldingGap : public QSpacerItem {
-public:
-    YieldingGap(int least, int preferred, QSizePolicy::Policy policy)
-        : QSpacerItem(0, preferred, QSizePolicy::Minimum, policy)
-        , m_least(least)
-    {
-    }
-
-    [[nodiscard]] QSize minimumSize() const override { return {0, m_least}; }
-
-private:
-    int m_least;
-};
-
-class YieldingWidget : public QWidget {
-public:
-    [[nodiscard]] bool hasHeightForWidth() const override { return false; }
-};
-
 Qt::Alignment alignmentOf(const QWidget &widget)
 {
     const bool growsSideways = widget.sizePolicy().horizontalPolicy() & QSizePolicy::GrowFlag;
@@ -47,8 +28,6 @@ void StackItem::addTo(QBoxLayout &stack) const
         stack.addWidget(m_widget, 0, alignmentOf(*m_widget));
     else if (m_layout)
         stack.addLayout(m_layout);
-    else if (m_gap)
-        stack.addSpacerItem(m_gap);
     else
         stack.addStretch();
 }
@@ -72,11 +51,6 @@ QLayout *overlay(std::initializer_list<QWidget *> children)
     return layout;
 }
 
-QSpacerItem *yieldingGap(int least, int preferred, bool isGrowing)
-{
-    return new YieldingGap(least, preferred, isGrowing ? QSizePolicy::Expanding : QSizePolicy::Maximum);
-}
-
 QBoxLayout *padded(QBoxLayout *layout, const QMargins &padding)
 {
     layout->setContentsMargins(padding);
@@ -86,13 +60,6 @@ QBoxLayout *padded(QBoxLayout *layout, const QMargins &padding)
 QWidget *widgetOf(QLayout *layout)
 {
     auto *widget = new QWidget;
-    widget->setLayout(layout);
-    return widget;
-}
-
-QWidget *yieldingWidgetOf(QLayout *layout)
-{
-    auto *widget = new YieldingWidget;
     widget->setLayout(layout);
     return widget;
 }

@@ -19,10 +19,6 @@ public:
         : m_layout(layout)
     {
     }
-    StackItem(QSpacerItem *gap)
-        : m_gap(gap)
-    {
-    }
     StackItem(Spacer) { }
 
     void addTo(QBoxLayout &stack) const;
@@ -30,7 +26,6 @@ public:
 private:
     QWidget *m_widget = nullptr;
     QLayout *m_layout = nullptr;
-    QSpacerItem *m_gap = nullptr;
 };
 
 // Layouts read like the picture they make. The widget on which the outermost layout is set comes to own
@@ -45,16 +40,8 @@ private:
 /// Children on top of each other from back to front, all of them filling the whole area.
 [[nodiscard]] QLayout *overlay(std::initializer_list<QWidget *> children);
 
-/// A gap in a vertical stack that shrinks down to `least` if there is no room for `preferred`, and grows if
-/// `isGrowing`. All in points.
-[[nodiscard]] QSpacerItem *yieldingGap(int least, int preferred, bool isGrowing = false);
-
 /// The same layout with room around it.
 [[nodiscard]] QBoxLayout *padded(QBoxLayout *layout, const QMargins &padding);
 
 /// A widget that holds the layout, for what needs one.
 [[nodiscard]] QWidget *widgetOf(QLayout *layout);
-
-/// The same, for a layout with texts that wrap and gaps that yield. (A box layout never shrinks what asks for
-/// a height that depends on its width; this widget asks for none.)
-[[nodiscard]] QWidget *yieldingWidgetOf(QLayout *layout);

@@ -1,9 +1,9 @@
 #include "ui/Symbol.h"
 
+#include "ui/DevicePixels.h"
 #include "ui/SymbolDrawing.h"
 
 #include <QFile>
-#include <QPaintDevice>
 #include <QPainter>
 #include <QPixmapCache>
 #include <QSvgRenderer>
@@ -50,12 +50,6 @@ QPixmap render(const QString &name, int pixels, const QColor &color, QFont::Weig
     return QPixmap::fromImage(image);
 }
 
-/// Makes one unit of the painter one device pixel, with the same origin as the device.
-void enterDevicePixels(QPainter &painter)
-{
-    painter.setWorldTransform(painter.deviceTransform().inverted(), true);
-}
-
 } // namespace
 
 int symbolExtent(int pointSize)
@@ -76,17 +70,37 @@ QPixmap symbolPixmap(const QString &name, int pixels, const QColor &color, QFont
     return pixmap;
 }
 
+QRect symbolInk(const QString &name, int pointSize, QFont::Weight weight)
+{
+    constexpr int HardlySeen = 16; // of 255
+    const QImage image = symbolPixmap(name, symbolExtent(pointSize), Qt::black, weight).toImage();
+    QRect ink;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(image.pixel(x, y)) > HardlySeen)
+                ink |= QRect(x, y, 1, 1);
+        }
+    }
+    return ink;
+}
+
 void drawSymbol(QPainter &painter, const QRectF &area, const QString &name, int pointSize,
     const QColor &color, QFont::Weight weight)
 {
     const QPointF middle = painter.deviceTransform().mapRect(area).center();
     const QPoint doubled(qRound(2 * middle.x()), qRound(2 * middle.y()));
-    const double ratio = painter.device()->devicePixelRatioF();
-    const int pixels = centrableLength(symbolExtent(pointSize) * ratio, doubled.x());
+    const int pixels = centrableLength(symbolExtent(pointSize) * devicePixels(painter), doubled.x());
     const QPixmap pixmap = symbolPixmap(name, pixels, color, weight);
     painter.save();
     enterDevicePixels(painter);
     painter.drawPixmap(
         QPointF((doubled.x() - pixels) / 2.0, std::floor((doubled.y() - pixels) / 2.0)), pixmap);
     painter.restore();
+}
+
+QRectF squareByInk(const QRectF &area, const QString &name, int pointSize, QFont::Weight weight)
+{
+    const QPointF corner = area.center() - QRectF(symbolInk(name, pointSize, weight)).center();
+    // On whole points, where the symbol is as large as its ink was measured.
+    return {QPointF(std::floor(corner.x()), std::floor(corner.y())), QSizeF(1, 1) * symbolExtent(pointSize)};
 }

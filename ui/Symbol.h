@@ -3,10 +3,10 @@
 #include <QColor>
 #include <QFont>
 #include <QPixmap>
+#include <QRectF>
 #include <QString>
 
 class QPainter;
-class QRectF;
 
 /// The side of the square that a symbol of this font size takes, in device-independent pixels.
 [[nodiscard]] int symbolExtent(int pointSize);
@@ -16,7 +16,15 @@ class QRectF;
 [[nodiscard]] QPixmap symbolPixmap(
     const QString &name, int pixels, const QColor &color, QFont::Weight weight = QFont::Normal);
 
+/// Where the ink of a symbol lies in its square for a font of `pointSize`, without what is hardly seen; in
+/// device-independent pixels.
+[[nodiscard]] QRect symbolInk(const QString &name, int pointSize, QFont::Weight weight = QFont::Normal);
+
 /// Draws the symbol for a font of `pointSize` device-independent pixels in the middle of `area`, on whole
 /// device pixels.
 void drawSymbol(QPainter &painter, const QRectF &area, const QString &name, int pointSize,
     const QColor &color, QFont::Weight weight = QFont::Normal);
+
+/// The square in which a symbol's ink lies in the middle of `area`.
+[[nodiscard]] QRectF squareByInk(
+    const QRectF &area, const QString &name, int pointSize, QFont::Weight weight = QFont::Normal);

@@ -41,7 +41,7 @@ Span onPixels(const Span &span, int pixels)
     return {isBeforeMiddle ? std::floor(start + 0.5 + Tie) : std::ceil(start - 0.5 - Tie), length};
 }
 
-/// Fits shapes that are given by points, with the strokes around them, to the pixels.
+/// Fits circles and shapes that are given by points, with the strokes around them, to the pixels.
 class PixelFit {
 public:
     PixelFit(double stroke, int pixels)
@@ -51,7 +51,22 @@ public:
     {
     }
 
-    void fit(QXmlStreamAttributes &attributes) const
+    void fitCircle(QXmlStreamAttributes &attributes) const
+    {
+        const auto number = [&](QLatin1StringView name) { return attributes.value(name).toDouble(); };
+        // The middle one of several can only be centred; all of them are as large as it.
+        const double exact = (2 * number("r"_L1) + m_stroke) * m_scale;
+        const double diameter = centrableLength(exact, m_pixels) / m_scale;
+        const double inner = std::max(0.0, diameter - m_stroke);
+        const Span across = fitted(number("cx"_L1) - inner / 2, inner);
+        const Span down = fitted(number("cy"_L1) - inner / 2, inner);
+        attributes.clear();
+        attributes.append(u"cx"_s, QString::number(across.start + across.length / 2, 'f', 6));
+        attributes.append(u"cy"_s, QString::number(down.start + down.length / 2, 'f', 6));
+        attributes.append(u"r"_s, QString::number(inner / 2, 'f', 6));
+    }
+
+    void fitPoints(QXmlStreamAttributes &attributes) const
     {
         QPolygonF points = parsed(attributes.value(u"points"_s));
         const QRectF box = points.boundingRect();
@@ -134,7 +149,9 @@ QByteArray symbolDrawing(const QByteArray &svg, QFont::Weight weight, int pixels
         if (reader.name() == u"svg")
             attributes.append(u"stroke-width"_s, QString::number(stroke));
         else if (attributes.hasAttribute(u"points"_s))
-            pixelFit.fit(attributes);
+            pixelFit.fitPoints(attributes);
+        else if (reader.name() == u"circle")
+            pixelFit.fitCircle(attributes);
         writer.writeStartElement(reader.name().toString());
         writer.writeAttributes(attributes);
     }

@@ -23,6 +23,13 @@ QColor mixed(const QColor &top, double opacity, const QColor &bottom)
         mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()), mix(top.blueF(), bottom.blueF()));
 }
 
+void addScales()
+{
+    QTest::addColumn<double>("scale");
+    for (const double scale : {1.0, 1.25, 1.5, 2.0})
+        QTest::addRow("%g", scale) << scale;
+}
+
 struct LookFixture : ViewFixture {
     [[nodiscard]] Button &button(const QString &name) const { return *find<Button>(name); }
 
@@ -33,7 +40,14 @@ struct LookFixture : ViewFixture {
     }
 
     /// How a piece looks, with what lies behind it.
-    [[nodiscard]] QImage look(const QWidget &piece) { return view.grab(place(piece)).toImage(); }
+    [[nodiscard]] QImage look(const QWidget &piece, double scale = 1)
+    {
+        QImage screen((QSizeF(view.size()) * scale).toSize(), QImage::Format_RGB32);
+        screen.setDevicePixelRatio(scale);
+        view.render(&screen);
+        const QRectF area(place(piece));
+        return screen.copy(QRectF(area.topLeft() * scale, area.size() * scale).toRect());
+    }
 
     static void hover(QWidget &piece, bool isOver)
     {
@@ -213,9 +227,67 @@ private Q_SLOTS:
         Button &button = f.prominentButton();
         const int middle = button.height() / 2;
         button.setFocus(Qt::TabFocusReason);
-        QCOMPARE(f.at(button, {2, middle}), windowBackgroundColor(f.view.palette()));
+        QVERIFY(distance(f.at(button, {2, middle}), f.at(button, {-2, middle})) <= 1);
         f.view.setFocus();
         QCOMPARE(f.at(button, {2, middle}), accentColor(f.view.palette()));
+    }
+
+    void ringOfTheFocusHasNoFringe_data() { addScales(); }
+
+    void ringOfTheFocusHasNoFringe()
+    {
+        QFETCH(const double, scale);
+        LookFixture f;
+        f.add("a");
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        Button &play = f.button(u"Reproducir"_s);
+        play.setFocus(Qt::TabFocusReason);
+        const QImage shown = f.look(play, scale);
+        const QColor ring = accentMarkColor(f.view.palette());
+        const QColor ground = shown.pixelColor(0, 0);
+        const QPointF middle(shown.width() / 2.0, shown.height() / 2.0);
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x) {
+                // From the middle of the ring outwards, there is only the ring and the ground.
+                const double away = std::hypot(x + 0.5 - middle.x(), y + 0.5 - middle.y()) / scale;
+                if (away < 28.2)
+                    continue;
+                const QColor color = shown.pixelColor(x, y);
+                const double share = (ground.redF() - color.redF()) / (ground.redF() - ring.redF());
+                QVERIFY2(distance(color, mixed(ring, share, ground)) <= 4, qPrintable(color.name()));
+            }
+        }
+    }
+
+    void symbolKeepsItsSizeAndPlaceWhenPressedOrDisabled_data() { addScales(); }
+
+    void symbolKeepsItsSizeAndPlaceWhenPressedOrDisabled()
+    {
+        QFETCH(const double, scale);
+        LookFixture f;
+        f.add("a");
+        for (const QString &name : {u"Reproducción aleatoria"_s, u"Canción anterior"_s, u"Reproducir"_s,
+                 u"Canción siguiente"_s, u"Repetir canción"_s, u"Más opciones"_s}) {
+            Button &button = f.button(name);
+            const QImage still = f.look(button, scale);
+            const auto isSameShape = [&still](const QImage &other, double opacity) {
+                const QColor ground = still.pixelColor(0, 0);
+                int most = 0;
+                for (int y = 0; y < still.height(); ++y) {
+                    for (int x = 0; x < still.width(); ++x) {
+                        const QColor expected = mixed(still.pixelColor(x, y), opacity, ground);
+                        most = std::max(most, distance(other.pixelColor(x, y), expected));
+                    }
+                }
+                return most <= 6; // the ground is not the same at every pixel
+            };
+            button.setDown(true);
+            QVERIFY2(isSameShape(f.look(button, scale), 0.7), qPrintable(name));
+            button.setDown(false);
+            button.setEnabled(false);
+            QVERIFY2(isSameShape(f.look(button, scale), 0.4), qPrintable(name));
+        }
     }
 
     void sliderShowsTheFocusOfKeysOnly()
@@ -225,18 +297,21 @@ private Q_SLOTS:
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
         Slider &volume = *f.find<Slider>(u"Volumen"_s);
-        const QPoint ring(70, 1);
-        const QColor accent = accentColor(f.view.palette());
+        const QColor accent = accentMarkColor(f.view.palette());
+        const auto hasRing = [&] {
+            const QPoint top(qRound(7 + volume.value() * (volume.width() - 14)), 4);
+            return distance(f.at(volume, top), accent) < 60;
+        };
         volume.setFocus(Qt::MouseFocusReason);
         QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
-        QVERIFY(distance(f.at(volume, ring), accent) > 60);
+        QVERIFY(!hasRing());
         QTest::keyClick(&volume, Qt::Key_Right);
-        QVERIFY(distance(f.at(volume, ring), accent) < 60);
+        QVERIFY(hasRing());
         QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
-        QVERIFY(distance(f.at(volume, ring), accent) > 60);
+        QVERIFY(!hasRing());
         f.view.setFocus();
         volume.setFocus(Qt::TabFocusReason);
-        QVERIFY(distance(f.at(volume, ring), accent) < 60);
+        QVERIFY(hasRing());
     }
 };
 

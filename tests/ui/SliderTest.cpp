@@ -1,4 +1,5 @@
 #include "ui/controls/Slider.h"
+#include "ui/Colors.h"
 
 #include <QAccessible>
 #include <QPainter>
@@ -38,11 +39,66 @@ struct SliderFixture {
         QCoreApplication::sendEvent(&slider, &turn);
     }
 
+    /// Moves the mouse along the slider, or away from it.
+    void point(std::optional<QPoint> place)
+    {
+        const QPointF to = place.value_or(QPoint(-1, -1));
+        QHoverEvent hover(place ? QEvent::HoverMove : QEvent::HoverLeave, to, to, QPointF());
+        QCoreApplication::sendEvent(&slider, &hover);
+    }
+
+    /// How it looks on white.
+    [[nodiscard]] QImage look(double scale = 1)
+    {
+        QImage screen((QSizeF(slider.size()) * scale).toSize(), QImage::Format_RGB32);
+        screen.setDevicePixelRatio(scale);
+        screen.fill(Qt::white);
+        QPainter painter(&screen);
+        slider.render(&painter, {}, {}, QWidget::DrawChildren);
+        return screen;
+    }
+
     [[nodiscard]] QAccessibleInterface *accessible()
     {
         return QAccessible::queryAccessibleInterface(&slider);
     }
 };
+
+/// The channel that differs most, of 255.
+int distance(const QColor &a, const QColor &b)
+{
+    return std::max(
+        {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
+}
+
+/// Of all pixels.
+int distance(const QImage &a, const QImage &b)
+{
+    int most = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x)
+            most = std::max(most, distance(a.pixelColor(x, y), b.pixelColor(x, y)));
+    }
+    return most;
+}
+
+/// How near the pixels of an image come to a colour.
+int nearest(const QImage &image, const QColor &color)
+{
+    int least = 255;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            least = std::min(least, distance(image.pixelColor(x, y), color));
+    }
+    return least;
+}
+
+void addScales()
+{
+    QTest::addColumn<double>("scale");
+    for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0})
+        QTest::addRow("%g", scale) << scale;
+}
 
 } // namespace
 
@@ -275,11 +331,82 @@ private Q_SLOTS:
         QVERIFY(!isSpoken);
     }
 
+    void nothingIsFilledAtZero_data()
+    {
+        addScales();
+    }
+
+    void nothingIsFilledAtZero()
+    {
+        QFETCH(const double, scale);
+        SliderFixture f;
+        const QColor accent = accentColor(f.slider.palette());
+        QCOMPARE(nearest(f.look(scale), accent) < 40, false);
+        f.slider.setValue(20);
+        QCOMPARE(nearest(f.look(scale), accent) < 10, true);
+    }
+
+    void thumbAnswersToTheMouseAndTheGrooveDoesNot()
+    {
+        SliderFixture f;
+        f.slider.setValue(50);
+        const QImage still = f.look();
+        f.point(f.at(20));
+        QCOMPARE(f.look(), still);
+        f.point(f.at(52));
+        const QImage pointed = f.look();
+        QVERIFY(pointed != still);
+        QVERIFY2(distance(pointed, still) < 70, "not quietly");
+        f.slider.setValue(80); // and it moves away from the mouse
+        f.slider.setValue(50);
+        QCOMPARE(f.look(), pointed);
+        f.slider.setValue(80);
+        QCOMPARE(distance(f.look().copy(120, 0, 60, 20), still.copy(60, 0, 60, 20)), 0);
+        f.point(std::nullopt);
+        f.slider.setValue(50);
+        QCOMPARE(f.look(), still);
+    }
+
+    void heldThumbLooksHeld()
+    {
+        SliderFixture f;
+        f.slider.setValue(50);
+        const QPoint middle = f.at(50);
+        QCOMPARE(f.look().pixelColor(middle), QColor(Qt::white));
+        QTest::mousePress(&f.slider, Qt::LeftButton, {}, middle);
+        const QImage held = f.look();
+        // A dot of the accent in a thumb that stays white.
+        QVERIFY(contrastRatio(held.pixelColor(middle), Qt::white) >= 3);
+        QCOMPARE(held.pixelColor(middle).hsvHue(), accentColor(f.slider.palette()).hsvHue());
+        QCOMPARE(held.pixelColor(middle + QPoint(4, 0)), QColor(Qt::white));
+        QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, middle);
+        QCOMPARE(f.look().pixelColor(middle), QColor(Qt::white));
+    }
+
+    void focusRingSitsOnTheThumb()
+    {
+        SliderFixture f;
+        f.slider.setValue(50);
+        f.slider.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.slider));
+        f.slider.clearFocus();
+        const QImage still = f.look();
+        f.slider.setFocus(Qt::TabFocusReason);
+        const QImage focused = f.look();
+        const QRect thumb(f.at(50) - QPoint(7, 7), QSize(14, 14));
+        for (int y = 0; y < focused.height(); ++y) {
+            for (int x = 0; x < focused.width(); ++x) {
+                if (!thumb.contains(x, y))
+                    QCOMPARE(focused.pixelColor(x, y), still.pixelColor(x, y));
+            }
+        }
+        QCOMPARE(focused.pixelColor(f.at(50) - QPoint(0, 6)), accentMarkColor(f.slider.palette()));
+        QCOMPARE(focused.pixelColor(f.at(50)), QColor(Qt::white));
+    }
+
     void grooveIsSharpWhereverItStands_data()
     {
-        QTest::addColumn<double>("scale");
-        for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0})
-            QTest::addRow("%g", scale) << scale;
+        addScales();
     }
 
     void grooveIsSharpWhereverItStands()

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPixmapCache>
 #include <QTest>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -72,6 +73,43 @@ bool isSharpRow(const QImage &image, int y)
     return true;
 }
 
+/// Whether the middle row of dots has only pixels that are empty or as full as in a circle.
+bool isRoundedRow(const QImage &image, int y)
+{
+    for (int x = 0; x < image.width(); ++x) {
+        if (const int alpha = alphaAt(image, x, y); alpha > 2 && alpha < 190)
+            return false;
+    }
+    return true;
+}
+
+/// The ink of each piece of a drawing that touches no other, in pixels.
+QList<int> amountsOfPieces(const QImage &image)
+{
+    constexpr int Seen = 96;
+    QList<int> amounts;
+    QImage left = image;
+    for (int y = 0; y < left.height(); ++y) {
+        for (int x = 0; x < left.width(); ++x) {
+            QList<QPoint> piece;
+            const auto take = [&](QPoint at) {
+                if (!left.rect().contains(at) || alphaAt(left, at.x(), at.y()) < Seen)
+                    return;
+                left.setPixelColor(at, Qt::transparent);
+                piece.append(at);
+            };
+            take({x, y});
+            for (qsizetype i = 0; i < piece.size(); ++i) {
+                for (const QPoint step : {QPoint(1, 0), QPoint(-1, 0), QPoint(0, 1), QPoint(0, -1)})
+                    take(piece.at(i) + step);
+            }
+            if (!piece.isEmpty())
+                amounts.append(static_cast<int>(piece.size()));
+        }
+    }
+    return amounts;
+}
+
 /// The symbol as it appears at a place of a screen, on white.
 QImage onScreen(const QString &name, int pointSize, const QRectF &area, double scale)
 {
@@ -125,7 +163,7 @@ private Q_SLOTS:
     {
         QFETCH(const QString, name);
         // A speaker stays where it is while its waves come and go.
-        const double tolerance = name.startsWith(u"speaker.wave") ? 45 : 8;
+        const double tolerance = name.startsWith(u"speaker.") ? 45 : 8;
         const QRectF ink = inkOf(drawn(name, 240));
         QVERIFY2(
             std::abs(ink.center().x() - 120) <= tolerance, qPrintable(QString::number(ink.center().x())));
@@ -218,6 +256,75 @@ private Q_SLOTS:
                 QVERIFY(isSharpRow(plus.transformed(QTransform().rotate(90)), side / 3));
             }
         }
+    }
+
+    void dotsAreAlikeAndBeginAndEndOnPixels_data() { addSizesAndScales(); }
+
+    void dotsAreAlikeAndBeginAndEndOnPixels()
+    {
+        QFETCH(const int, size);
+        QFETCH(const double, scale);
+        const int pixels = qRound(symbolExtent(size) * scale);
+        for (const int side : {pixels, pixels + 1}) {
+            const QImage dots = drawn(u"ellipsis"_s, side);
+            QVERIFY(isRoundedRow(dots, side / 2));
+            const QRect ink = inkOf(dots);
+            const QImage first = dots.copy(ink.left(), ink.top(), ink.height(), ink.height());
+            QVERIFY(isRoundedRow(first.transformed(QTransform().rotate(90)), ink.height() / 2));
+            const int middle = (side - ink.height()) / 2;
+            QVERIFY(looksLike(first, dots.copy(middle, ink.top(), ink.height(), ink.height())));
+            QVERIFY2(std::abs(ink.height() - 3.65 * side / 24) <= 1.1,
+                qPrintable(u"%1 in %2"_s.arg(ink.height()).arg(side)));
+        }
+    }
+
+    void speakerKeepsItsPlace_data() { addSizesAndScales(); }
+
+    void speakerKeepsItsPlace()
+    {
+        QFETCH(const int, size);
+        QFETCH(const double, scale);
+        const int side = qRound(symbolExtent(size) * scale);
+        const QImage loud = drawn(u"speaker.wave.3.fill"_s, side);
+        for (const QString &name :
+            {u"speaker.wave.1.fill"_s, u"speaker.wave.2.fill"_s, u"speaker.slash.fill"_s}) {
+            const QImage other = drawn(name, side);
+            const bool isSlashed = name == u"speaker.slash.fill";
+            for (int y = 0; y < side; ++y) {
+                for (int x = 0; x < side * 11 / 24; ++x) {
+                    const bool isFarFromSlash = std::abs(y - x - side * 4 / 24) > side * 4 / 24 + 1;
+                    if (!isSlashed || isFarFromSlash)
+                        QVERIFY(std::abs(alphaAt(loud, x, y) - alphaAt(other, x, y)) <= 24);
+                }
+            }
+        }
+    }
+
+    void slashLeavesNoCrumbs()
+    {
+        for (const double scale : Scales) {
+            const int side = qRound(symbolExtent(13) * scale);
+            const QList<int> amounts = amountsOfPieces(drawn(u"speaker.slash.fill"_s, side));
+            // What is above it, the slash, and what is below.
+            QCOMPARE(amounts.size(), 3);
+            QVERIFY2(std::ranges::min(amounts) >= 8 * scale * scale,
+                qPrintable(QString::number(std::ranges::min(amounts))));
+        }
+    }
+
+    void inkIsWhatIsSeenOfASymbol()
+    {
+        const QImage note = drawn(u"music.note"_s, symbolExtent(13));
+        const QRect ink = symbolInk(u"music.note"_s, 13);
+        QVERIFY(inkOf(note).contains(ink));
+        QVERIFY(inkOf(note).width() - ink.width() <= 2);
+        QVERIFY(symbolInk(u"music.note"_s, 55, QFont::Bold).width()
+            > symbolInk(u"music.note"_s, 55, QFont::Light).width());
+        const QRectF square = squareByInk(QRectF(100, 50, 20, 30), u"music.note"_s, 13);
+        const QPointF off = QRectF(ink).translated(square.topLeft()).center() - QPointF(110, 65);
+        QVERIFY(std::abs(off.x()) <= 0.5 && std::abs(off.y()) <= 0.5);
+        QCOMPARE(square.topLeft(), QPointF(square.topLeft().toPoint()));
+        QCOMPARE(square.size(), QSizeF(17, 17));
     }
 
     void symbolIsSharpWhereverItStands_data()

@@ -5,6 +5,7 @@
 #include "ui/controls/Cover.h"
 #include "ui/controls/Divider.h"
 
+#include <QAbstractButton>
 #include <QMenu>
 
 using namespace Qt::StringLiterals;
@@ -153,6 +154,31 @@ private Q_SLOTS:
         const int end = f.at(cover.bottomRight() - QPoint(12, 12)).red();
         QVERIFY2(std::abs(start - greyOf({0.15, 0.037})) <= 4, qPrintable(QString::number(start)));
         QVERIFY2(std::abs(end - greyOf({0.05, 0.02})) <= 4, qPrintable(QString::number(end)));
+    }
+
+    void symbolsStandByTheirInk()
+    {
+        LookFixture f;
+        f.add("ab");
+        const auto inkIn = [&f](const QRect &area) {
+            const QImage image = f.view.grab(area).toImage();
+            QRect ink;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    if (image.pixelColor(x, y).red() < image.pixelColor(0, 0).red() - 12)
+                        ink |= QRect(area.left() + x, area.top() + y, 1, 1);
+                }
+            }
+            return ink;
+        };
+        const QRect position = f.place(*f.label(u"Canción 1 de 2"_s));
+        const QRect note =
+            inkIn(QRect(235, position.top() - 2, position.left() - 235, position.height() + 4));
+        QCOMPARE(note.left(), 245);
+        QCOMPARE(position.left() - (note.left() + note.width()), 9);
+        const QRect button = f.place(*f.find<QAbstractButton>(u"Añadir archivos de audio"_s));
+        const QRect plus = inkIn(QRect(button.left() + 4, button.top() + 4, 22, button.height() - 8));
+        QCOMPARE(plus.left() - button.left(), 12);
     }
 
     void rowsLieInTheirPadding()

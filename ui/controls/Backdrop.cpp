@@ -2,13 +2,28 @@
 
 #include "platform/window/FramelessWindow.h"
 #include "ui/Colors.h"
+#include "ui/DevicePixels.h"
 
+#include <QPaintEvent>
 #include <QPainter>
+#include <algorithm>
+#include <array>
 
 namespace {
 
 // Enough to read on, whatever lies behind the window.
 constexpr float TranslucentOpacity = 0.85F;
+
+constexpr int Steps = 512; // along the diagonal, so many that each is a small part of a colour's
+
+// Bayer's matrix for ordered dithering: in which order the pixels of a square take on the next colour.
+constexpr int Side = 4;
+constexpr std::array<int, Side * Side> Order{0, 8, 2, 10, 12, 4, 14, 6, 3, 11, 1, 9, 15, 7, 13, 5};
+
+double tintAt(double share)
+{
+    return share < 0.5 ? 0.04 * (1 - 2 * share) : 0.025 * (2 * share - 1);
+}
 
 QColor backgroundColor(const QWidget &backdrop)
 {
@@ -21,14 +36,64 @@ QColor backgroundColor(const QWidget &backdrop)
 
 } // namespace
 
-void Backdrop::paintEvent(QPaintEvent *)
+void Backdrop::paintEvent(QPaintEvent *event)
 {
-    const QRectF area = rect();
-    QLinearGradient tint(area.topLeft(), area.bottomRight());
-    tint.setColorAt(0, primaryColor(palette(), 0.04));
-    tint.setColorAt(0.5, primaryColor(palette(), 0));
-    tint.setColorAt(1, primaryColor(palette(), 0.025));
+    mixColors();
     QPainter painter(this);
-    painter.fillRect(rect(), backgroundColor(*this));
-    painter.fillRect(rect(), tint);
+    const QTransform toPixels = painter.deviceTransform();
+    const QRectF whole = toPixels.mapRect(QRectF(rect()));
+    enterDevicePixels(painter);
+    for (const QRect &part : event->region())
+        drawPart(painter, toPixels.mapRect(QRectF(part)).toAlignedRect(), whole);
+}
+
+void Backdrop::mixColors()
+{
+    const QColor ground = backgroundColor(*this);
+    const QColor primary = primaryColor(palette());
+    if (ground == m_ground && primary == m_primary)
+        return;
+    m_ground = ground;
+    m_primary = primary;
+    m_colors.clear();
+    const QRgb under = qPremultiply(ground.rgba());
+    const QRgb over = primary.rgb();
+    for (int step = 0; step <= Steps; ++step) {
+        const double tint = tintAt(static_cast<double>(step) / Steps);
+        for (const int place : Order) {
+            const auto mix = [&](int bottom, int top) {
+                return static_cast<int>(bottom + (top - bottom) * tint + (place + 0.5) / Order.size());
+            };
+            m_colors.append(qRgba(mix(qRed(under), qRed(over)), mix(qGreen(under), qGreen(over)),
+                mix(qBlue(under), qBlue(over)), mix(qAlpha(under), qAlpha(over))));
+        }
+    }
+}
+
+/// In strips, so that a large window needs no picture of its size.
+void Backdrop::drawPart(QPainter &painter, const QRect &part, const QRectF &whole) const
+{
+    constexpr int StripHeight = 64;
+    constexpr int Unit = 1 << 16; // of a step, in whole numbers
+    constexpr int Last = Steps * Unit;
+    const QPointF step = QPointF(whole.width(), whole.height())
+        * (Last / (whole.width() * whole.width() + whole.height() * whole.height()));
+    const int stepAcross = qRound(step.x());
+    const QPoint corner = whole.topLeft().toPoint();
+    const bool isOpaque = m_ground.alpha() == 255;
+    QImage strip(part.width(), std::min(part.height(), StripHeight),
+        isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
+    for (int top = part.top(); top <= part.bottom(); top += StripHeight) {
+        const int height = std::min(StripHeight, part.bottom() + 1 - top);
+        for (int y = top; y < top + height; ++y) {
+            // The same for a pixel whatever part is drawn.
+            int place = qRound((y - corner.y()) * step.y()) + (part.left() - corner.x()) * stepAcross;
+            auto *pixel = reinterpret_cast<QRgb *>(strip.scanLine(y - top));
+            for (int x = part.left(); x <= part.right(); ++x, place += stepAcross) {
+                const int order = y % Side * Side + x % Side;
+                *pixel++ = m_colors[std::clamp(place, 0, Last) / Unit * Side * Side + order];
+            }
+        }
+        painter.drawImage(QPoint(part.left(), top), strip, QRect(0, 0, part.width(), height));
+    }
 }

@@ -1,5 +1,6 @@
 #include "ui/controls/Button.h"
 
+#include "ui/DevicePixels.h"
 #include "ui/controls/DrawAsWhole.h"
 #include "ui/controls/FocusRing.h"
 
@@ -25,9 +26,11 @@ void Button::paintEvent(QPaintEvent *)
 {
     const double opacity = !isEnabled() ? DisabledOpacity : isDown() ? PressedOpacity : 1;
     drawAsWhole(*this, opacity, [this](QPainter &painter) {
-        draw(painter);
+        const QRectF whole = onWholePixels(painter, rect());
         if (hasFocus())
-            drawFocusRing(painter, rect(), palette(), cornerRadius());
+            drawFocusRing(painter, whole, palette(), cornerRadius());
+        const double inset = hasFocus() ? FocusRingRoom : 0;
+        draw(painter, whole.adjusted(inset, inset, -inset, -inset), cornerRadius() - inset);
     });
 }
 

@@ -25,7 +25,8 @@ protected:
     [[nodiscard]] bool isHovered() const { return isEnabled() && underMouse(); }
 
 private:
-    /// Draws the button at full opacity.
-    virtual void draw(QPainter &painter) = 0;
+    /// Draws the button at full opacity. Its ground fills `face`, with corners of `radius`: all of the button, or
+    /// what the ring of the focus leaves.
+    virtual void draw(QPainter &painter, const QRectF &face, double radius) = 0;
     [[nodiscard]] virtual double cornerRadius() const = 0;
 };

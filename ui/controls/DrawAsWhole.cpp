@@ -1,5 +1,7 @@
 #include "ui/controls/DrawAsWhole.h"
 
+#include "ui/DevicePixels.h"
+
 #include <QPainter>
 #include <QWidget>
 
@@ -11,15 +13,21 @@ void drawAsWhole(QWidget &widget, double opacity, const std::function<void(QPain
         draw(painter);
         return;
     }
-    const double ratio = widget.devicePixelRatioF();
-    QPixmap layer((QSizeF(widget.size()) * ratio).toSize());
+    // The layer lies on the pixels of the window, so that what fits itself to pixels comes out the same.
+    const double ratio = devicePixels(painter);
+    const QRectF exact = painter.deviceTransform().mapRect(QRectF(widget.rect()));
+    const QRect pixels = exact.toAlignedRect();
+    QPixmap layer(pixels.size());
     layer.setDevicePixelRatio(ratio);
     layer.fill(Qt::transparent);
     QPainter layerPainter(&layer);
+    layerPainter.translate((exact.topLeft() - pixels.topLeft()) / ratio);
     layerPainter.setRenderHint(QPainter::Antialiasing);
     layerPainter.setFont(widget.font());
     draw(layerPainter);
     layerPainter.end();
+    layer.setDevicePixelRatio(1);
+    enterDevicePixels(painter);
     painter.setOpacity(opacity);
-    painter.drawPixmap(0, 0, layer);
+    painter.drawPixmap(pixels.topLeft(), layer);
 }

@@ -4,26 +4,13 @@
 
 #include <QPainter>
 
-namespace {
-
-void drawLine(
-    QPainter &painter, const QRectF &bounds, double radius, double inset, double width, const QColor &color)
+void drawFocusRing(QPainter &painter, const QRectF &bounds, const QPalette &palette, double radius)
 {
-    const double middle = inset + width / 2;
-    painter.setPen(QPen(color, width));
+    constexpr double Middle = FocusRingWidth / 2;
+    painter.setPen(QPen(accentMarkColor(palette), FocusRingWidth));
     painter.setBrush(Qt::NoBrush);
     painter.drawRoundedRect(
-        bounds.adjusted(middle, middle, -middle, -middle), radius - middle, radius - middle);
-}
-
-} // namespace
-
-void drawFocusRing(QPainter &painter, const QRect &bounds, const QPalette &palette, double radius)
-{
-    constexpr double Width = 2;
-    drawLine(painter, bounds, radius, 0, Width, accentMarkColor(palette));
-    // Sets it off from a piece that is itself filled with the accent.
-    drawLine(painter, bounds, radius, Width, 1, windowBackgroundColor(palette));
+        bounds.adjusted(Middle, Middle, -Middle, -Middle), radius - Middle, radius - Middle);
 }
 
 bool showsFocus(Qt::FocusReason reason, bool didShow)

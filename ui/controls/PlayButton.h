@@ -17,7 +17,7 @@ public:
     [[nodiscard]] QSize sizeHint() const override { return {58, 58}; }
 
 private:
-    void draw(QPainter &painter) override;
+    void draw(QPainter &painter, const QRectF &face, double radius) override;
     [[nodiscard]] double cornerRadius() const override { return width() / 2.0; }
 
     bool m_isPlaying = false;

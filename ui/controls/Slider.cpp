@@ -19,6 +19,11 @@ namespace {
 constexpr double ThumbDiameter = 14;
 constexpr double GrooveHeight = 4;
 
+// Around the white of the thumb, which is the same in every scheme.
+constexpr QColor Rim(0xbf, 0xbf, 0xbf);
+constexpr QColor PointedRim(0x7f, 0x7f, 0x7f);
+constexpr double HeldRadius = 3; // of the dot in a thumb that is held
+
 /// The groove as high as whole pixels are; between two, its edges would be blurred.
 QRectF onPixels(const QPainter &painter, const QRectF &groove)
 {
@@ -42,6 +47,7 @@ Slider::Slider(const QString &name)
     installAccessibleRoles();
     setAccessibleName(name);
     setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
@@ -131,6 +137,10 @@ bool Slider::event(QEvent *event)
         || (type == QEvent::EnabledChange && !isEnabled());
     if (isInterrupted)
         end();
+    if (type == QEvent::HoverEnter || type == QEvent::HoverMove)
+        point(static_cast<QHoverEvent *>(event)->position().x());
+    else if (type == QEvent::HoverLeave)
+        point(std::nullopt);
     return QWidget::event(event);
 }
 
@@ -154,13 +164,22 @@ void Slider::mousePressEvent(QMouseEvent *event)
     if (event->button() != Qt::LeftButton || m_isHeld)
         return;
     m_isFocusShown = false;
-    const double offset = event->position().x() - thumbCenter();
-    const bool isOnThumb = std::abs(offset) <= ThumbDiameter / 2;
-    m_grabOffset = isOnThumb ? offset : 0;
+    const double x = event->position().x();
+    const bool isGrabbed = isOnThumb(x);
+    m_grabOffset = isGrabbed ? x - thumbCenter() : 0;
     begin();
-    if (!isOnThumb)
-        moveTo(valueAt(event->position().x()));
+    if (!isGrabbed)
+        moveTo(valueAt(x));
     update();
+}
+
+/// The thumb answers; the groove does not.
+void Slider::point(std::optional<double> x)
+{
+    const bool wasOnThumb = m_pointer && isOnThumb(*m_pointer);
+    m_pointer = x;
+    if (wasOnThumb != (x && isOnThumb(*x)))
+        update();
 }
 
 void Slider::mouseMoveEvent(QMouseEvent *event)
@@ -240,6 +259,11 @@ double Slider::thumbCenter() const
     return ThumbDiameter / 2 + shownFraction() * (width() - ThumbDiameter);
 }
 
+bool Slider::isOnThumb(double x) const
+{
+    return std::abs(x - thumbCenter()) <= ThumbDiameter / 2;
+}
+
 double Slider::valueAt(double x) const
 {
     const double room = std::max(1.0, width() - ThumbDiameter);
@@ -258,12 +282,30 @@ void Slider::draw(QPainter &painter)
     const double middle = height() / 2.0;
     QRectF groove = onPixels(painter, QRectF(0, middle - GrooveHeight / 2, width(), GrooveHeight));
     drawGroove(painter, groove, primaryColor(palette(), 0.16));
-    groove.setRight(thumbCenter());
-    drawGroove(painter, groove, accentColor(palette()));
+    if (shownFraction() > 0) {
+        groove.setRight(thumbCenter());
+        drawGroove(painter, groove, accentColor(palette()));
+    }
+    drawThumb(painter);
+}
 
-    painter.setPen(QPen(primaryColor(palette(), 0.25), 1));
-    painter.setBrush(m_isHeld ? QColor(Qt::lightGray) : QColor(Qt::white));
-    painter.drawEllipse(QPointF(thumbCenter(), middle), (ThumbDiameter - 1) / 2, (ThumbDiameter - 1) / 2);
-    if (hasFocus() && m_isFocusShown)
-        drawFocusRing(painter, rect(), palette());
+void Slider::drawThumb(QPainter &painter)
+{
+    const auto drawDisc = [&, middle = QPointF(thumbCenter(), height() / 2.0)](
+                              double radius, const QColor &color) {
+        painter.setBrush(color);
+        painter.drawEllipse(middle, radius, radius);
+    };
+    double radius = ThumbDiameter / 2;
+    if (hasFocus() && m_isFocusShown) {
+        // Discs on discs, and not rings: nothing of the groove shines through between them.
+        drawDisc(radius, accentMarkColor(palette()));
+        drawDisc(radius - FocusRingWidth, windowBackgroundColor(palette()));
+        radius -= FocusRingRoom;
+    }
+    const bool isPointed = isEnabled() && m_pointer && isOnThumb(*m_pointer);
+    drawDisc(radius, isPointed || m_isHeld ? PointedRim : Rim);
+    drawDisc(radius - 1, Qt::white);
+    if (m_isHeld)
+        drawDisc(HeldRadius, accentMarkColor(palette(), Qt::white));
 }

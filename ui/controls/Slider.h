@@ -71,7 +71,10 @@ private:
     void end();
     void announceMovement();
     void announceValue();
+    [[nodiscard]] bool isOnThumb(double x) const;
+    void point(std::optional<double> x);
     void draw(QPainter &painter);
+    void drawThumb(QPainter &painter);
 
     double m_value = 0;
     double m_maximum = 1;
@@ -82,6 +85,7 @@ private:
     QString m_announced; ///< what assistive technology was told last
     bool m_isHeld = false;
     bool m_isFocusShown = false;
+    std::optional<double> m_pointer; ///< where the mouse is, along the slider
     double m_grabOffset = 0; ///< from the thumb's centre to where the mouse holds it
     int m_wheelRemainder = 0; ///< eighths of a degree that make no whole step yet
 };

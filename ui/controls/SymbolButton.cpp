@@ -32,10 +32,10 @@ void SymbolButton::clickWhereToggled(bool isChecked)
     click();
 }
 
-void SymbolButton::draw(QPainter &painter)
+void SymbolButton::draw(QPainter &painter, const QRectF &face, double radius)
 {
     QPainterPath ground;
-    ground.addRoundedRect(rect(), cornerRadius(), cornerRadius());
+    ground.addRoundedRect(face, radius, radius);
     if (isChecked())
         painter.fillPath(ground, accentColor(palette(), 0.13));
     if (isHovered())

@@ -19,7 +19,7 @@ public:
     [[nodiscard]] QSize sizeHint() const override { return m_extent; }
 
 private:
-    void draw(QPainter &painter) override;
+    void draw(QPainter &painter, const QRectF &face, double radius) override;
     [[nodiscard]] double cornerRadius() const override { return std::min(width(), height()) / 2.0; }
     void nextCheckState() override { } // what is active follows from setActive() alone
     void clickWhereToggled(bool isChecked);

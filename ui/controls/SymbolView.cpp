@@ -7,7 +7,8 @@
 #include <algorithm>
 
 SymbolView::SymbolView(const QString &symbol, int pointSize, QFont::Weight weight)
-    : m_symbol(symbol)
+    : m_first(symbol)
+    , m_symbol(symbol)
     , m_pointSize(pointSize)
     , m_weight(weight)
 {
@@ -24,12 +25,18 @@ void SymbolView::setSymbol(const QString &symbol)
 
 QSize SymbolView::sizeHint() const
 {
-    return QSize(1, 1) * symbolExtent(m_pointSize);
+    return symbolInk(m_first, m_pointSize, m_weight).size();
 }
 
 void SymbolView::paintEvent(QPaintEvent *)
 {
-    QPainter painter(this);
     const double fit = std::min(1.0, static_cast<double>(height()) / sizeHint().height());
-    drawSymbol(painter, rect(), m_symbol, qRound(m_pointSize * fit), secondaryColor(palette()), m_weight);
+    const double opacity = std::clamp((fit - 0.25) / (0.5 - 0.25), 0.0, 1.0);
+    if (opacity == 0)
+        return;
+    const int pointSize = qRound(m_pointSize * fit);
+    QPainter painter(this);
+    painter.setOpacity(opacity);
+    drawSymbol(painter, squareByInk(rect(), m_first, pointSize, m_weight), m_symbol, pointSize,
+        secondaryColor(palette()), m_weight);
 }

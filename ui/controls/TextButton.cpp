@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int TextSize = 13;
-constexpr int SymbolGap = 4;
+constexpr int SymbolGap = 6;
 constexpr QSize Padding(12, 6);
 constexpr double CornerRadius = 6;
 
@@ -34,7 +34,7 @@ TextButton::TextButton(Look look, const QString &title, const QString &symbol)
 
 int TextButton::symbolWidth() const
 {
-    return m_symbol.isEmpty() ? 0 : symbolExtent(TextSize) + SymbolGap;
+    return m_symbol.isEmpty() ? 0 : symbolInk(m_symbol, TextSize).width() + SymbolGap;
 }
 
 QSize TextButton::sizeHint() const
@@ -54,25 +54,26 @@ double TextButton::cornerRadius() const
     return CornerRadius;
 }
 
-void TextButton::drawFrame(QPainter &painter)
+void TextButton::drawFrame(QPainter &painter, const QRectF &face, double radius)
 {
     const bool isProminent = m_look == Look::Prominent;
-    const QPainterPath frame = smoothCorners(rect(), CornerRadius);
+    const QPainterPath frame = smoothCorners(face, radius);
     painter.fillPath(frame, isProminent ? accentColor(palette()) : primaryColor(palette(), 0.07));
     if (isHovered())
         painter.fillPath(frame, isProminent ? opposite(textColor()) : hoverColor(palette()));
     if (!isProminent)
-        drawHairline(painter, rect(), CornerRadius, primaryColor(palette(), 0.14));
+        drawHairline(painter, face, radius, primaryColor(palette(), 0.14));
 }
 
-void TextButton::draw(QPainter &painter)
+void TextButton::draw(QPainter &painter, const QRectF &face, double radius)
 {
-    drawFrame(painter);
+    drawFrame(painter, face, radius);
     QRect content = rect().adjusted(Padding.width(), 0, -Padding.width(), 0);
     if (!m_symbol.isEmpty()) {
         QRect symbolArea = content;
-        symbolArea.setWidth(symbolExtent(TextSize));
-        drawSymbol(painter, symbolArea, m_symbol, TextSize, textColor());
+        symbolArea.setWidth(symbolInk(m_symbol, TextSize).width());
+        const QRectF square = squareByInk(symbolArea, m_symbol, TextSize);
+        drawSymbol(painter, square, m_symbol, TextSize, textColor());
         content.setLeft(content.left() + symbolWidth());
     }
     painter.setPen(textColor());

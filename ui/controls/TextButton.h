@@ -17,9 +17,9 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
 
 private:
-    void draw(QPainter &painter) override;
+    void draw(QPainter &painter, const QRectF &face, double radius) override;
     [[nodiscard]] double cornerRadius() const override;
-    void drawFrame(QPainter &painter);
+    void drawFrame(QPainter &painter, const QRectF &face, double radius);
     [[nodiscard]] QColor textColor() const;
     [[nodiscard]] int symbolWidth() const; ///< with the gap behind it; 0 without a symbol
 
