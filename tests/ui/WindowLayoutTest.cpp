@@ -6,6 +6,7 @@
 #include "ui/controls/Slider.h"
 
 #include <QAbstractButton>
+#include <QLayout>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -139,6 +140,14 @@ private Q_SLOTS:
         const QRect list = f.place(*f.view.findChild<PlaylistView *>());
         QCOMPARE(list.topLeft(), QPoint(0, lower.top() + lower.height()));
         QCOMPARE(list.bottomRight(), f.view.rect().bottomRight());
+    }
+
+    void opensHighEnoughForTheWholeInvitation()
+    {
+        const ViewFixture f;
+        QCOMPARE(f.view.sizeHint().width(), 720);
+        QVERIFY(f.view.sizeHint().height() >= 720);
+        QVERIFY(f.view.sizeHint().height() >= f.view.layout()->sizeHint().height());
     }
 
     void fitsTheLeastWindow()

@@ -29,6 +29,7 @@ private Q_SLOTS:
         row("bottom right along the side", {718, 605}, Qt::BottomEdge | Qt::RightEdge);
         row("bottom left", {3, 616}, Qt::BottomEdge | Qt::LeftEdge);
         row("inside of the corner", {8, 8}, {});
+        row("inside of the top, further right than the window is high", {650, 8}, {});
     }
     void edgesAreGrippedWithinFourPoints()
     {
