@@ -250,6 +250,13 @@ private Q_SLOTS:
         QCOMPARE(position, qint64(16'384));
     }
 
+    void lengthInWholePacketsIsAGuess()
+    {
+        const auto decoder = openDecoder(u"musepack8.mpc"_s);
+        QVERIFY(decoder->isDurationGuessed());
+        QVERIFY(decoder->duration() >= decoder->format().seconds(qint64(decode(*decoder).size()) / 2));
+    }
+
     void obsoleteSeekIsGivenUp()
     {
         const auto decoder = openDecoder(u"shorten.shn"_s);
