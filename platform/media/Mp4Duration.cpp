@@ -117,7 +117,7 @@ private:
         return m_source.read(atom.begin, std::min(atom.end - atom.begin, FieldsLimit));
     }
 
-    /// Nothing if there are no edits, or one of no stated length.
+    /// Nothing if there are no edits, or none of stated length.
     [[nodiscard]] std::optional<double> editedSeconds() const
     {
         if (m_track.edits.isEmpty() || !m_movie.isKnown())
@@ -125,8 +125,6 @@ private:
         double seconds = 0;
         for (const Edit &edit : m_track.edits) {
             const double left = m_track.media.seconds() - edit.start / m_track.media.scale;
-            if (edit.duration <= 0)
-                return std::nullopt;
             if (edit.start >= 0)
                 seconds += std::min(edit.duration / m_movie.scale, std::max(left, 0.0));
         }

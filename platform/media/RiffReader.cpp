@@ -78,8 +78,8 @@ MediaContents readWav(MediaSource &source)
     forEachChunk<quint32_le>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         if (chunk.name == "fmt ")
             format = source.read(chunk.offset, std::min(chunk.size, FormatSize));
-        else if (chunk.name == "data" && dataSize == 0) // a recorder that was cut off has left the size open
-            dataSize = chunk.size > 0 ? chunk.size : source.size() - chunk.offset;
+        else if (chunk.name == "data" && dataSize == 0)
+            dataSize = chunk.size;
         else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
             forEachChunk<quint32_le>(source, chunk.offset + 4, chunk.offset + chunk.size,
                 [&tags](const Chunk &text) { tags.take(text, "INAM", "IART", "IPRD"); });

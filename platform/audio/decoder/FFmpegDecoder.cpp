@@ -315,7 +315,7 @@ bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp, const IsObso
     const AVRational timeBase = m_input->audioStream()->time_base;
     const std::int64_t target = av_sat_add64(m_origin, av_rescale_q(frame, {1, m_format.rate}, timeBase));
     const std::int64_t start = av_sat_sub64(target, std::int64_t(runUp / av_q2d(timeBase)));
-    return seekContainer(start) && decodeUntil(frame, isObsolete) && m_canSeek;
+    return seekContainer(start) && decodeUntil(frame, isObsolete);
 }
 
 bool FFmpegDecoder::seekContainer(std::int64_t timestamp)

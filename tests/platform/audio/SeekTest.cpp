@@ -147,8 +147,8 @@ private Q_SLOTS:
     {
         const QStringList files = soundFiles();
         const QStringList formats{u"aac"_s, u"ac3"_s, u"aiff"_s, u"caf"_s, u"dff"_s, u"dsf"_s, u"eac3"_s,
-            u"flac"_s, u"m4a"_s, u"mka"_s, u"mp3"_s, u"mpc"_s, u"oga"_s, u"ogg"_s, u"oma"_s, u"opus"_s,
-            u"shn"_s, u"tta"_s, u"wav"_s, u"wma"_s, u"wv"_s};
+            u"flac"_s, u"m4a"_s, u"mka"_s, u"mp3"_s, u"mpc"_s, u"oga"_s, u"spx"_s, u"ogg"_s, u"oma"_s,
+            u"opus"_s, u"shn"_s, u"tta"_s, u"wav"_s, u"wma"_s, u"wv"_s};
         for (const QString &format : formats)
             QVERIFY2(!files.filter(u'.' + format).isEmpty(), qPrintable(format));
         QTest::addColumn<int>("slack");
@@ -248,6 +248,20 @@ private Q_SLOTS:
             position += qint64(block.samples.size());
         }
         QCOMPARE(position, qint64(16'384));
+    }
+
+    /// The times of the second stream begin at 0 again.
+    void chainedStreamsAreOneTrack()
+    {
+        const MemoryFile file(contentOf(u"vorbis.ogg"_s) + contentOf(u"coverart.ogg"_s));
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        const auto whole = decode(*decoder);
+        QVERIFY(whole.size() > 88'200 + 40'000);
+        QVERIFY(decoder->seek(100'000, {}));
+        const auto block = decoder->read().take();
+        QCOMPARE(block.position, qint64(100'000));
+        QVERIFY(std::ranges::equal(block.samples, std::span(whole).subspan(100'000, block.samples.size())));
+        QCOMPARE(block.samples.size() + decode(*decoder).size(), whole.size() - 100'000);
     }
 
     void lengthInWholePacketsIsAGuess()

@@ -422,6 +422,26 @@ private Q_SLOTS:
         QCOMPARE(read(temporaryFile(u"open.wav"_s, bytes)).duration().seconds(), 1.0);
     }
 
+    void firstDataOfAWavIsItsSound()
+    {
+        const QByteArray more = "data" + littleEndian(quint32(1000)) + QByteArray(1000, '\0');
+        const QUrl url = temporaryFile(u"more.wav"_s, mediaFile(u"plain.wav"_s) + more);
+        QCOMPARE(read(url).duration().seconds(), 1.0);
+    }
+
+    void firstAudioTrackTellsTheLength()
+    {
+        QByteArray bytes = mediaFile(u"aac.m4a"_s);
+        const qsizetype movie = bytes.indexOf("moov") - 4;
+        QByteArray other = "\0\0\0\x30mdhd"_ba + QByteArray(12, '\0') + bigEndian(1000) + bigEndian(9000)
+            + QByteArray(20, '\0');
+        other += "\0\0\0\x18hdlr"_ba + QByteArray(8, '\0') + "soun" + QByteArray(4, '\0');
+        other = bigEndian(quint32(other.size() + 8)) + "mdia" + other;
+        bytes += bigEndian(quint32(other.size() + 8)) + "trak" + other;
+        bytes.replace(movie, 4, bigEndian(quint32(bytes.size() - movie)));
+        QVERIFY(qAbs(read(temporaryFile(u"tracks.m4a"_s, bytes)).duration().seconds() - 2.046) < 0.001);
+    }
+
     void editListTellsWhatPlays_data()
     {
         QTest::addColumn<quint32>("duration");
