@@ -110,6 +110,18 @@ QByteArray atom(const QByteArray &name, const QByteArray &content)
     return bigEndian(quint32(content.size() + 8)) + name + content;
 }
 
+/// The first block of a WavPack file; `rate` is a position in the list of usual ones.
+QByteArray wavPackHeader(quint32 samples, quint32 rate, quint32 flags = 0, char high = 0)
+{
+    return "wvpk" + QByteArray(6, '\0') + '\1' + high + littleEndian(samples) + QByteArray(8, '\0')
+        + littleEndian(rate << 23 | flags) + QByteArray(4, '\0');
+}
+
+QByteArray musepackHeader(const QByteArray &samples, const QByteArray &silence, char rate)
+{
+    return "MPCKSH\x10" + QByteArray(4, 'c') + '\x8' + samples + silence + rate + QByteArray(4, '\0');
+}
+
 /// Makes a file whose title stands behind so many other entries of its tag.
 using MakeCrowded = QByteArray (*)(qsizetype entries);
 
@@ -255,7 +267,7 @@ private Q_SLOTS:
                  "frame-extras-2.4.mp3", "unsynchronised-2.4.mp3"})
             row(file, title, none, none, jpg, tiny, priming);
         row("frame-extras-2.3.mp3", title, none, none, none, tiny, priming);
-        row("id3v1-utf-8.mp3", {u"Canción"_s}, {u"ÑÑÑÑÑÑÑÑÑÑÑÑÑÑab"_s}, {u"Álbum"_s}, none, tiny, priming);
+        row("id3v1-utf-8.mp3", {u"Canción"_s}, {u"ÑÑÑÑÑÑÑÑÑÑÑÑÑÑa"_s}, {u"Álbum"_s}, none, tiny, priming);
         row("id3v1-latin-1.mp3", {u"Café"_s}, {QString(29, u'a') + u"é"_s}, {u"Álbum ©"_s}, none, tiny,
             priming);
 
@@ -568,6 +580,41 @@ private Q_SLOTS:
         };
         QCOMPARE(title((32 << 20) - 100), QStringList({u"Title"_s}));
         QCOMPARE(title(32 << 20), QStringList());
+    }
+
+    void headerStatesTheLength_data()
+    {
+        constexpr double unknown = -1;
+        QTest::addColumn<QByteArray>("header");
+        QTest::addColumn<double>("seconds");
+        QTest::newRow("WavPack, 6 kHz") << wavPackHeader(12'000, 0) << 2.0;
+        QTest::newRow("WavPack, 192 kHz") << wavPackHeader(96'000, 14) << 0.5;
+        QTest::newRow("WavPack, another rate") << wavPackHeader(96'000, 15) << unknown;
+        QTest::newRow("WavPack, long") << wavPackHeader(44'101, 9, 0, 1) << 4'294'967'296 / 44'100.0 + 1;
+        QTest::newRow("WavPack, no length") << wavPackHeader(0xFFFF'FFFF, 9) << unknown;
+        QTest::newRow("WavPack, direct stream") << wavPackHeader(96'000, 9, 0x8000'0000) << unknown;
+        QTest::newRow("Musepack, 48 kHz") << musepackHeader("\x85\xEE\x60"_ba, "\x60"_ba, 0x20) << 2.0;
+        QTest::newRow("Musepack, 32 kHz") << musepackHeader("\x83\xF4\0"_ba, "\0"_ba, 0x60) << 2.0;
+    }
+    void headerStatesTheLength()
+    {
+        QFETCH(QByteArray, header);
+        QFETCH(double, seconds);
+        const MediaAsset asset = read(temporaryFile(u"header"_s, header));
+        QCOMPARE(asset.duration().isNumeric(), seconds >= 0);
+        if (seconds >= 0)
+            QVERIFY2(qAbs(asset.duration().seconds() - seconds) < 0.0001,
+                qPrintable(QString::number(asset.duration().seconds(), 'f')));
+    }
+
+    void pictureIsFoundBehindAStrayZero()
+    {
+        for (const QString &name : {u"cover.jpg"_s, u"cover.png"_s, u"cover.gif"_s, u"cover.webp"_s}) {
+            const QByteArray head = "\1image/any\0\3\xff\xfe"
+                                    "d\0\0\0\0"_ba;
+            const QByteArray tag = id3v2Tag(id3v2Frame("APIC", head + mediaFile(name)));
+            QCOMPARE(pictures(read(temporaryFile(name, tag))), QList<QByteArray>({mediaFile(name)}));
+        }
     }
 
     void lostPictureTakesNoTagsWithIt()
