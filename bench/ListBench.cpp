@@ -1,5 +1,5 @@
 // What the window costs with a long playlist: a tick of the progress timer with 10,000 rows, a frame of
-// scrolling through 100,000 rows, and the decoded covers that this leaves in memory. Without a display it draws
+// scrolling through 100,000 rows, the decoded covers that this leaves in memory, and what a cover takes to come. Without a display it draws
 // into memory; QT_SCALE_FACTOR=2 draws four times the pixels.
 
 #include "player/PayerManager.h"
@@ -66,9 +66,11 @@ class PaintWatch : public QObject {
 public:
     explicit PaintWatch(QWidget &widget) { widget.installEventFilter(this); }
 
+    [[nodiscard]] bool takePainted() { return std::exchange(m_isPainted, false); }
+
     void waitForPainting()
     {
-        while (!std::exchange(m_isPainted, false))
+        while (!takePainted())
             QCoreApplication::processEvents();
     }
 
@@ -114,7 +116,45 @@ void measureTicks(PlayerManager &player, CoverFiles &files, QWidget &seekBar)
     print("tick, 10,000 rows, ms", measure(seekBar, 1000, tick));
 }
 
-void measureScrolling(PlayerManager &player, CoverFiles &files, const QListView &list)
+/// The nanoseconds of each frame while the list scrolls 60 times a second: those for the new place, and those for
+/// the covers that come after it.
+std::vector<qint64> measureFrames(QListView &list, int count, int step)
+{
+    constexpr qint64 untilNextStep = 16; // milliseconds
+    PaintWatch watch(*list.viewport());
+    std::vector<qint64> times;
+    QElapsedTimer sinceStep, frame;
+    for (int i = 1; i <= count; ++i) {
+        sinceStep.start();
+        list.verticalScrollBar()->setValue(i * step);
+        while (sinceStep.elapsed() < untilNextStep) {
+            frame.start();
+            QCoreApplication::processEvents();
+            if (watch.takePainted())
+                times.push_back(frame.nsecsElapsed());
+        }
+    }
+    return times;
+}
+
+/// The nanoseconds from asking for a cover that has not been read yet until it is there.
+std::vector<qint64> measureDecoding(CoverFiles &files, QSize pixels)
+{
+    constexpr int count = 200, otherAlbums = 10'000;
+    ArtworkLoader loader;
+    std::vector<qint64> times;
+    QElapsedTimer timer;
+    for (int i = 0; i < count; ++i) {
+        const auto cover = albumCover(files, otherAlbums + i);
+        timer.start();
+        while (loader.image(*cover, pixels).image.isNull())
+            QCoreApplication::processEvents();
+        times.push_back(timer.nsecsElapsed());
+    }
+    return times;
+}
+
+void measureScrolling(PlayerManager &player, CoverFiles &files, QListView &list)
 {
     player.playlist = tracks(files, 100'000);
     player.currentTrack = player.playlist().first();
@@ -124,7 +164,7 @@ void measureScrolling(PlayerManager &player, CoverFiles &files, const QListView 
     };
     const double before = heapMebibytes();
     print("frame, 100,000 rows, by 20 points, ms", measure(*list.viewport(), 2000, scroll(20)));
-    print("frame, by 3,000 points, covers new, ms", measure(*list.viewport(), 2000, scroll(3000)));
+    print("frame, by 3,000 points, covers new, ms", measureFrames(list, 2000, 3000));
     std::printf("%-42s %8.1f\n", "decoded covers and all else drawn, MiB", heapMebibytes() - before);
 }
 
@@ -144,5 +184,8 @@ int main(int argc, char **argv)
     std::printf("%-42s %8s %8s %8s\n", "", "median", "95 %", "most");
     measureTicks(player, files, *view.findChild<Slider *>());
     measureScrolling(player, files, *view.findChild<QListView *>());
+    const double ratio = view.devicePixelRatioF();
+    print("cover for a row, read and decoded, ms", measureDecoding(files, QSize(42, 42) * ratio));
+    print("large cover, read and decoded, ms", measureDecoding(files, QSize(190, 190) * ratio));
     return 0;
 }
