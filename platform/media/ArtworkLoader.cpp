@@ -99,7 +99,7 @@ void ArtworkLoader::Worker::deliver(Job job, const QImage &image)
         if (other.isUrgent && other.request.picture == job.request.picture)
             other.bytes = job.bytes;
     }
-    done.push_back({std::move(job), image});
+    done.emplace_back(std::move(job), image);
     Q_EMIT receiver->delivered({});
 }
 
