@@ -2,10 +2,13 @@
 #include "ui/PlaylistView.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
+#include "ui/controls/PlayButton.h"
 #include "ui/controls/Slider.h"
+#include "ui/controls/SymbolView.h"
 
 #include <QEvent>
 #include <QSet>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -95,6 +98,25 @@ private Q_SLOTS:
         f.player.currentTime = 20.25;
         QTRY_VERIFY(f.watch.sawPainting(&f.seekBar));
         QVERIFY(!f.watch.sawPainting(&f.elapsed));
+    }
+
+    void changeIsPaintedWithoutBeingAskedFor()
+    {
+        RepaintFixture f;
+        const auto isPaintedAfter = [&f](const QWidget *piece, const auto &change) {
+            f.settle();
+            change();
+            return QTest::qWaitFor([&] { return f.watch.sawPainting(piece); });
+        };
+        const auto symbols = f.view.findChildren<SymbolView *>();
+        const auto speaker = std::find_if(symbols.begin(), symbols.end(),
+            [](const SymbolView *view) { return view->symbol().startsWith(u"speaker"); });
+        QVERIFY(isPaintedAfter(*speaker, [&f] { f.player.volume = 0; }));
+        QVERIFY(isPaintedAfter(f.find<Slider>(u"Volumen"_s), [&f] { f.player.volume = 0.5; }));
+        QVERIFY(isPaintedAfter(f.view.findChild<PlayButton *>(), [&f] { f.player.pause(); }));
+        QVERIFY(isPaintedAfter(
+            f.find<Button>(u"Reproducción aleatoria"_s), [&f] { f.player.isShuffling = true; }));
+        QVERIFY(isPaintedAfter(f.list.viewport(), [&f] { f.player.load(f.track(1), false); }));
     }
 
     void notificationWithoutAChangePaintsNothing()
