@@ -18,7 +18,7 @@ constexpr int Steps = 512; // along the diagonal, so many that each is a small p
 
 // Bayer's matrix for ordered dithering: in which order the pixels of a square take on the next colour.
 constexpr int Side = 4;
-constexpr std::array<int, Side * Side> Order{0, 8, 2, 10, 12, 4, 14, 6, 3, 11, 1, 9, 15, 7, 13, 5};
+constexpr std::array<int, 16> Order{0, 8, 2, 10, 12, 4, 14, 6, 3, 11, 1, 9, 15, 7, 13, 5};
 
 double tintAt(double share)
 {
@@ -58,8 +58,8 @@ void Backdrop::mixColors()
     m_colors.clear();
     const QRgb under = qPremultiply(ground.rgba());
     const QRgb over = primary.rgb();
-    for (int step = 0; step <= Steps; ++step) {
-        const double tint = tintAt(static_cast<double>(step) / Steps);
+    for (int step = 0; step <= Steps + 1; ++step) { // with one for what begins beyond the last pixel
+        const double tint = tintAt(std::min(1.0, static_cast<double>(step) / Steps));
         for (const int place : Order) {
             const auto mix = [&](int bottom, int top) {
                 return static_cast<int>(bottom + (top - bottom) * tint + (place + 0.5) / Order.size());
@@ -73,13 +73,13 @@ void Backdrop::mixColors()
 /// In strips, so that a large window needs no picture of its size.
 void Backdrop::drawPart(QPainter &painter, const QRect &part, const QRectF &whole) const
 {
-    constexpr int StripHeight = 64;
+    constexpr int StripHeight = 16;
     constexpr int Unit = 1 << 16; // of a step, in whole numbers
     constexpr int Last = Steps * Unit;
     const QPointF step = QPointF(whole.width(), whole.height())
         * (Last / (whole.width() * whole.width() + whole.height() * whole.height()));
     const int stepAcross = qRound(step.x());
-    const QPoint corner = whole.topLeft().toPoint();
+    const QPoint corner = whole.toAlignedRect().topLeft();
     const bool isOpaque = m_ground.alpha() == 255;
     QImage strip(part.width(), std::min(part.height(), StripHeight),
         isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
@@ -89,10 +89,9 @@ void Backdrop::drawPart(QPainter &painter, const QRect &part, const QRectF &whol
             // The same for a pixel whatever part is drawn.
             int place = qRound((y - corner.y()) * step.y()) + (part.left() - corner.x()) * stepAcross;
             auto *pixel = reinterpret_cast<QRgb *>(strip.scanLine(y - top));
-            for (int x = part.left(); x <= part.right(); ++x, place += stepAcross) {
-                const int order = y % Side * Side + x % Side;
-                *pixel++ = m_colors[std::clamp(place, 0, Last) / Unit * Side * Side + order];
-            }
+            const QRgb *colors = m_colors.constData() + static_cast<qsizetype>(y % Side * Side);
+            for (int x = part.left(); x <= part.right(); ++x, place += stepAcross)
+                *pixel++ = colors[place / Unit * 16 + x % Side];
         }
         painter.drawImage(QPoint(part.left(), top), strip, QRect(0, 0, part.width(), height));
     }
