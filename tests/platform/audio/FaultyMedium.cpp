@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -20,7 +21,7 @@ struct Medium {
     FaultyMedium::Fault fault = FaultyMedium::Fault::None;
     long offset = 0;
     int faults = 0;
-    bool wasInterrupted = false;
+    long interruptedOffset = -1;
 };
 
 /// Never destroyed: a thread that waits for a file waits until the process is gone.
@@ -42,7 +43,7 @@ int errorOf(const struct stat &status, bool isOpening, long offset)
     ++m.faults;
     m.changed.wait(lock, [&m] { return m.fault != Fault::Silence && m.fault != Fault::Absence; });
     if (m.fault == Fault::Interruption)
-        return (m.wasInterrupted = !m.wasInterrupted) ? EINTR : 0;
+        return std::exchange(m.interruptedOffset, offset) == offset ? 0 : EINTR;
     return m.fault == Fault::Error ? EIO : 0;
 }
 

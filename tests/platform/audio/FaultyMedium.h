@@ -11,7 +11,7 @@ public:
     enum class Fault {
         None,
         Error, ///< EIO
-        Interruption, ///< EINTR at every other read
+        Interruption, ///< EINTR, unless the same place is read again
         Silence, ///< no answer until the fault is gone
         Absence, ///< the same, from the opening of the file on
     };
