@@ -2,6 +2,7 @@
 #include "ui/Fonts.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/PlaylistView.h"
+#include "ui/PopupStyle.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/Divider.h"
 
@@ -74,6 +75,8 @@ class WindowLookTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+
     void everyTextHasItsFontAndTone_data()
     {
         using Tone = Label::Tone;
