@@ -232,6 +232,14 @@ private Q_SLOTS:
         QVERIFY(isBluish(image.pixelColor(220, 100)));
     }
 
+    void paletteIsKept()
+    {
+        QImage image(90, 90, QImage::Format_Indexed8);
+        image.setColorTable({qRgb(0, 0, 255), qRgb(255, 0, 0)});
+        image.fill(1);
+        QCOMPARE(decoded(encoded(image, "PNG"), {30, 30}).pixelColor(15, 15), QColor(Qt::red));
+    }
+
     void transparencyIsKept()
     {
         QImage image(90, 90, QImage::Format_ARGB32);
