@@ -217,7 +217,8 @@ private Q_SLOTS:
             if (circle < 1.05)
                 VERIFY_CONTRAST(active, inactive[i].contrast());
             else if (contrast(palette.color(QPalette::Highlight), active.ground) < ForMarks)
-                QVERIFY2(active.contrast() < 4.3, qPrintable(QString::number(active.contrast())));
+                // It also stands out 3 : 1 under the mouse, on the most tint; the ground is dithered.
+                QVERIFY2(active.contrast() < 4.4, qPrintable(QString::number(active.contrast())));
         }
         f.find<Button>(u"Reproducción aleatoria"_s)->setAttribute(Qt::WA_UnderMouse);
         VERIFY_CONTRAST(f.ink(inCircle(buttons.first())), ForMarks);
