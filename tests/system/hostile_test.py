@@ -108,7 +108,7 @@ class Hostile(Scenario):
         planted.mkdir()
         for library in self.mapped_libraries():
             shutil.copy(library, planted)
-        self.assertGreater(len(list(planted.glob("*tag*"))), 0)
+        self.assertGreater(len(list(planted.glob("*libpulse*"))), 0)
         self.program.quit()
         self.start_with("a.wav", prefix=["env", "-C", planted])
         self.desktop.key("space")
