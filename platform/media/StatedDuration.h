@@ -7,6 +7,6 @@
 /// Format"); not numeric if it does not, or if the sample rate is an unusual one, which stands elsewhere.
 MediaTime wavPackDuration(MediaSource &source);
 
-/// The length that the header of a Musepack file of stream version 8 states (musepack.net, "SV8 specification"),
-/// which is always its first packet.
+/// The length that the header of a Musepack file of stream version 8 states (musepack.net, "SV8"), which
+/// is always its first packet.
 MediaTime musepackDuration(MediaSource &source);

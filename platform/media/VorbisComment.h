@@ -5,8 +5,8 @@
 #include <QByteArrayView>
 #include <optional>
 
-/// Title, artist, album and pictures of the Vorbis comment in `block` (xiph.org, "Ogg Vorbis I format
-/// specification: comment field and header specification"), in stored order.
+/// Title, artist, album and pictures of the Vorbis comment in `block` (xiph.org, "Ogg Vorbis I: comment
+/// field"), in stored order.
 QList<MetadataItem> vorbisCommentItems(QByteArrayView block);
 
 /// Bytes of the Vorbis comment that `bytes` start with; nothing if they do not hold all of it.
