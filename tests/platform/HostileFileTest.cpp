@@ -206,6 +206,67 @@ QByteArray waveWithCues(quint32 cues)
     return mediaFile(u"plain.wav"_s).insert(36, "cue " + little(quint32(points.size())) + points);
 }
 
+/// An element of Matroska.
+QByteArray element(const char *id, const QByteArray &content)
+{
+    constexpr quint64 eightBytes = quint64(1) << 56;
+    return QByteArray::fromHex(id) + big(eightBytes | quint64(content.size())) + content;
+}
+
+/// How Matroska says that a track's blocks (1) or its codec's header (2) are compressed.
+QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &settings = {})
+{
+    const QByteArray details = element("4254", QByteArray(1, char(method))) + element("4255", settings);
+    return element(
+        "6d80", element("6240", element("5032", QByteArray(1, char(scope))) + element("5034", details)));
+}
+
+QByteArray matroskaTrack(int number, const QByteArray &fields)
+{
+    const QByteArray audio =
+        element("b5", big(quint32(0x45FA0000))) + element("9f", "\1") + element("6264", "\x10"); // 8000 Hz
+    return element("ae",
+        element("d7", QByteArray(1, char(number))) + element("73c5", QByteArray(1, char(number)))
+            + element("83", "\2") + element("86", "A_PCM/INT/LIT") + fields + element("e1", audio));
+}
+
+QByteArray matroska(const QByteArray &tracks, const QByteArray &more = {}, const QByteArray &sound = {})
+{
+    const QByteArray type = element("4282", "matroska") + element("4287", "\4") + element("4285", "\2");
+    const QByteArray block =
+        QByteArray("\x81\0\0\x80", 4) + (sound.isEmpty() ? QByteArray(3200, '\x21') : sound);
+    const QByteArray cluster = element("1f43b675", element("e7", QByteArray(1, '\0')) + element("a3", block));
+    const QByteArray information = element("1549a966", element("2ad7b1", QByteArray::fromHex("0f4240")));
+    return element("1a45dfa3", type)
+        + element("18538067", information + element("1654ae6b", tracks) + more + cluster);
+}
+
+/// Sixty tracks with a header that inflates to 8 MiB each.
+QByteArray matroskaWithCompressedHeaders()
+{
+    const QByteArray header = qCompress(QByteArray(8 << 20, '\0'), 9).sliced(qsizetype(sizeof(int)));
+    QByteArray tracks;
+    for (int number = 1; number <= 60; ++number)
+        tracks += matroskaTrack(number, element("63a2", header) + matroskaCompression(2, 0));
+    return matroska(tracks);
+}
+
+QByteArray matroskaWithTags(int count)
+{
+    QByteArray tags = element("63c0", {});
+    for (int i = 0; i < count; ++i)
+        tags += element("67c8", element("45a3", "N" + QByteArray::number(i)) + element("4487", "value"));
+    return matroska(matroskaTrack(1, {}), element("1254c367", element("7373", tags)));
+}
+
+QByteArray matroskaWithChapters(quint32 count)
+{
+    QByteArray chapters;
+    for (quint32 i = count; i > 0; --i)
+        chapters += element("b6", element("73c4", big(i)) + element("91", big(count - i + 1)));
+    return matroska(matroskaTrack(1, {}), element("1043a770", element("45b9", chapters)));
+}
+
 struct Place {
     const char *name;
     QByteArray (*file)(const QByteArray &tag);
@@ -331,6 +392,9 @@ private Q_SLOTS:
         QTest::newRow("compressed header that just fits") << compressedMovie(60 << 20);
         QTest::newRow("frames of Monkey's Audio") << monkeysAudio(2'000'000);
         QTest::newRow("frames of Monkey's Audio that just fit") << monkeysAudio(1'400'000);
+        QTest::newRow("compressed headers of Matroska") << matroskaWithCompressedHeaders();
+        QTest::newRow("tags of Matroska") << matroskaWithTags(300'000);
+        QTest::newRow("chapters of Matroska") << matroskaWithChapters(300'000);
         QTest::newRow("cue points") << waveWithCues(100'000);
         QTest::newRow("empty tags") << dsf(QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(3'000'000));
     }
@@ -339,6 +403,24 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, bytes);
         verifyBounded(bytes, QTest::currentDataTag());
+    }
+
+    void whatIsHiddenInMatroskaLeavesTheSound()
+    {
+        const auto sound = soundOf(matroska(matroskaTrack(1, {})));
+        QCOMPARE(sound.size(), std::size_t(1600));
+        QVERIFY(soundOf(matroskaWithCompressedHeaders()) == sound);
+        QVERIFY(soundOf(matroskaWithTags(5000)) == sound);
+        QVERIFY(soundOf(matroskaWithChapters(2)) == sound);
+    }
+
+    void compressedBlocksOfMatroskaArePlayed()
+    {
+        const auto sound = soundOf(matroska(matroskaTrack(1, {})));
+        const QByteArray stripped = matroskaTrack(1, matroskaCompression(1, 3, "\x21\x21"));
+        QVERIFY(soundOf(matroska(stripped, {}, QByteArray(3198, '\x21'))) == sound);
+        const QByteArray deflated = qCompress(QByteArray(3200, '\x21')).sliced(qsizetype(sizeof(int)));
+        QVERIFY(soundOf(matroska(matroskaTrack(1, matroskaCompression(1, 0)), {}, deflated)) == sound);
     }
 
     void tagLeavesTheSound_data()

@@ -99,6 +99,7 @@ std::optional<Error> FFmpegInput::openContainer()
     if (av_probe_input_buffer2(m_io, &probed, nullptr, m_format, 0, 0) < 0)
         return openingError();
     m_isProbed = true;
+    m_masksMatroska = std::string_view(probed->name).starts_with("matroska");
     if (!mayHoldCovers(*probed))
         m_openingBytesLeft = MostBytesWithoutCovers;
     dropReadAhead();
@@ -107,6 +108,7 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
     m_masksTags = demuxer() == "aac";
+    m_masksMatroska = false;
     dropReadAhead();
     chooseAudioStream();
     if (avformat_find_stream_info(m_format, nullptr) < 0)
@@ -261,6 +263,9 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     }
     if (input.m_masksTags)
         count = ssize_t(Id3v2Mask::apply({buffer, size_t(count)}));
+    // FFmpeg looks for ID3v2 tags only in front of this format: of what is read again, none is left.
+    if (input.m_masksMatroska)
+        count = ssize_t(input.m_matroskaMask.apply({buffer, size_t(count)}));
     input.m_offset += count;
     return count > 0 ? int(count) : AVERROR_EOF;
 }

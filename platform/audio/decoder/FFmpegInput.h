@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/audio/DecoderModule.h"
+#include "platform/audio/decoder/MatroskaMask.h"
 
 #include <cstdint>
 #include <memory>
@@ -19,7 +20,8 @@ struct AVStream;
 /// how long, how many streams there may be, how much is read and how much time and memory is spent until the
 /// container is open, is bounded. 5. No
 /// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
-/// masked for as long as FFmpeg looks for them. 6. The stop flag ends every operation.
+/// masked for as long as FFmpeg looks for them. 6. Costly elements of Matroska's headers are masked
+/// (see MatroskaMask). 7. The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
 /// time.
@@ -79,6 +81,8 @@ private:
     std::int64_t m_begin = 0; ///< of the container in the file, behind its leading tags
     std::int64_t m_offset = 0; ///< of the next read, from there
     bool m_masksTags = false;
+    bool m_masksMatroska = false;
+    MatroskaMask m_matroskaMask;
     std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
     std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
     bool m_isProbed = false;
