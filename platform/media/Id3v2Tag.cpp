@@ -41,9 +41,8 @@ bool hasSynchronisation(QByteArrayView data)
 
 bool isFrameIdentifier(QByteArrayView bytes)
 {
-    return !bytes.isEmpty() && std::all_of(bytes.begin(), bytes.end(), [](char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-    });
+    return std::all_of(
+        bytes.begin(), bytes.end(), [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); });
 }
 
 std::optional<CommonIdentifier> commonIdentifier(QByteArrayView frame)

@@ -65,7 +65,7 @@ private:
 MediaTime milliseconds(double seconds)
 {
     constexpr double longest = 1e9; // seconds; longer ones are damage
-    return seconds >= 0 && seconds <= longest ? MediaTime{std::llround(seconds * 1000), 1000} : MediaTime{};
+    return seconds <= longest ? MediaTime{std::llround(seconds * 1000), 1000} : MediaTime{};
 }
 
 } // namespace

@@ -69,14 +69,26 @@ QByteArray syncsafe(qsizetype number)
     return bytes;
 }
 
-QByteArray id3v2Frame(const QByteArray &identifier, const QByteArray &content)
+QByteArray id3v2Frame(const QByteArray &identifier, const QByteArray &content, char flags = 0)
 {
-    return identifier + syncsafe(content.size()) + QByteArray(2, '\0') + content;
+    return identifier + syncsafe(content.size()) + '\0' + flags + content;
 }
 
-QByteArray id3v2Tag(const QByteArray &frames)
+QByteArray id3v2Tag(const QByteArray &frames, char version = 4, char flags = 0)
 {
-    return QByteArray("ID3\4\0\0", 6) + syncsafe(frames.size()) + frames;
+    return "ID3" + QByteArray(1, version) + '\0' + flags + syncsafe(frames.size()) + frames;
+}
+
+/// A frame of 2.2, shorter than 256 bytes.
+QByteArray shortFrame(const QByteArray &identifier, const QByteArray &content)
+{
+    return identifier + "\0\0"_ba + static_cast<char>(content.size()) + content;
+}
+
+/// A frame whose size stands in the tag as 2.3 has it.
+QByteArray plainFrame(const QByteArray &identifier, const QByteArray &content)
+{
+    return identifier + bigEndian(quint32(content.size())) + "\0\0"_ba + content;
 }
 
 /// A size and the bytes, as Vorbis comments and RIFF chunks have them.
@@ -120,6 +132,34 @@ QByteArray wavPackHeader(quint32 samples, quint32 rate, quint32 flags = 0, char 
 QByteArray musepackHeader(const QByteArray &samples, const QByteArray &silence, char rate)
 {
     return "MPCKSH\x10" + QByteArray(4, 'c') + '\x8' + samples + silence + rate + QByteArray(4, '\0');
+}
+
+QByteArray dsfHeader(quint32 rate, quint64 samples)
+{
+    return "DSD " + QByteArray(24, '\0') + "fmt " + QByteArray(24, '\0') + littleEndian(rate)
+        + littleEndian(quint32(1)) + littleEndian(samples) + QByteArray(8, '\0');
+}
+
+/// A chunk of DSDIFF.
+QByteArray longChunk(const QByteArray &name, const QByteArray &content)
+{
+    return name + bigEndian(0) + bigEndian(quint32(content.size())) + content;
+}
+
+/// Without the compression, so that nobody plays it.
+QByteArray dsdiff(quint32 rate, const QByteArray &channels, qsizetype bytes)
+{
+    const QByteArray properties =
+        "SND " + longChunk("FS  ", bigEndian(rate)) + longChunk("CHNL", channels + "LEFTRGHT");
+    return longChunk("FRM8", {}) + "DSD " + longChunk("PROP", properties)
+        + longChunk("DSD ", QByteArray(bytes, '\0'));
+}
+
+QByteArray aiffHeader(const QByteArray &name, quint32 frames)
+{
+    const QByteArray common = "\0\1"_ba + bigEndian(frames) + "\0\x10"_ba
+        + QByteArray::fromHex("400bfa00000000000000") + "sowt\0\0"_ba; // 8,000 a second
+    return "FORM\0\0\0\0AIFC"_ba + name + bigEndian(quint32(common.size())) + common;
 }
 
 /// Makes a file whose title stands behind so many other entries of its tag.
@@ -383,7 +423,12 @@ private Q_SLOTS:
         QTest::newRow("IMA ADPCM, other bits") << format(0x11, 1, 1024, 3) << 1024 << -1;
         QTest::newRow("Microsoft ADPCM") << format(2, 1, 256, 4) << 256 + 9 << 500 + 6;
         QTest::newRow("Microsoft ADPCM, stereo") << format(2, 2, 512, 4) << 512 + 13 << 500;
-        QTest::newRow("GSM") << format(0x31, 1, 65, 0) << 650 << 3200;
+        QTest::newRow("IMA ADPCM, no room for a header") << format(0x11, 2, 2048, 4) << 2048 + 7 << 2041;
+        QTest::newRow("IMA ADPCM, a header") << format(0x11, 2, 2048, 4) << 2048 + 8 << 2041 + 1;
+        QTest::newRow("Microsoft ADPCM, a header") << format(2, 2, 512, 4) << 512 + 14 << 500 + 2;
+        QTest::newRow("GSM") << format(0x31, 1, 65, 0) << 650 + 64 << 3200;
+        QTest::newRow("PCM, 17 bits") << format(1, 1, 0, 17) << 3000 << 1000;
+        QTest::newRow("float, 64 bits") << format(3, 1, 8, 64) << 8000 << 1000;
         QTest::newRow("no block") << format(0x11, 1, 0, 4) << 1024 << -1;
         QTest::newRow("no channel") << format(1, 0, 4, 16) << 4000 << -1;
         QTest::newRow("no bits") << format(1, 1, 2, 0) << 0 << -1;
@@ -400,6 +445,16 @@ private Q_SLOTS:
         QVERIFY(!time.isNumeric() || time.timescale == 8000);
     }
 
+    void wavRateIsPositive()
+    {
+        const auto duration = [](quint32 rate) {
+            return wavDuration(littleEndian(quint16(6)) + littleEndian(quint16(1)) + littleEndian(rate), 100);
+        };
+        QCOMPARE(duration(0x7FFF'FFFF).timescale, 0x7FFF'FFFF);
+        QVERIFY(!duration(0x8000'0000).isNumeric());
+        QVERIFY(!duration(0).isNumeric());
+    }
+
     void aiffLengthFollowsFromItsCommonChunk_data()
     {
         QTest::addColumn<QByteArray>("codec");
@@ -414,7 +469,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, codec);
         const QByteArray rate = QByteArray::fromHex("400bfa00000000000000"); // 8,000
-        const MediaTime time = aiffDuration("\0\1"_ba + bigEndian(1000) + "\0\x10"_ba + rate + codec);
+        const MediaTime time = aiffDuration(
+            "\0\1"_ba + bigEndian(1000) + "\0\x10"_ba + rate + (codec.isEmpty() ? codec : codec + "\0\0"_ba));
         QTEST(time.isNumeric() ? time.seconds() : -1, "seconds");
         QVERIFY(!aiffDuration("\0\1"_ba + bigEndian(0) + "\0\x10"_ba + rate + codec).isNumeric());
         QVERIFY(!aiffDuration("\0\1"_ba + bigEndian(1000)).isNumeric());
@@ -554,6 +610,80 @@ private Q_SLOTS:
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Behind"_s}));
     }
 
+    void id3v2TextIsRead_data()
+    {
+        QTest::addColumn<QByteArray>("tag");
+        QTest::addColumn<QString>("text");
+        const QByteArray title = id3v2Frame("TIT2", "\3Title");
+        const QString none, plain = u"Title"_s, most = QString(129, u'a'), all = QString(257, u'a');
+        const QByteArray longFrame = plainFrame("TIT2", '\3' + QByteArray(257, 'a'));
+        QTest::newRow("behind an unknown frame") << id3v2Tag(id3v2Frame("AZ09", "x") + title) << plain;
+        QTest::newRow("unknown encoding") << id3v2Tag(id3v2Frame("TIT2", "\4Canción")) << u"Canción"_s;
+        QTest::newRow("cut frame behind it") << id3v2Tag(title + "TALB") << plain;
+        QTest::newRow("plain size, last") << id3v2Tag(longFrame) << all;
+        QTest::newRow("plain size, padding behind") << id3v2Tag(longFrame + QByteArray(99, '\0')) << all;
+        QTest::newRow("no next frame by either size")
+            << id3v2Tag(plainFrame("TIT2", '\3' + QByteArray(257, 'a')) + "xxxxxxxxxxxxxxxx") << most;
+        QTest::newRow("unused flags") << id3v2Tag(id3v2Frame("TIT2", "\3Title", 0x1F), 3) << plain;
+        QTest::newRow("stated length") << id3v2Tag(id3v2Frame("TIT2", "\0\0\0\6\3Title"_ba, 0x01)) << plain;
+        QTest::newRow("extended header cut") << id3v2Tag("\0\0\0"_ba, 3, 0x40) + id3v2Tag(title) << plain;
+        QTest::newRow("flag of 2.2") << id3v2Tag(shortFrame("TT2", "\0Title"_ba), 2, 0x40) << plain;
+        QTest::newRow("version 1") << id3v2Tag(shortFrame("TT2", "\0Title"_ba), 1) << none;
+        QTest::newRow("version 5") << id3v2Tag(title, 5) << none;
+        QTest::newRow("tag with a footer in front")
+            << id3v2Tag({}, 4, 0x10) + "3DI\4\0\x10\0\0\0\0"_ba + id3v2Tag(title) << plain;
+        QTest::newRow("other flag in front") << id3v2Tag({}, 4, 0x08) + id3v2Tag(title) << plain;
+        QTest::newRow("other mark") << id3v2Tag(title, 3).replace("ID3", "ea3") << plain;
+    }
+    void id3v2TextIsRead()
+    {
+        QFETCH(QByteArray, tag);
+        QFETCH(QString, text);
+        const MediaAsset asset = read(temporaryFile(u"tag"_s, tag));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), text.isEmpty() ? QStringList() : QStringList({text}));
+    }
+
+    void id3v2PictureIsRead_data()
+    {
+        QTest::addColumn<QByteArray>("tag");
+        QTest::addColumn<QByteArray>("picture");
+        const auto apic = [](const QByteArray &data, char flags = 0) {
+            return id3v2Frame("APIC", "\0\0\3\0"_ba + data, flags);
+        };
+        QTest::newRow("plain") << id3v2Tag(apic("xyz")) << "xyz"_ba;
+        QTest::newRow("big-endian description")
+            << id3v2Tag(id3v2Frame("APIC", "\2\0\3\0d\0\0xyz"_ba)) << "xyz"_ba;
+        QTest::newRow("2.2, no description") << id3v2Tag(shortFrame("PIC", "\0PNG\0\0xyz"_ba), 2) << "xyz"_ba;
+        QTest::newRow("behind a broken one")
+            << id3v2Tag(id3v2Frame("APIC", "\0image"_ba) + apic("xyz")) << "xyz"_ba;
+        QTest::newRow("behind an open description")
+            << id3v2Tag(apic("xyz") + id3v2Frame("APIC", "\1\0\3open"_ba)) << "xyz"_ba;
+        QTest::newRow("unsynchronised to its end") << id3v2Tag(apic("\xff\0\xff"_ba, 0x02)) << "\xff\xff"_ba;
+        QTest::newRow("not unsynchronised") << id3v2Tag(apic("a\xff\0b"_ba)) << "a\xff\0b"_ba;
+        QTest::newRow("not unsynchronised, 2.3") << id3v2Tag(apic("a\xff\0b"_ba), 3) << "a\xff\0b"_ba;
+        QTest::newRow("unsynchronised once, 2.3")
+            << id3v2Tag("APIC\0\0\0\x8\0\0\0\0\3\0a\xff\0\0b"_ba, 3, '\x80') << "a\xff\0b"_ba;
+        QTest::newRow("stated length, not unsynchronised")
+            << id3v2Tag(id3v2Frame("APIC", "\0\0\0\x8\0\0\3\0a\xff\0b"_ba, 0x01)) << "a\xff\0b"_ba;
+    }
+    void id3v2PictureIsRead()
+    {
+        QFETCH(QByteArray, tag);
+        QTEST(pictures(read(temporaryFile(u"tag"_s, tag))).value(0), "picture");
+    }
+
+    void otherListsOfAWavHoldNoText()
+    {
+        const auto titles = [this](const QByteArray &name, const QByteArray &kind) {
+            const QByteArray list = name + sized(kind + "INAM" + sized("Title\0"_ba));
+            return texts(
+                read(temporaryFile(u"list.wav"_s, "RIFF\0\0\0\0WAVE"_ba + list)), CommonIdentifier::Title);
+        };
+        QCOMPARE(titles("LIST", "INFO"), QStringList({u"Title"_s}));
+        QCOMPARE(titles("LIST", "adtl"), QStringList());
+        QCOMPARE(titles("XXXX", "INFO"), QStringList());
+    }
+
     void nothingIsLookedAtBehindTooManyEntries_data()
     {
         QTest::addColumn<const Crowded *>("file");
@@ -594,6 +724,17 @@ private Q_SLOTS:
         QTest::newRow("WavPack, no length") << wavPackHeader(0xFFFF'FFFF, 9) << unknown;
         QTest::newRow("WavPack, direct stream") << wavPackHeader(96'000, 9, 0x8000'0000) << unknown;
         QTest::newRow("Musepack, 48 kHz") << musepackHeader("\x85\xEE\x60"_ba, "\x60"_ba, 0x20) << 2.0;
+        QTest::newRow("DSF") << dsfHeader(2'822'400, 9'878'400) << 3.5;
+        QTest::newRow("DSF, nearly a millisecond") << dsfHeader(1'000'000, 999) << 0.001;
+        QTest::newRow("DSF, a billion seconds") << dsfHeader(2, 2'000'000'000) << 1e9;
+        QTest::newRow("DSF, beyond that") << dsfHeader(2, 2'000'000'002) << unknown;
+        QTest::newRow("DSF, no rate") << dsfHeader(0, 9'878'400) << unknown;
+        QTest::newRow("DSDIFF") << dsdiff(64'000, "\0\2"_ba, 4000) << 0.25;
+        QTest::newRow("DSDIFF, no rate") << dsdiff(0, "\0\2"_ba, 4000) << unknown;
+        QTest::newRow("DSDIFF, no channels") << dsdiff(64'000, "\0\0"_ba, 4000) << unknown;
+        QTest::newRow("DSDIFF, no sound") << dsdiff(64'000, "\0\2"_ba, 0) << unknown;
+        QTest::newRow("AIFF") << aiffHeader("COMM", 1000) << 0.125;
+        QTest::newRow("AIFF, nothing in common") << aiffHeader("XXXX", 1000) << unknown;
         QTest::newRow("Musepack, 32 kHz") << musepackHeader("\x83\xF4\0"_ba, "\0"_ba, 0x60) << 2.0;
     }
     void headerStatesTheLength()
