@@ -30,7 +30,7 @@ constexpr QByteArrayView MetadataLibrary(
 /// Takes a text and the U+0000 that ends it.
 void skipText(Fields &fields)
 {
-    while (!fields.isEmpty() && fields.number<quint16_le>() != 0) { }
+    while (fields.number<quint16_le>() != 0) { } // 0 at the end too
 }
 
 QString takeText(Fields &fields, quint64 length)

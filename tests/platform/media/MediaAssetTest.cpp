@@ -108,13 +108,61 @@ QByteArray asfObject(const char *identifier, const QByteArray &content)
     return QByteArray::fromHex(identifier) + littleEndian(quint64(content.size() + 24)) + content;
 }
 
-QByteArray asfAttribute(const QString &name, const QString &value)
+QByteArray asfHeader(const QByteArray &objects)
 {
-    const auto utf16 = [](const QString &text) {
-        return QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
-    };
-    return littleEndian(quint16(name.size() * 2)) + utf16(name) + littleEndian(quint16(0))
-        + littleEndian(quint16(value.size() * 2)) + utf16(value);
+    return asfObject("3026b2758e66cf11a6d900aa0062ce6c", QByteArray(6, '\0') + objects);
+}
+
+QByteArray asfExtension(const QByteArray &objects)
+{
+    return asfObject("b503bf5f2ea9cf118ee300c00c205365", QByteArray(22, '\0') + objects);
+}
+
+QByteArray utf16(const QString &text)
+{
+    return QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
+}
+
+/// Its type is 0 for text, 1 for bytes.
+QByteArray asfAttribute(const QString &name, const QByteArray &value, quint16 type = 0)
+{
+    return littleEndian(quint16(name.size() * 2)) + utf16(name) + littleEndian(type)
+        + littleEndian(quint16(value.size())) + value;
+}
+
+QByteArray asfAttributes(const QByteArray &attributes)
+{
+    return asfObject("40a4d0d207e3d21197f000a0c95ea850", "\0\0"_ba + attributes);
+}
+
+/// Played in units of 100 ns, with the preroll in milliseconds.
+QByteArray asfLength(quint64 played, quint64 preroll)
+{
+    return asfHeader(asfObject("a1dcab8c47a9cf118ee400c00c205365",
+        QByteArray(40, '\0') + littleEndian(played) + littleEndian(quint64(0)) + littleEndian(preroll)));
+}
+
+QByteArray flacBlock(char type, const QByteArray &content)
+{
+    return type + bigEndian(quint32(content.size())).sliced(1) + content;
+}
+
+QByteArray flacPicture(const QByteArray &data)
+{
+    return bigEndian(3) + bigEndian(1) + 'm' + bigEndian(1) + 'd' + QByteArray(16, '\0')
+        + bigEndian(quint32(data.size())) + data;
+}
+
+QByteArray vorbisComment(const QByteArray &field, quint32 count = 1)
+{
+    return sized({}) + littleEndian(count) + sized(field).repeated(count);
+}
+
+QByteArray flacLength(quint64 rate, quint64 samples)
+{
+    const quint64 number = qToBigEndian(rate << 44 | samples);
+    return "fLaC"
+        + flacBlock('\x80', QByteArray(10, '\0') + QByteArray(reinterpret_cast<const char *>(&number), 8));
 }
 
 QByteArray atom(const QByteArray &name, const QByteArray &content)
@@ -222,7 +270,7 @@ const Crowded crowdedFiles[] = {
         [](qsizetype entries) {
             const QByteArray object = asfObject("40a4d0d207e3d21197f000a0c95ea850",
                 littleEndian(quint16(entries)) + asfAttribute({}, {}).repeated(entries - 1)
-                    + asfAttribute(u"Title"_s, u"Title"_s));
+                    + asfAttribute(u"Title"_s, utf16(u"Title"_s)));
             return asfObject("3026b2758e66cf11a6d900aa0062ce6c", QByteArray(6, '\0') + object);
         },
         10'000},
@@ -672,6 +720,99 @@ private Q_SLOTS:
         QTEST(pictures(read(temporaryFile(u"tag"_s, tag))).value(0), "picture");
     }
 
+    void asfTextIsRead_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QStringList>("title");
+        const QByteArray text = utf16(u"Title"_s);
+        const QByteArray attribute = asfAttribute(u"Title"_s, text), title = asfAttributes(attribute);
+        const QByteArray unknown(16, 'x');
+        const QStringList none, one{u"Title"_s};
+        QTest::newRow("behind an empty object") << asfHeader(asfObject(unknown.toHex(), {}) + title) << one;
+        QTest::newRow("in an unknown object")
+            << asfHeader(asfObject(unknown.toHex(), QByteArray(22, '\0') + title)) << none;
+        QTest::newRow("in the second extension") << asfHeader(asfExtension({}) + asfExtension(title)) << one;
+        QTest::newRow("in an extension's extension") << asfHeader(asfExtension(asfExtension(title))) << none;
+        QTest::newRow("behind the header") << asfHeader({}) + title << none;
+        QTest::newRow("bytes") << asfHeader(asfAttributes(asfAttribute(u"Title"_s, text, 1))) << none;
+        QTest::newRow("after an empty one")
+            << asfHeader(asfAttributes(asfAttribute(u"Title"_s, {}) + attribute)) << one;
+        QTest::newRow("after one that ends at once")
+            << asfHeader(asfAttributes(asfAttribute(u"Title"_s, "\0\0"_ba) + attribute)) << one;
+        QTest::newRow("one character")
+            << asfHeader(asfAttributes(asfAttribute(u"Title"_s, utf16(u"Ā"_s)))) << QStringList{u"Ā"_s};
+    }
+    void asfTextIsRead()
+    {
+        QFETCH(QByteArray, file);
+        QTEST(texts(read(temporaryFile(u"text.wma"_s, file)), CommonIdentifier::Title), "title");
+    }
+
+    void asfFieldsHaveTheirTypes()
+    {
+        const QByteArray value = '\3' + littleEndian(quint32(3)) + QByteArray(4, '\0') + "xyzjunk";
+        const QByteArray description =
+            littleEndian(quint16(4)) + littleEndian(quint16(2)) + QByteArray(6, '\0') + utf16(u"TiA"_s);
+        const auto file = [&](quint16 textType, const QString &picture, quint16 pictureType) {
+            const QByteArray attributes = asfAttribute(u"Author"_s, utf16(u"Other"_s), textType)
+                + asfAttribute(u"WM/AlbumTitle"_s, utf16(u"Album"_s), textType)
+                + asfAttribute(picture, value, pictureType);
+            return read(temporaryFile(u"types.wma"_s, asfHeader(asfAttributes(attributes))));
+        };
+        const MediaAsset asset = file(0, u"WM/Picture"_s, 1);
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"Other"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::AlbumName), QStringList({u"Album"_s}));
+        QCOMPARE(pictures(asset), QList<QByteArray>({"xyz"}));
+        QVERIFY(file(1, u"WM/Picture"_s, 0).commonMetadata().isEmpty());
+        QVERIFY(file(1, u"WM/Other"_s, 1).commonMetadata().isEmpty());
+
+        const QByteArray described = asfObject("3326b2758e66cf11a6d900aa0062ce6c", description);
+        const MediaAsset other = read(temporaryFile(u"described.wma"_s, asfHeader(described)));
+        QCOMPARE(texts(other, CommonIdentifier::Title), QStringList({u"Ti"_s}));
+        QCOMPARE(texts(other, CommonIdentifier::Artist), QStringList({u"A"_s}));
+    }
+
+    void flacBlocksEndWithTheLast()
+    {
+        const QByteArray file = "fLaC" + flacBlock(6, flacPicture("xyz"))
+            + flacBlock(4, vorbisComment("album=Álbum")) + flacBlock('\x84', vorbisComment("title=Title"))
+            + flacBlock(4, vorbisComment("artist=Artist"));
+        const MediaAsset asset = read(temporaryFile(u"blocks.flac"_s, file));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList());
+        QCOMPARE(texts(asset, CommonIdentifier::AlbumName), QStringList({u"Álbum"_s}));
+        QCOMPARE(pictures(asset), QList<QByteArray>({"xyz"}));
+    }
+
+    void sixtyFourItemsOfATagAreRead_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        constexpr int count = 70;
+        QTest::newRow("ID3v2") << id3v2Tag(id3v2Frame("APIC", "\0\0\3\0xyz"_ba).repeated(count));
+        QTest::newRow("WAV") << "RIFF\0\0\0\0WAVELIST"_ba
+                + sized("INFO" + ("INAM" + sized("Text")).repeated(count));
+        QTest::newRow("FLAC pictures") << "fLaC" + flacBlock(6, flacPicture("xyz")).repeated(count);
+        QTest::newRow("Vorbis comments") << "fLaC" + flacBlock('\x84', vorbisComment("coverart=eHl6", count));
+        QTest::newRow("ASF") << asfHeader(
+            asfAttributes(asfAttribute(u"WM/Picture"_s, "\3\3\0\0\0\0\0\0\0xyz"_ba, 1).repeated(count)));
+        QTest::newRow("MP4") << atom("ftyp", "M4A ")
+                + atom("moov",
+                    atom("udta",
+                        atom("meta",
+                            QByteArray(4, '\0')
+                                + atom("ilst",
+                                    atom("covr",
+                                        atom("data", QByteArray(8, '\0') + "xyz").repeated(count))))));
+        const QByteArray item =
+            littleEndian(quint32(5)) + littleEndian(quint32(2)) + "Cover Art (front)\0n\0xyz"_ba;
+        QTest::newRow("APE") << apeTag(item.repeated(count));
+    }
+    void sixtyFourItemsOfATagAreRead()
+    {
+        QFETCH(QByteArray, file);
+        QCOMPARE(read(temporaryFile(u"many"_s, file)).commonMetadata().size(), 64);
+    }
+
     void otherListsOfAWavHoldNoText()
     {
         const auto titles = [this](const QByteArray &name, const QByteArray &kind) {
@@ -735,6 +876,11 @@ private Q_SLOTS:
         QTest::newRow("DSDIFF, no sound") << dsdiff(64'000, "\0\2"_ba, 0) << unknown;
         QTest::newRow("AIFF") << aiffHeader("COMM", 1000) << 0.125;
         QTest::newRow("AIFF, nothing in common") << aiffHeader("XXXX", 1000) << unknown;
+        QTest::newRow("ASF") << asfLength(35'000'000, 1000) << 2.5;
+        QTest::newRow("ASF, all before the start") << asfLength(10'000'000, 1000) << unknown;
+        QTest::newRow("FLAC") << flacLength(8000, 20'000) << 2.5;
+        QTest::newRow("FLAC, no samples") << flacLength(8000, 0) << unknown;
+        QTest::newRow("FLAC, no rate") << flacLength(0, 20'000) << unknown;
         QTest::newRow("Musepack, 32 kHz") << musepackHeader("\x83\xF4\0"_ba, "\0"_ba, 0x60) << 2.0;
     }
     void headerStatesTheLength()
