@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
+#include <array>
 #include <limits>
 #include <sys/resource.h>
 
@@ -180,6 +181,18 @@ QByteArray wavPackHeader(quint32 samples, quint32 rate, quint32 flags = 0, char 
 QByteArray musepackHeader(const QByteArray &samples, const QByteArray &silence, char rate)
 {
     return "MPCKSH\x10" + QByteArray(4, 'c') + '\x8' + samples + silence + rate + QByteArray(4, '\0');
+}
+
+/// A page with one packet, shorter than 255 bytes, that ends at `position`.
+QByteArray oggPage(quint32 stream, qint64 position, const QByteArray &packet)
+{
+    return "OggS\0\0"_ba + littleEndian(position) + littleEndian(stream) + QByteArray(8, '\0') + '\1'
+        + static_cast<char>(packet.size()) + packet;
+}
+
+QByteArray apeItem(const QByteArray &key, const QByteArray &value, quint32 flags = 0)
+{
+    return littleEndian(quint32(value.size())) + littleEndian(flags) + key + '\0' + value;
 }
 
 QByteArray dsfHeader(quint32 rate, quint64 samples)
@@ -803,14 +816,94 @@ private Q_SLOTS:
                                 + atom("ilst",
                                     atom("covr",
                                         atom("data", QByteArray(8, '\0') + "xyz").repeated(count))))));
-        const QByteArray item =
-            littleEndian(quint32(5)) + littleEndian(quint32(2)) + "Cover Art (front)\0n\0xyz"_ba;
-        QTest::newRow("APE") << apeTag(item.repeated(count));
+        QTest::newRow("APE") << apeTag(apeItem("Cover Art (front)", "n\0xyz"_ba, 2).repeated(count));
     }
     void sixtyFourItemsOfATagAreRead()
     {
         QFETCH(QByteArray, file);
         QCOMPARE(read(temporaryFile(u"many"_s, file)).commonMetadata().size(), 64);
+    }
+
+    void firstStreamOfAnOggCounts()
+    {
+        const QByteArray head = "\1vorbis\0\0\0\0\1"_ba + littleEndian(quint32(8000)) + QByteArray(14, '\1');
+        const QByteArray file = oggPage(1, 0, head) + oggPage(2, 0, "\3vorbis" + vorbisComment("title=Other"))
+            + oggPage(1, 0, "\3vorbis" + vorbisComment("title=Title")) + oggPage(1, 20'000, "x")
+            + oggPage(1, -1, "x") + oggPage(2, 99'999, "x");
+        const MediaAsset asset = read(temporaryFile(u"streams.ogg"_s, file));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
+        QCOMPARE(asset.duration().seconds(), 2.5);
+    }
+
+    void blocksOfAnOggFlacEndWithTheLast()
+    {
+        const QByteArray file = oggPage(1, 0,
+                                    "\x7f"
+                                    "FLAC\1\0\0\1"_ba
+                                        + flacLength(8000, 20'000))
+            + oggPage(1, 0, flacBlock(6, flacPicture("xyz"))) + oggPage(1, 0, flacBlock(1, "x"))
+            + oggPage(1, 0, flacBlock('\x84', vorbisComment("title=Title")))
+            + oggPage(1, 0, flacBlock(4, vorbisComment("artist=Artist")));
+        const MediaAsset asset = read(temporaryFile(u"blocks.oga"_s, file));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList());
+        QCOMPARE(pictures(asset), QList<QByteArray>({"xyz"}));
+        QCOMPARE(asset.duration().seconds(), 2.5);
+    }
+
+    void apeTagIsNoSound()
+    {
+        const QByteArray sound = mediaFile(u"constant-rate-no-header.mp3"_s);
+        const QByteArray items = apeItem("Junk", QByteArray(10'000, 'x'), 2);
+        const QByteArray footer = apeTag(items).sliced(items.size());
+        const QByteArray withHeader = QByteArray(footer).replace(20, 4, "\0\0\0\x80"_ba);
+        const auto seconds = [&](const QByteArray &tag) {
+            return read(temporaryFile(u"ape.mp3"_s, sound + tag)).duration().seconds();
+        };
+        const double alone = seconds({});
+        QCOMPARE(seconds(items + footer), alone);
+        QCOMPARE(seconds(withHeader + items + withHeader), alone);
+    }
+
+    void apeItemsHaveTheirTypes()
+    {
+        const QByteArray title = apeItem("Title", "Canción");
+        const auto asset = [&](const QByteArray &items) {
+            return read(temporaryFile(u"ape"_s, apeTag(items)));
+        };
+        const MediaAsset all = asset(title + apeItem("ARTIST", "Autór") + apeItem("album", "Álbum")
+            + apeItem("Cover Art (Front)", "n\0xyz"_ba, 2));
+        QCOMPARE(texts(all, CommonIdentifier::Title), QStringList({u"Canción"_s}));
+        QCOMPARE(texts(all, CommonIdentifier::Artist), QStringList({u"Autór"_s}));
+        QCOMPARE(texts(all, CommonIdentifier::AlbumName), QStringList({u"Álbum"_s}));
+        QCOMPARE(pictures(all), QList<QByteArray>({"xyz"}));
+        QVERIFY(
+            asset(apeItem("Title", "x", 2) + apeItem("Cover Art (Front)", "x")).commonMetadata().isEmpty());
+        QVERIFY(asset(apeItem("Other", "n\0xyz"_ba, 2)).commonMetadata().isEmpty());
+        const QByteArray tooLong = littleEndian(quint32(1000)) + "\0\0\0\0album\0Album"_ba;
+        QCOMPARE(asset(title + tooLong).commonMetadata().size(), 1);
+        QCOMPARE(asset(title + QByteArray(12, 'x')).commonMetadata().size(), 1);
+    }
+
+    void apeTagLongerThanItsFileIsNone()
+    {
+        for (const quint32 size : {31U, 10'000U}) {
+            QByteArray tag = apeTag({});
+            tag.replace(12, 4, littleEndian(size));
+            const MediaAsset asset =
+                read(temporaryFile(u"ape"_s, id3v2Tag(id3v2Frame("TIT2", "\3Title")) + tag));
+            QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
+        }
+    }
+
+    void id3v1FieldsAreThirtyLong()
+    {
+        const QByteArray tag =
+            "TAG" + QByteArray(30, 'a') + QByteArray(30, 'b') + QByteArray(30, 'c') + QByteArray(35, 'd');
+        const MediaAsset asset = read(temporaryFile(u"id3v1"_s, tag));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({QString(30, u'a')}));
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({QString(30, u'b')}));
+        QCOMPARE(texts(asset, CommonIdentifier::AlbumName), QStringList({QString(30, u'c')}));
     }
 
     void otherListsOfAWavHoldNoText()
@@ -858,8 +951,11 @@ private Q_SLOTS:
         constexpr double unknown = -1;
         QTest::addColumn<QByteArray>("header");
         QTest::addColumn<double>("seconds");
-        QTest::newRow("WavPack, 6 kHz") << wavPackHeader(12'000, 0) << 2.0;
-        QTest::newRow("WavPack, 192 kHz") << wavPackHeader(96'000, 14) << 0.5;
+        const std::array wavPackRates{6000, 8000, 9600, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+            48000, 64000, 88200, 96000, 192000};
+        for (quint32 i = 0; i < wavPackRates.size(); ++i)
+            QTest::addRow("WavPack, %d Hz", wavPackRates[i])
+                << wavPackHeader(wavPackRates[i] * 100, i) << 100.0;
         QTest::newRow("WavPack, another rate") << wavPackHeader(96'000, 15) << unknown;
         QTest::newRow("WavPack, long") << wavPackHeader(44'101, 9, 0, 1) << 4'294'967'296 / 44'100.0 + 1;
         QTest::newRow("WavPack, no length") << wavPackHeader(0xFFFF'FFFF, 9) << unknown;
@@ -881,6 +977,8 @@ private Q_SLOTS:
         QTest::newRow("FLAC") << flacLength(8000, 20'000) << 2.5;
         QTest::newRow("FLAC, no samples") << flacLength(8000, 0) << unknown;
         QTest::newRow("FLAC, no rate") << flacLength(0, 20'000) << unknown;
+        QTest::newRow("Musepack, 44.1 kHz") << musepackHeader("\x85\xB1\x08"_ba, "\0"_ba, 0) << 2.0;
+        QTest::newRow("Musepack, 37.8 kHz") << musepackHeader("\x84\xCE\x50"_ba, "\0"_ba, 0x40) << 2.0;
         QTest::newRow("Musepack, 32 kHz") << musepackHeader("\x83\xF4\0"_ba, "\0"_ba, 0x60) << 2.0;
     }
     void headerStatesTheLength()
@@ -890,7 +988,7 @@ private Q_SLOTS:
         const MediaAsset asset = read(temporaryFile(u"header"_s, header));
         QCOMPARE(asset.duration().isNumeric(), seconds >= 0);
         if (seconds >= 0)
-            QVERIFY2(qAbs(asset.duration().seconds() - seconds) < 0.0001,
+            QVERIFY2(qAbs(asset.duration().seconds() - seconds) < 1e-5,
                 qPrintable(QString::number(asset.duration().seconds(), 'f')));
     }
 
