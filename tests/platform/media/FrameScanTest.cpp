@@ -82,6 +82,66 @@ private Q_SLOTS:
         QVERIFY2(qAbs(double(time.value) - samples) <= tolerance, qPrintable(QString::number(time.value)));
     }
 
+    void everyBitRateIsKnown_data()
+    {
+        QTest::addColumn<quint32>("header"); // without the bit rate; 48,000 Hz, or half of it
+        QTest::addColumn<QList<int>>("bitRates"); // kbit/s
+        QTest::addColumn<int>("samples");
+        QTest::addColumn<int>("rate");
+        const QList<int> halfFirst{32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256};
+        const QList<int> half{8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160};
+        QTest::newRow("layer I") << 0xFFFF'0400U
+                                 << QList<int>{32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416,
+                                        448}
+                                 << 384 << 48000;
+        QTest::newRow("layer II") << 0xFFFD'0400U
+                                  << QList<int>{32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320,
+                                         384}
+                                  << 1152 << 48000;
+        QTest::newRow("layer III") << 0xFFFB'0400U
+                                   << QList<int>{32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256,
+                                          320}
+                                   << 1152 << 48000;
+        QTest::newRow("MPEG-2 layer I") << 0xFFF7'0400U << halfFirst << 384 << 24000;
+        QTest::newRow("MPEG-2 layer II") << 0xFFF5'0400U << half << 1152 << 24000;
+        QTest::newRow("MPEG-2 layer III") << 0xFFF3'0400U << half << 576 << 24000;
+    }
+    void everyBitRateIsKnown()
+    {
+        QFETCH(quint32, header);
+        QFETCH(QList<int>, bitRates);
+        QFETCH(int, samples);
+        QFETCH(int, rate);
+        for (int i = 0; i < bitRates.size(); ++i) {
+            const int size = samples * bitRates[i] * 125 / rate; // there is nothing to round
+            const MediaTime time = scanned(frame(header | quint32(i + 1) << 12, size).repeated(100));
+            QCOMPARE(time.value, 100 * samples);
+            QCOMPARE(time.timescale, rate);
+        }
+        QVERIFY(!scanned(frame(header | 15 << 12, 500).repeated(100)).isNumeric());
+    }
+
+    void everyRateOfAdtsIsKnown()
+    {
+        const QList<int> rates{
+            96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000, 7350};
+        for (int i = 0; i < rates.size(); ++i) {
+            const QByteArray one = withText(Adts, 2, QByteArray(1, static_cast<char>(0x40 | i << 2)));
+            const MediaTime time = scanned(one.repeated(50));
+            QCOMPARE(time.value, 1024 * 50);
+            QCOMPARE(time.timescale, rates[i]);
+        }
+        QVERIFY(!scanned(withText(Adts, 2, "\x74").repeated(50)).isNumeric()); // no rate
+    }
+
+    void blocksOfAnAdtsFrameAreCounted()
+    {
+        for (int blocks = 1; blocks <= 4; ++blocks) {
+            const QByteArray one = withText(Adts, 6, QByteArray(1, static_cast<char>(0xFC | (blocks - 1))));
+            QCOMPARE(scanned(one.repeated(50)).value, 1024 * blocks * 50);
+        }
+    }
+
     void delayAndPaddingOfTheEncoderAreTakenOff()
     {
         const QByteArray info = QByteArray("Info\0\0\0\1\0\0\0\x0a", 12) + "LAME3.100" + QByteArray(12, '\0')
