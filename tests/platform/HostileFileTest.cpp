@@ -267,6 +267,31 @@ QByteArray matroskaWithChapters(quint32 count)
     return matroska(matroskaTrack(1, {}), element("1043a770", element("45b9", chapters)));
 }
 
+/// FLAC with so many comments in blocks of `each`, the last of which is the last block of all.
+QByteArray flacWithComments(int count, int each)
+{
+    constexpr qsizetype endOfFirstBlock = 42;
+    constexpr quint8 last = 0x80;
+    constexpr quint32 comments = 4;
+    const QByteArray file = mediaFile(u"flac.flac"_s);
+    qsizetype sound = 4;
+    for (quint8 type = 0; !(type & last);) {
+        type = quint8(file[sound]);
+        sound += 4 + (qFromBigEndian<quint32>(file.constData() + sound) & 0xFFFFFF);
+    }
+    QByteArray blocks;
+    for (int i = 0; i < count; i += each) {
+        QByteArray content = little(quint32(5)) + "maker" + little(quint32(each));
+        for (int n = i; n < i + each; ++n) {
+            const QByteArray comment = "N" + QByteArray::number(n) + "=value";
+            content += little(quint32(comment.size())) + comment;
+        }
+        const quint32 type = comments | (i + each >= count ? last : 0);
+        blocks += big(quint32(type << 24 | content.size())) + content;
+    }
+    return file.first(endOfFirstBlock) + blocks + file.sliced(sound);
+}
+
 struct Place {
     const char *name;
     QByteArray (*file)(const QByteArray &tag);
@@ -395,6 +420,8 @@ private Q_SLOTS:
         QTest::newRow("compressed headers of Matroska") << matroskaWithCompressedHeaders();
         QTest::newRow("tags of Matroska") << matroskaWithTags(300'000);
         QTest::newRow("chapters of Matroska") << matroskaWithChapters(300'000);
+        QTest::newRow("comments of FLAC") << flacWithComments(100'000, 100'000);
+        QTest::newRow("comments of FLAC in many blocks") << flacWithComments(100'000, 3000);
         QTest::newRow("cue points") << waveWithCues(100'000);
         QTest::newRow("empty tags") << dsf(QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(3'000'000));
     }
@@ -412,6 +439,14 @@ private Q_SLOTS:
         QVERIFY(soundOf(matroskaWithCompressedHeaders()) == sound);
         QVERIFY(soundOf(matroskaWithTags(5000)) == sound);
         QVERIFY(soundOf(matroskaWithChapters(2)) == sound);
+    }
+
+    void manyCommentsOfFlacLeaveTheSound()
+    {
+        const auto sound = soundOf(mediaFile(u"flac.flac"_s));
+        QVERIFY(!sound.empty());
+        QVERIFY(soundOf(flacWithComments(20'000, 5000)) == sound);
+        QVERIFY(soundOf(flacWithComments(5000, 500)) == sound);
     }
 
     void compressedBlocksOfMatroskaArePlayed()

@@ -2,6 +2,7 @@
 
 #include "platform/audio/decoder/Id3v2Mask.h"
 
+#include <QtEndian>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -28,6 +29,7 @@ constexpr int MostHeaderBytes = 256;
 constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of packets
 constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
 
+constexpr std::int64_t MostComments = 4000; // FFmpeg compares each one with all others
 constexpr int MostLeadingTags = 64; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
@@ -100,6 +102,7 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     m_isProbed = true;
     m_masksMatroska = std::string_view(probed->name).starts_with("matroska");
+    m_masksFlac = std::string_view(probed->name) == "flac";
     if (!mayHoldCovers(*probed))
         m_openingBytesLeft = MostBytesWithoutCovers;
     dropReadAhead();
@@ -109,6 +112,7 @@ std::optional<Error> FFmpegInput::openContainer()
     // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
     m_masksTags = demuxer() == "aac";
     m_masksMatroska = false;
+    m_masksFlac = false;
     dropReadAhead();
     chooseAudioStream();
     if (avformat_find_stream_info(m_format, nullptr) < 0)
@@ -130,6 +134,33 @@ void FFmpegInput::skipLeadingTags()
         if (size == 0)
             return;
         m_begin += size;
+    }
+}
+
+std::uint32_t FFmpegInput::fileNumber(std::int64_t position) const
+{
+    std::array<std::uint8_t, 4> bytes = {};
+    const ssize_t count = pread(m_file.get(), bytes.data(), bytes.size(), m_begin + position);
+    return count == ssize_t(bytes.size()) ? qFromLittleEndian<std::uint32_t>(bytes.data()) : 0;
+}
+
+/// Shows blocks of comments as padding from the one on that makes them too many.
+void FFmpegInput::maskFlacComments(std::span<std::uint8_t> bytes)
+{
+    constexpr std::uint8_t last = 0x80;
+    constexpr std::uint8_t padding = 1;
+    constexpr std::uint8_t comments = 4;
+    const std::int64_t end = m_offset + std::int64_t(bytes.size());
+    while (m_nextFlacBlock < end) {
+        const std::int64_t block = m_nextFlacBlock;
+        const std::uint32_t header = qFromBigEndian(qToLittleEndian(fileNumber(block)));
+        const std::uint8_t type = header >> 24;
+        m_nextFlacBlock = type & last ? INT64_MAX : block + 4 + (header & 0xFF'FFFF);
+        if ((type & ~last) != comments)
+            continue;
+        m_comments += fileNumber(block + 8 + fileNumber(block + 4)); // behind the maker's name
+        if (m_comments > MostComments && block >= m_offset)
+            bytes[std::size_t(block - m_offset)] = (type & last) | padding;
     }
 }
 
@@ -266,6 +297,8 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     // FFmpeg looks for ID3v2 tags only in front of this format: of what is read again, none is left.
     if (input.m_masksMatroska)
         count = ssize_t(input.m_matroskaMask.apply({buffer, size_t(count)}));
+    if (input.m_masksFlac && count > 0)
+        input.maskFlacComments({buffer, size_t(count)});
     input.m_offset += count;
     return count > 0 ? int(count) : AVERROR_EOF;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 
 struct AVFormatContext;
@@ -21,7 +22,7 @@ struct AVStream;
 /// container is open, is bounded. 5. No
 /// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
 /// masked for as long as FFmpeg looks for them. 6. Costly elements of Matroska's headers are masked
-/// (see MatroskaMask). 7. The stop flag ends every operation.
+/// (see MatroskaMask), and so are FLAC's comments if there are too many. 7. The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
 /// time.
@@ -66,6 +67,9 @@ private:
     std::optional<Error> openContainer();
     void skipLeadingTags();
     bool allocateContexts();
+    /// The number of four bytes, the lowest first, that stands there; 0 if it cannot be read.
+    [[nodiscard]] std::uint32_t fileNumber(std::int64_t position) const;
+    void maskFlacComments(std::span<std::uint8_t> bytes);
     void dropReadAhead();
     bool chooseAudioStream();
     [[nodiscard]] bool isOpeningAffordable() const;
@@ -83,6 +87,9 @@ private:
     bool m_masksTags = false;
     bool m_masksMatroska = false;
     MatroskaMask m_matroskaMask;
+    bool m_masksFlac = false;
+    std::int64_t m_nextFlacBlock = 4; ///< where the next header of a block stands, behind "fLaC"
+    std::int64_t m_comments = 0; ///< of all blocks so far
     std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
     std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
     bool m_isProbed = false;
