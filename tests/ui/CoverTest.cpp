@@ -7,6 +7,7 @@
 #include <QProxyStyle>
 #include <QTest>
 #include <QVariantAnimation>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -75,6 +76,26 @@ struct CoverFixture {
     [[nodiscard]] CoverShadow &shadow() const { return *window.findChild<CoverShadow *>(); }
 };
 
+/// How dense a bar from `begin` to `end` is at `at`, blurred over 18 points: by a bell curve of half that deviation,
+/// made of windows with a middle pixel.
+double blurred(double begin, double end, double at)
+{
+    const double scale = 19 / std::sqrt(2);
+    return (std::erf((end - at) / scale) - std::erf((begin - at) / scale)) / 2;
+}
+
+/// Notes that a piece is painted without having been grabbed.
+class PaintWatch : public QObject {
+public:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        wasPainted |= event->type() == QEvent::Paint;
+        return false;
+    }
+
+    bool wasPainted = false;
+};
+
 } // namespace
 
 class CoverTest : public QObject {
@@ -101,6 +122,22 @@ private Q_SLOTS:
         for (int y = 242; y < 285; ++y) {
             const int step = shown.pixelColor(155, y + 1).lightness() - shown.pixelColor(155, y).lightness();
             QVERIFY2(step >= 0 && step <= 4, qPrintable(QString::number(y)));
+        }
+    }
+
+    void shadowIsABellCurveOfItsOutline()
+    {
+        CoverFixture f;
+        const QImage shown = f.shown();
+        for (int i = 1; i <= 45; ++i) {
+            for (const QPoint pixel : {QPoint(155, 50 - i), QPoint(155, 239 + i), QPoint(60 - i, 145)}) {
+                const int actual = shown.pixelColor(pixel).lightness();
+                const double expected =
+                    255 * (1 - 0.2 * blurred(60, 250, pixel.x() + 0.5) * blurred(58, 248, pixel.y() + 0.5));
+                QVERIFY2(std::abs(actual - expected) <= 1,
+                    qPrintable(
+                        u"%1, %2: %3 for %4"_s.arg(pixel.x()).arg(pixel.y()).arg(actual).arg(expected)));
+            }
         }
     }
 
@@ -277,6 +314,19 @@ private Q_SLOTS:
         f.cover->setTrack(f.loadedTrack(Qt::red));
         QVERIFY(!f.cover->isFading());
         QCOMPARE(f.center(), QColor(Qt::red));
+    }
+
+    void coverThatDoesNotFadeIsPaintedWithoutBeingAskedFor()
+    {
+        CoverFixture f;
+        StillStyle still;
+        f.cover->setStyle(&still);
+        const Track track = f.loadedTrack(Qt::red);
+        QCoreApplication::processEvents();
+        PaintWatch watch;
+        f.cover->installEventFilter(&watch);
+        f.cover->setTrack(track);
+        QTRY_VERIFY(watch.wasPainted);
     }
 
     void hiddenCoverDoesNotFade()

@@ -155,6 +155,11 @@ private Q_SLOTS:
         }
     }
 
+    void buttonIs20By24()
+    {
+        QCOMPARE(MenuButton(u"ellipsis"_s, u"Más opciones"_s).sizeHint(), QSize(20, 24));
+    }
+
     void opensBeneathItsButton()
     {
         MenuButton button(u"ellipsis"_s, u"Más opciones"_s);

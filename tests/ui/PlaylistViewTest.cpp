@@ -1,5 +1,6 @@
 #include "ui/PlaylistView.h"
 #include "tests/TaggedFile.h"
+#include "tests/platform/audio/FaultyMedium.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/Colors.h"
 #include "ui/PlaylistRowGeometry.h"
@@ -734,6 +735,59 @@ private Q_SLOTS:
         f.list.scrollToBottom();
         QCOMPARE(f.content(99'999).number, 100'000);
         QVERIFY(f.list.viewport()->rect().contains(f.row(99'999)));
+    }
+
+    void titleIsWrittenInItsOwnDirection()
+    {
+        ListFixture f;
+        f.add("ab");
+        f.changeTrack(1, [](Track &track) { track.title = u"\u05D0______"_s; });
+        f.render();
+        const QRect row = f.row(1);
+        const QRect cover = f.coverOf(1);
+        const QImage list = f.list.viewport()->grab().toImage();
+        const int background = list.pixelColor(cover.right() + 3, row.top() + 3).lightness();
+        const auto isInk = [&](int x) {
+            for (int y = row.top() + 2; y < row.top() + 19; ++y) {
+                if (list.pixelColor(x, y).lightness() < background - 60)
+                    return true;
+            }
+            return false;
+        };
+        int letter = cover.right() + 3;
+        while (letter < row.center().x() && !isInk(letter))
+            ++letter;
+        QVERIFY2(
+            letter > cover.right() + 40 && letter < row.center().x(), qPrintable(QString::number(letter)));
+    }
+
+    void coverThatIsScrolledAwayIsNotLoadedAnyMore()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnopqrstuvwxyz");
+        f.view.hide();
+        CoverFiles files;
+        const auto blocking = files.artwork(Qt::white), red = files.artwork(Qt::red),
+                   blue = files.artwork(Qt::blue), last = files.artwork(Qt::green);
+        ArtworkLoader loader;
+        PlaylistView list(*qobject_cast<PlaylistModel *>(f.list.model()), loader);
+        FaultyMedium medium(blocking->files().first().toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        (void)loader.image(*blocking, {42, 42});
+        QTRY_COMPARE(medium.faults(), 1); // from now on all others wait
+
+        f.changeTrack(0, [&](Track &track) { track.artwork = red; });
+        f.changeTrack(25, [&](Track &track) { track.artwork = blue; });
+        f.render();
+        (void)list.grab();
+        list.scrollToBottom();
+        (void)list.grab();
+        QSignalSpy changes(&loader, &ArtworkLoader::changed);
+        medium.set(FaultyMedium::Fault::None);
+        QTRY_VERIFY(!loader.image(*blue, {42, 42}).image.isNull());
+        QTRY_VERIFY(!loader.image(*last, {42, 42}).image.isNull()); // behind all that waited
+        for (const auto &change : std::as_const(changes))
+            QVERIFY(change.first().value<Fingerprint>() != red->fingerprint());
     }
 
     void oddTitlesStayInTheirRows()

@@ -70,6 +70,17 @@ private Q_SLOTS:
         QVERIFY(std::abs(depthAt(smoothCorners(Square, Radius), cut) - cut) < 0.05);
     }
 
+    void cornerIsACubicSuperellipse()
+    {
+        // It takes this much of a side, so that it meets the arc of the radius on the diagonal.
+        const double reach = Radius * (1 - 1 / std::sqrt(2)) / (1 - 1 / std::cbrt(2));
+        const QPainterPath smooth = smoothCorners(Square, Radius);
+        for (double x = 3; x < reach; x += 0.25) {
+            const double depth = reach - std::cbrt(std::pow(reach, 3) - std::pow(reach - x, 3));
+            QVERIFY2(std::abs(depthAt(smooth, x) - depth) < 0.03, qPrintable(QString::number(x)));
+        }
+    }
+
     void curvatureGrowsFromNothing()
     {
         const QPainterPath smooth = smoothCorners(Square, Radius);
