@@ -422,6 +422,8 @@ private Q_SLOTS:
         QTest::newRow("chapters of Matroska") << matroskaWithChapters(300'000);
         QTest::newRow("comments of FLAC") << flacWithComments(100'000, 100'000);
         QTest::newRow("comments of FLAC in many blocks") << flacWithComments(100'000, 3000);
+        QTest::newRow("beginnings of Ogg pages")
+            << mediaFile(u"vorbis.ogg"_s) + QByteArray("OggS").repeated(8 << 20);
         QTest::newRow("cue points") << waveWithCues(100'000);
         QTest::newRow("empty tags") << dsf(QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(3'000'000));
     }

@@ -29,6 +29,7 @@ constexpr int MostHeaderBytes = 256;
 constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of packets
 constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
 
+constexpr std::int64_t LongestPacket = 1'000'000'000; // the same, until a packet is found in damaged data
 constexpr std::int64_t MostComments = 4000; // FFmpeg compares each one with all others
 constexpr int MostLeadingTags = 64; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
@@ -239,7 +240,9 @@ std::string_view FFmpegInput::demuxer() const
 int FFmpegInput::readPacket(AVPacket *packet)
 {
     for (;;) {
+        m_packetEnd = threadTime() + LongestPacket;
         const int result = av_read_frame(m_format, packet);
+        m_packetEnd = INT64_MAX; // seeking has no such limit
         if (result < 0 || packet->stream_index == m_audioStream->index)
             return result;
         av_packet_unref(packet);
@@ -277,6 +280,8 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     auto &input = *static_cast<FFmpegInput *>(self);
     if (input.m_isProbed && !input.m_isOpen)
         size = std::min(size, MostHeaderBytes);
+    if (input.m_isOpen && threadTime() > input.m_packetEnd)
+        return AVERROR_EOF;
     ssize_t count = -1;
     do {
         if (input.isStopped())

@@ -92,6 +92,7 @@ private:
     std::int64_t m_comments = 0; ///< of all blocks so far
     std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
     std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
+    std::int64_t m_packetEnd = INT64_MAX; ///< of the thread's own time for the packet being read
     bool m_isProbed = false;
     bool m_isOpen = false;
     int m_readErrorNumber = 0;
