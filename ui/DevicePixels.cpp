@@ -13,6 +13,11 @@ void enterDevicePixels(QPainter &painter)
     painter.setWorldTransform(painter.deviceTransform().inverted(), true);
 }
 
+double hairline(const QPainter &painter)
+{
+    return std::floor(devicePixels(painter)) / devicePixels(painter);
+}
+
 QRectF onWholePixels(const QPainter &painter, const QRectF &area)
 {
     const QTransform toPixels = painter.deviceTransform();

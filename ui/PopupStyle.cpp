@@ -2,6 +2,7 @@
 
 #include "platform/window/Compositor.h"
 #include "ui/Colors.h"
+#include "ui/DevicePixels.h"
 #include "ui/SmoothCorners.h"
 #include "ui/controls/DrawAsWhole.h"
 
@@ -59,8 +60,9 @@ void drawPanel(QPainter &painter, const QRect &area, const QPalette &palette, do
 {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(smoothCorners(area, radius), windowBackgroundColor(palette));
-    drawHairline(painter, area, radius, primaryColor(palette, BorderOpacity));
+    const QRectF whole = onWholePixels(painter, area);
+    painter.fillPath(smoothCorners(whole, radius), windowBackgroundColor(palette));
+    drawHairline(painter, whole, radius, primaryColor(palette, BorderOpacity));
     painter.restore();
 }
 

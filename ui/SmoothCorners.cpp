@@ -1,5 +1,7 @@
 #include "ui/SmoothCorners.h"
 
+#include "ui/DevicePixels.h"
+
 #include <QImage>
 #include <QPainter>
 #include <algorithm>
@@ -58,6 +60,8 @@ void fillWithPicture(
 
 void drawHairline(QPainter &painter, const QRectF &rect, double radius, const QColor &color)
 {
-    constexpr double Half = 0.5;
-    painter.strokePath(smoothCorners(rect.adjusted(Half, Half, -Half, -Half), radius - Half), QPen(color, 1));
+    const double width = hairline(painter);
+    const double half = width / 2;
+    const QRectF middle = onWholePixels(painter, rect).adjusted(half, half, -half, -half);
+    painter.strokePath(smoothCorners(middle, radius - half), QPen(color, width));
 }

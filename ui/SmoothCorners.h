@@ -16,6 +16,6 @@ class QPainter;
 void fillWithPicture(
     QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture);
 
-/// Draws a line of one point along the inner edge of smooth corners, where it falls on whole pixels at whole
-/// scales and nothing cuts it off.
+/// Draws a line of one point, or as many whole pixels as fit in one, along the inner edge of smooth corners, on whole
+/// pixels.
 void drawHairline(QPainter &painter, const QRectF &rect, double radius, const QColor &color);

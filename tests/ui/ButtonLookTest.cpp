@@ -1,6 +1,7 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/Colors.h"
 #include "ui/controls/Button.h"
+#include "ui/controls/Cover.h"
 #include "ui/controls/Slider.h"
 
 #include <QEnterEvent>
@@ -287,6 +288,30 @@ private Q_SLOTS:
             button.setDown(false);
             button.setEnabled(false);
             QVERIFY2(isSameShape(f.look(button, scale), 0.4), qPrintable(name));
+        }
+    }
+
+    void linesAroundAreCrisp_data() { addScales(); }
+
+    void linesAroundAreCrisp()
+    {
+        QFETCH(const double, scale);
+        LookFixture f;
+        const QImage shown = f.look(f.view, scale);
+        for (const QWidget *piece : {static_cast<QWidget *>(f.view.findChild<Cover *>()),
+                 static_cast<QWidget *>(&f.button(u"Añadir archivos de audio"_s))}) {
+            const QRect area = f.place(*piece);
+            const auto at = [&](int x) { return shown.pixelColor(x, qFloor(area.center().y() * scale)); };
+            const int left = qCeil(area.left() * scale);
+            const int right = qFloor((area.left() + area.width()) * scale) - 1;
+            for (const auto &[first, inwards] : {std::pair(left, 1), {right, -1}}) {
+                const int last = first + inwards * (qFloor(scale) - 1);
+                QVERIFY(distance(at(first - 2 * inwards), at(first - inwards)) <= 4);
+                QVERIFY(distance(at(first - inwards), at(first)) > 8);
+                QVERIFY(distance(at(first), at(last)) <= 2);
+                QVERIFY(distance(at(last), at(last + inwards)) > 8);
+                QVERIFY(distance(at(last + inwards), at(last + 2 * inwards)) <= 2);
+            }
         }
     }
 

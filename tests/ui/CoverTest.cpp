@@ -76,11 +76,10 @@ struct CoverFixture {
     [[nodiscard]] CoverShadow &shadow() const { return *window.findChild<CoverShadow *>(); }
 };
 
-/// How dense a bar from `begin` to `end` is at `at`, blurred over 18 points: by a bell curve of half that deviation,
-/// made of windows with a middle pixel.
+/// How dense a bar from `begin` to `end` is at `at`, blurred over 18 points: by a bell curve of half that deviation.
 double blurred(double begin, double end, double at)
 {
-    const double scale = 19 / std::sqrt(2);
+    const double scale = 18 / std::sqrt(2);
     return (std::erf((end - at) / scale) - std::erf((begin - at) / scale)) / 2;
 }
 

@@ -171,12 +171,12 @@ private:
         const QRect cover = row.right(190, 25);
         static const Drawing coverShadow = shadow(cover, 18, 0.2, 18, 8);
         add("cover's shadow", cover.adjusted(-30, -22, 30, 38), coverShadow);
-        m_pieces.last().tolerance = 3; // of three means for a Gaussian, on a ground that is dithered
+        m_pieces.last().tolerance = 2; // of its own and of the ground, which is dithered
         const QColor picture = m_shown.cover.value_or(Qt::transparent);
         add("cover", cover,
             all({corners(18, {primary(0.15), primary(0.045)}), corners(18, picture),
                 hairline(18, primary(0.1))}));
-        m_pieces.last().tolerance = 3; // its edge lies on the shadow
+        m_pieces.last().tolerance = 2; // its edge lies on the shadow
         if (!m_shown.cover)
             placeholder(cover);
         Stack column(row.rest());
@@ -196,7 +196,7 @@ private:
     void placeholder(const QRect &cover)
     {
         const int lower = QFontMetrics(system(13, QFont::DemiBold)).height();
-        Stack column(centred(cover, cover.width(), 72 + 12 + lower));
+        Stack column(centred(cover, cover.width() - 2, 72 + 12 + lower));
         add("placeholder's note", column.down(72, 12),
             symbol(u"music.note"_s, 55, secondary(), QFont::Light));
         add("placeholder's name", column.down(lower),

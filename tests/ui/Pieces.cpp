@@ -196,7 +196,7 @@ Drawing shadow(const QRectF &square, double cornerRadius, double opacity, double
     cut.setRenderHint(QPainter::Antialiasing);
     cut.setCompositionMode(QPainter::CompositionMode_DestinationOut);
     cut.translate(-area.topLeft());
-    cut.fillPath(smoothCorners(square.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius), Qt::black);
+    cut.fillPath(smoothCorners(square, cornerRadius), Qt::black);
     cut.end();
     return [=](QPainter &painter, const QRectF &) { painter.drawImage(area.topLeft(), blurred); };
 }

@@ -115,6 +115,44 @@ private Q_SLOTS:
         QVERIFY(!smooth.contains(QPointF(0.3, 0.3)));
     }
 
+    void hairlineIsCrisp_data()
+    {
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<int>("thickness");
+        for (const auto &[scale, thickness] :
+            {std::pair(1.0, 1), {1.25, 1}, {1.5, 1}, {1.75, 1}, {2.0, 2}, {3.0, 3}})
+            QTest::addRow("%g", scale) << scale << thickness;
+    }
+
+    void hairlineIsCrisp()
+    {
+        QFETCH(const double, scale);
+        QFETCH(const int, thickness);
+        for (const QRectF &area : {QRectF(30, 28, 190, 190), QRectF(31, 29, 121, 33)}) {
+            QImage shown(QSize(300, 300) * scale, QImage::Format_RGB32);
+            shown.fill(Qt::white);
+            QPainter painter(&shown);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.scale(scale, scale);
+            drawHairline(painter, area, 6, Qt::black);
+            painter.end();
+            // Along two lines through the middle: the first and the last whole pixels of the area, and no others.
+            const QPoint middle = (area.center() * scale).toPoint();
+            for (int i = 0; i < shown.width(); ++i) {
+                const auto isOn = [&](double start, double end) {
+                    const int first = qCeil(start * scale);
+                    const int last = qFloor(end * scale) - 1;
+                    return (i >= first && i < first + thickness) || (i <= last && i > last - thickness);
+                };
+                const auto isShown = [&](int x, int y, bool isBlack) {
+                    return std::abs(shown.pixelColor(x, y).red() - (isBlack ? 0 : 255)) <= 4;
+                };
+                QVERIFY(isShown(i, middle.y(), isOn(area.left(), area.right())));
+                QVERIFY(isShown(middle.x(), i, isOn(area.top(), area.bottom())));
+            }
+        }
+    }
+
     void pictureNeverMixesAnEdgeWithTheOppositeOne_data()
     {
         QTest::addColumn<double>("scale");

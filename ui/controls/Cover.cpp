@@ -1,6 +1,7 @@
 #include "ui/controls/Cover.h"
 
 #include "ui/Colors.h"
+#include "ui/DevicePixels.h"
 #include "ui/Fonts.h"
 #include "ui/SmoothCorners.h"
 #include "ui/Symbol.h"
@@ -10,11 +11,13 @@
 #include <QEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QtMath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr QSize Extent(190, 190);
 constexpr double CornerRadius = 18;
 constexpr int FadeDuration = 250; // milliseconds
 
@@ -45,11 +48,11 @@ QImage faded(QImage image, double opacity)
 
 Cover::Cover(ArtworkLoader &artworks)
     : m_artworks(artworks)
-    , m_shadow(new CoverShadow(CornerRadius))
+    , m_shadow(new CoverShadow(Extent, CornerRadius))
 {
     installAccessibleRoles();
     setAccessibleName(u"Portada"_s);
-    setFixedSize(190, 190);
+    setFixedSize(Extent);
     m_fade.setStartValue(0.0);
     m_fade.setEndValue(1.0);
     m_fade.setDuration(FadeDuration);
@@ -78,7 +81,7 @@ void Cover::setTrack(const std::optional<Track> &track)
 
 QSize Cover::pixels() const
 {
-    return size() * devicePixelRatioF();
+    return QSize(1, 1) * qFloor(width() * devicePixelRatioF());
 }
 
 Cover::Face Cover::wantedFace()
@@ -137,15 +140,16 @@ void Cover::paintEvent(QPaintEvent *)
         showWantedFace(); // the scale has changed
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QPainterPath outline = smoothCorners(rect(), CornerRadius);
-    painter.fillPath(outline, groundTint(rect(), palette()));
+    const QRectF face = onWholePixels(painter, rect());
+    const QPainterPath outline = smoothCorners(face, CornerRadius);
+    painter.fillPath(outline, groundTint(face, palette()));
     if (isFading())
-        fillWithPicture(painter, outline, rect(), seen());
+        fillWithPicture(painter, outline, face, seen());
     else if (m_face.isPlaceholder)
         drawPlaceholder(painter);
     else if (!m_face.image.isNull())
-        fillWithPicture(painter, outline, rect(), m_face.image);
-    drawHairline(painter, rect(), CornerRadius, primaryColor(palette(), 0.1));
+        fillWithPicture(painter, outline, face, m_face.image);
+    drawHairline(painter, face, CornerRadius, primaryColor(palette(), 0.1));
 }
 
 /// What lies on the ground at this moment of the fade. Parts of both faces add up, so that two pictures never

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QWidget>
 
 /// The soft shadow around a cover. It lies behind everything in the cover's parent and takes no room in the
@@ -8,8 +9,8 @@ class CoverShadow : public QWidget {
     Q_OBJECT
 
 public:
-    /// The shadow of a square with smooth corners of `radius`.
-    explicit CoverShadow(double radius);
+    /// The shadow of a cover of this size with smooth corners of `radius`.
+    CoverShadow(const QSize &cover, double radius);
 
     /// Lies behind `cover`, wherever that is now; hidden if the cover is, or has no parent.
     void follow(const QWidget &cover);
@@ -18,5 +19,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    QRect m_cover; ///< where it lies on the shadow
     double m_radius;
+    QImage m_density;
 };

@@ -1,6 +1,7 @@
 #include "ui/controls/Divider.h"
 
 #include "ui/Colors.h"
+#include "ui/DevicePixels.h"
 
 #include <QPainter>
 #include <cmath>
@@ -22,9 +23,8 @@ void Divider::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     // Between two pixels it would be two wide at one place and one at another.
-    const double ratio = devicePixelRatioF();
     const double top = painter.deviceTransform().map(QPointF()).y();
-    const double thickness = std::floor(ratio) / ratio;
-    painter.translate(0, (std::ceil(top) - top) / ratio);
-    painter.fillRect(QRectF(0, 0, width(), thickness), primaryColor(palette(), LineStrength * m_opacity));
+    painter.translate(0, (std::ceil(top) - top) / devicePixels(painter));
+    painter.fillRect(
+        QRectF(0, 0, width(), hairline(painter)), primaryColor(palette(), LineStrength * m_opacity));
 }
