@@ -196,7 +196,9 @@ void PlaylistView::mouseReleaseEvent(QMouseEvent *event)
 
 void PlaylistView::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    if (event->button() == Qt::LeftButton && !menuSquareAt(event->pos()).isValid())
+    if (menuSquareAt(event->pos()).isValid())
+        mousePressEvent(event); // the third click of a row in which the second one has closed the menu
+    else if (event->button() == Qt::LeftButton)
         play(indexAt(event->pos()));
 }
 

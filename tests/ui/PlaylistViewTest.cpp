@@ -248,6 +248,18 @@ private Q_SLOTS:
         QCOMPARE(f.titles(), u"b"_s);
     }
 
+    void thirdClickOnTheEllipsisOpensItsMenuAgain()
+    {
+        ListFixture f;
+        f.add("a");
+        QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
+        f.openMenu()->close(); // as the second click does, which the list does not get
+        QTest::mouseDClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
+        QTest::mouseRelease(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
+        QVERIFY(f.openMenu());
+        QVERIFY(!f.player.isPlaying());
+    }
+
     /// Otherwise a second click, on the same or on another ellipsis, could choose an entry.
     void rowMenuLiesInTheWindowClearOfEveryEllipsis()
     {
