@@ -107,6 +107,21 @@ private Q_SLOTS:
         QCOMPARE(pipe.take(), "told\n"_ba);
     }
 
+    void diagnosticForAFullPipeIsLost()
+    {
+        const Pipe pipe;
+        pipe.fill(0);
+        const int original = dup(STDERR_FILENO);
+        dup2(pipe.writer, STDERR_FILENO);
+        qWarning("lost");
+        const QByteArray before = pipe.take();
+        qWarning("told");
+        dup2(original, STDERR_FILENO);
+        close(original);
+        QVERIFY(!before.contains("lost"));
+        QCOMPARE(pipe.take(), "told\n"_ba);
+    }
+
     void lineThatFillsThePipeIsWritten()
     {
         const Pipe pipe;
