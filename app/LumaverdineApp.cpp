@@ -1,6 +1,7 @@
 #include "app/LumaverdineApp.h"
 
 #include "ui/ContentView.h"
+#include "ui/controls/Menu.h"
 
 #include <QMenuBar>
 
@@ -21,9 +22,10 @@ QAction *addCommand(QMenu &menu, const QString &title, const QKeySequence &short
 
 QMenu &addMenu(QMenuBar &bar, const QString &title)
 {
-    QMenu &menu = *bar.addMenu(title);
-    menu.setAccessibleName(title);
-    return menu;
+    auto *menu = new Menu(title, &bar);
+    menu->setAccessibleName(title);
+    bar.addMenu(menu);
+    return *menu;
 }
 
 } // namespace

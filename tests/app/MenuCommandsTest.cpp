@@ -23,6 +23,24 @@ private Q_SLOTS:
             titles(f.menu(1)), QStringList({u"Reproducir"_s, u"Canción anterior"_s, u"Canción siguiente"_s}));
     }
 
+    void menusLieInTheWindowIfItHasRoom()
+    {
+        const AppFixture f;
+        for (const auto &[layout, left] :
+            {std::pair(u":close"_s, 0), {u"close:"_s, 0}, {u"close:"_s, -600}}) {
+            f.window.setButtonLayout(ButtonLayout::parse(layout));
+            f.window.move(left, 0);
+            QTRY_COMPARE(f.window.pos(), QPoint(left, 0));
+            for (const int position : {0, 1}) {
+                f.window.menuBar().setActiveAction(f.menu(position).menuAction());
+                const QRect menu = f.menu(position).geometry();
+                QVERIFY(f.menu(position).isVisible() && f.window.screen()->geometry().contains(menu));
+                QVERIFY(left < 0 || f.window.geometry().contains(menu));
+                f.menu(position).close();
+            }
+        }
+    }
+
     void commandsHaveTheirShortcuts()
     {
         const AppFixture f;

@@ -21,7 +21,8 @@ QPalette scheme(QRgb window, QRgb text)
 }
 
 struct MenuFixture {
-    Menu menu;
+    QWidget window;
+    Menu menu{&window};
     QAction *plain = menu.addAction(u"Reproducir"_s);
     QAction *destructive = menu.addDestructive(u"Eliminar"_s);
 

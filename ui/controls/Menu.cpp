@@ -26,8 +26,23 @@ QPoint menuPlace(const QRect &opener, const QSize &menu, const QRect &room)
 
 void Menu::openBeside(const QRect &opener)
 {
+    popup(menuPlace(opener, sizeHint(), room()));
+}
+
+/// What of the parent's window lies on the screen.
+QRect Menu::room() const
+{
     const QWidget &window = *parentWidget()->window();
-    popup(menuPlace(opener, sizeHint(), window.geometry() & window.screen()->availableGeometry()));
+    return window.geometry() & window.screen()->availableGeometry();
+}
+
+void Menu::showEvent(QShowEvent *event)
+{
+    QMenu::showEvent(event);
+    // A menu bar opens it under its title, however near that is to the window's edge.
+    const int beyond = geometry().right() - room().right();
+    if (beyond > 0 && width() <= room().width())
+        move(x() - beyond, y());
 }
 
 void Menu::goToFirst()

@@ -2,8 +2,8 @@
 
 #include <QMenu>
 
-/// A menu that tells apart what destroys something: the entry's text is red, or stands on red while it is the
-/// one to be chosen.
+/// A menu that lies within the window of its parent if there is room. It tells apart what destroys something: the
+/// entry's text is red, or stands on red while it is the one to be chosen.
 class Menu : public QMenu {
     Q_OBJECT
 
@@ -13,16 +13,19 @@ public:
     /// Adds an entry for what cannot be undone.
     QAction *addDestructive(const QString &title);
 
-    /// Opens beside `opener`, a rectangle of the screen, within the window of the menu's parent.
+    /// Opens beside `opener`, a rectangle of the screen.
     void openBeside(const QRect &opener);
 
     /// Goes to the first entry, as a menu does that a key has opened: a screen reader says where the user is.
     void goToFirst();
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void initStyleOption(QStyleOptionMenuItem *option, const QAction *action) const override;
 
 private:
+    [[nodiscard]] QRect room() const;
+
     QList<const QAction *> m_destructive;
 };
 
