@@ -176,8 +176,8 @@ MediaContents readAsf(MediaSource &source)
     const QByteArray head = source.read(0, fixedSize);
     Fields fields(head);
     fields.take(IdentifierSize);
-    const auto size = qint64(std::min(fields.number<quint64_le>(), quint64(TagSizeLimit)));
-    const QByteArray objects = source.read(fixedSize, std::max<qint64>(size - fixedSize, 0));
+    const auto size = qint64(std::min(fields.number<quint64_le>(), quint64(source.size())));
+    const QByteArray objects = source.readTag(fixedSize, size - fixedSize);
     HeaderReader reader;
     reader.readObjects(objects);
     return reader.contents();

@@ -3,7 +3,6 @@
 #include "platform/media/Fields.h"
 #include "platform/media/VorbisComment.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace {
@@ -71,7 +70,7 @@ private:
             if (isFrame(offset))
                 return true;
             const auto block = blockAt(offset);
-            if (!block || block->type == 0 || block->type > int(FlacBlock::Picture))
+            if (!block)
                 return false;
             offset = block->end();
         }
@@ -86,33 +85,30 @@ private:
         }
         if (!block.is(FlacBlock::VorbisComment) && !block.is(FlacBlock::Picture))
             return;
-        const auto size = block.is(FlacBlock::Picture) ? pictureSize(block) : commentSize(block);
-        if (size && *size != block.size && !leadsToSound(block.end()) && leadsToSound(block.offset + *size))
-            block.size = *size;
-        if (block.size > m_bytesLeft)
-            return;
-        m_bytesLeft -= block.size;
-        const QByteArray content = m_source.read(block.offset, block.size);
+        if (!leadsToSound(block.end())) {
+            const qint64 size = block.is(FlacBlock::Picture) ? pictureSize(block) : commentSize(block);
+            if (leadsToSound(block.offset + size))
+                block.size = size;
+        }
+        const QByteArray content = m_source.readTag(block.offset, block.size);
         if (block.is(FlacBlock::VorbisComment))
             m_comment += vorbisCommentItems(content);
         else if (m_pictures.size() < MaxItemsPerTag)
             m_pictures.append({CommonIdentifier::Artwork, flacPicture(content).toByteArray()});
     }
 
-    [[nodiscard]] std::optional<qint64> commentSize(const Block &block) const
+    [[nodiscard]] qint64 commentSize(const Block &block) const
     {
-        const auto size = vorbisCommentSize(m_source.read(block.offset, block.size));
-        return size ? size : vorbisCommentSize(m_source.read(block.offset, m_bytesLeft));
+        constexpr qint64 most = 1 << 24; // bytes of a block
+        return vorbisCommentSize(m_source.readTag(block.offset, most)).value_or(block.size);
     }
 
-    [[nodiscard]] std::optional<qint64> pictureSize(const Block &block) const
+    [[nodiscard]] qint64 pictureSize(const Block &block) const
     {
         qint64 end = block.offset + 4; // what it shows
         for (const qint64 fixed : {0, 0, 16}) { // MIME type; description; dimensions and the picture
             const QByteArray length = m_source.read(end + fixed, 4);
-            if (length.size() < 4)
-                return std::nullopt;
-            end += fixed + 4 + qFromBigEndian<quint32>(length.constData());
+            end += fixed + 4 + Fields(QByteArrayView(length)).number<quint32_be>();
         }
         return end - block.offset;
     }
@@ -120,9 +116,8 @@ private:
     /// The items of a comment somewhere behind `offset`, in front of which a size has led astray.
     [[nodiscard]] QList<MetadataItem> lostComment(qint64 offset) const
     {
-        constexpr qint64 searchLimit = 16 << 20; // the longest block
         int attemptsLeft = 1000;
-        const QByteArray bytes = m_source.read(offset, std::min(m_bytesLeft, searchLimit));
+        const QByteArray bytes = m_source.readTag(offset, m_source.size());
         for (qsizetype i = 0; i + 2 * HeaderSize < bytes.size() && attemptsLeft > 0; ++i) {
             if ((bytes[i] & 0x7F) != int(FlacBlock::VorbisComment))
                 continue;
@@ -139,7 +134,6 @@ private:
     }
 
     MediaSource &m_source;
-    qint64 m_bytesLeft = TagSizeLimit;
     MediaTime m_duration;
     QList<MetadataItem> m_pictures;
     QList<MetadataItem> m_comment;

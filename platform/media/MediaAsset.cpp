@@ -11,7 +11,7 @@
 MediaTime MediaTime::fromSeconds(double seconds)
 {
     constexpr std::int32_t timescale = 1'000'000;
-    constexpr double longest = 1e12; // far from the end of the 64-bit range
+    constexpr double longest = 1e9; // longer ones are damage
     if (!(std::abs(seconds) <= longest))
         return {};
     return {std::llround(seconds * timescale), timescale};

@@ -13,7 +13,3 @@ constexpr qsizetype MaxItemsPerTag = 64;
 
 /// Frames, fields or attributes of one tag that are looked at; a hostile one could hold millions.
 constexpr int MaxEntriesPerTag = 10'000;
-
-/// Bytes that are read of all tags of one kind in a file; what lies behind them is missing. Reading holds up to
-/// three copies of them at a time.
-constexpr qint64 TagSizeLimit = 32 << 20;

@@ -16,8 +16,6 @@
 #include "platform/media/StatedDuration.h"
 #include "platform/media/TrailingTags.h"
 
-#include <algorithm>
-
 namespace {
 
 /// Some writers put a new tag in front of the old one instead of in its place.
@@ -25,14 +23,11 @@ QList<MetadataItem> takeId3v2Tags(MediaSource &source)
 {
     constexpr int tagLimit = 64;
     QList<QList<MetadataItem>> tags;
-    qint64 bytesLeft = TagSizeLimit;
     for (int i = 0; i < tagLimit; ++i) {
         const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
         if (size == 0)
             break;
-        const QByteArray tag = source.read(0, std::min(size, bytesLeft));
-        tags.append(id3v2Items(tag));
-        bytesLeft -= tag.size();
+        tags.append(id3v2Items(source.readTag(0, size)));
         source.dropFront(size);
     }
     return mergedTags(tags);

@@ -42,6 +42,13 @@ QByteArray MediaSource::read(qint64 offset, qint64 length)
     return bytes;
 }
 
+QByteArray MediaSource::readTag(qint64 offset, qint64 length)
+{
+    QByteArray bytes = read(offset, std::min(length, m_tagBytesLeft));
+    m_tagBytesLeft -= bytes.size();
+    return bytes;
+}
+
 qint64 MediaSource::readInto(char *buffer, qint64 offset, qint64 length)
 {
     if (offset < 0 || offset >= size() || length <= 0)

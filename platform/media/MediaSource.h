@@ -16,7 +16,11 @@ public:
     /// Up to `length` bytes from `offset`.
     [[nodiscard]] QByteArray read(qint64 offset, qint64 length);
 
-    /// The same into `buffer`; returns the number of bytes that were read.
+    /// As read(), of a tag. Of a file's tags 32 MiB are read in all, because readers hold up to three copies of them at
+    /// a time; what lies behind is missing.
+    [[nodiscard]] QByteArray readTag(qint64 offset, qint64 length);
+
+    /// As read(), into `buffer`; returns the number of bytes that were read.
     qint64 readInto(char *buffer, qint64 offset, qint64 length);
 
     /// Moves an end inwards; later offsets count from the new beginning.
@@ -29,6 +33,7 @@ private:
     int m_descriptor;
     qint64 m_begin = 0;
     qint64 m_end = 0;
+    qint64 m_tagBytesLeft = 32 << 20;
     QByteArray m_cache; ///< small neighbouring reads are one call of the system
     qint64 m_cachePosition = 0;
 };

@@ -2,8 +2,6 @@
 
 #include "platform/media/Mp4Atoms.h"
 
-#include <optional>
-
 namespace {
 
 constexpr qint64 FieldsLimit = 64 << 10; // bytes of one atom; an edit list has a few dozen
@@ -17,7 +15,6 @@ struct Timing {
     double units = 0;
     double scale = 0;
 
-    [[nodiscard]] bool isKnown() const { return scale > 0; }
     [[nodiscard]] double seconds() const { return units / scale; }
 };
 
@@ -50,11 +47,11 @@ public:
 
     [[nodiscard]] MediaTime duration() const
     {
-        if (m_isFragmented || !m_track.isAudio || !m_track.media.isKnown() || m_track.media.units <= 0)
-            return {};
         const double whole = m_track.media.seconds();
-        const double edited = editedSeconds().value_or(whole);
-        return MediaTime::fromSeconds(edited < whole - LongestPadding ? edited : whole);
+        if (m_isFragmented || !m_track.isAudio || !(whole > 0))
+            return {};
+        const double edited = editedSeconds();
+        return MediaTime::fromSeconds(edited > 0 && edited < whole - LongestPadding ? edited : whole);
     }
 
 private:
@@ -107,7 +104,7 @@ private:
 
     static int takeVersion(Fields &fields)
     {
-        const int version = fields.take(1) == QByteArrayView("\1") ? 1 : 0;
+        const int version = fields.number<quint8>();
         fields.take(3); // flags
         return version;
     }
@@ -117,18 +114,16 @@ private:
         return m_source.read(atom.begin, std::min(atom.end - atom.begin, FieldsLimit));
     }
 
-    /// Nothing if there are no edits, or none of stated length.
-    [[nodiscard]] std::optional<double> editedSeconds() const
+    /// 0 if there are no edits, or none of stated length.
+    [[nodiscard]] double editedSeconds() const
     {
-        if (m_track.edits.isEmpty() || !m_movie.isKnown())
-            return std::nullopt;
         double seconds = 0;
         for (const Edit &edit : m_track.edits) {
             const double left = m_track.media.seconds() - edit.start / m_track.media.scale;
             if (edit.start >= 0)
                 seconds += std::min(edit.duration / m_movie.scale, std::max(left, 0.0));
         }
-        return seconds > 0 ? std::optional(seconds) : std::nullopt;
+        return seconds;
     }
 
     MediaSource &m_source;

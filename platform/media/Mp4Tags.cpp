@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr qint64 KeysSizeLimit = 64 << 10;
-
 struct Name {
     QByteArrayView name;
     CommonIdentifier identifier;
@@ -63,12 +61,7 @@ public:
     }
 
 private:
-    QByteArray read(qint64 begin, qint64 end)
-    {
-        QByteArray bytes = m_source.read(begin, std::min(end - begin, m_bytesLeft));
-        m_bytesLeft -= bytes.size();
-        return bytes;
-    }
+    QByteArray read(const Mp4Atom &atom) { return m_source.readTag(atom.begin, atom.end - atom.begin); }
 
     void readMovieField(const Mp4Atom &atom)
     {
@@ -91,7 +84,7 @@ private:
         QList<QByteArray> keys;
         m_atoms.forEach(meta.begin + (isPlain ? 0 : 4), meta.end, [this, &keys](const Mp4Atom &atom) {
             if (atom.name == "keys")
-                keys = keyNames(read(atom.begin, std::min(atom.end, atom.begin + KeysSizeLimit)));
+                keys = keyNames(read(atom));
             else if (atom.name == "ilst")
                 m_atoms.forEachIn(atom, [this, &keys](const Mp4Atom &item) { readItem(item, keys); });
         });
@@ -103,7 +96,7 @@ private:
         QList<QByteArray> names;
         Fields fields(bytes);
         fields.take(8); // version and flags, count
-        while (!fields.isEmpty()) {
+        while (!fields.isEmpty() && names.size() < MaxEntriesPerTag) {
             const quint32 size = fields.number<quint32_be>();
             fields.take(4);
             names.append(fields.take(size < headerSize ? 0 : size - headerSize).toByteArray());
@@ -122,7 +115,7 @@ private:
             return;
         m_atoms.forEachIn(item, [this, isKeyed, identifier](const Mp4Atom &data) {
             if (data.name == "data")
-                readValue(isKeyed ? m_keyed : m_items, *identifier, read(data.begin, data.end));
+                readValue(isKeyed ? m_keyed : m_items, *identifier, read(data));
         });
     }
 
@@ -145,7 +138,7 @@ private:
         const auto mobile = identifierOf(atom.name, MobileNames);
         if (!mobile && (!quickTime || quickTime == CommonIdentifier::Artwork))
             return;
-        const QByteArray data = read(atom.begin, atom.end);
+        const QByteArray data = read(atom);
         Fields fields(data);
         if (mobile) {
             fields.take(6); // version and flags, language
@@ -157,18 +150,16 @@ private:
         }
     }
 
-    /// A track number may follow the zero that ends an album's name.
     void appendMobileText(CommonIdentifier identifier, QByteArrayView text)
     {
-        const bool isUtf16 = text.startsWith("\xfe\xff");
-        const qsizetype end = isUtf16 ? -1 : text.indexOf('\0');
-        appendTextValues(m_userData, identifier, end < 0 ? text : text.first(end),
-            isUtf16 ? TextEncoding::Utf16 : TextEncoding::Utf8);
+        QList<MetadataItem> values; // a track number may follow an album's name
+        appendTextValues(
+            values, identifier, text, text.startsWith("\xfe\xff") ? TextEncoding::Utf16 : TextEncoding::Utf8);
+        m_userData.append(values.first());
     }
 
     MediaSource &m_source;
     Mp4Atoms m_atoms;
-    qint64 m_bytesLeft = TagSizeLimit;
     QList<MetadataItem> m_items;
     QList<MetadataItem> m_keyed;
     QList<MetadataItem> m_userData;

@@ -43,47 +43,42 @@ public:
     QByteArray take()
     {
         QByteArray packet;
-        while (!m_segments.isEmpty() || readPage()) {
-            qint64 length = 0;
-            bool isEnd = false;
-            while (!m_segments.isEmpty() && !isEnd) {
-                const auto segment = quint8(m_segments.front());
-                m_segments.remove(0, 1);
-                length += segment;
-                isEnd = segment < 255;
+        quint8 length = 255; // of a segment; a shorter one ends the packet
+        while (length == 255) {
+            while (m_segments.isEmpty()) {
+                if (!readPage())
+                    return packet;
             }
-            packet += m_source.read(m_offset, std::min(length, m_bytesLeft));
-            m_bytesLeft -= std::min(length, m_bytesLeft);
+            length = quint8(m_segments.front());
+            m_segments.remove(0, 1);
+            packet += m_source.readTag(m_offset, length);
             m_offset += length;
-            if (isEnd)
-                break;
         }
         return packet;
     }
 
 private:
-    /// Goes to the next page of the stream.
+    /// Goes to the next page, and passes it over if it is another stream's.
     bool readPage()
     {
-        while (m_pagesLeft-- > 0) {
-            const auto header = pageHeader(m_source.read(m_offset, PageHeaderSize));
-            if (!header)
-                return false;
-            m_segments = m_source.read(m_offset + PageHeaderSize, header->segments);
-            m_offset += PageHeaderSize + header->segments;
-            if (header->stream == m_stream && !m_segments.isEmpty())
-                return true;
-            for (const char segment : std::as_const(m_segments))
+        const auto header = pageHeader(m_source.read(m_offset, PageHeaderSize));
+        if (!header || m_pagesLeft-- == 0)
+            return false;
+        const QByteArray segments = m_source.read(m_offset + PageHeaderSize, header->segments);
+        m_offset += PageHeaderSize + header->segments;
+        if (header->stream == m_stream) {
+            m_segments = segments;
+        } else {
+            for (const char segment : segments)
                 m_offset += quint8(segment);
         }
-        return false;
+        return true;
     }
 
     MediaSource &m_source;
     quint32 m_stream = 0;
     qint64 m_offset = 0;
     QByteArray m_segments; ///< lengths of those of the page that are still to be read
-    qint64 m_bytesLeft = TagSizeLimit;
     int m_pagesLeft = 10'000;
 };
 
@@ -91,11 +86,12 @@ private:
 qint64 lastGranulePosition(MediaSource &source, quint32 stream)
 {
     constexpr qint64 tailSize = 128 << 10; // twice the longest page
-    const QByteArray tail = source.read(std::max<qint64>(source.size() - tailSize, 0), tailSize);
-    for (qsizetype i = tail.lastIndexOf("OggS"); i >= 0; i = i > 0 ? tail.lastIndexOf("OggS", i - 1) : -1) {
+    QByteArray tail = source.read(std::max<qint64>(source.size() - tailSize, 0), tailSize);
+    for (qsizetype i = tail.lastIndexOf("OggS"); i >= 0; i = tail.lastIndexOf("OggS")) {
         const auto header = pageHeader(QByteArrayView(tail).sliced(i));
         if (header && header->stream == stream && header->granulePosition >= 0)
             return header->granulePosition;
+        tail.truncate(i);
     }
     return 0;
 }
@@ -124,9 +120,8 @@ QList<MetadataItem> flacItems(PacketReader &packets)
 /// The length by the end's position, less the samples that are skipped at the start.
 MediaTime durationOf(MediaSource &source, quint32 stream, qint64 skipped, quint32 rate)
 {
-    constexpr quint32 highestRate = 1'000'000;
     const qint64 samples = lastGranulePosition(source, stream) - skipped;
-    return rate > 0 && rate <= highestRate && samples > 0 ? MediaTime{samples, qint32(rate)} : MediaTime{};
+    return rate > 0 && samples > 0 ? MediaTime{samples, qint32(rate)} : MediaTime{};
 }
 
 } // namespace
@@ -135,21 +130,25 @@ MediaContents readOgg(MediaSource &source, MediaFormat format)
 {
     PacketReader packets(source);
     const QByteArray head = packets.take();
-    const auto field = [&head](qsizetype offset) {
-        return Fields(QByteArrayView(head).sliced(std::min(offset, head.size())));
+    const auto field = [&head](quint64 offset) {
+        Fields fields(head);
+        fields.take(offset);
+        return fields;
     };
     if (format == MediaFormat::OggFlac) {
-        const auto streamInfo = field(17).rest();
-        const MediaTime stated = flacDuration(streamInfo);
-        const quint32 rate =
-            Fields(streamInfo.sliced(std::min<qsizetype>(10, streamInfo.size()))).number<quint32_be>() >> 12;
+        Fields streamInfo = field(17);
+        const MediaTime stated = flacDuration(streamInfo.rest());
+        streamInfo.take(10); // sizes of blocks and frames
+        const quint32 rate = streamInfo.number<quint32_be>() >> 12;
         return {
             stated.isNumeric() ? stated : durationOf(source, packets.stream(), 0, rate), flacItems(packets)};
     }
 
     const QByteArray second = packets.take();
-    const auto comment = [&second](qsizetype markSize) {
-        return vorbisCommentItems(QByteArrayView(second).sliced(std::min(markSize, second.size())));
+    const auto comment = [&second](quint64 markSize) {
+        Fields fields(second);
+        fields.take(markSize);
+        return vorbisCommentItems(fields.rest());
     };
     if (format == MediaFormat::OggOpus) // counts 48,000 samples a second, whatever is encoded (RFC 7845)
         return {durationOf(source, packets.stream(), field(10).number<quint16_le>(), 48'000), comment(8)};

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 
 namespace {
 
@@ -103,10 +102,11 @@ int framesInPacket(QByteArrayView codec)
 MediaTime wavDuration(QByteArrayView format, qint64 dataSize)
 {
     const WavFormat wav = wavFormat(format);
-    if (wav.channels == 0 || wav.rate == 0 || wav.rate > std::numeric_limits<qint32>::max())
+    if (wav.channels == 0 || wav.rate == 0)
         return {};
     const qint64 length = frames(wav, dataSize);
-    return length > 0 ? MediaTime{length, qint32(wav.rate)} : MediaTime{};
+    return length > 0 ? MediaTime{length, qint32(wav.rate)}
+                      : MediaTime{}; // a rate beyond the range is negative
 }
 
 MediaTime aiffDuration(QByteArrayView common)

@@ -9,12 +9,10 @@
 
 #include <QtEndian>
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
 constexpr qint64 FileHeaderSize = 12; // "RIFF", size, kind of file
-constexpr qint64 FormatSize = 64; // more than the fields that are read
 
 /// Collects the tags of a file that consists of chunks: those of its ID3 chunks come first, each kind in its
 /// order.
@@ -31,7 +29,7 @@ public:
         constexpr qsizetype tagLimit = 64;
         const bool isId3 = chunk.name == "ID3 " || chunk.name == "id3 ";
         if (isId3 && m_id3.size() < tagLimit)
-            m_id3.append(id3v2Items(read(chunk)));
+            m_id3.append(id3v2Items(m_source.readTag(chunk.offset, chunk.size)));
         else if (chunk.name == title)
             append(CommonIdentifier::Title, chunk);
         else if (chunk.name == artist)
@@ -43,30 +41,16 @@ public:
     [[nodiscard]] QList<MetadataItem> merged() const { return mergedTags(QList(m_id3) << m_texts); }
 
 private:
-    QByteArray read(const Chunk &chunk)
-    {
-        QByteArray data = m_source.read(chunk.offset, std::min(chunk.size, m_bytesLeft));
-        m_bytesLeft -= data.size();
-        return data;
-    }
-
     void append(CommonIdentifier identifier, const Chunk &chunk)
     {
-        if (m_texts.size() < MaxItemsPerTag)
-            appendTextValues(m_texts, identifier, read(chunk), TextEncoding::Unstated);
+        const QByteArray text = m_source.readTag(chunk.offset, chunk.size);
+        appendTextValues(m_texts, identifier, text, TextEncoding::Unstated);
     }
 
     MediaSource &m_source;
-    qint64 m_bytesLeft = TagSizeLimit;
     QList<QList<MetadataItem>> m_id3;
     QList<MetadataItem> m_texts;
 };
-
-MediaTime milliseconds(double seconds)
-{
-    constexpr double longest = 1e9; // seconds; longer ones are damage
-    return seconds <= longest ? MediaTime{std::llround(seconds * 1000), 1000} : MediaTime{};
-}
 
 } // namespace
 
@@ -77,7 +61,7 @@ MediaContents readWav(MediaSource &source)
     ChunkTags tags(source);
     forEachChunk<quint32_le>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         if (chunk.name == "fmt ")
-            format = source.read(chunk.offset, std::min(chunk.size, FormatSize));
+            format = source.readTag(chunk.offset, chunk.size);
         else if (chunk.name == "data" && dataSize == 0)
             dataSize = chunk.size;
         else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
@@ -96,7 +80,7 @@ MediaContents readAiff(MediaSource &source)
     forEachChunk<quint32_be>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         tags.take(chunk, "NAME", "AUTH");
         if (chunk.name == "COMM")
-            duration = aiffDuration(source.read(chunk.offset, std::min(chunk.size, FormatSize)));
+            duration = aiffDuration(source.readTag(chunk.offset, chunk.size));
     });
     return {duration, tags.merged()};
 }
@@ -111,8 +95,7 @@ MediaContents readDsf(MediaSource &source)
     const double rate = fields.number<quint32_le>();
     fields.take(4); // bits
     const auto samples = double(fields.number<quint64_le>());
-    return {
-        rate > 0 ? milliseconds(samples / rate) : MediaTime{}, id3v2Items(source.read(tag, TagSizeLimit))};
+    return {MediaTime::fromSeconds(samples / rate), id3v2Items(source.readTag(tag, source.size()))};
 }
 
 MediaContents readDsdiff(MediaSource &source)
@@ -122,7 +105,7 @@ MediaContents readDsdiff(MediaSource &source)
     double bytesPerSecond = 0, channels = 0, dataSize = 0;
     ChunkTags tags(source);
     const auto takeProperty = [&](const Chunk &property) {
-        const QByteArray content = source.read(property.offset, std::min<qint64>(property.size, 4));
+        const QByteArray content = source.readTag(property.offset, property.size);
         Fields fields(content);
         if (property.name == "FS  ")
             bytesPerSecond = fields.number<quint32_be>() / 8.0;
@@ -144,6 +127,6 @@ MediaContents readDsdiff(MediaSource &source)
         else
             tags.take(chunk, {}, {});
     });
-    const double speed = bytesPerSecond * channels;
-    return {speed > 0 && dataSize > 0 ? milliseconds(dataSize / speed) : MediaTime{}, tags.merged()};
+    const double seconds = dataSize / (bytesPerSecond * channels);
+    return {dataSize > 0 ? MediaTime::fromSeconds(seconds) : MediaTime{}, tags.merged()};
 }

@@ -1,20 +1,15 @@
 #include "platform/media/TrailingTags.h"
 
+#include "platform/media/Fields.h"
 #include "platform/media/MediaContents.h"
 #include "platform/media/TextValues.h"
 
-#include <QtEndian>
 #include <algorithm>
 
 namespace {
 
 constexpr qsizetype Id3v1Size = 128;
 constexpr qsizetype ApeEdgeSize = 32; // header and footer look the same
-
-quint32 littleEndianAt(QByteArrayView bytes, qsizetype offset)
-{
-    return qFromLittleEndian<quint32>(bytes.sliced(offset, 4).data());
-}
 
 /// `field` without a last character that the end of the field has cut, if it is UTF-8 otherwise.
 QByteArrayView withoutCutCharacter(QByteArrayView field)
@@ -59,17 +54,17 @@ void appendApeItem(QList<MetadataItem> &items, const QByteArray &key, bool isBin
 /// The items one after another: value size, flags, key, zero, value; all but the key in little endian.
 QList<MetadataItem> apeItems(QByteArrayView data)
 {
-    constexpr qsizetype fixedSize = 8;
     QList<MetadataItem> items;
-    for (int i = 0; i < MaxEntriesPerTag && data.size() > fixedSize && items.size() < MaxItemsPerTag; ++i) {
-        const qsizetype size = littleEndianAt(data, 0);
-        const bool isBinary = (littleEndianAt(data, 4) >> 1 & 3) == 1;
-        const qsizetype keyEnd = data.indexOf('\0', fixedSize);
-        if (keyEnd < 0 || size > data.size() - keyEnd - 1)
-            break;
-        const QByteArray key = data.sliced(fixedSize, keyEnd - fixedSize).toByteArray().toLower();
-        appendApeItem(items, key, isBinary, data.sliced(keyEnd + 1, size));
-        data = data.sliced(keyEnd + 1 + size);
+    Fields fields(data);
+    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty() && items.size() < MaxItemsPerTag; ++i) {
+        const qsizetype size = fields.number<quint32_le>();
+        const bool isBinary = (fields.number<quint32_le>() >> 1 & 3) == 1;
+        const auto keySize = quint64(fields.rest().indexOf('\0')); // all if it does not end
+        const QByteArray key = fields.take(keySize).toByteArray().toLower();
+        fields.take(1);
+        const QByteArrayView value = fields.take(quint64(size));
+        if (value.size() == size)
+            appendApeItem(items, key, isBinary, value);
     }
     return items;
 }
@@ -79,7 +74,7 @@ QList<MetadataItem> apeItems(QByteArrayView data)
 QList<MetadataItem> takeId3v1Tag(MediaSource &source)
 {
     const QByteArray tag = source.read(source.size() - Id3v1Size, Id3v1Size);
-    if (tag.size() < Id3v1Size || !tag.startsWith("TAG"))
+    if (!tag.startsWith("TAG"))
         return {};
     source.dropBack(Id3v1Size);
 
@@ -93,14 +88,17 @@ QList<MetadataItem> takeId3v1Tag(MediaSource &source)
 QList<MetadataItem> takeApeTag(MediaSource &source)
 {
     const QByteArray footer = source.read(source.size() - ApeEdgeSize, ApeEdgeSize);
-    if (footer.size() < ApeEdgeSize || !footer.startsWith("APETAGEX"))
+    Fields fields(footer);
+    if (fields.take(8) != "APETAGEX")
         return {};
-    const qint64 size = littleEndianAt(footer, 12); // with the footer, without the header
-    const bool hasHeader = littleEndianAt(footer, 20) >> 31;
-    if (size < ApeEdgeSize || size > std::min(source.size(), TagSizeLimit))
+    fields.take(4); // version
+    const qint64 size = fields.number<quint32_le>(); // with the footer, without the header
+    fields.take(4); // count
+    const bool hasHeader = fields.number<quint32_le>() >> 31;
+    if (size > source.size())
         return {};
 
-    const QByteArray data = source.read(source.size() - size, size - ApeEdgeSize);
+    const QByteArray data = source.readTag(source.size() - size, size - ApeEdgeSize);
     source.dropBack(size + (hasHeader ? ApeEdgeSize : 0));
     return apeItems(data);
 }

@@ -47,19 +47,20 @@ QList<MetadataItem> vorbisCommentItems(QByteArrayView block)
 
 std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes)
 {
-    constexpr qsizetype lengthSize = 4;
+    constexpr qsizetype numberSize = 4;
     Fields fields(bytes);
-    const auto takeSized = [&fields] {
-        const bool hasLength = fields.rest().size() >= lengthSize;
+    const auto textSize = [&fields] {
         const quint32 length = fields.number<quint32_le>();
-        return hasLength && fields.take(length).size() == qsizetype(length);
+        fields.take(length);
+        return numberSize + qsizetype(length);
     };
-    bool isWhole = takeSized() && fields.rest().size() >= lengthSize;
+    qsizetype size = textSize() + numberSize;
     const quint32 count = fields.number<quint32_le>();
-    isWhole = isWhole && count <= MaxEntriesPerTag;
-    for (quint32 i = 0; isWhole && i < count; ++i)
-        isWhole = takeSized();
-    return isWhole ? std::optional(bytes.size() - fields.rest().size()) : std::nullopt;
+    if (count > MaxEntriesPerTag)
+        return std::nullopt;
+    for (quint32 i = 0; i < count; ++i)
+        size += textSize();
+    return size <= bytes.size() ? std::optional(size) : std::nullopt;
 }
 
 QByteArrayView flacPicture(QByteArrayView block)
