@@ -6,6 +6,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -221,13 +222,13 @@ QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &se
         "6d80", element("6240", element("5032", QByteArray(1, char(scope))) + element("5034", details)));
 }
 
-QByteArray matroskaTrack(int number, const QByteArray &fields)
+QByteArray matroskaTrack(int number, const QByteArray &fields, const QByteArray &codec = "A_PCM/INT/LIT")
 {
     const QByteArray audio =
         element("b5", big(quint32(0x45FA0000))) + element("9f", "\1") + element("6264", "\x10"); // 8000 Hz
     return element("ae",
         element("d7", QByteArray(1, char(number))) + element("73c5", QByteArray(1, char(number)))
-            + element("83", "\2") + element("86", "A_PCM/INT/LIT") + fields + element("e1", audio));
+            + element("83", "\2") + element("86", codec) + fields + element("e1", audio));
 }
 
 QByteArray matroska(const QByteArray &tracks, const QByteArray &more = {}, const QByteArray &sound = {})
@@ -267,30 +268,130 @@ QByteArray matroskaWithChapters(quint32 count)
     return matroska(matroskaTrack(1, {}), element("1043a770", element("45b9", chapters)));
 }
 
-/// FLAC with so many comments in blocks of `each`, the last of which is the last block of all.
-QByteArray flacWithComments(int count, int each)
+/// So many comments, as all files of Xiph's hold them.
+QByteArray comments(int count, int first = 0)
 {
-    constexpr qsizetype endOfFirstBlock = 42;
+    QByteArray bytes = little(quint32(5)) + "maker" + little(quint32(count));
+    for (int i = first; i < first + count; ++i) {
+        const QByteArray comment = "N" + QByteArray::number(i) + "=value";
+        bytes += little(quint32(comment.size())) + comment;
+    }
+    return bytes;
+}
+
+QByteArray comment(const QByteArray &text)
+{
+    return little(quint32(0)) + little(quint32(1)) + little(quint32(text.size())) + text;
+}
+
+QByteArray flacBlock(quint32 type, const QByteArray &content)
+{
+    return big(quint32(type << 24 | content.size())) + content;
+}
+
+constexpr qsizetype endOfFirstFlacBlock = 42;
+
+/// The frames of a FLAC file.
+QByteArray flacFrames(const QByteArray &file)
+{
     constexpr quint8 last = 0x80;
-    constexpr quint32 comments = 4;
-    const QByteArray file = mediaFile(u"flac.flac"_s);
     qsizetype sound = 4;
     for (quint8 type = 0; !(type & last);) {
         type = quint8(file[sound]);
         sound += 4 + (qFromBigEndian<quint32>(file.constData() + sound) & 0xFFFFFF);
     }
-    QByteArray blocks;
-    for (int i = 0; i < count; i += each) {
-        QByteArray content = little(quint32(5)) + "maker" + little(quint32(each));
-        for (int n = i; n < i + each; ++n) {
-            const QByteArray comment = "N" + QByteArray::number(n) + "=value";
-            content += little(quint32(comment.size())) + comment;
-        }
-        const quint32 type = comments | (i + each >= count ? last : 0);
-        blocks += big(quint32(type << 24 | content.size())) + content;
-    }
-    return file.first(endOfFirstBlock) + blocks + file.sliced(sound);
+    return file.sliced(sound);
 }
+
+/// The mark and the blocks of a FLAC file with so many comments in blocks of `each`.
+QByteArray flacHeader(int count, int each)
+{
+    constexpr quint32 type = 4;
+    constexpr quint32 last = 0x80;
+    QByteArray header = mediaFile(u"flac.flac"_s).first(endOfFirstFlacBlock);
+    for (int i = 0; i < count; i += each)
+        header += flacBlock(i + each >= count ? type | last : type, comments(each, i));
+    return header;
+}
+
+QByteArray flacWithComments(int count, int each)
+{
+    return flacHeader(count, each) + flacFrames(mediaFile(u"flac.flac"_s));
+}
+
+QByteArray matroskaFlac(const QByteArray &header)
+{
+    const QByteArray track = matroskaTrack(1, element("63a2", header), "A_FLAC");
+    return matroska(track, {}, flacFrames(mediaFile(u"flac.flac"_s)));
+}
+
+quint32 oggChecksum(const QByteArray &page)
+{
+    quint32 sum = 0;
+    for (const char byte : page) {
+        sum ^= quint32(quint8(byte)) << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            sum = sum << 1 ^ (sum >> 31 ? 0x04C1'1DB7 : 0);
+    }
+    return sum;
+}
+
+/// The packet of `comments`, and what follows it on its page, on as many pages of the stream as it takes.
+QByteArray oggPages(const QByteArray &stream, const QByteArray &packet, const QByteArray &next)
+{
+    QByteArray segments, pages;
+    for (const QByteArray &part : {packet, next}) {
+        if (!part.isEmpty())
+            segments += QByteArray(part.size() / 255, '\xff') + char(part.size() % 255);
+    }
+    const QByteArray content = packet + next;
+    qsizetype position = 0;
+    for (qsizetype i = 0; i < segments.size(); i += 255) {
+        const QByteArray lengths = segments.mid(i, 255);
+        const bool isContinued = i > 0 && segments[i - 1] == '\xff';
+        const auto size = std::accumulate(lengths.begin(), lengths.end(), qsizetype(0),
+            [](qsizetype sum, char length) { return sum + quint8(length); });
+        QByteArray page = "OggS" + QByteArray(1, '\0') + char(isContinued) + QByteArray(8, '\0') + stream
+            + QByteArray(8, '\0') + char(lengths.size()) + lengths + content.sliced(position, size);
+        pages += page.replace(22, 4, little(oggChecksum(page)));
+        position += size;
+    }
+    return pages;
+}
+
+/// An Ogg file, whose comments take a page of their own or share it with Vorbis' tables, with others.
+QByteArray oggWithComments(const QString &name, const QByteArray &mark, const QByteArray &comments)
+{
+    const QByteArray file = mediaFile(name);
+    const qsizetype second = file.indexOf("OggS", 1);
+    const qsizetype third = file.indexOf("OggS", second + 1);
+    const qsizetype tables = file.indexOf("\5vorbis");
+    const QByteArray next = tables < 0 ? QByteArray() : file.sliced(tables, third - tables);
+    return file.first(second) + oggPages(file.sliced(14, 4), mark + comments, next) + file.sliced(third);
+}
+
+/// An Ogg file whose last page, behind `middle`, says that it lasts an hour.
+QByteArray oggWithLateEnd(const QByteArray &middle)
+{
+    constexpr qint64 rate = 44'100;
+    const QByteArray file = mediaFile(u"vorbis.ogg"_s);
+    const qsizetype last = file.lastIndexOf("OggS");
+    QByteArray page = file.sliced(last).replace(6, 8, little(3600 * rate)).replace(22, 4, little(0));
+    return file.first(last) + middle + page.replace(22, 4, little(oggChecksum(page)));
+}
+
+struct OggFile {
+    const char *codec;
+    QString name;
+    QByteArray mark; ///< in front of the comments
+};
+
+const OggFile oggFiles[] = {
+    {"Vorbis", u"vorbis.ogg"_s, "\3vorbis"},
+    {"Opus", u"opus.opus"_s, "OpusTags"},
+    {"Speex", u"speex.spx"_s, {}},
+    {"FLAC", u"leaping-times.oga"_s, QByteArray::fromHex("84000000")},
+};
 
 struct Place {
     const char *name;
@@ -422,8 +523,20 @@ private Q_SLOTS:
         QTest::newRow("chapters of Matroska") << matroskaWithChapters(300'000);
         QTest::newRow("comments of FLAC") << flacWithComments(100'000, 100'000);
         QTest::newRow("comments of FLAC in many blocks") << flacWithComments(100'000, 3000);
+        QTest::newRow("comments of FLAC in Matroska") << matroskaFlac(flacHeader(100'000, 100'000));
+        for (const OggFile &ogg : oggFiles)
+            QTest::addRow("comments of %s in Ogg", ogg.codec)
+                << oggWithComments(ogg.name, ogg.mark, comments(100'000));
+        QTest::newRow("long comment in Ogg")
+            << oggWithComments(u"vorbis.ogg"_s, "\3vorbis", comment("TITLE=" + QByteArray(30 << 20, 'A')));
+        QTest::newRow("comments of chained Ogg")
+            << mediaFile(u"vorbis.ogg"_s) + oggWithComments(u"vorbis.ogg"_s, "\3vorbis", comments(100'000));
         QTest::newRow("beginnings of Ogg pages")
             << mediaFile(u"vorbis.ogg"_s) + QByteArray("OggS").repeated(8 << 20);
+        QTest::newRow("beginnings of Ogg pages with their version")
+            << mediaFile(u"vorbis.ogg"_s) + QByteArray("OggS\0", 5).repeated(6 << 20);
+        QTest::newRow("beginnings of Ogg pages to seek among")
+            << oggWithLateEnd(QByteArray("OggS\0", 5).repeated(8 << 20));
         QTest::newRow("cue points") << waveWithCues(100'000);
         QTest::newRow("empty tags") << dsf(QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(3'000'000));
     }
@@ -449,6 +562,26 @@ private Q_SLOTS:
         QVERIFY(!sound.empty());
         QVERIFY(soundOf(flacWithComments(20'000, 5000)) == sound);
         QVERIFY(soundOf(flacWithComments(5000, 500)) == sound);
+    }
+
+    void manyCommentsLeaveTheSoundOfMatroska()
+    {
+        const auto sound = soundOf(matroskaFlac(mediaFile(u"flac.flac"_s).first(endOfFirstFlacBlock)));
+        QVERIFY(!sound.empty());
+        QVERIFY(soundOf(matroskaFlac(flacHeader(20'000, 20'000))) == sound);
+    }
+
+    void commentsOfOggLeaveTheSound()
+    {
+        for (const OggFile &ogg : oggFiles) {
+            const auto sound = soundOf(mediaFile(ogg.name));
+            QVERIFY2(!sound.empty(), ogg.codec);
+            QVERIFY2(soundOf(oggWithComments(ogg.name, ogg.mark, comments(20'000))) == sound, ogg.codec);
+        }
+        const QByteArray cover = comment("METADATA_BLOCK_PICTURE=" + QByteArray(14 << 20, 'A'));
+        const QByteArray bytes = oggWithComments(u"vorbis.ogg"_s, "\3vorbis", cover);
+        QVERIFY(soundOf(bytes) == soundOf(mediaFile(u"vorbis.ogg"_s)));
+        verifyBounded(bytes, "cover");
     }
 
     void compressedBlocksOfMatroskaArePlayed()

@@ -60,17 +60,23 @@ qint64 play(const QUrl &url)
     qint64 wait = worked() - start;
     if (opened.isError())
         return wait;
+    Decoder &decoder = *opened.value();
+    const auto seek = [&](double seconds) {
+        const qint64 before = worked();
+        (void)decoder.seek(decoder.format().frames(seconds), {});
+        wait = std::max(wait, worked() - before);
+    };
+    seek(decoder.duration() / 2);
     for (std::size_t samples = 0; samples < mostSamples;) {
         const qint64 before = worked();
-        const auto block = opened.value()->read();
+        const auto block = decoder.read();
         wait = std::max(wait, worked() - before);
         if (block.isError() || block.value().samples.empty())
             break;
         samples += block.value().samples.size();
     }
-    const qint64 before = worked();
-    (void)opened.value()->seek(0, {});
-    return std::max(wait, worked() - before);
+    seek(0);
+    return wait;
 }
 
 } // namespace

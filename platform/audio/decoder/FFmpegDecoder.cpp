@@ -321,9 +321,10 @@ bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp, const IsObso
 bool FFmpegDecoder::seekContainer(std::int64_t timestamp)
 {
     m_input->forgetReadError();
-    const int stream = m_input->audioStream()->index;
-    if (avformat_seek_file(m_input->format(), stream, INT64_MIN, timestamp, timestamp, 0) < 0)
+    if (!m_input->seekTo(timestamp)) {
+        m_canSeek = m_input->hasReadError(); // a medium may recover, a container does not
         return false;
+    }
     avcodec_flush_buffers(m_codec);
     forgetChunk();
     m_isPositionKnown = false;

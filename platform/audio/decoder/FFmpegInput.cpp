@@ -26,11 +26,11 @@ constexpr int BufferSize = 32 * 1024;
 // have this many. Headers are read in parts smaller than those of two tracks, to look at it between them.
 constexpr std::int64_t MostIndexEntries = 2'500'000; // of 24 bytes
 constexpr int MostHeaderBytes = 256;
+constexpr std::int64_t MostBytesOfOgg = 16 << 20; // of packets, each of which FFmpeg holds five times
 constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of packets
 constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
 
-constexpr std::int64_t LongestPacket = 1'000'000'000; // the same, until a packet is found in damaged data
-constexpr std::int64_t MostComments = 4000; // FFmpeg compares each one with all others
+constexpr std::int64_t LongestStep = 700'000'000; // the same, for a packet or a seek in damaged data
 constexpr int MostLeadingTags = 64; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
@@ -103,9 +103,12 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     m_isProbed = true;
     m_masksMatroska = std::string_view(probed->name).starts_with("matroska");
+    m_masksOgg = std::string_view(probed->name) == "ogg";
     m_masksFlac = std::string_view(probed->name) == "flac";
     if (!mayHoldCovers(*probed))
         m_openingBytesLeft = MostBytesWithoutCovers;
+    else if (m_masksOgg)
+        m_openingBytesLeft = MostBytesOfOgg;
     dropReadAhead();
     // On failure this frees the format context and sets it to null.
     if (avformat_open_input(&m_format, nullptr, probed, nullptr) < 0)
@@ -138,14 +141,13 @@ void FFmpegInput::skipLeadingTags()
     }
 }
 
-std::uint32_t FFmpegInput::fileNumber(std::int64_t position) const
+std::size_t FFmpegInput::look(std::int64_t position, std::span<std::uint8_t> bytes) const
 {
-    std::array<std::uint8_t, 4> bytes = {};
     const ssize_t count = pread(m_file.get(), bytes.data(), bytes.size(), m_begin + position);
-    return count == ssize_t(bytes.size()) ? qFromLittleEndian<std::uint32_t>(bytes.data()) : 0;
+    return count < 0 ? 0 : std::size_t(count);
 }
 
-/// Shows blocks of comments as padding from the one on that makes them too many.
+/// Shows blocks of comments as padding: FFmpeg compares each comment with all others.
 void FFmpegInput::maskFlacComments(std::span<std::uint8_t> bytes)
 {
     constexpr std::uint8_t last = 0x80;
@@ -154,13 +156,12 @@ void FFmpegInput::maskFlacComments(std::span<std::uint8_t> bytes)
     const std::int64_t end = m_offset + std::int64_t(bytes.size());
     while (m_nextFlacBlock < end) {
         const std::int64_t block = m_nextFlacBlock;
-        const std::uint32_t header = qFromBigEndian(qToLittleEndian(fileNumber(block)));
-        const std::uint8_t type = header >> 24;
-        m_nextFlacBlock = type & last ? INT64_MAX : block + 4 + (header & 0xFF'FFFF);
-        if ((type & ~last) != comments)
-            continue;
-        m_comments += fileNumber(block + 8 + fileNumber(block + 4)); // behind the maker's name
-        if (m_comments > MostComments && block >= m_offset)
+        std::array<std::uint8_t, 4> header = {};
+        look(block, header);
+        const std::uint8_t type = header[0];
+        const auto size = qFromBigEndian<std::uint32_t>(header.data()) & 0xFF'FFFF;
+        m_nextFlacBlock = type & last ? INT64_MAX : block + std::int64_t(header.size()) + size;
+        if ((type & ~last) == comments && block >= m_offset)
             bytes[std::size_t(block - m_offset)] = (type & last) | padding;
     }
 }
@@ -240,13 +241,28 @@ std::string_view FFmpegInput::demuxer() const
 int FFmpegInput::readPacket(AVPacket *packet)
 {
     for (;;) {
-        m_packetEnd = threadTime() + LongestPacket;
+        startStep();
         const int result = av_read_frame(m_format, packet);
-        m_packetEnd = INT64_MAX; // seeking has no such limit
         if (result < 0 || packet->stream_index == m_audioStream->index)
             return result;
         av_packet_unref(packet);
     }
+}
+
+bool FFmpegInput::seekTo(std::int64_t timestamp)
+{
+    startStep();
+    if (!isOgg()) // some others read all that lies before
+        m_stepEnd = INT64_MAX;
+    const int stream = m_audioStream->index;
+    return avformat_seek_file(m_format, stream, INT64_MIN, timestamp, timestamp, 0) >= 0
+        && threadTime() <= m_stepEnd && m_stepBytesLeft >= 0;
+}
+
+void FFmpegInput::startStep()
+{
+    m_stepEnd = threadTime() + LongestStep;
+    m_stepBytesLeft = isOgg() ? MostBytesOfOgg : INT64_MAX;
 }
 
 void FFmpegInput::forgetReadError()
@@ -280,7 +296,7 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     auto &input = *static_cast<FFmpegInput *>(self);
     if (input.m_isProbed && !input.m_isOpen)
         size = std::min(size, MostHeaderBytes);
-    if (input.m_isOpen && threadTime() > input.m_packetEnd)
+    if (input.m_isOpen && (threadTime() > input.m_stepEnd || input.m_stepBytesLeft < 0))
         return AVERROR_EOF;
     ssize_t count = -1;
     do {
@@ -302,9 +318,15 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     // FFmpeg looks for ID3v2 tags only in front of this format: of what is read again, none is left.
     if (input.m_masksMatroska)
         count = ssize_t(input.m_matroskaMask.apply({buffer, size_t(count)}));
+    if (input.m_masksOgg)
+        count = ssize_t(input.m_oggMask.apply({buffer, size_t(count)}, input.m_offset,
+            [&input](std::int64_t position, std::span<std::uint8_t> bytes) {
+                return input.look(position, bytes);
+            }));
     if (input.m_masksFlac && count > 0)
         input.maskFlacComments({buffer, size_t(count)});
     input.m_offset += count;
+    input.m_stepBytesLeft -= count;
     return count > 0 ? int(count) : AVERROR_EOF;
 }
 

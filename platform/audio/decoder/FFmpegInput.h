@@ -2,6 +2,7 @@
 
 #include "platform/audio/DecoderModule.h"
 #include "platform/audio/decoder/MatroskaMask.h"
+#include "platform/audio/decoder/OggMask.h"
 
 #include <cstdint>
 #include <memory>
@@ -21,8 +22,8 @@ struct AVStream;
 /// how long, how many streams there may be, how much is read and how much time and memory is spent until the
 /// container is open, is bounded. 5. No
 /// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
-/// masked for as long as FFmpeg looks for them. 6. Costly elements of Matroska's headers are masked
-/// (see MatroskaMask), and so are FLAC's comments if there are too many. 7. The stop flag ends every operation.
+/// masked for as long as FFmpeg looks for them. 6. Costly elements of Matroska's headers and costly comments are
+/// masked (see MatroskaMask, OggMask), and so are all of FLAC's. 7. The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
 /// time.
@@ -54,6 +55,9 @@ public:
     /// The next packet of the audio stream; 0 or an AVERROR code.
     int readPacket(AVPacket *packet);
 
+    /// Leads to the last packet at or before `timestamp`, in the stream's time base; false if that fails.
+    bool seekTo(std::int64_t timestamp);
+
     /// Whether the medium, rather than the file's content, has failed.
     [[nodiscard]] bool hasReadError() const { return m_readErrorNumber != 0; }
     [[nodiscard]] int readErrorNumber() const { return m_readErrorNumber; }
@@ -67,10 +71,11 @@ private:
     std::optional<Error> openContainer();
     void skipLeadingTags();
     bool allocateContexts();
-    /// The number of four bytes, the lowest first, that stands there; 0 if it cannot be read.
-    [[nodiscard]] std::uint32_t fileNumber(std::int64_t position) const;
+    /// Fills `bytes` with the container's from `position` on; answers how many there were.
+    std::size_t look(std::int64_t position, std::span<std::uint8_t> bytes) const;
     void maskFlacComments(std::span<std::uint8_t> bytes);
     void dropReadAhead();
+    void startStep();
     bool chooseAudioStream();
     [[nodiscard]] bool isOpeningAffordable() const;
     [[nodiscard]] bool isStopped() const;
@@ -87,12 +92,14 @@ private:
     bool m_masksTags = false;
     bool m_masksMatroska = false;
     MatroskaMask m_matroskaMask;
+    bool m_masksOgg = false;
+    OggMask m_oggMask;
     bool m_masksFlac = false;
     std::int64_t m_nextFlacBlock = 4; ///< where the next header of a block stands, behind "fLaC"
-    std::int64_t m_comments = 0; ///< of all blocks so far
     std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
     std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
-    std::int64_t m_packetEnd = INT64_MAX; ///< of the thread's own time for the packet being read
+    std::int64_t m_stepEnd = INT64_MAX; ///< of the thread's own time for a packet or a seek
+    std::int64_t m_stepBytesLeft = 0; ///< that may be read for them
     bool m_isProbed = false;
     bool m_isOpen = false;
     int m_readErrorNumber = 0;

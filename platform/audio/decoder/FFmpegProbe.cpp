@@ -40,6 +40,8 @@ std::optional<double> lengthOfPackets(FFmpegInput &input, Clock::time_point dead
 /// Seconds of what is decoded; nothing if it takes too long.
 std::optional<double> lengthOfSound(const FFmpegInput &input, Clock::time_point deadline)
 {
+    if (Clock::now() >= deadline)
+        return std::nullopt;
     auto again = input.openAgain();
     if (again.isError())
         return std::nullopt;
