@@ -2,10 +2,8 @@
 
 #include "platform/files/NameOnlyIconProvider.h"
 
-#include <QDialogButtonBox>
 #include <QFile>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
@@ -111,18 +109,7 @@ void AudioFileDialog::accept()
 void AudioFileDialog::showEvent(QShowEvent *event)
 {
     QFileDialog::showEvent(event);
-    if (auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s)) {
-        // The list of completions takes keys that come while it opens or closes.
+    // The list of completions takes keys that come while it opens or closes.
+    if (auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s))
         nameField->setCompleter(nullptr);
-        connect(nameField, &QLineEdit::textChanged, this, &AudioFileDialog::enableForAddresses,
-            Qt::UniqueConnection);
-    }
-}
-
-void AudioFileDialog::enableForAddresses(const QString &text)
-{
-    // The toolkit leaves its button off for what is no file in the folder.
-    const auto *buttons = findChild<QDialogButtonBox *>(u"buttonBox"_s);
-    if (buttons && !typedAddresses(text).isEmpty())
-        buttons->button(QDialogButtonBox::Open)->setEnabled(true);
 }

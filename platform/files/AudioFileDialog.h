@@ -22,8 +22,6 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    void enableForAddresses(const QString &text);
-
     QList<QUrl> m_typedAddresses; ///< the name field's content where it was accepted as addresses
 };
 

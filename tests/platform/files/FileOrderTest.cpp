@@ -31,8 +31,8 @@ private Q_SLOTS:
 
     void caseIsIgnored()
     {
-        QCOMPARE(sortedNames({u"b.mp3"_s, u"A.mp3"_s, u"C.mp3"_s}),
-            QStringList({u"A.mp3"_s, u"b.mp3"_s, u"C.mp3"_s}));
+        QCOMPARE(sortedNames({u"B.mp3"_s, u"b.mp3"_s, u"A.mp3"_s, u"C.mp3"_s}),
+            QStringList({u"A.mp3"_s, u"B.mp3"_s, u"b.mp3"_s, u"C.mp3"_s}));
     }
 
     void accentsSortBesideTheirLetter()

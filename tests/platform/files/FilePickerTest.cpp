@@ -1,7 +1,9 @@
 #include "platform/files/FilePicker.h"
 #include "platform/files/AudioFileDialog.h"
+#include "platform/files/NameOnlyIconProvider.h"
 
 #include <QApplication>
+#include <QCompleter>
 #include <QDialogButtonBox>
 #include <QDirIterator>
 #include <QLineEdit>
@@ -174,12 +176,20 @@ private Q_SLOTS:
         QCOMPARE(m_window->findChildren<AudioFileDialog *>(), QList<AudioFileDialog *>({dialog()}));
         QCOMPARE(dialog(), first);
         QVERIFY(m_events.isEmpty());
+        m_window->activateWindow();
+        QTRY_VERIFY(m_window->isActiveWindow());
+        m_picker->open();
+        QTRY_VERIFY(dialog()->isActiveWindow());
     }
 
     void doesNotBlockTheWindow()
     {
         open();
         QCOMPARE(dialog()->windowModality(), Qt::NonModal);
+        QCOMPARE(dialog()->windowTitle(), u"Añadir música"_s);
+        QVERIFY(dialog()->testOption(QFileDialog::HideNameFilterDetails));
+        QVERIFY(dialog()->testOption(QFileDialog::ReadOnly));
+        QVERIFY(!dialog()->findChild<QLineEdit *>(u"fileNameEdit"_s)->completer());
     }
 
     void opensAgainInTheFolderOfTheLastChoice()
@@ -247,9 +257,12 @@ private Q_SLOTS:
         auto *nameField = dialog()->findChild<QLineEdit *>(u"fileNameEdit"_s);
         QTest::keyClicks(nameField, u"missing.mp3"_s);
         QVERIFY(!button->isEnabled());
-        nameField->clear();
-        QTest::keyClicks(nameField, u"file:///m/a.mp3"_s);
-        QVERIFY(button->isEnabled());
+        for (const QString &address :
+            {u"smb://server/a.mp3"_s, u"\"file:///m/b.mp3\" \"file:///m/a.mp3\""_s, u"file:///m/a.mp3"_s}) {
+            nameField->clear();
+            QTest::keyClicks(nameField, address);
+            QVERIFY2(button->isEnabled(), qPrintable(address));
+        }
         button->click();
         QTRY_COMPARE(m_results.size(), 1);
         QCOMPARE(m_results.first().value(), QList<QUrl>({QUrl(u"file:///m/a.mp3"_s)}));
@@ -268,6 +281,7 @@ private Q_SLOTS:
         for (const auto &name : {u"jpg"_s, u"png"_s, u"mp4"_s, u"mkv"_s, u"txt"_s})
             QVERIFY2(!globs.contains(u"*."_s + name), qPrintable(name));
         QVERIFY(!globs.contains(u"*"_s));
+        QCOMPARE(QSet<QString>(globs.begin(), globs.end()).size(), globs.size());
     }
 
     void withoutATypeDatabaseAllFilesAreOffered()
@@ -308,9 +322,20 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(path(u"unknown"_s)));
     }
 
+    void typesAndIconsGoByTheName()
+    {
+        const NameOnlyIconProvider icons;
+        QCOMPARE(icons.type(QFileInfo(u"a.mp3"_s)), u"Archivo MP3"_s);
+        const auto picture = [](const QIcon &icon) { return icon.pixmap(16).toImage(); };
+        QCOMPARE(picture(icons.icon(QFileInfo(u"a.mp3"_s))), picture(icons.icon(QFileIconProvider::File)));
+        QVERIFY(
+            picture(icons.icon(QFileInfo(u"a.mp3"_s))) != picture(icons.icon(QFileInfo(path(u"other"_s)))));
+    }
+
     void writesNothingToTheHome()
     {
         const QStringList before = everythingBelow(m_home.path());
+        QVERIFY(!before.contains(m_home.filePath(u".config"_s))); // by any earlier one either
         choose(u"a.mp3"_s);
         cleanup();
         QCOMPARE(everythingBelow(m_home.path()), before);

@@ -1,6 +1,5 @@
 #include "platform/files/LocalFile.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -27,7 +26,20 @@ private Q_SLOTS:
                        "a\xc3.mp3"));
     }
 
-    void remoteUrlHasNoLocalPath() { QCOMPARE(localFilePath(QUrl(u"https://host/a.mp3"_s)), QByteArray()); }
+    void remoteUrlHasNoLocalPath()
+    {
+        for (const auto &address : {u"https://host/a.mp3"_s, u"smb:/m/a.mp3"_s}) {
+            QCOMPARE(localFilePath(QUrl(address)), QByteArray());
+            QCOMPARE(localFolderPath(QUrl(address)), QByteArray());
+            QCOMPARE(localFileName(QUrl(address)), u"a.mp3"_s);
+        }
+    }
+
+    void folderIsThePathUpToItsLastSlash()
+    {
+        QCOMPARE(localFolderPath(QUrl(u"file:///m/n/a.mp3"_s)), "/m/n"_ba);
+        QCOMPARE(localFolderPath(QUrl(u"file:///a.mp3"_s)), ""_ba);
+    }
 
     void fileOfAnotherHostHasNoLocalPath()
     {
@@ -53,23 +65,24 @@ private Q_SLOTS:
         QVERIFY(!openRegularFile(url).isError());
     }
 
-    void refusesWhatIsNotARegularFile()
+    void saysWhyAFileIsNotOpened()
     {
         QTemporaryDir folder;
         const QString fifo = folder.filePath(u"fifo.mp3"_s);
         QCOMPARE(mkfifo(fifo.toUtf8().constData(), 0600), 0);
-        for (const QString &path : {fifo, folder.path(), u"/dev/zero"_s, u"/dev/tty"_s}) {
-            const auto opened = openRegularFile(QUrl::fromLocalFile(path));
-            QVERIFY2(opened.isError(), qPrintable(path));
-            QVERIFY(!opened.error().description.isEmpty());
-        }
-    }
-
-    void missingFileIsNamedAsMissing()
-    {
-        const auto opened = openRegularFile(QUrl::fromLocalFile(u"/nowhere/a.mp3"_s));
-        QVERIFY(opened.isError());
-        QCOMPARE(opened.error().description, u"El archivo no existe."_s);
+        const auto reasonFor = [](const QString &path) {
+            const auto opened = openRegularFile(QUrl(u"file://"_s + path));
+            return opened.isError() ? opened.error().description : QString();
+        };
+        for (const QString &path : {fifo, folder.path(), u"/dev/zero"_s})
+            QCOMPARE(reasonFor(path), u"No es un archivo normal."_s);
+        QVERIFY(!reasonFor(u"/dev/tty"_s).isEmpty());
+        for (const QString &path : {u"/nowhere/a.mp3"_s, u"/dev/null/a.mp3"_s})
+            QCOMPARE(reasonFor(path), u"El archivo no existe."_s);
+        for (const QString &path : {u"host/m/a.mp3"_s, fifo + u"%00"_s})
+            QCOMPARE(reasonFor(path), u"La ubicación no es un archivo de este equipo."_s);
+        QCOMPARE(reasonFor(u'/' + QString(300, u'a')),
+            u"El archivo no se puede abrir (%1)."_s.arg(qt_error_string(ENAMETOOLONG)));
     }
 
     void descriptorIsClosedWithItsOwner()
@@ -83,6 +96,7 @@ private Q_SLOTS:
             const FileDescriptor descriptor = opened.take();
             number = descriptor.get();
             QVERIFY(fcntl(number, F_GETFD) >= 0);
+            QVERIFY(!(fcntl(number, F_GETFL) & O_NONBLOCK));
         }
         QCOMPARE(fcntl(number, F_GETFD), -1);
     }

@@ -1,7 +1,11 @@
 #include "platform/files/Patience.h"
 
+#include "platform/DetachedThread.h"
+
 #include <QTest>
+#include <future>
 #include <memory>
+#include <pthread.h>
 
 using namespace std::chrono_literals;
 
@@ -119,8 +123,27 @@ private Q_SLOTS:
         Patience patience;
         auto now = Start;
         importFrom("/dead", 100, patience, now);
+        QCOMPARE(patience.limit("/other", now + 10s), 1000ms);
         QCOMPARE(patience.limit("/dead", now + 11s), 3000ms);
         QCOMPARE(patience.limit("/other", now + 11s), 3000ms);
+    }
+
+    void detachedThreadIsDeepEnough()
+    {
+        std::promise<std::pair<int, std::size_t>> promise;
+        const auto ask = [&promise] {
+            pthread_attr_t attributes;
+            pthread_getattr_np(pthread_self(), &attributes);
+            std::pair<int, std::size_t> found;
+            pthread_attr_getdetachstate(&attributes, &found.first);
+            pthread_attr_getstacksize(&attributes, &found.second);
+            pthread_attr_destroy(&attributes);
+            promise.set_value(found);
+        };
+        QVERIFY(startDetachedThread(ask));
+        const auto [state, size] = promise.get_future().get();
+        QCOMPARE(state, int(PTHREAD_CREATE_DETACHED));
+        QCOMPARE(size, std::size_t(8 * 1024 * 1024));
     }
 };
 
