@@ -108,21 +108,9 @@ void FramelessWindow::showEvent(QShowEvent *)
 
 bool FramelessWindow::event(QEvent *event)
 {
-    // Another font makes the menus wider.
-    if (event->type() == QEvent::LayoutRequest)
-        arrange();
-    return QWidget::event(event);
-}
-
-void FramelessWindow::resizeEvent(QResizeEvent *)
-{
-    arrange();
-    blurBehind();
-}
-
-void FramelessWindow::changeEvent(QEvent *event)
-{
-    if (event->type() == QEvent::WindowStateChange) {
+    if (event->type() == QEvent::LayoutRequest) {
+        arrange(); // another font makes the menus wider
+    } else if (event->type() == QEvent::WindowStateChange) {
         m_zoom.setKind(fillsScreen() ? WindowButton::Kind::Restore : WindowButton::Kind::Zoom);
         m_frame.setVisible(!fillsScreen());
         arrange();
@@ -132,7 +120,13 @@ void FramelessWindow::changeEvent(QEvent *event)
         for (QWidget *piece : std::initializer_list<QWidget *>{&m_menus, &m_minimize, &m_zoom, &m_close})
             piece->update();
     }
-    QWidget::changeEvent(event);
+    return QWidget::event(event);
+}
+
+void FramelessWindow::resizeEvent(QResizeEvent *)
+{
+    arrange();
+    blurBehind();
 }
 
 // What comes here has been left alone by everything in the window.
@@ -146,14 +140,13 @@ bool FramelessWindow::isFreeAt(const QPoint &position) const
 
 void FramelessWindow::mousePressEvent(QMouseEvent *event)
 {
-    m_pressed.reset();
     if (event->button() == Qt::LeftButton && isFreeAt(event->position().toPoint()))
         m_pressed = event->globalPosition().toPoint();
 }
 
 void FramelessWindow::mouseMoveEvent(QMouseEvent *event)
 {
-    if (!m_pressed || !(event->buttons() & Qt::LeftButton))
+    if (!m_pressed)
         return;
     const QPoint way = event->globalPosition().toPoint() - *m_pressed;
     if (way.manhattanLength() < QApplication::startDragDistance())

@@ -120,6 +120,7 @@ private Q_SLOTS:
         const auto settings =
             XSettings::parse(Writer(3).number("a", 1).begin(Unknown, "b").number("c", 1).bytes());
         QCOMPARE(settings, QVariantHash({{u"a"_s, 1}}));
+        QCOMPARE(XSettings::parse(Writer(1).number("a", 1).number("b", 2).bytes()), settings);
     }
 
     void believesNoSizeThatTheBytesDoNotHave()
