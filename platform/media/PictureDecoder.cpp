@@ -38,40 +38,21 @@ QImage reduced(const QImage &image, const QRect &region, int ratio)
     return result;
 }
 
-/// The multiples of eight within a range.
-QRect onWholeBlocks(const QRect &region)
-{
-    constexpr int block = 8;
-    const QPoint topLeft(
-        (region.left() + block - 1) / block * block, (region.top() + block - 1) / block * block);
-    const QPoint end((region.right() + 1) / block * block, (region.bottom() + 1) / block * block);
-    return {topLeft, QSize(end.x() - topLeft.x(), end.y() - topLeft.y())};
-}
-
-/// A JPEG is decoded at a half, a quarter or an eighth of its size, if its region begins and ends on blocks.
-QImage readReduced(QImageReader &reader, const QRect &region, QSize target)
-{
-    const QRect blocks = onWholeBlocks(region);
-    const bool isLarge = blocks.width() >= target.width() * 2 && blocks.height() >= target.height() * 2;
-    if (!isLarge) {
-        reader.setClipRect(region);
-        return reader.read();
-    }
-    const int ratio = wholeRatio(blocks.size(), target);
-    const int divisor = ratio >= 8 ? 8 : ratio >= 4 ? 4 : 2;
-    reader.setClipRect(blocks);
-    reader.setScaledSize(blocks.size() / divisor);
-    return reader.read();
-}
-
-/// The region, with fewer than twice the pixels of `target` in each direction if there are that many.
+/// The region, with fewer than twice the pixels of `target` in each direction if there are that many. A JPEG is
+/// decoded at a half, a quarter or an eighth of its size, which takes less memory.
 QImage readRegion(QImageReader &reader, const EncodedPicture &picture, QSize target)
 {
-    const QRect region = centredRegion(picture.size, target);
-    const bool isJpeg = picture.format == "jpeg";
-    const QImage image = isJpeg ? readReduced(reader, region, target) : reader.read();
-    if (image.isNull() || isJpeg)
-        return reduced(image, image.rect(), wholeRatio(image.size(), target));
+    const QRect whole = centredRegion(picture.size, target);
+    if (picture.format == "jpeg") {
+        const int ratio = wholeRatio(whole.size(), target);
+        const int divisor = ratio >= 8 ? 8 : ratio >= 4 ? 4 : 2;
+        if (ratio > 1)
+            reader.setScaledSize((picture.size + QSize(divisor - 1, divisor - 1)) / divisor);
+        else
+            reader.setClipRect(whole);
+    }
+    const QImage image = reader.read();
+    const QRect region = centredRegion(image.size(), target);
     return reduced(image, region, wholeRatio(region.size(), target));
 }
 

@@ -164,6 +164,71 @@ private Q_SLOTS:
             qPrintable(shown.name()));
     }
 
+    void headersTellSizeAndMemory_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QSize>("size"); // empty if it is no picture
+        QTest::addColumn<qint64>("memory");
+        const QSize size(100, 50), none;
+        const auto row = [](const char *name, const QByteArray &bytes, QSize pixels, qint64 memory) {
+            QTest::newRow(name) << bytes << pixels << memory;
+        };
+        const auto jpeg = [](const QByteArray &frame, const QByteArray &scan) {
+            return QByteArray::fromHex("ffd8" + frame + scan);
+        };
+        constexpr qint64 jpegMemory = 8 << 20, coefficients = 7 * 4 * 5 * 64 * 2;
+        const QByteArray frame = "0011080032006403012100021100031200", scan = "ffda000c03010002000300003f00";
+        row("JPEG", jpeg("ffc0" + frame, scan), size, jpegMemory);
+        row("JPEG, extended", jpeg("ffc1" + frame, scan), size, jpegMemory);
+        row("JPEG, progressive", jpeg("ffc2" + frame, scan), size, jpegMemory + coefficients);
+        row("JPEG, plane by plane", jpeg("ffc0" + frame, "ffda0008010100003f00"), size,
+            jpegMemory + coefficients);
+        row("JPEG, filled up", jpeg("ffffffc0" + frame, scan), size, jpegMemory);
+        row("JPEG, frame cut off", jpeg("ffc0000b0800320064020121", scan), none, 0);
+        row("JPEG, lossless", jpeg("ffc3" + frame, scan), none, 0);
+        row("JPEG, scan cut off", jpeg("ffc0" + frame, scan.first(8)), none, 0);
+
+        const auto number = [](int value) { return bytesOf(value, false); };
+        const auto bmp = [&](int header, const QByteArray &sides) {
+            return ("BM" + QByteArray(12, 'x') + number(header) + sides).leftJustified(54, 'x');
+        };
+        for (const int header : {40, 64, 108, 124})
+            row(qPrintable(u"BMP, %1"_s.arg(header)), bmp(header, number(100) + number(50)), size, 20'000);
+        row("BMP, 52", bmp(52, number(100) + number(50)), none, 0);
+        row("BMP, old", bmp(12, bytesOf(qint16(100), false) + bytesOf(qint16(-50), false)), size, 20'000);
+        row("BMP, cut off", bmp(40, number(100) + number(50)).chopped(1), none, 0);
+
+        const QByteArray sides = bytesOf(quint16(100), false) + bytesOf(quint16(50), false);
+        row("GIF", "GIF89a" + sides + "xxx", size, 20'000);
+        row("GIF, cut off", "GIF89a" + sides + "xx", none, 0);
+
+        const auto png = [](char depth) {
+            return "\x89PNG\r\n\x1a\n" + bytesOf(13, true) + "IHDR" + bytesOf(100, true) + bytesOf(50, true)
+                + depth + "xxxxxxxx";
+        };
+        row("PNG", png(8), size, 20'000);
+        row("PNG, 16 bits", png(16), size, 40'000);
+
+        const QByteArray lossy = "xxx\x9d\x01\x2a" + sides, lossless = "\x2f" + number(49 << 14 | 99);
+        row("WebP", riff(chunk("VP8 ", lossy)), size, 20'000 + 30);
+        row("WebP, scaled",
+            riff(chunk("VP8 ", QByteArray(lossy).replace(7, 1, "\x40").replace(9, 1, "\x80"))), size,
+            20'000 + 30);
+        row("WebP, cut off", riff(chunk("VP8 ", lossy.chopped(1))), none, 0);
+        row("WebP, no key frame", riff(chunk("VP8 ", QByteArray(lossy).replace(3, 1, "x"))), none, 0);
+        row("WebP, transparent", riff(chunk("ALPH", "xx") + chunk("VP8 ", lossy)), size, 45'000 + 40);
+        row("WebP, lossless", riff(chunk("VP8L", lossless)), size, 45'000 + 26);
+        row("WebP, lossless, cut off", riff(chunk("VP8L", lossless.chopped(1))), none, 0);
+        row("WebP, lossless, other mark", riff(chunk("VP8L", "x" + lossless.sliced(1))), none, 0);
+    }
+    void headersTellSizeAndMemory()
+    {
+        QFETCH(QByteArray, bytes);
+        const EncodedPicture picture = readPicture(bytes).value_or(EncodedPicture());
+        QTEST(picture.size, "size");
+        QTEST(picture.decodingMemory, "memory");
+    }
+
     void bytesThatAreNoPictureAreNone_data()
     {
         QTest::addColumn<QByteArray>("bytes");
