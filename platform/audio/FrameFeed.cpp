@@ -8,8 +8,7 @@ constexpr double ReadAhead = 2; // seconds
 
 FrameFeed::FrameFeed(AudioFormat format)
     : m_format(format)
-    , m_rings{
-          FrameRing{format, format.frames(ReadAhead) + 1}, FrameRing{format, format.frames(ReadAhead) + 1}}
+    , m_rings{FrameRing{format, format.frames(ReadAhead)}, FrameRing{format, format.frames(ReadAhead)}}
 {
 }
 

@@ -14,7 +14,6 @@ void FrameRing::reset(std::uint32_t generation, std::int64_t start)
     m_generation = generation;
     m_start = start;
     m_expected = -1;
-    m_current = {};
     m_written = 0;
     m_read = 0;
     m_leapsWritten = 0;

@@ -48,14 +48,14 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
 {
     frame = std::clamp<std::int64_t>(frame, std::max<std::int64_t>(m_rendered - m_memory / 2, 0), m_rendered);
     const bool isNewPlace = hasPublished();
-    const std::int64_t fade = format().frames(isNewPlace && !isSilentAt(frame) ? CrossFade : ChangeFade);
+    const bool isSounding = m_cursors.pieceAt(frame).isMoving;
+    const std::int64_t fade = format().frames(isNewPlace && isSounding ? CrossFade : ChangeFade);
     // What stood there before has to reach through the fade.
     const std::int64_t oldEnd = std::max(m_rendered, frame + fade);
     render(oldEnd - m_rendered);
 
     // A pause is heard until its fade is over, and goes on from there.
-    const bool isPause = m_mix.isPlaying && !mix.isPlaying && !isNewPlace;
-    const std::int64_t turn = isPause ? frame + fade : frame;
+    const std::int64_t turn = mix.isPlaying ? frame : frame + fade;
     // Never back to the place before, also where that was still to be heard at the frame.
     m_cursor = std::max(m_cursors.at(turn), m_placeStart);
     if (isNewPlace)
@@ -65,7 +65,7 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
     m_fadeFrames = fade;
     m_mix = mix;
     m_isStarved = false;
-    if (m_end && frame < *m_end)
+    if (frame < m_end)
         m_end.reset();
     m_rendered = frame;
     render(oldEnd - frame);
@@ -74,7 +74,7 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
 std::span<const float> Renderer::samplesFrom(std::int64_t frame) const
 {
     const std::int64_t frames = std::min(m_rendered - frame, untilWrap(frame));
-    return {output(frame), std::size_t(std::max<std::int64_t>(frames, 0) * m_channels)};
+    return {output(frame), std::size_t(frames * m_channels)};
 }
 
 void Renderer::detach()
@@ -85,7 +85,7 @@ void Renderer::detach()
 
 Renderer::Position Renderer::positionAt(std::int64_t frame) const
 {
-    const std::int64_t cursor = m_cursors.at(std::clamp<std::int64_t>(frame, 0, m_rendered));
+    const std::int64_t cursor = m_cursors.at(frame);
     const auto piece = m_track.pieceAt(cursor);
     return {format().seconds(piece.at(cursor)), piece.tag};
 }
@@ -155,7 +155,7 @@ void Renderer::mixInto(std::int64_t frame, const float *source, std::int64_t fra
         const float share = faded < m_fadeFrames ? float(faded + 1) / float(m_fadeFrames + 1) : 1.0F;
         for (std::int64_t channel = 0; channel < m_channels; ++channel, ++target) {
             const float fresh = source ? source[index * m_channels + channel] * m_mix.gain * share : 0.0F;
-            *target = share < 1 ? fresh + *target * (1 - share) : fresh;
+            *target = fresh + *target * (1 - share);
         }
     }
 }
@@ -170,15 +170,6 @@ void Renderer::adoptPublished()
     m_placeStart = m_taken;
     m_cursor = m_taken;
     m_track.append({m_taken, ring->start(), true, ring->generation()});
-}
-
-bool Renderer::isSilentAt(std::int64_t frame) const
-{
-    if (m_cursors.pieceAt(frame).isMoving)
-        return false;
-    const float *samples = output(frame);
-    return frame >= m_rendered
-        || std::all_of(samples, samples + m_channels, [](float sample) { return sample == 0; });
 }
 
 float *Renderer::output(std::int64_t frame)

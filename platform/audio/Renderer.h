@@ -82,7 +82,6 @@ private:
     void mixInto(std::int64_t frame, const float *source, std::int64_t frames);
     [[nodiscard]] bool hasPublished() const { return !m_isDetached && m_feed->hasPublished(); }
     void adoptPublished();
-    [[nodiscard]] bool isSilentAt(std::int64_t frame) const;
     [[nodiscard]] float *output(std::int64_t frame);
     [[nodiscard]] const float *output(std::int64_t frame) const;
     [[nodiscard]] float *history(std::int64_t cursor);

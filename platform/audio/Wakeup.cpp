@@ -1,6 +1,5 @@
 #include "platform/audio/Wakeup.h"
 
-#include <cerrno>
 #include <ctime>
 
 Wakeup::Wakeup()
@@ -21,21 +20,15 @@ void Wakeup::signal()
 
 void Wakeup::wait()
 {
-    while (sem_wait(&m_semaphore) != 0 && errno == EINTR) { }
+    sem_wait(&m_semaphore);
     m_isSignalled.exchange(false);
 }
 
 void Wakeup::waitFor(std::chrono::milliseconds time)
 {
-    timespec deadline = {};
-    clock_gettime(CLOCK_MONOTONIC, &deadline);
-    const auto nanoseconds = deadline.tv_nsec + std::chrono::nanoseconds(time).count();
-    deadline.tv_sec += nanoseconds / 1'000'000'000;
-    deadline.tv_nsec = nanoseconds % 1'000'000'000;
-    int result = 0;
-    do {
-        result = sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &deadline);
-    } while (result != 0 && errno == EINTR);
-    if (result == 0)
-        m_isSignalled.exchange(false);
+    const auto deadline = std::chrono::steady_clock::now().time_since_epoch() + time;
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(deadline);
+    const timespec moment{seconds.count(), (deadline - seconds).count()};
+    sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment);
+    m_isSignalled.exchange(false);
 }

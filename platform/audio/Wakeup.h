@@ -16,7 +16,7 @@ public:
     /// Any thread.
     void signal();
 
-    /// The sleeping thread only. Returns at once where a signal is waiting.
+    /// The sleeping thread only. Returns at once if a signal is waiting, and now and then without one.
     void wait();
 
     /// As wait(), but for `time` at most.
