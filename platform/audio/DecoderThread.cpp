@@ -35,12 +35,8 @@ void DecoderThread::run()
     while (!m_playback->isStopped()) {
         const bool isBusy = advance();
         const auto timeout = m_playback->watchOutput();
-        if (isBusy)
-            continue;
-        if (timeout)
-            m_playback->feed().decoderWakeup().waitFor(*timeout);
-        else
-            m_playback->feed().decoderWakeup().wait();
+        if (!isBusy)
+            m_playback->feed().decoderWakeup().wait(timeout);
     }
 }
 
@@ -70,25 +66,18 @@ void DecoderThread::startOver(const Playback::Request &request)
     const auto isObsolete = [this] {
         return m_playback->isStopped() || m_playback->request().generation != m_generation;
     };
-    if (!isFirst && !m_decoder->seek(target, isObsolete) && !isObsolete())
+    if (!isFirst && !m_decoder->seek(target, isObsolete))
         finish(Error{QStringLiteral("No se puede cambiar de posición en el archivo.")});
 }
 
 bool DecoderThread::decode()
 {
     const Result<DecodedFrames> block = m_decoder->read();
-    if (m_playback->isStopped())
-        return false;
-    if (block.isError()) {
-        finish(block.error());
-        return true;
-    }
-    m_undelivered = block.value();
-    if (m_undelivered.samples.empty()) {
-        finish(std::nullopt);
-        return true;
-    }
-    return deliver();
+    m_undelivered = block.isError() ? DecodedFrames{} : block.value();
+    if (!m_undelivered.samples.empty())
+        return deliver();
+    finish(block.isError() ? std::optional(block.error()) : std::nullopt);
+    return false;
 }
 
 /// False where the ring is full.

@@ -1,47 +1,20 @@
 #include "platform/audio/NullOutput.h"
 
-#include <algorithm>
-#include <system_error>
-
-using namespace std::chrono_literals;
-
-namespace {
-
-constexpr auto Tick = 10ms;
-
-}
-
 NullOutput::NullOutput(std::shared_ptr<FrameFeed> feed, Clock clock)
     : m_feed(feed)
     , m_clock(clock)
     , m_renderer(std::move(feed))
 {
-    if (m_clock == Clock::RealTime)
-        startThread();
-}
-
-NullOutput::~NullOutput()
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        m_isClosing = true;
-    }
-    m_changed.notify_all();
-    if (m_thread.joinable())
-        m_thread.join();
 }
 
 void NullOutput::apply(const Mix &mix)
 {
     const std::lock_guard lock(m_mutex);
     catchUp();
-    if (mix.isPlaying && !m_mix.isPlaying) {
-        m_started = std::chrono::steady_clock::now();
-        m_startFrame = m_heard;
-    }
+    m_started = std::chrono::steady_clock::now();
+    m_startFrame = m_heard;
     m_mix = mix;
     update();
-    m_changed.notify_all();
 }
 
 void NullOutput::refresh()
@@ -55,7 +28,8 @@ AudioOutput::Status NullOutput::status()
 {
     const std::lock_guard lock(m_mutex);
     catchUp();
-    return {State::Ready, m_renderer.positionAt(m_heard), isEndHeard()};
+    const bool isEndHeard = m_renderer.end() && m_heard >= *m_renderer.end();
+    return {State::Ready, m_renderer.positionAt(m_heard), isEndHeard};
 }
 
 std::vector<float> NullOutput::advance(std::int64_t frames)
@@ -70,48 +44,20 @@ std::vector<float> NullOutput::advance(std::int64_t frames)
         frame += std::int64_t(run.size()) / m_feed->format().channels;
     }
     samples.resize(std::size_t(frames * m_feed->format().channels));
+    m_feed->decoderWakeup().signal();
     return samples;
-}
-
-/// Without a thread time passes all the same, as far as anybody asks for it.
-void NullOutput::startThread()
-{
-    try {
-        m_thread = std::thread([this] { run(); });
-    } catch (const std::system_error &) {
-    }
-}
-
-void NullOutput::run()
-{
-    std::unique_lock lock(m_mutex);
-    while (!m_isClosing) {
-        if (m_mix.isPlaying)
-            m_changed.wait_for(lock, Tick);
-        else
-            m_changed.wait(lock);
-        catchUp();
-    }
 }
 
 void NullOutput::update()
 {
     if (m_renderer.needsChange(m_mix))
         m_renderer.change(m_heard, m_mix);
-    if (isEndHeard())
-        m_feed->decoderWakeup().signal();
 }
 
 void NullOutput::hear(std::int64_t frame)
 {
-    const bool wasEndHeard = isEndHeard();
-    while (m_heard < frame) {
-        // In steps, so that frames which arrive meanwhile are not late.
-        m_heard = std::min(frame, m_heard + std::max<std::int64_t>(m_renderer.memory() / 4, 1));
-        m_renderer.render(std::max<std::int64_t>(m_heard - m_renderer.rendered(), 0));
-    }
-    if (isEndHeard() && !wasEndHeard)
-        m_feed->decoderWakeup().signal();
+    m_renderer.render(frame - m_renderer.rendered());
+    m_heard = frame;
 }
 
 void NullOutput::catchUp()
@@ -120,9 +66,4 @@ void NullOutput::catchUp()
         return;
     const std::chrono::duration<double> played = std::chrono::steady_clock::now() - m_started;
     hear(m_startFrame + m_feed->format().frames(played.count()));
-}
-
-bool NullOutput::isEndHeard() const
-{
-    return m_renderer.end() && m_heard >= *m_renderer.end();
 }

@@ -5,7 +5,11 @@
 #include <QtGlobal>
 #include <algorithm>
 
+using namespace std::chrono_literals;
+
 namespace {
+
+constexpr auto FallbackLook = 10ms; // an output that nothing wakes for is looked at this often
 
 void warnOfSilence()
 {
@@ -90,7 +94,7 @@ void Playback::close()
 double Playback::currentTime()
 {
     const std::lock_guard lock(m_mutex);
-    return std::clamp(heardTime(), 0.0, std::max(m_duration, 0.0));
+    return std::min(heardTime(), m_duration);
 }
 
 double Playback::duration()
@@ -146,8 +150,10 @@ std::optional<std::chrono::milliseconds> Playback::watchOutput()
         m_reconnect.connected();
     if (status.state == AudioOutput::State::Failed)
         return recoverOutput();
-    if (!status.isEndHeard || status.heard.generation != m_request.generation || !m_mix.isPlaying)
+    if (!m_mix.isPlaying)
         return std::nullopt;
+    if (!status.isEndHeard || status.heard.generation != m_request.generation)
+        return m_isFallback ? std::optional(FallbackLook) : std::nullopt;
     m_isAtEnd = true;
     m_mix.isPlaying = false;
     m_output->apply(m_mix);
@@ -168,20 +174,17 @@ void Playback::requestPosition(double seconds)
 
 void Playback::makeOutput()
 {
-    dropOutput();
-    m_output = m_makeOutput(m_feed);
-    m_isFallback = false;
-    m_output->apply(m_mix);
+    setOutput(m_makeOutput(m_feed), false);
 }
 
 /// Another output begins where the former one was heard last.
-void Playback::dropOutput()
+void Playback::setOutput(std::unique_ptr<AudioOutput> output, bool isFallback)
 {
-    if (!m_output)
-        return;
-    const double position = heardTime();
-    m_output.reset();
-    requestPosition(position);
+    if (m_output)
+        requestPosition(heardTime());
+    m_output = std::move(output);
+    m_isFallback = isFallback;
+    m_output->apply(m_mix);
 }
 
 std::optional<std::chrono::milliseconds> Playback::recoverOutput()
@@ -192,7 +195,7 @@ std::optional<std::chrono::milliseconds> Playback::recoverOutput()
     const auto attempt = m_reconnect.nextAttempt(now);
     if (!attempt) {
         fallBack();
-        return std::nullopt;
+        return m_isFallback ? std::optional(FallbackLook) : std::nullopt;
     }
     if (*attempt > now)
         return std::chrono::ceil<std::chrono::milliseconds>(*attempt - now);
@@ -210,10 +213,7 @@ void Playback::fallBack()
         return;
     }
     warnOfSilence();
-    dropOutput();
-    m_output = std::make_unique<NullOutput>(m_feed);
-    m_isFallback = true;
-    m_output->apply(m_mix);
+    setOutput(std::make_unique<NullOutput>(m_feed), true);
 }
 
 double Playback::heardTime()

@@ -71,7 +71,7 @@ public:
 private:
     void requestPosition(double seconds);
     void makeOutput();
-    void dropOutput();
+    void setOutput(std::unique_ptr<AudioOutput> output, bool isFallback);
     void fallBack();
     std::optional<std::chrono::milliseconds> recoverOutput();
     [[nodiscard]] double heardTime();

@@ -18,17 +18,15 @@ void Wakeup::signal()
         sem_post(&m_semaphore);
 }
 
-void Wakeup::wait()
+void Wakeup::wait(std::optional<std::chrono::milliseconds> time)
 {
-    sem_wait(&m_semaphore);
-    m_isSignalled.exchange(false);
-}
-
-void Wakeup::waitFor(std::chrono::milliseconds time)
-{
-    const auto deadline = std::chrono::steady_clock::now().time_since_epoch() + time;
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(deadline);
-    const timespec moment{seconds.count(), (deadline - seconds).count()};
-    sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment);
+    if (time) {
+        const auto deadline = std::chrono::steady_clock::now().time_since_epoch() + *time;
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(deadline);
+        const timespec moment{seconds.count(), (deadline - seconds).count()};
+        sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment);
+    } else {
+        sem_wait(&m_semaphore);
+    }
     m_isSignalled.exchange(false);
 }

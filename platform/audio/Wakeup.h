@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <semaphore.h>
 
 /// Lets one thread sleep until any other has news for it. Signalling never blocks, allocates or locks; news
@@ -16,11 +17,9 @@ public:
     /// Any thread.
     void signal();
 
-    /// The sleeping thread only. Returns at once if a signal is waiting, and now and then without one.
-    void wait();
-
-    /// As wait(), but for `time` at most.
-    void waitFor(std::chrono::milliseconds time);
+    /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and now and then without
+    /// one.
+    void wait(std::optional<std::chrono::milliseconds> time = {});
 
 private:
     sem_t m_semaphore;

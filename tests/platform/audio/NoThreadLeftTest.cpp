@@ -1,28 +1,16 @@
 #include "platform/audio/AudioPlayer.h"
-#include "platform/audio/FilePlayer.h"
-#include "platform/audio/NullOutput.h"
 #include "platform/media/MediaBatch.h"
-#include "tests/platform/audio/FakeDecoder.h"
 #include "tests/platform/audio/PulseDaemon.h"
-#include "tests/platform/audio/RecordingDelegate.h"
 #include "tests/platform/audio/ScarceThreads.h"
 
 #include <QRegularExpression>
 #include <QTest>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QUrl song = QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/id3v2.3.mp3"));
-
-std::unique_ptr<FilePlayer> makePlayer(OutputFactory makeOutput)
-{
-    return std::make_unique<FilePlayer>(
-        std::make_unique<FakeDecoder>(FakeDecoder::Script{.seconds = 0.5, .claimedSeconds = 0.5}),
-        std::make_shared<std::atomic<bool>>(false), std::move(makeOutput));
-}
 
 } // namespace
 
@@ -60,23 +48,6 @@ private Q_SLOTS:
         QCOMPARE(media.take().commonMetadata().size(), 4);
         QCOMPARE(media.take().commonMetadata().size(), 4);
         QVERIFY(scarce.refused() > 0);
-    }
-
-    void timePassesWithoutAThreadOfTheOutput()
-    {
-        std::optional<int> refused;
-        RecordingDelegate delegate;
-        const auto player = makePlayer([&](auto feed) {
-            const ScarceThreads scarce;
-            auto output = std::make_unique<NullOutput>(std::move(feed));
-            refused = scarce.refused();
-            return output;
-        });
-        player->setDelegate(&delegate);
-        QVERIFY(player->play());
-        QCOMPARE(refused, 1);
-        QTRY_VERIFY(player->currentTime() > 0.1);
-        QTRY_VERIFY(player->currentTime() >= 0 && delegate.finishes() == 1);
     }
 };
 

@@ -92,7 +92,7 @@ private:
     {
         QElapsedTimer timer;
         timer.start();
-        m_feed->decoderWakeup().waitFor(std::chrono::milliseconds(200));
+        m_feed->decoderWakeup().wait(std::chrono::milliseconds(200));
         return timer.elapsed() < 150;
     }
 
