@@ -35,7 +35,6 @@ void Renderer::skipTo(std::int64_t frame)
         return;
     m_cursors.append({m_rendered, m_cursor, false, 0});
     m_rendered = frame;
-    std::fill(m_output.begin(), m_output.end(), 0.0F);
 }
 
 bool Renderer::needsChange(const Mix &mix) const

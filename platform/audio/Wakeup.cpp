@@ -18,15 +18,17 @@ void Wakeup::signal()
         sem_post(&m_semaphore);
 }
 
-void Wakeup::wait(std::optional<std::chrono::milliseconds> time)
+bool Wakeup::wait(std::optional<std::chrono::milliseconds> time)
 {
+    int result = 0;
     if (time) {
         const auto deadline = std::chrono::steady_clock::now().time_since_epoch() + *time;
         const auto seconds = std::chrono::floor<std::chrono::seconds>(deadline);
         const timespec moment{seconds.count(), (deadline - seconds).count()};
-        sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment);
+        result = sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment);
     } else {
-        sem_wait(&m_semaphore);
+        result = sem_wait(&m_semaphore);
     }
     m_isSignalled.exchange(false);
+    return result == 0;
 }

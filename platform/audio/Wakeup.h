@@ -17,9 +17,9 @@ public:
     /// Any thread.
     void signal();
 
-    /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and now and then without
-    /// one.
-    void wait(std::optional<std::chrono::milliseconds> time = {});
+    /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and at times early
+    /// without one; answers whether there was one.
+    bool wait(std::optional<std::chrono::milliseconds> time = {});
 
 private:
     sem_t m_semaphore;

@@ -45,6 +45,53 @@ private Q_SLOTS:
         QCOMPARE(ring.write(counting(4, 2), 4), 1);
     }
 
+    void framesWrapAroundTheEndOfTheRing()
+    {
+        FrameRing ring(stereo, 5);
+        std::int64_t written = 0;
+        std::int64_t read = 0;
+        for (int round = 0; round < 20; ++round) {
+            written += ring.write(counting(2 * written, 2 * 4), written);
+            QCOMPARE(ring.available(), written - read);
+            std::vector<float> samples(6, -1.0F);
+            const auto run = ring.read(samples.data(), 3);
+            QCOMPARE(run.position, read);
+            samples.resize(std::size_t(2 * run.frames));
+            QCOMPARE(samples, counting(2 * read, 2 * run.frames));
+            read += run.frames;
+        }
+        QVERIFY(read > 50);
+    }
+
+    void leapsThatFindNoRoomWaitForTheReader()
+    {
+        FrameRing ring(mono, 100);
+        for (std::int64_t leap = 0; leap < 32; ++leap)
+            QCOMPARE(ring.write(counting(leap, 1), leap * 10), 1);
+        QCOMPARE(ring.write(counting(32, 1), 320), 0);
+        QCOMPARE(ring.write(counting(32, 1), 311), 1); // goes on where the last one ended
+        float sample = 0;
+        QCOMPARE(ring.read(&sample, 1).position, 0);
+        QCOMPARE(ring.write(counting(33, 1), 330), 1);
+        QCOMPARE(ring.read(&sample, 5).frames, 1);
+        QCOMPARE(ring.read(&sample, 0).frames, 0);
+    }
+
+    void ringThatStartsOverIsEmpty()
+    {
+        FrameRing ring(mono, 4);
+        ring.write(counting(0, 3), 70);
+        ring.finish();
+        ring.reset(5, 90);
+        QCOMPARE(ring.available(), 0);
+        QVERIFY(!ring.isFinished());
+        QCOMPARE(ring.generation(), 5U);
+        QCOMPARE(ring.start(), 90);
+        QCOMPARE(ring.write(counting(0, 4), 73), 4);
+        float samples[4];
+        QCOMPARE(ring.read(samples, 4).position, 73);
+    }
+
     void runEndsWhereTheTrackLeaps()
     {
         FrameRing ring(mono, 10);
@@ -130,6 +177,24 @@ private Q_SLOTS:
         QVERIFY(&second != &first);
         feed.publish();
         QCOMPARE(&feed.startOver(3, 0), &second);
+        QCOMPARE(&feed.startOver(4, 0), &second); // the output still reads the first
+        feed.request(4);
+        feed.publish();
+        QCOMPARE(feed.takePublished(), &second);
+        QVERIFY(feed.isPublished());
+        QCOMPARE(&feed.startOver(5, 0), &first);
+        QVERIFY(!feed.isPublished());
+        QCOMPARE(first.capacity(), 2 * 48000);
+        QCOMPARE(second.capacity(), 2 * 48000);
+    }
+
+    void feedTellsOnceThatFramesWereMissing()
+    {
+        FrameFeed feed(mono);
+        QVERIFY(!feed.takeStarved());
+        feed.noteStarved();
+        QVERIFY(feed.takeStarved());
+        QVERIFY(!feed.takeStarved());
     }
 
     void handOverBetweenTwoThreadsNeverMixesRings()
@@ -180,6 +245,24 @@ private Q_SLOTS:
         }
         sleeper.join();
         QCOMPARE(news.load(), 1000);
+    }
+
+    void waitEndsWithItsTimeOrASignal()
+    {
+        using namespace std::chrono_literals;
+        Wakeup wakeup;
+        const auto start = std::chrono::steady_clock::now();
+        QVERIFY(!wakeup.wait(30ms));
+        QVERIFY(std::chrono::steady_clock::now() - start >= 30ms);
+        for (int round = 0; round < 2; ++round) {
+            wakeup.signal();
+            wakeup.signal(); // is one with the former
+            QVERIFY(wakeup.wait(10s));
+            QVERIFY(!wakeup.wait(0ms));
+        }
+        wakeup.signal();
+        QVERIFY(wakeup.wait());
+        QVERIFY(std::chrono::steady_clock::now() - start < 9s);
     }
 };
 

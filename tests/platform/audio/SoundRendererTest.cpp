@@ -248,6 +248,140 @@ private Q_SLOTS:
         verifyNoStep(1.01 / fade);
     }
 
+    void seekFadesForSixteenMillisecondsIfItIsHeardAndForEightIfNot()
+    {
+        offer(0, 40000);
+        change({true, 1});
+        hear(5000);
+        offer(50000, 40000);
+        change({true, 1});
+        QCOMPARE(m_renderer->fadeEnd(), 5000 + 2 * fade);
+        hear(5000);
+        change({false, 1});
+        QCOMPARE(m_renderer->fadeEnd(), 10000 + fade);
+        hear(5000);
+        offer(20000, 40000);
+        change({false, 1});
+        QCOMPARE(m_renderer->fadeEnd(), 15000 + fade);
+        QCOMPARE(m_renderer->positionAt(15000 + fade).seconds, 20000.0 / 48000);
+    }
+
+    void volumeDuringTheFadeOfAPauseLosesAndRepeatsNothing()
+    {
+        offer(0, 96000);
+        change({true, 1});
+        hear(1000);
+        change({false, 1});
+        hear(fade / 2);
+        change({false, 0.9F});
+        hear(2000);
+        change({true, 1});
+        hear(fade + 10);
+        QCOMPARE(placeAt(m_heard - 1), 1000 + fade + fade + 9);
+    }
+
+    void changeIsNeededForAnotherMixPlaceOrFramesThatWereMissing()
+    {
+        const Mix playing{true, 1};
+        QVERIFY(!m_renderer->needsChange({}));
+        QVERIFY(m_renderer->needsChange(playing));
+        offer(0, 1000);
+        QVERIFY(m_renderer->needsChange({}));
+        change(playing);
+        QVERIFY(!m_renderer->needsChange(playing));
+        QVERIFY(m_renderer->needsChange({true, 0.5F}));
+        add(1000, 40000);
+        QVERIFY(m_renderer->needsChange(playing));
+        change(playing);
+        QVERIFY(!m_renderer->needsChange(playing));
+        offer(50000, 40000);
+        QVERIFY(m_renderer->needsChange(playing));
+        m_renderer->detach();
+        QVERIFY(!m_renderer->needsChange(playing));
+    }
+
+    void framesThatWereMissingAreOfNoInterestInAPause()
+    {
+        offer(0, 1000);
+        change({true, 1});
+        hear(500);
+        m_renderer->change(m_heard, {false, 1});
+        m_renderer->change(m_heard, {true, 1});
+        m_renderer->render(5000);
+        m_renderer->change(m_heard, {false, 1});
+        add(1000, 5000);
+        QVERIFY(!m_renderer->needsChange({false, 1}));
+    }
+
+    void framesTheOutputHasSkippedAreSilentAndHoldTheTrack()
+    {
+        offer(0, 96000);
+        change({true, 1});
+        hear(queue);
+        const std::int64_t skipped = m_renderer->rendered();
+        m_renderer->skipTo(skipped - 1);
+        QCOMPARE(m_renderer->rendered(), skipped);
+        const double held = m_renderer->positionAt(skipped).seconds;
+        m_renderer->skipTo(skipped + 5000);
+        QCOMPARE(m_renderer->rendered(), skipped + 5000);
+        QCOMPARE(m_renderer->positionAt(skipped + 5000).seconds, held);
+        m_renderer->render(48);
+        QCOMPARE(m_renderer->positionAt(skipped + 4000).seconds, held);
+        QCOMPARE(m_renderer->positionAt(skipped + 5048).seconds, held + 0.001);
+    }
+
+    void changeReachesBackForHalfOfTheMemoryAtMost()
+    {
+        QCOMPARE(m_renderer->memory(), stereo.rate);
+        offer(0, 96000);
+        change({true, 1});
+        m_renderer->render(60000 - m_renderer->rendered());
+        m_renderer->change(0, {true, 0.5F});
+        QCOMPARE(m_renderer->fadeEnd(), 60000 - 24000 + fade);
+        m_renderer->change(70000, {true, 1});
+        QCOMPARE(m_renderer->fadeEnd(), 60000 + fade);
+    }
+
+    void changeAfterTheEndLeavesIt()
+    {
+        offer(0, 1000);
+        m_ring->finish();
+        change({true, 1});
+        hear(1000);
+        change({true, 0.5F});
+        QCOMPARE(m_renderer->end(), 1000);
+        hear(100);
+        change({true, 1});
+        QCOMPARE(m_renderer->end(), 1000);
+        offer(2000, 1000);
+        change({true, 1});
+        QVERIFY(!m_renderer->end());
+    }
+
+    void decoderIsWokenWhenHalfOfItsFramesAreGone()
+    {
+        const auto isWoken = [this] { return m_feed->decoderWakeup().wait(std::chrono::milliseconds(0)); };
+        offer(0, 96000);
+        change({true, 1});
+        m_renderer->render(48000 - m_renderer->rendered());
+        QVERIFY(!isWoken());
+        m_renderer->render(1);
+        QVERIFY(isWoken());
+        m_ring->finish();
+        m_renderer->render(100);
+        QVERIFY(!isWoken());
+    }
+
+    void runsOutOfFramesOnceItHasTold()
+    {
+        offer(0, 1000);
+        change({true, 1});
+        QVERIFY(m_feed->takeStarved());
+        m_ring->finish();
+        m_renderer->render(1000);
+        QVERIFY(!m_feed->takeStarved());
+    }
+
     void changeThatReachesBackBeforeASeekStaysAtItsTarget()
     {
         offer(0, 40000);
