@@ -28,8 +28,7 @@ AudioOutput::Status NullOutput::status()
 {
     const std::lock_guard lock(m_mutex);
     catchUp();
-    const bool isEndHeard = m_renderer.end() && m_heard >= *m_renderer.end();
-    return {State::Ready, m_renderer.positionAt(m_heard), isEndHeard};
+    return {State::Ready, m_renderer.positionAt(m_heard), m_renderer.isEndedAt(m_heard)};
 }
 
 std::vector<float> NullOutput::advance(std::int64_t frames)

@@ -28,6 +28,7 @@ constexpr qsizetype LongestName = 200;
 
 constexpr pa_usec_t UsualLook = 100'000; // microseconds
 constexpr pa_usec_t StartingLook = 10'000; // until the server says that it moves on
+constexpr pa_usec_t Afterwards = 1000; // a frame that is waited for has certainly been heard
 
 /// On one line, in UTF-8.
 QByteArray displayed(const QString &text)
@@ -121,9 +122,7 @@ AudioOutput::Status PulseStream::status() const
 
 void PulseStream::handleConnected(pa_context *context)
 {
-    if (m_stream || m_state == AudioOutput::State::Failed)
-        return;
-    if (!connectStream(context))
+    if (m_state == AudioOutput::State::Connecting && !connectStream(context))
         fail();
 }
 
@@ -209,7 +208,6 @@ void PulseStream::drop()
     if (m_timer)
         api->time_free(m_timer);
     m_timer = nullptr;
-    m_state = AudioOutput::State::Failed;
     forgetQuestion();
     if (m_stream) {
         pa_stream_set_state_callback(m_stream, nullptr, nullptr);
@@ -225,9 +223,8 @@ void PulseStream::drop()
 
 void PulseStream::act()
 {
-    const pa_timing_info *info =
-        m_state == AudioOutput::State::Ready ? pa_stream_get_timing_info(m_stream) : nullptr;
-    if (!info || info->read_index_corrupt)
+    const pa_timing_info *info = pa_stream_get_timing_info(m_stream);
+    if (!info)
         return schedule();
     followServer(*info);
     const std::int64_t readFrame =
@@ -239,9 +236,9 @@ void PulseStream::act()
         changeQueued(readFrame, m_isCorked ? 0 : margin, mix);
     if (mix.isPlaying)
         fillQueue(readFrame);
-    if (mix.isPlaying && m_isCorked)
+    if (mix.isPlaying)
         setCorked(false);
-    else if (!mix.isPlaying && isSilenceHeard())
+    else if (isSilenceHeard())
         setCorked(true);
     noteEnd();
     if (m_isClosing && m_isCorked)
@@ -253,7 +250,7 @@ void PulseStream::act()
 /// How far the server has moved on since it answered: on a busy machine its answer is old when it is read.
 std::int64_t PulseStream::framesSince(const pa_timing_info &info) const
 {
-    if (!info.playing || m_isCorked)
+    if (!info.playing)
         return 0;
     const auto age = std::int64_t(pa_rtclock_now() - m_askedAt) - std::int64_t(info.transport_usec);
     return std::max<std::int64_t>(age, 0) * m_feed->format().rate / 1'000'000;
@@ -263,8 +260,7 @@ void PulseStream::followServer(const pa_timing_info &info)
 {
     const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
     const std::int64_t heard = info.read_index / m_frameSize - latency + framesSince(info);
-    const bool isMoving = info.playing && !m_isCorked;
-    if (isMoving)
+    if (info.playing)
         m_clock.set(pa_rtclock_now(), heard, true);
     else
         m_clock.set(pa_rtclock_now(), heardFrame(), false);
@@ -323,24 +319,29 @@ void PulseStream::noteEnd()
 /// Looks again when there is something to do next.
 void PulseStream::schedule()
 {
-    if (m_isCorked || m_state != AudioOutput::State::Ready || isSuspended())
+    if (isSuspended())
         return;
-    const pa_usec_t now = pa_rtclock_now();
-    pa_usec_t next = now + (m_clock.isMoving() ? UsualLook : StartingLook);
-    if (m_clock.isMoving() && !shallSound())
-        next =
-            std::min(next, m_clock.timeOf(m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
-    else if (m_clock.isMoving() && m_renderer.end() && !m_isEndNoted)
-        next = std::min(next, m_clock.timeOf(*m_renderer.end()) + 1000);
-
     const auto due = [](pa_mainloop_api *, pa_time_event *, const timeval *, void *self) {
         static_cast<PulseStream *>(self)->update();
     };
     pa_context *context = pa_stream_get_context(m_stream);
     if (m_timer)
-        pa_context_rttime_restart(context, m_timer, next);
+        pa_context_rttime_restart(context, m_timer, nextLook());
     else
-        m_timer = pa_context_rttime_new(context, next, due, this);
+        m_timer = pa_context_rttime_new(context, nextLook(), due, this);
+}
+
+pa_usec_t PulseStream::nextLook() const
+{
+    const pa_usec_t now = pa_rtclock_now();
+    if (!m_clock.isMoving())
+        return now + StartingLook;
+    pa_usec_t next = now + UsualLook;
+    if (!shallSound())
+        next = std::min(next, m_clock.timeOf(silentFrame()) + Afterwards);
+    else if (m_renderer.end() && !m_isEndNoted)
+        next = std::min(next, m_clock.timeOf(*m_renderer.end()) + Afterwards);
+    return next;
 }
 
 /// Whether the sink plays nothing at all until further notice.
@@ -349,17 +350,20 @@ bool PulseStream::isSuspended() const
     return pa_stream_is_suspended(m_stream) > 0;
 }
 
+/// First frame of a pause that can be given up.
+std::int64_t PulseStream::silentFrame() const
+{
+    return std::min(m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin), m_renderer.rendered());
+}
+
 bool PulseStream::isSilenceHeard() const
 {
-    if (m_isCorked || isSuspended())
-        return !m_isCorked;
-    const std::int64_t silent = m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin);
-    return heardFrame() >= std::min(silent, m_renderer.rendered());
+    return isSuspended() || heardFrame() >= silentFrame();
 }
 
 bool PulseStream::isEndHeard() const
 {
-    return m_renderer.end() && heardFrame() >= *m_renderer.end();
+    return m_renderer.isEndedAt(heardFrame());
 }
 
 std::int64_t PulseStream::heardFrame() const

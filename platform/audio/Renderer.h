@@ -73,6 +73,7 @@ public:
 
     /// The output frame after the last one of the track, once that has been rendered.
     [[nodiscard]] std::optional<std::int64_t> end() const { return m_end; }
+    [[nodiscard]] bool isEndedAt(std::int64_t frame) const { return m_end && frame >= *m_end; }
 
 private:
     void renderSound(std::int64_t frames);

@@ -7,6 +7,7 @@ struct pa_context {
     pa_context_state_t state = PA_CONTEXT_UNCONNECTED;
     pa_context_notify_cb_t changed = nullptr;
     void *user = nullptr;
+    bool isReferenced = true;
 };
 
 struct pa_time_event {
@@ -20,6 +21,7 @@ struct pa_operation {
     pa_usec_t asked;
     pa_stream_success_cb_t answer;
     void *user;
+    bool isReferenced = true;
 };
 
 struct pa_threaded_mainloop { };
@@ -44,9 +46,18 @@ template <typename Callback, typename... Arguments> void call(Callback callback,
     --lockDepth;
 }
 
-void noteCall()
+void noteCall(const pa_stream *stream = nullptr)
 {
-    FakePulse::instance().unlocked += lockDepth > 0 ? 0 : 1;
+    FakePulse::instance().misuses += stream && stream->state != PA_STREAM_READY ? 1 : 0;
+    FakePulse::instance().misuses += lockDepth > 0 ? 0 : 1;
+}
+
+std::string text(const pa_proplist *properties)
+{
+    char *lines = pa_proplist_to_string(properties);
+    std::string result(lines);
+    pa_xfree(lines);
+    return result;
 }
 
 void changeState(pa_context &context, pa_context_state_t state)
@@ -74,7 +85,7 @@ void FakePulse::reset()
     questions.clear();
     timers.clear();
     latency = configuredLatency = 10;
-    transport = contexts = looks = unlocked = 0;
+    transport = contexts = looks = misuses = operations = 0;
     isRefusing = isRefusingStreams = false;
 }
 
@@ -100,6 +111,13 @@ void FakePulse::breakConnection(bool isRefusingNext)
         if (PA_CONTEXT_IS_GOOD(context.state))
             changeState(context, PA_CONTEXT_FAILED);
     }
+}
+
+void FakePulse::answer()
+{
+    while (
+        std::any_of(questions.begin(), questions.end(), [](const auto &question) { return question.answer; }))
+        step(false);
 }
 
 void FakePulse::pass(int milliseconds)
@@ -135,6 +153,18 @@ std::int64_t FakePulse::heardFrame()
     return std::max<std::int64_t>(stream().readFrame - std::int64_t(latency) * framesPerStep, 0);
 }
 
+bool FakePulse::isAtRest() const
+{
+    const auto isPending = [](const pa_operation &question) {
+        return question.isReferenced || question.answer;
+    };
+    const auto isLeft = [](const pa_context &context) {
+        return context.isReferenced || context.changed || PA_CONTEXT_IS_GOOD(context.state);
+    };
+    return timers.empty() && std::none_of(questions.begin(), questions.end(), isPending) && operations == 0
+        && std::count_if(::contexts.begin(), ::contexts.end(), isLeft) <= 1;
+}
+
 void FakePulse::step(bool isStalled)
 {
     now += 1000;
@@ -160,12 +190,12 @@ void FakePulse::step(bool isStalled)
     if (isStalled)
         return;
     const auto isAnswered = [&](const pa_operation &question) {
-        return now >= question.asked + pa_usec_t(std::max(2 * transport, 1)) * 1000;
+        return question.answer && now >= question.asked + pa_usec_t(std::max(2 * transport, 1)) * 1000;
     };
     for (auto due = std::find_if(questions.begin(), questions.end(), isAnswered); due != questions.end();
          due = std::find_if(questions.begin(), questions.end(), isAnswered)) {
         const pa_operation question = *due;
-        due->asked = PA_USEC_INVALID / 2;
+        due->answer = nullptr;
         call(question.answer, question.stream, 1, question.user);
     }
     const auto isDue = [&](const pa_time_event &timer) { return timer.due <= now; };
@@ -218,8 +248,10 @@ pa_mainloop_api *pa_threaded_mainloop_get_api(pa_threaded_mainloop *)
     return &api;
 }
 
-pa_context *pa_context_new_with_proplist(pa_mainloop_api *, const char *, const pa_proplist *)
+pa_context *pa_context_new_with_proplist(pa_mainloop_api *, const char *, const pa_proplist *properties)
 {
+    FakePulse::instance().application = text(properties);
+    FakePulse::instance().cookie.clear();
     ++FakePulse::instance().contexts;
     return &contexts.emplace_back();
 }
@@ -230,14 +262,17 @@ void pa_context_set_state_callback(pa_context *context, pa_context_notify_cb_t c
     context->user = user;
 }
 
-int pa_context_load_cookie_from_file(pa_context *, const char *)
+int pa_context_load_cookie_from_file(pa_context *, const char *path)
 {
+    FakePulse::instance().cookie = path;
     return 0;
 }
 
-int pa_context_connect(pa_context *context, const char *, pa_context_flags_t flags, const pa_spawn_api *)
+int pa_context_connect(
+    pa_context *context, const char *server, pa_context_flags_t flags, const pa_spawn_api *)
 {
     noteCall();
+    FakePulse::instance().server = server ? server : "";
     FakePulse::instance().contextFlags = flags;
     if (FakePulse::instance().isRefusing)
         return -1;
@@ -255,7 +290,10 @@ void pa_context_disconnect(pa_context *context)
     context->state = PA_CONTEXT_TERMINATED;
 }
 
-void pa_context_unref(pa_context *) { }
+void pa_context_unref(pa_context *context)
+{
+    context->isReferenced = false;
+}
 
 pa_time_event *pa_context_rttime_new(
     const pa_context *, pa_usec_t due, pa_time_event_cb_t callback, void *user)
@@ -268,8 +306,8 @@ void pa_context_rttime_restart(const pa_context *, pa_time_event *event, pa_usec
     event->due = due;
 }
 
-pa_stream *pa_stream_new_with_proplist(
-    pa_context *context, const char *, const pa_sample_spec *spec, const pa_channel_map *, pa_proplist *)
+pa_stream *pa_stream_new_with_proplist(pa_context *context, const char *name, const pa_sample_spec *spec,
+    const pa_channel_map *, pa_proplist *properties)
 {
     noteCall();
     if (FakePulse::instance().isRefusingStreams)
@@ -277,6 +315,8 @@ pa_stream *pa_stream_new_with_proplist(
     auto &stream = *FakePulse::instance().streams.emplace_back(std::make_unique<pa_stream>());
     stream.context = context;
     stream.spec = *spec;
+    stream.name = name;
+    stream.properties = text(properties);
     return &stream;
 }
 
@@ -329,7 +369,7 @@ int pa_stream_is_suspended(const pa_stream *stream)
 
 pa_operation *pa_stream_update_timing_info(pa_stream *stream, pa_stream_success_cb_t answer, void *user)
 {
-    noteCall();
+    noteCall(stream);
     ++FakePulse::instance().looks;
     return &questions.emplace_back(pa_operation{stream, FakePulse::instance().now, answer, user});
 }
@@ -342,7 +382,7 @@ const pa_timing_info *pa_stream_get_timing_info(pa_stream *stream)
 int pa_stream_write(
     pa_stream *stream, const void *data, std::size_t bytes, pa_free_cb_t, std::int64_t offset, pa_seek_mode_t)
 {
-    noteCall();
+    noteCall(stream);
     const auto first = std::size_t(offset) / sizeof(float);
     const auto *samples = static_cast<const float *>(data);
     stream->aheads.push_back(std::int64_t(first) / stream->channels() - stream->readFrame);
@@ -353,7 +393,8 @@ int pa_stream_write(
 
 pa_operation *pa_stream_cork(pa_stream *stream, int isCorked, pa_stream_success_cb_t, void *)
 {
-    noteCall();
+    noteCall(stream);
+    ++FakePulse::instance().operations;
     stream->isCorked = isCorked != 0;
     ++stream->corkings;
     return &otherOperation;
@@ -370,11 +411,15 @@ void pa_stream_unref(pa_stream *stream)
     stream->isReferenced = false;
 }
 
-void pa_operation_cancel(pa_operation *) { }
+void pa_operation_cancel(pa_operation *operation)
+{
+    operation->answer = nullptr;
+}
 
 void pa_operation_unref(pa_operation *operation)
 {
-    questions.remove_if([&](const pa_operation &question) { return &question == operation; });
+    operation->isReferenced = false;
+    FakePulse::instance().operations -= operation == &otherOperation ? 1 : 0;
 }
 
 } // extern "C"

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <pulse/pulseaudio.h>
+#include <string>
 #include <vector>
 
 /// A stream on the fake server.
@@ -14,6 +15,8 @@ struct pa_stream {
     pa_stream_flags_t flags = PA_STREAM_NOFLAGS;
     pa_volume_t volume = PA_VOLUME_MUTED;
     const char *device = nullptr;
+    std::string name;
+    std::string properties;
     bool isCorked = true;
     int corkings = 0; ///< calls of pa_stream_cork()
     bool isSuspended = false;
@@ -49,6 +52,9 @@ public:
     /// The connection to the server breaks; the next one is refused if so wished.
     void breakConnection(bool isRefusingNext = false);
 
+    /// Lets time pass until no question is left without an answer.
+    void answer();
+
     /// Lets milliseconds pass.
     void pass(int milliseconds);
 
@@ -62,17 +68,24 @@ public:
     [[nodiscard]] pa_stream &stream() { return *streams.back(); }
     [[nodiscard]] std::int64_t heardFrame(); ///< of stream()
 
+    /// Whether no timer runs, no question is held or unanswered, and no connection but the newest is.
+    [[nodiscard]] bool isAtRest() const;
+
     pa_usec_t now = 1'000'000;
     int latency = 10; ///< milliseconds
     int configuredLatency = 10;
     int transport = 0;
     std::vector<std::unique_ptr<pa_stream>> streams;
     int contexts = 0; ///< connections that have been tried
+    std::string application; ///< properties of the newest one
+    std::string cookie; ///< file of the newest one, empty for that which libpulse finds
+    std::string server;
     pa_context_flags_t contextFlags = PA_CONTEXT_NOFLAGS;
     int looks = 0; ///< questions after the timing
-    int unlocked = 0; ///< calls that were made without the loop's lock
+    int misuses = 0; ///< calls that were made without the loop's lock, or of a stream that is not ready
     bool isRefusing = false; ///< whether new connections fail at once
     bool isRefusingStreams = false;
+    int operations = 0; ///< other than questions, that are held
 
 private:
     void step(bool isStalled);

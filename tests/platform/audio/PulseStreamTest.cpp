@@ -3,8 +3,13 @@
 #include "tests/platform/audio/FakePulse.h"
 #include "tests/platform/audio/WavFile.h"
 
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 #include <cmath>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -99,11 +104,16 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        QCOMPARE(m_server.unlocked, 0);
         m_output.reset();
         m_server.pass(500);
+        QCOMPARE(m_server.misuses, 0);
+        QVERIFY(m_server.isAtRest());
         for (const auto &stream : m_server.streams)
-            QVERIFY(!stream->isReferenced && !stream->stateChanged && !stream->event);
+            QVERIFY(!stream->isReferenced && !stream->stateChanged && !stream->event && !stream->moved
+                && !stream->suspendedChanged);
+        for (const auto &stream : m_server.streams)
+            QVERIFY(std::all_of(
+                stream->aheads.begin(), stream->aheads.end(), [](auto ahead) { return ahead >= 0; }));
         QVERIFY(m_feed.use_count() == 1);
     }
 
@@ -122,6 +132,100 @@ private Q_SLOTS:
         QCOMPARE(stream.volume, PA_VOLUME_NORM);
         QCOMPARE(
             int(stream.flags), PA_STREAM_START_CORKED | PA_STREAM_START_UNMUTED | PA_STREAM_RELATIVE_VOLUME);
+    }
+
+    void streamIsNamedAfterTheTrack_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("artist");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("both") << u"El  río\n"_s << u"Ana"_s << u"El río – Ana"_s;
+        QTest::newRow("title") << u"El río"_s << QString() << u"El río"_s;
+        QTest::newRow("artist") << QString() << u"Ana"_s << u"Ana"_s;
+        QTest::newRow("nothing") << QString() << QString() << u"Lumaverdine"_s;
+        QTest::newRow("long") << QString(300, u'x') << QString() << QString(200, u'x');
+    }
+
+    void streamIsNamedAfterTheTrack()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, artist);
+        QFETCH(QString, name);
+        m_output = std::make_unique<PulseOutput>(m_feed, SoundLabel{title, artist});
+        m_server.settle();
+        const auto property = [](const char *key, const QString &value) {
+            return value.isEmpty() ? QString() : u"%1 = \"%2\"\n"_s.arg(QLatin1String(key), value);
+        };
+        QCOMPARE(QString::fromStdString(m_server.stream().name), name);
+        const QString shown = QString::fromStdString(m_server.stream().properties);
+        QCOMPARE(shown,
+            property("media.role", u"music"_s) + property("media.icon_name", u"lumaverdine"_s)
+                + property("media.title", title.simplified().left(200)) + property("media.artist", artist));
+        m_output.reset();
+    }
+
+    void connectionNamesTheApplication()
+    {
+        m_server.breakConnection();
+        connect();
+        const QString shown = QString::fromStdString(m_server.application);
+        for (const QString &line : {u"application.name = \"Lumaverdine\"\n"_s,
+                 u"application.id = \"lumaverdine\"\n"_s, u"application.icon_name = \"lumaverdine\"\n"_s})
+            QVERIFY2(shown.contains(line), qPrintable(shown));
+    }
+
+    /// Nothing of libpulse's is created in the home folder.
+    void serverAndCookieAreThoseThatExist_data()
+    {
+        QTest::addColumn<QString>("variable"); // one that is set
+        QTest::addColumn<QString>("file"); // one that exists
+        QTest::addColumn<QString>("server");
+        QTest::addColumn<QString>("cookie");
+        const QString system = u"unix:/run/pulse/native"_s;
+        const QString none = u"/dev/zero"_s;
+        QTest::newRow("nothing") << QString() << QString() << system << none;
+        QTest::newRow("server") << u"PULSE_SERVER"_s << QString() << QString() << none;
+        QTest::newRow("folder of pulse") << u"PULSE_RUNTIME_PATH"_s << QString() << QString() << none;
+        QTest::newRow("folder") << u"XDG_RUNTIME_DIR"_s << QString() << QString() << none;
+        QTest::newRow("cookie") << u"PULSE_COOKIE"_s << QString() << system << QString();
+        QTest::newRow("cookie's file") << QString() << u".config/pulse/cookie"_s << system << QString();
+        QTest::newRow("old cookie") << QString() << u".pulse-cookie"_s << system << QString();
+        QTest::newRow("link") << QString() << u".config/pulse/a-runtime"_s << QString() << none;
+    }
+
+    void serverAndCookieAreThoseThatExist()
+    {
+        QFETCH(QString, variable);
+        QFETCH(QString, file);
+        const QTemporaryDir home;
+        for (const char *name :
+            {"XDG_CONFIG_HOME", "PULSE_SERVER", "PULSE_RUNTIME_PATH", "XDG_RUNTIME_DIR", "PULSE_COOKIE"})
+            qunsetenv(name);
+        qputenv("HOME", home.path().toUtf8());
+        QVERIFY(QDir(home.path()).mkpath(u".config/pulse"_s));
+        if (!variable.isEmpty())
+            qputenv(variable.toUtf8().constData(), "x");
+        if (!file.isEmpty())
+            QVERIFY(QFile::link(u"/nowhere"_s, home.filePath(file)));
+        if (file.endsWith(u"cookie"))
+            QVERIFY(QFile::remove(home.filePath(file)) && WavFile::save(home.filePath(file), "x"));
+        m_server.breakConnection();
+        connect();
+        QTEST(QString::fromStdString(m_server.server), "server");
+        QTEST(QString::fromStdString(m_server.cookie), "cookie");
+    }
+
+    void playBeforeTheConnectionIsHeardOnceThatIsThere()
+    {
+        m_server.breakConnection();
+        m_feed = std::make_shared<FrameFeed>(stereo);
+        m_output = std::make_unique<PulseOutput>(m_feed, SoundLabel{});
+        offer(0, 96000);
+        m_output->apply({true, 1});
+        m_server.settle();
+        m_server.pass(300);
+        QVERIFY(places().size() > 10'000);
+        verifyWhole();
     }
 
     void nothingIsWrittenOrAskedBeforeThePlay()
@@ -218,10 +322,10 @@ private Q_SLOTS:
         m_server.transport = transport;
         offer(0, 96000);
         play(299);
-        m_server.pass(2 * transport + 20); // no question is under way
+        m_server.answer();
         m_server.stream().aheads.clear();
         m_output->apply({true, 0.5F});
-        m_server.pass(std::max(2 * transport, 1));
+        m_server.answer();
         QVERIFY(!m_server.stream().aheads.empty());
         QCOMPARE(m_server.stream().aheads.front(), milliseconds(ahead));
         const std::int64_t changed = m_server.stream().readFrame + milliseconds(ahead);
@@ -232,20 +336,30 @@ private Q_SLOTS:
         verifyWhole();
     }
 
+    void pauseFadesThenCorksThenSleeps_data()
+    {
+        QTest::addColumn<int>("transport");
+        QTest::newRow("fast answers") << 0;
+        QTest::newRow("slow answers") << 20;
+    }
+
     void pauseFadesThenCorksThenSleeps()
     {
+        QFETCH(int, transport);
+        m_server.transport = transport;
         offer(0, 96000);
         play(300);
+        m_server.answer();
         m_output->apply({false, 1});
-        m_server.pass(1);
+        m_server.answer();
         const std::int64_t silent = m_server.stream().readFrame + milliseconds(15) + fade;
         while (!m_server.stream().isCorked)
             m_server.pass(1);
         QCOMPARE(firstSilence(milliseconds(10)), silent);
         // The silence is heard, and a little of it has been read ahead of that.
         const std::int64_t corked = m_server.heardFrame() - silent;
-        QVERIFY2(
-            corked >= milliseconds(25) && corked <= milliseconds(28), qPrintable(QString::number(corked)));
+        QVERIFY2(corked >= milliseconds(25) && corked <= milliseconds(28 + 2 * transport),
+            qPrintable(QString::number(corked)));
         const double paused = m_output->status().heard.seconds;
         QCOMPARE(paused, double(silent) / 48000);
         const int before = m_server.looks;
@@ -257,9 +371,10 @@ private Q_SLOTS:
         // Nothing of the silence that is queued delays the resume.
         m_server.stream().aheads.clear();
         m_output->apply({true, 1});
-        m_server.pass(2);
+        m_server.answer();
         QCOMPARE(m_server.stream().aheads.front(), 0);
         QVERIFY(!m_server.stream().isCorked);
+        QCOMPARE(m_output->status().heard.seconds, paused);
         m_server.pass(500);
         verifyWhole();
     }
@@ -378,8 +493,55 @@ private Q_SLOTS:
     void closedOutputThatIsPausedLeavesAtOnce()
     {
         offer(0, 96000);
+        m_output->apply({true, 1}); // and has not begun to sound
+        QVERIFY(!m_server.isAtRest());
         m_output.reset();
         QVERIFY(!m_server.stream().isReferenced);
+        QVERIFY(m_server.isAtRest());
+    }
+
+    void closedOutputLeavesTheFeedAlone()
+    {
+        offer(0, 48000);
+        play(300);
+        m_output.reset();
+        m_feed->request(2);
+        m_feed->startOver(2, 0).write(m_sound, 0);
+        m_feed->publish();
+        m_server.pass(100);
+        QVERIFY(m_feed->hasPublished());
+    }
+
+    void changeAfterALongStallIsNotWrittenIntoThePast_data()
+    {
+        QTest::addColumn<bool>("isPlaying");
+        QTest::newRow("volume") << true;
+        QTest::newRow("pause") << false;
+    }
+
+    void changeAfterALongStallIsNotWrittenIntoThePast()
+    {
+        QFETCH(bool, isPlaying);
+        offer(0, 96000);
+        play(300);
+        m_server.pass(20);
+        m_server.passStalled(700);
+        m_output->apply({isPlaying, 0.5F});
+        m_server.pass(300);
+        QCOMPARE(m_server.stream().isCorked, !isPlaying);
+        verifyWhole();
+    }
+
+    void failedOutputStaysSoWhenAnotherConnects()
+    {
+        m_output.reset();
+        m_server.breakConnection(true);
+        const auto failed = std::make_unique<PulseOutput>(std::make_shared<FrameFeed>(stereo), SoundLabel{});
+        m_server.reset();
+        connect();
+        QCOMPARE(m_server.streams.size(), 1U);
+        QCOMPARE(failed->status().state, AudioOutput::State::Failed);
+        QCOMPARE(m_output->status().state, AudioOutput::State::Ready);
     }
 
     void lostConnectionFailsForGoodAndKeepsThePosition()

@@ -215,6 +215,8 @@ private Q_SLOTS:
         change({true, 1});
         QVERIFY(m_renderer->end());
         QCOMPARE(*m_renderer->end(), 1000);
+        QVERIFY(!m_renderer->isEndedAt(999));
+        QVERIFY(m_renderer->isEndedAt(1000));
         hear(2000);
         QCOMPARE(placeAt(999), 999);
         QCOMPARE(gainAt(1000), 0.0);
@@ -228,7 +230,7 @@ private Q_SLOTS:
         change({true, 1});
         hear(500);
         change({false, 1});
-        QVERIFY(!m_renderer->end());
+        QVERIFY(!m_renderer->end() && !m_renderer->isEndedAt(100'000));
         hear(1000);
         change({true, 1});
         QCOMPARE(*m_renderer->end(), 1500 + 2000 - 500 - fade);
