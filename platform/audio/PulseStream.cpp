@@ -250,7 +250,7 @@ void PulseStream::act()
 /// How far the server has moved on since it answered: on a busy machine its answer is old when it is read.
 std::int64_t PulseStream::framesSince(const pa_timing_info &info) const
 {
-    if (!info.playing)
+    if (!info.playing || m_isCorked)
         return 0;
     const auto age = std::int64_t(pa_rtclock_now() - m_askedAt) - std::int64_t(info.transport_usec);
     return std::max<std::int64_t>(age, 0) * m_feed->format().rate / 1'000'000;
@@ -260,7 +260,7 @@ void PulseStream::followServer(const pa_timing_info &info)
 {
     const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
     const std::int64_t heard = info.read_index / m_frameSize - latency + framesSince(info);
-    if (info.playing)
+    if (info.playing && !m_isCorked)
         m_clock.set(pa_rtclock_now(), heard, true);
     else
         m_clock.set(pa_rtclock_now(), heardFrame(), false);

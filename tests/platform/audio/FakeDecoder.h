@@ -28,6 +28,10 @@ public:
         double neverReaches = -1; ///< seconds; a seek there lasts until it is obsolete
         std::shared_ptr<std::atomic<bool>> isSeeking = nullptr; ///< set when such a seek begins
         int blocksOn = -1; ///< a descriptor that every read() waits on, as a medium that does not answer
+        std::shared_ptr<std::atomic<int>> seeks = nullptr; ///< counts them
+        bool isFixed = false; ///< whether every seek fails
+        std::int64_t blockFrames = 1152;
+        std::int64_t hole = 0; ///< frames that are missing after each block
     };
 
     explicit FakeDecoder(Script script)
@@ -56,9 +60,9 @@ public:
         if (double(m_frame) / rate >= m_script.failsAt)
             return Error{QStringLiteral("El archivo está dañado.")};
         const auto first = std::min(std::size_t(m_frame) * 2, m_samples.size());
-        const auto count = std::min<std::size_t>(2 * 1152, m_samples.size() - first);
+        const auto count = std::min(std::size_t(2 * m_script.blockFrames), m_samples.size() - first);
         const DecodedFrames block{std::span(m_samples).subspan(first, count), m_frame};
-        m_frame += std::int64_t(count / 2);
+        m_frame += std::int64_t(count / 2) + m_script.hole;
         return block;
     }
 
@@ -70,8 +74,10 @@ public:
                 std::this_thread::yield();
             return false;
         }
+        if (m_script.seeks)
+            ++*m_script.seeks;
         m_frame = frame;
-        return true;
+        return !m_script.isFixed;
     }
 
 private:

@@ -86,7 +86,7 @@ void FakePulse::reset()
     timers.clear();
     latency = configuredLatency = 10;
     transport = contexts = looks = misuses = operations = 0;
-    isRefusing = isRefusingStreams = false;
+    isRefusing = isRefusingStreams = saysPlayingCorked = false;
 }
 
 void FakePulse::settle()
@@ -185,7 +185,7 @@ void FakePulse::step(bool isStalled)
         asked.timing.sink_usec = pa_usec_t(latency) * 1000;
         asked.timing.configured_sink_usec = pa_usec_t(configuredLatency) * 1000;
         asked.timing.transport_usec = pa_usec_t(std::max(transport, 1)) * 1000;
-        asked.timing.playing = asked.isCorked || asked.isSuspended ? 0 : 1;
+        asked.timing.playing = asked.isSuspended || (asked.isCorked && !saysPlayingCorked) ? 0 : 1;
     }
     if (isStalled)
         return;

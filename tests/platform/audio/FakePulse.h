@@ -75,6 +75,7 @@ public:
     int latency = 10; ///< milliseconds
     int configuredLatency = 10;
     int transport = 0;
+    bool saysPlayingCorked = false; ///< some servers do
     std::vector<std::unique_ptr<pa_stream>> streams;
     int contexts = 0; ///< connections that have been tried
     std::string application; ///< properties of the newest one

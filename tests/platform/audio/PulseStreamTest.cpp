@@ -339,14 +339,18 @@ private Q_SLOTS:
     void pauseFadesThenCorksThenSleeps_data()
     {
         QTest::addColumn<int>("transport");
-        QTest::newRow("fast answers") << 0;
-        QTest::newRow("slow answers") << 20;
+        QTest::addColumn<bool>("saysPlayingCorked");
+        QTest::newRow("fast answers") << 0 << false;
+        QTest::newRow("slow answers") << 20 << false;
+        QTest::newRow("careless answers") << 20 << true;
     }
 
     void pauseFadesThenCorksThenSleeps()
     {
         QFETCH(int, transport);
+        QFETCH(bool, saysPlayingCorked);
         m_server.transport = transport;
+        m_server.saysPlayingCorked = saysPlayingCorked;
         offer(0, 96000);
         play(300);
         m_server.answer();
