@@ -80,7 +80,6 @@ WindowButton::WindowButton(Kind kind)
     setKind(kind);
     setFocusPolicy(Qt::NoFocus);
     setAttribute(Qt::WA_Hover);
-    resize(Size);
 }
 
 void WindowButton::setKind(Kind kind)

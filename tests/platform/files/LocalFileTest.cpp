@@ -1,4 +1,5 @@
 #include "platform/files/LocalFile.h"
+#include "platform/files/FileAccess.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -62,6 +63,7 @@ private Q_SLOTS:
         const QByteArray path = folder.path().toUtf8() + "/\xff#%.mp3";
         close(::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
         const QUrl url(u"file://"_s + QString::fromLatin1(path.toPercentEncoding("/")));
+        QVERIFY(startAccessingSecurityScopedResource(url));
         QVERIFY(!openRegularFile(url).isError());
     }
 

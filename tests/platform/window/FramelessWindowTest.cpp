@@ -50,13 +50,13 @@ struct WindowFixture {
     }
 
     /// Presses at a point of the window, as the window system reports it, and drags to the right.
-    void drag(QPoint from, int way = 60)
+    void drag(QPoint from, int way = 60, Qt::MouseButton button = Qt::LeftButton)
     {
         QWindow *handle = window.windowHandle();
-        QTest::mousePress(handle, Qt::LeftButton, {}, from);
+        QTest::mousePress(handle, button, {}, from);
         QTest::mouseMove(handle, from + QPoint(way / 2, 0));
         QTest::mouseMove(handle, from + QPoint(way, 0));
-        QTest::mouseRelease(handle, Qt::LeftButton, {}, from + QPoint(way, 0));
+        QTest::mouseRelease(handle, button, {}, from + QPoint(way, 0));
     }
 
     void doubleClick(QPoint at, Qt::MouseButton button = Qt::LeftButton)
@@ -134,6 +134,11 @@ private Q_SLOTS:
         f.window.repaint();
         PaintCount painted(
             {&f.window.menuBar(), f.button(u"Minimizar"_s), f.button(u"Ampliar"_s), f.button(u"Cerrar"_s)});
+        const auto inkOf = [&f](
+                               const QImage &shown, const QString &button) { // in its middle, over the ground
+            const QPoint middle = f.button(button)->geometry().center() + QPoint(0, 1);
+            return shown.pixelColor(1, 1).red() - shown.pixelColor(middle).red();
+        };
         const QImage active = f.window.grab(strip).toImage();
         painted.count = 0;
         QWidget other;
@@ -141,7 +146,9 @@ private Q_SLOTS:
         other.activateWindow();
         QTRY_VERIFY(!f.window.isActiveWindow());
         QTRY_VERIFY(painted.count >= 4);
-        QVERIFY(f.window.grab(strip).toImage() != active);
+        const QImage inactive = f.window.grab(strip).toImage();
+        QVERIFY(std::abs(inkOf(active, u"Minimizar"_s) - 2 * inkOf(inactive, u"Minimizar"_s)) <= 2);
+        QVERIFY(inkOf(inactive, u"Minimizar"_s) > 50);
     }
 
     void blurOfAdjoiningPartsAdjoinsAtAnyScale()
@@ -256,6 +263,8 @@ private Q_SLOTS:
         f.drag(InStrip);
         QCOMPARE(f.moves, 1);
         f.drag(InContent);
+        QCOMPARE(f.moves, 2);
+        f.drag(InContent, 60, Qt::RightButton);
         QCOMPARE(f.moves, 2);
         QVERIFY(f.resizes.isEmpty());
     }
