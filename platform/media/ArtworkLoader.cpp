@@ -6,25 +6,16 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <utility>
 #include <vector>
 
-using namespace std::chrono_literals;
-
 namespace {
 
-constexpr qsizetype CacheLimit = 32 << 20; // bytes
-constexpr auto Lateness = 100ms;
-constexpr auto ReadingLimit = 5s; // after which no other file is looked at: one may be silent for 3
-constexpr auto TimeToNextTry = 10s;
-
 /// The bytes of the picture, from the first of `files` that still has it; empty if none has.
-QByteArray readFrom(const QList<QUrl> &files, const Fingerprint &picture)
+QByteArray readFrom(const QList<QUrl> &files, const Fingerprint &picture, QDeadlineTimer deadline)
 {
-    const QDeadlineTimer deadline(ReadingLimit);
     for (const QUrl &file : files) {
         QByteArray bytes = MediaAsset(file).firstPicture();
         if (!bytes.isEmpty() && Fingerprint(bytes) == picture)
@@ -46,7 +37,8 @@ struct ArtworkLoader::Job {
 
 struct ArtworkLoader::Worker {
     explicit Worker(ArtworkLoader &loader)
-        : receiver(&loader)
+        : readingLimit(loader.m_limits.reading)
+        , receiver(&loader)
     {
     }
 
@@ -55,6 +47,7 @@ struct ArtworkLoader::Worker {
     Job takeNext(); ///< with the mutex locked and a job there
     void deliver(Job job, const QImage &image);
 
+    const std::chrono::milliseconds readingLimit;
     std::mutex mutex; ///< guards all below but the flag
     std::condition_variable changed;
     std::vector<Job> jobs; ///< the most recently asked for last
@@ -75,7 +68,7 @@ void ArtworkLoader::Worker::run()
         Job job = takeNext();
         lock.unlock();
         if (job.bytes.isEmpty())
-            job.bytes = readFrom(job.files, job.request.picture);
+            job.bytes = readFrom(job.files, job.request.picture, QDeadlineTimer(readingLimit));
         const QImage image = decodedPicture(job.bytes, job.request.pixels, isAbandoned);
         lock.lock();
         deliver(std::move(job), image);
@@ -103,9 +96,10 @@ void ArtworkLoader::Worker::deliver(Job job, const QImage &image)
     Q_EMIT receiver->delivered({});
 }
 
-ArtworkLoader::ArtworkLoader()
-    : m_worker(std::make_shared<Worker>(*this))
-    , m_results(CacheLimit)
+ArtworkLoader::ArtworkLoader(const ArtworkLimits &limits)
+    : m_limits(limits)
+    , m_worker(std::make_shared<Worker>(*this))
+    , m_results(limits.cache)
 {
     m_lateness.setSingleShot(true);
     m_lateness.setTimerType(Qt::PreciseTimer);
@@ -141,9 +135,9 @@ void ArtworkLoader::ask(const Artwork &artwork, QSize pixels)
     std::vector<Job> &jobs = m_worker->jobs;
     if (isNew) {
         const bool isAnotherTry = m_results.contains(request); // behind a placeholder
-        m_waiting.insert(request, {QDeadlineTimer(Lateness, Qt::PreciseTimer), isAnotherTry});
+        m_waiting.insert(request, {QDeadlineTimer(m_limits.lateness, Qt::PreciseTimer), isAnotherTry});
         if (!m_lateness.isActive())
-            m_lateness.start(Lateness);
+            m_lateness.start(m_limits.lateness);
         jobs.push_back({request, artwork.files(), isHeld ? m_heldBytes : QByteArray(), isHeld});
     } else {
         const auto known =
@@ -207,7 +201,8 @@ void ArtworkLoader::take(const Job &job, const QImage &image)
     constexpr qsizetype leastCost = 256; // of a picture that there is not
     const bool isFinal = !job.bytes.isEmpty();
     m_results.insert(job.request,
-        new Result{image, isFinal ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(TimeToNextTry)},
+        new Result{
+            image, isFinal ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(m_limits.nextTry)},
         std::max(image.sizeInBytes(), leastCost));
     Q_EMIT changed(job.request.picture);
 }

@@ -8,27 +8,37 @@
 #include <QImage>
 #include <QObject>
 #include <QTimer>
+#include <chrono>
 #include <memory>
 #include <optional>
+
+/// How long an ArtworkLoader waits, and how much it keeps.
+struct ArtworkLimits {
+    qsizetype cache = 32 << 20; ///< bytes of results
+    std::chrono::milliseconds lateness{100}; ///< of what is awaited: then it is time for a placeholder
+    std::chrono::milliseconds reading{
+        5000}; ///< then no other file is looked at: one may be silent for 3 seconds
+    std::chrono::milliseconds nextTry{10'000}; ///< of a picture that no file had
+};
 
 /// Covers at the sizes at which they are drawn, read from their files and decoded on a thread of its own.
 ///
 /// A view asks for what it draws whenever it draws, and draws again when that has changed. What was asked for
-/// last comes first. The last 32 MiB of results are kept. Main thread only; nothing blocks, not even the end.
+/// last comes first. Main thread only; nothing blocks, not even the end.
 class ArtworkLoader : public QObject {
     Q_OBJECT
 
 public:
     struct Loaded {
         QImage image; ///< null if there is none, or none yet
-        bool isAwaited = false; ///< was asked for less than 100 ms ago: too early for a placeholder
+        bool isAwaited = false; ///< was asked for just now: too early for a placeholder
     };
 
-    ArtworkLoader();
+    explicit ArtworkLoader(const ArtworkLimits &limits = {});
     ~ArtworkLoader() override;
 
     /// The picture, upright, scaled to cover `pixels`, its overflow cut evenly off both sides. It never comes if
-    /// its body is damaged or takes 2 seconds to decode, and not for 10 seconds if no file has it any more.
+    /// its body is damaged or takes too long to decode, and not before the next try if no file has it any more.
     [[nodiscard]] Loaded image(const Artwork &artwork, QSize pixels);
 
     /// Drops what was asked for, but for these and for what is held.
@@ -70,6 +80,7 @@ private:
     void take(const Job &job, const QImage &image);
     void noteLateness();
 
+    const ArtworkLimits m_limits;
     std::shared_ptr<Worker> m_worker; ///< with its thread, which may outlive this
     QCache<Request, Result> m_results;
     QHash<Request, Waiting> m_waiting;

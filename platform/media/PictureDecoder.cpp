@@ -6,14 +6,10 @@
 #include <QImageReader>
 #include <QTransform>
 #include <algorithm>
-#include <chrono>
 #include <cstring>
-
-using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto TimeLimit = 2s;
 constexpr QImage::Format DrawnFormat = QImage::Format_ARGB32_Premultiplied;
 
 /// How often `target` fits into `region`.
@@ -72,13 +68,14 @@ QRect centredRegion(QSize size, QSize target)
     return {QPoint((size.width() - region.width()) / 2, (size.height() - region.height()) / 2), region};
 }
 
-QImage decodedPicture(const QByteArray &bytes, QSize pixels, const std::atomic<bool> &isAbandoned)
+QImage decodedPicture(const QByteArray &bytes, QSize pixels, const std::atomic<bool> &isAbandoned,
+    std::chrono::milliseconds limit)
 {
     const auto picture = readPicture(bytes);
     if (!picture || pixels.isEmpty())
         return {};
     const QSize target = picture->isTurned() ? pixels.transposed() : pixels;
-    PictureInput input(*picture, QDeadlineTimer(TimeLimit), isAbandoned);
+    PictureInput input(*picture, QDeadlineTimer(limit), isAbandoned);
     QImageReader reader(&input, picture->format);
     reader.setAutoDetectImageFormat(false);
     const QImage image = readRegion(reader, *picture, target);

@@ -1,4 +1,5 @@
 #include "platform/media/ArtworkLoader.h"
+#include "platform/media/PictureDecoder.h"
 #include "tests/TaggedFile.h"
 #include "tests/platform/audio/FaultyMedium.h"
 
@@ -8,6 +9,7 @@
 #include <malloc.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using Fault = FaultyMedium::Fault;
 
 namespace {
@@ -23,6 +25,11 @@ double heapMebibytes()
 struct LoaderFixture {
     CoverFiles files;
     ArtworkLoader loader;
+
+    explicit LoaderFixture(const ArtworkLimits &limits = {})
+        : loader(limits)
+    {
+    }
 
     [[nodiscard]] QImage image(const Artwork &artwork, QSize pixels = Small)
     {
@@ -99,6 +106,52 @@ private Q_SLOTS:
                 f.files.save(QUrl(file).fileName(), encoded(QImage(9, 9, QImage::Format_RGB32), "PNG"));
         }
         QCOMPARE(f.loaded(*third).pixelColor(20, 20), QColor(Qt::red));
+    }
+
+    void limitsAreThese()
+    {
+        QCOMPARE(ArtworkLimits().cache, 32 * 1024 * 1024);
+        QCOMPARE(ArtworkLimits().lateness, 100ms);
+        QCOMPARE(ArtworkLimits().reading, 5s);
+        QCOMPARE(ArtworkLimits().nextTry, 10s);
+        QCOMPARE(DecodingLimit, 2s);
+    }
+
+    void fileIsTriedAgainInGoodTime_data()
+    {
+        QTest::addColumn<bool>("isTime");
+        QTest::newRow("not yet") << false;
+        QTest::newRow("by then") << true;
+    }
+    void fileIsTriedAgainInGoodTime()
+    {
+        QFETCH(bool, isTime);
+        LoaderFixture f({.lateness = 1h, .nextTry = isTime ? 0ms : 1h});
+        const auto red = f.files.artwork(Qt::red);
+        const QString path = red->files().first().toLocalFile();
+        QVERIFY(QFile::rename(path, path + u'~'));
+        QSignalSpy changes(&f.loader, &ArtworkLoader::changed);
+        QVERIFY(f.image(*red).isNull());
+        QVERIFY(changes.wait());
+        QVERIFY(QFile::rename(path + u'~', path));
+        QVERIFY(f.image(*red).isNull());
+        QVERIFY(!f.loaded(*f.files.artwork(Qt::blue)).isNull());
+        if (isTime)
+            QTRY_VERIFY(!f.image(*red).isNull());
+        else
+            QVERIFY(f.image(*red).isNull());
+    }
+
+    void noOtherFileIsReadWhenTimeIsOver()
+    {
+        LoaderFixture f({.lateness = 1h, .reading = 0ms});
+        const auto first = f.files.artwork(Qt::red);
+        const auto second = f.files.artwork(Qt::red);
+        QVERIFY(QFile::remove(first->files().first().toLocalFile()));
+        QSignalSpy changes(&f.loader, &ArtworkLoader::changed);
+        QVERIFY(f.image(*second).isNull());
+        QVERIFY(changes.wait());
+        QVERIFY(f.image(*second).isNull());
     }
 
     void withoutAnyFileThereIsNone()
@@ -190,7 +243,9 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(red->files().first().toLocalFile()));
         QCOMPARE(f.loaded(*red, {100, 100}).pixelColor(50, 50), QColor(Qt::red));
         f.loader.hold({});
-        QVERIFY(f.loaded(*red, {101, 101}).isNull());
+        QVERIFY(f.image(*red, {101, 101}).isNull());
+        QTRY_VERIFY(!f.isAwaited(*red, {101, 101}));
+        QVERIFY(f.image(*red, {101, 101}).isNull());
     }
 
     void pictureThatIsDrawnAlreadyCanBeHeldToo()

@@ -266,6 +266,7 @@ private Q_SLOTS:
     {
         QVERIFY(decodedPicture(mediaFile("cover.png"), {9, 9}, true).isNull());
         QVERIFY(decodedPicture(mediaFile("cover.jpg"), {9, 9}, true).isNull());
+        QVERIFY(decodedPicture(mediaFile("cover.jpg"), {9, 9}, false, std::chrono::seconds(0)).isNull());
     }
 
     void overflowIsCutEvenlyOffBothSides_data()
