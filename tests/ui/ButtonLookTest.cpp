@@ -2,6 +2,7 @@
 #include "ui/Colors.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
+#include "ui/controls/Divider.h"
 #include "ui/controls/Slider.h"
 
 #include <QEnterEvent>
@@ -291,28 +292,62 @@ private Q_SLOTS:
         }
     }
 
-    void linesAroundAreCrisp_data() { addScales(); }
+    void linesAreCrisp_data() { addScales(); }
 
-    void linesAroundAreCrisp()
+    void linesAreCrisp()
     {
         QFETCH(const double, scale);
         LookFixture f;
         const QImage shown = f.look(f.view, scale);
+        // Whether a line begins at `first` of these colours and is as thick as whole pixels fit in a point.
+        const auto isLine = [&](const auto &at, int first, int inwards) {
+            const int last = first + inwards * (qFloor(scale) - 1);
+            return distance(at(first - 2 * inwards), at(first - inwards)) <= 4
+                && distance(at(first - inwards), at(first)) > 8 && distance(at(first), at(last)) <= 2
+                && distance(at(last), at(last + inwards)) > 8
+                && distance(at(last + inwards), at(last + 2 * inwards)) <= 2;
+        };
         for (const QWidget *piece : {static_cast<QWidget *>(f.view.findChild<Cover *>()),
                  static_cast<QWidget *>(&f.button(u"Añadir archivos de audio"_s))}) {
-            const QRect area = f.place(*piece);
+            const QRectF area = f.place(*piece);
             const auto at = [&](int x) { return shown.pixelColor(x, qFloor(area.center().y() * scale)); };
-            const int left = qCeil(area.left() * scale);
-            const int right = qFloor((area.left() + area.width()) * scale) - 1;
-            for (const auto &[first, inwards] : {std::pair(left, 1), {right, -1}}) {
-                const int last = first + inwards * (qFloor(scale) - 1);
-                QVERIFY(distance(at(first - 2 * inwards), at(first - inwards)) <= 4);
-                QVERIFY(distance(at(first - inwards), at(first)) > 8);
-                QVERIFY(distance(at(first), at(last)) <= 2);
-                QVERIFY(distance(at(last), at(last + inwards)) > 8);
-                QVERIFY(distance(at(last + inwards), at(last + 2 * inwards)) <= 2);
-            }
+            QVERIFY(isLine(at, qCeil(area.left() * scale), 1));
+            QVERIFY(isLine(at, qFloor(area.right() * scale) - 1, -1));
         }
+        for (const Divider *divider : f.view.findChildren<Divider *>()) {
+            const auto at = [&](int y) { return shown.pixelColor(200, y); };
+            QVERIFY(isLine(at, qCeil(f.place(*divider).top() * scale), 1));
+        }
+    }
+
+    void filledOneAnswersToHoverFaintly_data()
+    {
+        QTest::addColumn<QColor>("accent");
+        QTest::addColumn<QColor>("wash");
+        QTest::newRow("white text") << QColor(Qt::darkBlue) << QColor(0, 0, 0, 24);
+        QTest::newRow("black text") << QColor(Qt::yellow) << QColor(255, 255, 255, 48);
+    }
+
+    void filledOneAnswersToHoverFaintly()
+    {
+        QFETCH(const QColor, accent);
+        QFETCH(const QColor, wash);
+        LookFixture f;
+        QPalette palette = f.view.palette();
+        palette.setColor(QPalette::Highlight, accent);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+        palette.setColor(QPalette::Accent, accent);
+#endif
+        f.view.setPalette(palette);
+        Button &prominent = f.prominentButton();
+        const QPoint side(6, prominent.height() / 2);
+        f.hover(prominent, true);
+        QVERIFY(distance(f.at(prominent, side), mixed(wash, wash.alphaF(), accent)) <= 1);
+        f.add("a");
+        Button &play = f.button(u"Reproducir"_s);
+        const QColor ground = f.at(play, {0, 0});
+        f.hover(play, true);
+        QVERIFY(distance(f.at(play, {29, 5}), mixed(primaryColor(palette), 0.86, ground)) <= 2);
     }
 
     void sliderShowsTheFocusOfKeysOnly()
@@ -335,8 +370,13 @@ private Q_SLOTS:
         QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
         QVERIFY(!hasRing());
         f.view.setFocus();
-        volume.setFocus(Qt::TabFocusReason);
-        QVERIFY(hasRing());
+        for (const Qt::FocusReason reason : {Qt::TabFocusReason, Qt::BacktabFocusReason}) {
+            f.view.setFocus(Qt::MouseFocusReason);
+            QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
+            f.view.setFocus();
+            volume.setFocus(reason);
+            QVERIFY(hasRing());
+        }
     }
 };
 

@@ -85,6 +85,16 @@ private Q_SLOTS:
         QCOMPARE(secondaryColor(faint), primaryColor(faint));
     }
 
+    void tertiaryReadsWhereTheGroundIsTintedMost()
+    {
+        for (int grey = 0; grey < 0x60; grey += 4) {
+            const QPalette palette = paletteOf(0xffffff, qRgb(grey, grey, grey), 0x308cc6, 0xffffff);
+            const QColor tinted =
+                over(primaryColor(palette, 0.018), over(primaryColor(palette, 0.04), Qt::white));
+            QVERIFY(contrastRatio(over(tertiaryColor(palette), tinted), tinted) >= 4.5);
+        }
+    }
+
     void whatStandsOnTheAccentIsBlackOrWhite()
     {
         QCOMPARE(onAccentColor(paletteOf(0xffffff, 0x000000, 0x1a5fb4, 0xf0f0f0)), QColor(Qt::white));

@@ -221,13 +221,31 @@ private Q_SLOTS:
         const QColor seen = f.center();
         QVERIFY2(std::abs(seen.red() - 128) < 4 && std::abs(seen.blue() - 128) < 4, qPrintable(seen.name()));
         f.cover->setTrack(f.loadedTrack(QColor(0, 255, 0)));
-        f.fade().setCurrentTime(0);
+        QCOMPARE(f.fade().currentTime(), 0);
         QCOMPARE(f.center(), seen);
         f.fade().setCurrentTime(125);
         const QColor mixed = f.center();
         QVERIFY2(std::abs(mixed.red() - 64) < 4 && std::abs(mixed.blue() - 64) < 4
                 && std::abs(mixed.green() - 128) < 4,
             qPrintable(mixed.name()));
+    }
+
+    void currentCoverOutlivesItsFile()
+    {
+        CoverFixture f;
+        const Track track = f.loadedTrack(Qt::red);
+        f.cover->setTrack(track);
+        QTRY_VERIFY(!f.artworks.image(*track.artwork, {9, 9}).image.isNull());
+        QVERIFY(QFile::remove(track.artwork->files().first().toLocalFile()));
+        QTRY_VERIFY(!f.artworks.image(*track.artwork, {10, 10}).image.isNull());
+    }
+
+    void coverStaysUntilItIsLoadedInAnotherSize()
+    {
+        CoverFixture f;
+        f.show(Qt::red);
+        f.cover->setFixedSize(200, 200);
+        QCOMPARE(f.center(), QColor(Qt::red));
     }
 
     void coverThatIsStillLoadingFadesInWhenItComes()

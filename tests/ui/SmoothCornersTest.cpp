@@ -115,6 +115,22 @@ private Q_SLOTS:
         QVERIFY(!smooth.contains(QPointF(0.3, 0.3)));
     }
 
+    void onlyAPictureThatDoesNotFitIsSmoothed()
+    {
+        QImage picture(20, 20, QImage::Format_RGB32);
+        for (int i = 0; i < 400; ++i)
+            picture.setPixelColor(i % 20, i / 20, i % 3 ? Qt::black : Qt::white);
+        QImage shown(40, 40, QImage::Format_RGB32);
+        QPainter painter(&shown);
+        QPainterPath outline;
+        outline.addRect(10, 10, 20, 20);
+        fillWithPicture(painter, outline, QRectF(10, 10, 20, 20), picture);
+        QCOMPARE(shown.copy(10, 10, 20, 20), picture);
+        fillWithPicture(painter, outline, QRectF(9.5, 9.5, 21, 21), picture);
+        const int mixed = shown.pixelColor(20, 20).red();
+        QVERIFY2(mixed > 20 && mixed < 235, qPrintable(QString::number(mixed)));
+    }
+
     void hairlineIsCrisp_data()
     {
         QTest::addColumn<double>("scale");

@@ -21,22 +21,13 @@ void PlayButton::setPlaying(bool isPlaying)
     update();
 }
 
-QString PlayButton::symbol() const
-{
-    return m_isPlaying ? u"pause.fill"_s : u"play.fill"_s;
-}
-
-double PlayButton::symbolOffset() const
-{
-    // A centred triangle looks off-centre.
-    return m_isPlaying ? 0 : 1.5;
-}
-
 void PlayButton::draw(QPainter &painter, const QRectF &face, double)
 {
     painter.setPen(Qt::NoPen);
     painter.setBrush(primaryColor(palette(), isHovered() ? 0.86 : 1));
     painter.drawEllipse(face);
-    const QRectF area = QRectF(rect()).translated(symbolOffset(), 0);
-    drawSymbol(painter, area, symbol(), 23, windowBackgroundColor(palette()), QFont::Bold);
+    const QString symbol = m_isPlaying ? u"pause.fill"_s : u"play.fill"_s;
+    // A centred triangle looks off-centre.
+    const QRectF area = QRectF(rect()).translated(m_isPlaying ? 0 : 1.5, 0);
+    drawSymbol(painter, area, symbol, 23, windowBackgroundColor(palette()), QFont::Bold);
 }

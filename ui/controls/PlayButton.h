@@ -12,8 +12,6 @@ public:
     /// Shows what a click will do: pause while playing, play otherwise.
     void setPlaying(bool isPlaying);
 
-    [[nodiscard]] QString symbol() const;
-    [[nodiscard]] double symbolOffset() const; ///< points to the right
     [[nodiscard]] QSize sizeHint() const override { return {58, 58}; }
 
 private:
