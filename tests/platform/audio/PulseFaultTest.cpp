@@ -175,6 +175,8 @@ private Q_SLOTS:
     {
         QFETCH(bool, isServerHanging);
         QVERIFY(m_daemon->start());
+        PositionCapture capture;
+        QVERIFY(capture.start());
         QProcess child;
         child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         child.start(QCoreApplication::applicationFilePath(), {u"--play"_s, m_path});
@@ -189,6 +191,15 @@ private Q_SLOTS:
         QCOMPARE(child.exitStatus(), QProcess::NormalExit);
         QCOMPARE(child.exitCode(), 0);
         m_daemon->suspend(false);
+        if (isServerHanging)
+            return;
+        // It has faded in, and out: one fade alone has fewer of these frames than it has in all.
+        QVERIFY(capture.record(0.3));
+        int fading = 0;
+        for (std::int64_t frame = 0; frame < capture.frames(); ++frame)
+            fading += capture.gain(frame) > 0.05 && capture.gain(frame) < 0.95 ? 1 : 0;
+        qInfo("%d frames are heard within a fade", fading);
+        QVERIFY(fading > PositionCapture::fade);
     }
 };
 
