@@ -67,10 +67,11 @@ qint64 framesInBlock(const WavFormat &format, qint64 size)
 
 qint64 frames(const WavFormat &format, qint64 dataSize)
 {
+    const qint64 frameSize = format.channels * ((format.bits + 7) / 8);
     switch (format.codec) {
     case Pcm:
     case Float:
-        return dataSize / std::max<qint64>(format.channels * ((format.bits + 7) / 8), 1);
+        return frameSize > 0 ? dataSize / frameSize : 0;
     case ALaw:
     case MuLaw:
         return dataSize / format.channels;

@@ -52,10 +52,10 @@ QByteArray tagOf(const QByteArray &frame, const QByteArray &content, char flags 
     return "ID3" + QByteArray("\4\0\0", 3) + syncsafe(body.size()) + body;
 }
 
-/// A tag of one frame, which inflates to 64 MiB and starts with `beginning` then.
+/// A tag of one frame, which inflates to 250 MB and starts with `beginning` then.
 QByteArray inflatingTag(const QByteArray &frame, const QByteArray &beginning)
 {
-    constexpr qsizetype inflated = 64 << 20;
+    constexpr qsizetype inflated = 250'000'000;
     constexpr char compressedWithLength = 0x09;
     const QByteArray data =
         qCompress(beginning + QByteArray(inflated - beginning.size(), 'A'), 9).sliced(qsizetype(sizeof(int)));
@@ -402,6 +402,7 @@ const Place places[] = {
     {"before MP3", [](const QByteArray &tag) { return tag + mediaFile(u"song.mp3"_s); }},
     {"before FLAC", [](const QByteArray &tag) { return tag + mediaFile(u"flac.flac"_s); }},
     {"before AC-3", [](const QByteArray &tag) { return tag + mediaFile(u"dolby.ac3"_s); }},
+    {"before noise", [](const QByteArray &tag) { return tag + mediaFile(u"noise.mp3"_s); }},
     {"before WAV", [](const QByteArray &tag) { return tag + mediaFile(u"plain.wav"_s); }},
     {"behind another tag", [](const QByteArray &tag) { return tag + tag + mediaFile(u"song.mp3"_s); }},
     {"WAV, ID3", [](const QByteArray &tag) { return wave("ID3 ", tag); }},

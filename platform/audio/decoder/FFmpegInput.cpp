@@ -1,6 +1,7 @@
 #include "platform/audio/decoder/FFmpegInput.h"
 
 #include "platform/audio/decoder/Id3v2Mask.h"
+#include "platform/audio/decoder/Positioning.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -224,7 +225,10 @@ std::optional<double> FFmpegInput::duration() const
 
 bool FFmpegInput::isDurationGuessed() const
 {
-    return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || isRoundedDown();
+    // Writers of compressed WAV state what they like, and its reader halves what it takes for a count of channels.
+    const bool isCompressedWav = demuxer() == "wav" && !isPcm(m_audioStream->codecpar->codec_id);
+    return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || isRoundedDown()
+        || isCompressedWav;
 }
 
 /// The reader of Musepack SV8 counts whole packets, which last more than a second.

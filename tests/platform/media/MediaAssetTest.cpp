@@ -498,6 +498,7 @@ private Q_SLOTS:
         row("dolby.ac3", none, none, none, none, 1, 0.05);
         row("partly-fragmented.m4a", title, artist, album, none, 2, priming);
         row("ima.wav", none, none, none, none, 8164 / 8000.0, exact);
+        row("flac.wav", none, none, none, none, 1, exact);
         row("ima4.aiff", none, none, none, none, 1, 0.01);
         row("edited.m4a", title, artist, album, jpg, 1, exact);
         row("musepack7.mpc", none, none, none, none, 2.09, 0.02);
@@ -569,6 +570,7 @@ private Q_SLOTS:
         QTest::newRow("IMA ADPCM, a header") << format(0x11, 2, 2048, 4) << 2048 + 8 << 2041 + 1;
         QTest::newRow("Microsoft ADPCM, a header") << format(2, 2, 512, 4) << 512 + 14 << 500 + 2;
         QTest::newRow("GSM") << format(0x31, 1, 65, 0) << 650 + 64 << 3200;
+        QTest::newRow("PCM, no bits") << format(1, 1, 2, 0) << 3000 << -1;
         QTest::newRow("PCM, 17 bits") << format(1, 1, 0, 17) << 3000 << 1000;
         QTest::newRow("float, 64 bits") << format(3, 1, 8, 64) << 8000 << 1000;
         QTest::newRow("no block") << format(0x11, 1, 0, 4) << 1024 << -1;
