@@ -4,12 +4,6 @@
 
 namespace {
 
-Qt::Alignment alignmentOf(const QWidget &widget)
-{
-    const bool growsSideways = widget.sizePolicy().horizontalPolicy() & QSizePolicy::GrowFlag;
-    return growsSideways ? Qt::Alignment() : Qt::AlignHCenter;
-}
-
 QBoxLayout *stack(QBoxLayout::Direction direction, int spacing, std::initializer_list<StackItem> children)
 {
     auto *layout = new QBoxLayout(direction);
@@ -25,7 +19,7 @@ QBoxLayout *stack(QBoxLayout::Direction direction, int spacing, std::initializer
 void StackItem::addTo(QBoxLayout &stack) const
 {
     if (m_widget)
-        stack.addWidget(m_widget, 0, alignmentOf(*m_widget));
+        stack.addWidget(m_widget);
     else if (m_layout)
         stack.addLayout(m_layout);
     else
