@@ -243,6 +243,8 @@ private Q_SLOTS:
     void coverStaysUntilItIsLoadedInAnotherSize()
     {
         CoverFixture f;
+        StillStyle still;
+        f.cover->setStyle(&still);
         f.show(Qt::red);
         f.cover->setFixedSize(200, 200);
         QCOMPARE(f.center(), QColor(Qt::red));

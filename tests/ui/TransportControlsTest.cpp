@@ -142,6 +142,15 @@ private Q_SLOTS:
         QCOMPARE(play.toolTip(), u"Reproducir"_s);
     }
 
+    void heldReturnPressesOnce()
+    {
+        ViewFixture f;
+        f.add("a");
+        QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
+        QCoreApplication::sendEvent(&button(f, u"Repetir canción"_s), &held);
+        QVERIFY(!f.player.isRepeating());
+    }
+
     void previousAndNextChangeTheTrack()
     {
         ViewFixture f;
