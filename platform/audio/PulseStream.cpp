@@ -28,7 +28,6 @@ constexpr qsizetype LongestName = 200;
 
 constexpr pa_usec_t UsualLook = 100'000; // microseconds
 constexpr pa_usec_t StartingLook = 10'000; // until the server says that it moves on
-constexpr pa_usec_t Afterwards = 1000; // a frame that is waited for has certainly been heard
 
 /// On one line, in UTF-8.
 QByteArray displayed(const QString &text)
@@ -122,7 +121,9 @@ AudioOutput::Status PulseStream::status() const
 
 void PulseStream::handleConnected(pa_context *context)
 {
-    if (m_state == AudioOutput::State::Connecting && !connectStream(context))
+    if (m_stream || m_state == AudioOutput::State::Failed)
+        return;
+    if (!connectStream(context))
         fail();
 }
 
@@ -208,6 +209,7 @@ void PulseStream::drop()
     if (m_timer)
         api->time_free(m_timer);
     m_timer = nullptr;
+    m_state = AudioOutput::State::Failed;
     forgetQuestion();
     if (m_stream) {
         pa_stream_set_state_callback(m_stream, nullptr, nullptr);
@@ -223,8 +225,9 @@ void PulseStream::drop()
 
 void PulseStream::act()
 {
-    const pa_timing_info *info = pa_stream_get_timing_info(m_stream);
-    if (!info)
+    const pa_timing_info *info =
+        m_state == AudioOutput::State::Ready ? pa_stream_get_timing_info(m_stream) : nullptr;
+    if (!info || info->read_index_corrupt)
         return schedule();
     followServer(*info);
     const std::int64_t readFrame =
@@ -236,9 +239,9 @@ void PulseStream::act()
         changeQueued(readFrame, m_isCorked ? 0 : margin, mix);
     if (mix.isPlaying)
         fillQueue(readFrame);
-    if (mix.isPlaying)
+    if (mix.isPlaying && m_isCorked)
         setCorked(false);
-    else if (isSilenceHeard())
+    else if (!mix.isPlaying && isSilenceHeard())
         setCorked(true);
     noteEnd();
     if (m_isClosing && m_isCorked)
@@ -260,7 +263,8 @@ void PulseStream::followServer(const pa_timing_info &info)
 {
     const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
     const std::int64_t heard = info.read_index / m_frameSize - latency + framesSince(info);
-    if (info.playing && !m_isCorked)
+    const bool isMoving = info.playing && !m_isCorked;
+    if (isMoving)
         m_clock.set(pa_rtclock_now(), heard, true);
     else
         m_clock.set(pa_rtclock_now(), heardFrame(), false);
@@ -319,29 +323,24 @@ void PulseStream::noteEnd()
 /// Looks again when there is something to do next.
 void PulseStream::schedule()
 {
-    if (isSuspended())
+    if (m_isCorked || m_state != AudioOutput::State::Ready || isSuspended())
         return;
+    const pa_usec_t now = pa_rtclock_now();
+    pa_usec_t next = now + (m_clock.isMoving() ? UsualLook : StartingLook);
+    if (m_clock.isMoving() && !shallSound())
+        next =
+            std::min(next, m_clock.timeOf(m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
+    else if (m_clock.isMoving() && m_renderer.end() && !m_isEndNoted)
+        next = std::min(next, m_clock.timeOf(*m_renderer.end()) + 1000);
+
     const auto due = [](pa_mainloop_api *, pa_time_event *, const timeval *, void *self) {
         static_cast<PulseStream *>(self)->update();
     };
     pa_context *context = pa_stream_get_context(m_stream);
     if (m_timer)
-        pa_context_rttime_restart(context, m_timer, nextLook());
+        pa_context_rttime_restart(context, m_timer, next);
     else
-        m_timer = pa_context_rttime_new(context, nextLook(), due, this);
-}
-
-pa_usec_t PulseStream::nextLook() const
-{
-    const pa_usec_t now = pa_rtclock_now();
-    if (!m_clock.isMoving())
-        return now + StartingLook;
-    pa_usec_t next = now + UsualLook;
-    if (!shallSound())
-        next = std::min(next, m_clock.timeOf(silentFrame()) + Afterwards);
-    else if (m_renderer.end() && !m_isEndNoted)
-        next = std::min(next, m_clock.timeOf(*m_renderer.end()) + Afterwards);
-    return next;
+        m_timer = pa_context_rttime_new(context, next, due, this);
 }
 
 /// Whether the sink plays nothing at all until further notice.
@@ -350,20 +349,17 @@ bool PulseStream::isSuspended() const
     return pa_stream_is_suspended(m_stream) > 0;
 }
 
-/// First frame of a pause that can be given up.
-std::int64_t PulseStream::silentFrame() const
-{
-    return std::min(m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin), m_renderer.rendered());
-}
-
 bool PulseStream::isSilenceHeard() const
 {
-    return isSuspended() || heardFrame() >= silentFrame();
+    if (m_isCorked || isSuspended())
+        return !m_isCorked;
+    const std::int64_t silent = m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin);
+    return heardFrame() >= std::min(silent, m_renderer.rendered());
 }
 
 bool PulseStream::isEndHeard() const
 {
-    return m_renderer.isEndedAt(heardFrame());
+    return m_renderer.end() && heardFrame() >= *m_renderer.end();
 }
 
 std::int64_t PulseStream::heardFrame() const

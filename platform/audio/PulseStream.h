@@ -51,11 +51,9 @@ private:
     void setCorked(bool isCorked);
     void noteEnd();
     void schedule();
-    [[nodiscard]] pa_usec_t nextLook() const;
 
     [[nodiscard]] bool shallSound() const { return m_mix.isPlaying && !m_isHeld && !m_isClosing; }
     [[nodiscard]] bool isSuspended() const;
-    [[nodiscard]] std::int64_t silentFrame() const;
     [[nodiscard]] bool isSilenceHeard() const;
     [[nodiscard]] bool isEndHeard() const;
     [[nodiscard]] std::int64_t heardFrame() const;
