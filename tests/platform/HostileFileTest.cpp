@@ -498,12 +498,13 @@ private Q_SLOTS:
             verifyBounded(place.file(tag), place.name);
     }
 
-    void inflatingFrameBehindAThousandTags()
+    void inflatingFrameBehindManyTags()
     {
-        const QByteArray tags = QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(1000);
-        const QByteArray bytes = tags + inflatingTag("TIT2", "\3") + mediaFile(u"song.mp3"_s);
-        verifyBounded(bytes, "a thousand tags");
-        QVERIFY(soundOf(bytes) == soundOf(mediaFile(u"song.mp3"_s)));
+        const QByteArray tag("ID3\4\0\0\0\0\0\0", 10);
+        const QByteArray song = inflatingTag("TIT2", "\3") + mediaFile(u"song.mp3"_s);
+        QVERIFY(soundOf(tag.repeated(1000) + song) == soundOf(mediaFile(u"song.mp3"_s)));
+        verifyBounded(tag.repeated(1000) + song, "a thousand tags");
+        verifyBounded(tag.repeated(10'000) + song, "ten thousand tags");
     }
 
     void claimsOfAContainer_data()
@@ -597,8 +598,10 @@ private Q_SLOTS:
     void tagLeavesTheSound_data()
     {
         QTest::addColumn<const Place *>("place");
-        for (const Place &place : places)
-            QTest::newRow(place.name) << &place;
+        for (const Place &place : places) {
+            if (place.name != QByteArrayView("before noise")) // which has none
+                QTest::newRow(place.name) << &place;
+        }
     }
 
     void tagLeavesTheSound()

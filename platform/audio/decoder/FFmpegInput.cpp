@@ -32,7 +32,7 @@ constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of p
 constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
 
 constexpr std::int64_t LongestStep = 700'000'000; // the same, for a packet or a seek in damaged data
-constexpr int MostLeadingTags = 64; // a few are usual; those behind them are masked
+constexpr int MostLeadingTags = 4096; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
 // Audio containers only. Left out on purpose: playlists and anything else that refers to other files
