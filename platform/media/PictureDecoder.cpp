@@ -19,16 +19,17 @@ int wholeRatio(QSize region, QSize target)
 }
 
 /// The region of `image` at a fraction of its size, band by band: a copy of it all would take too much memory.
+/// Without its palette, of which scaling would lose the transparency.
 QImage reduced(const QImage &image, const QRect &region, int ratio)
 {
     if (ratio == 1)
-        return image.copy(region);
+        return image.copy(region).convertToFormat(DrawnFormat);
     QImage result(region.size() / ratio, DrawnFormat);
     for (int y = 0; y < result.height(); ++y) {
         const QRect band(region.left(), region.top() + y * ratio, result.width() * ratio, ratio);
         const QImage line = image.copy(band)
-                                .scaled(result.width(), 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                                .convertToFormat(DrawnFormat);
+                                .convertToFormat(DrawnFormat)
+                                .scaled(result.width(), 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         std::memcpy(result.scanLine(y), line.constScanLine(0), std::size_t(result.width()) * 4);
     }
     return result;
@@ -82,5 +83,5 @@ QImage decodedPicture(const QByteArray &bytes, QSize pixels, const std::atomic<b
     if (image.isNull() || input.isCutOff())
         return {};
     const QImage scaled = image.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    return turned(scaled, picture->orientation).convertToFormat(DrawnFormat);
+    return turned(scaled, picture->orientation);
 }

@@ -310,9 +310,15 @@ private Q_SLOTS:
     {
         QImage image(90, 90, QImage::Format_ARGB32);
         image.fill(QColor(255, 0, 0, 128));
-        for (const char *format : {"PNG", "WEBP"}) {
-            const QColor shown = decoded(encoded(image, format), {30, 30}).pixelColor(15, 15);
-            QVERIFY2(std::abs(shown.alpha() - 128) < 4 && shown.red() > 240, format);
+        QImage withPalette(90, 90, QImage::Format_Indexed8);
+        withPalette.setColorTable({qRgb(0, 0, 255), qRgba(255, 0, 0, 128)});
+        withPalette.fill(1);
+        for (const QByteArray &bytes :
+            {encoded(image, "PNG"), encoded(image, "WEBP"), encoded(withPalette, "PNG")}) {
+            for (const int side : {30, 60}) { // a whole ratio, and none
+                const QColor shown = decoded(bytes, {side, side}).pixelColor(15, 15);
+                QVERIFY2(std::abs(shown.alpha() - 128) < 4 && shown.red() > 240, bytes.left(4));
+            }
         }
     }
 
