@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/window/FramelessWindow.h"
+#include "desktop/FramelessWindow.h"
 #include "player/PayerManager.h"
 #include "ui/ViewRenderer.h"
 

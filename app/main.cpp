@@ -1,8 +1,8 @@
 #include "app/LumaverdineApp.h"
 #include "app/ProgramStyle.h"
-#include "platform/StandardStreams.h"
-#include "platform/window/SettingsPortal.h"
-#include "platform/window/XSettings.h"
+#include "desktop/SettingsPortal.h"
+#include "desktop/XSettings.h"
+#include "files/StandardStreams.h"
 
 #include <QApplication>
 #include <QIcon>

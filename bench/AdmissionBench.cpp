@@ -2,7 +2,7 @@
 // run, and the memory that they add, for 1,000 and for 10,000 tagged MP3 files, twelve of which share a cover, and
 // for 3,000 with larger covers. Needs 1.2 GB in the temporary folder.
 
-#include "platform/media/MediaContents.h"
+#include "metadata/MediaContents.h"
 #include "player/PayerManager.h"
 #include "tests/TaggedFile.h"
 

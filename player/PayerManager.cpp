@@ -1,9 +1,9 @@
 #include "player/PayerManager.h"
 
-#include "platform/StandardStreams.h"
-#include "platform/files/FileOrder.h"
-#include "platform/files/LocalFile.h"
-#include "platform/media/MediaBatch.h"
+#include "files/FileOrder.h"
+#include "files/LocalFile.h"
+#include "files/StandardStreams.h"
+#include "metadata/MediaBatch.h"
 
 #include <QCoreApplication>
 #include <QPointer>

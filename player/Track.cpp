@@ -1,6 +1,6 @@
 #include "player/Track.h"
 
-#include "platform/files/LocalFile.h"
+#include "files/LocalFile.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/media/Artwork.h"
-#include "platform/media/MediaAsset.h"
+#include "metadata/Artwork.h"
+#include "metadata/MediaAsset.h"
 
 #include <QList>
 #include <QString>

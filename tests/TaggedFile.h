@@ -1,19 +1,17 @@
 #pragma once
 
-#include "platform/media/Artwork.h"
+#include "metadata/Artwork.h"
+#include "tests/BigEndian.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QImage>
 #include <QTemporaryDir>
-#include <QtEndian>
 
 /// A frame of an ID3v2.3 tag.
 inline QByteArray id3v2Frame(const char *identifier, const QByteArray &content)
 {
-    QByteArray size(4, Qt::Uninitialized);
-    qToBigEndian(static_cast<quint32>(content.size()), size.data());
-    return identifier + size + QByteArray(2, '\0') + content;
+    return identifier + bigEndian(quint32(content.size())) + QByteArray(2, '\0') + content;
 }
 
 inline QByteArray id3v2Picture(const QByteArray &picture)

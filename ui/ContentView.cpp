@@ -1,6 +1,6 @@
 #include "ui/ContentView.h"
 
-#include "platform/files/FilePicker.h"
+#include "desktop/FilePicker.h"
 #include "player/PayerManager.h"
 #include "ui/ImportAlert.h"
 #include "ui/Layout.h"

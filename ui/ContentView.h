@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Result.h"
-#include "platform/media/ArtworkLoader.h"
+#include "files/Result.h"
+#include "metadata/ArtworkLoader.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRow.h"
 #include "ui/ViewRenderer.h"

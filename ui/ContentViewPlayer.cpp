@@ -2,7 +2,6 @@
 
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
-#include "ui/Fonts.h"
 #include "ui/Layout.h"
 #include "ui/SpokenTime.h"
 #include "ui/controls/Announcer.h"
@@ -13,6 +12,7 @@
 #include "ui/controls/Slider.h"
 #include "ui/controls/SymbolView.h"
 #include "ui/controls/TextButton.h"
+#include "ui/drawing/Fonts.h"
 
 #include <QAction>
 #include <algorithm>

@@ -2,7 +2,6 @@
 
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
-#include "ui/Fonts.h"
 #include "ui/InvitationLayout.h"
 #include "ui/Layout.h"
 #include "ui/PlaylistView.h"
@@ -11,6 +10,7 @@
 #include "ui/controls/SymbolView.h"
 #include "ui/controls/TextButton.h"
 #include "ui/controls/Tint.h"
+#include "ui/drawing/Fonts.h"
 
 #include <numeric>
 

@@ -1,9 +1,9 @@
 #include "ui/ImportAlert.h"
 
-#include "ui/Fonts.h"
 #include "ui/Layout.h"
 #include "ui/controls/Label.h"
 #include "ui/controls/TextButton.h"
+#include "ui/drawing/Fonts.h"
 
 #include <QAccessible>
 #include <QScreen>

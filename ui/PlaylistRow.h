@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/media/Artwork.h"
+#include "metadata/Artwork.h"
 
 #include <QMetaType>
 #include <QString>

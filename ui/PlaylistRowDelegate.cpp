@@ -1,15 +1,15 @@
 #include "ui/PlaylistRowDelegate.h"
 
-#include "platform/media/ArtworkLoader.h"
-#include "ui/Colors.h"
+#include "metadata/ArtworkLoader.h"
 #include "ui/DisplayText.h"
-#include "ui/Fonts.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowGeometry.h"
-#include "ui/SmoothCorners.h"
-#include "ui/Symbol.h"
-#include "ui/controls/DrawAsWhole.h"
-#include "ui/controls/FocusRing.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/DrawAsWhole.h"
+#include "ui/drawing/FocusRing.h"
+#include "ui/drawing/Fonts.h"
+#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QFontMetrics>
 #include <QPainter>

@@ -1,12 +1,12 @@
 #include "ui/PlaylistView.h"
 
-#include "platform/media/ArtworkLoader.h"
+#include "metadata/ArtworkLoader.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
-#include "ui/controls/FocusRing.h"
 #include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
+#include "ui/drawing/FocusRing.h"
 
 #include <QAccessible>
 #include <QContextMenuEvent>

@@ -1,10 +1,10 @@
 #include "ui/PopupStyle.h"
 
-#include "platform/window/Compositor.h"
-#include "ui/Colors.h"
-#include "ui/DevicePixels.h"
-#include "ui/SmoothCorners.h"
-#include "ui/controls/DrawAsWhole.h"
+#include "desktop/Compositor.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/DevicePixels.h"
+#include "ui/drawing/DrawAsWhole.h"
+#include "ui/drawing/SmoothCorners.h"
 
 #include <QApplication>
 #include <QMenu>

@@ -1,4 +1,5 @@
 #include "tests/PaintCount.h"
+#include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Backdrop.h"
@@ -150,5 +151,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(HiddenTitleBarTest)
+LUMAVERDINE_TEST(HiddenTitleBarTest)
 #include "HiddenTitleBarTest.moc"

@@ -1,7 +1,6 @@
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -135,5 +134,6 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LibraryPathTest)
+LUMAVERDINE_TEST(LibraryPathTest)
 #include "LibraryPathTest.moc"
+#include "tests/TestProgram.h"

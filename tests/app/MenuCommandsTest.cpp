@@ -1,4 +1,5 @@
-#include "platform/files/FilePicker.h"
+#include "desktop/FilePicker.h"
+#include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "tests/player/Journal.h"
 #include "ui/ImportAlert.h"
@@ -175,5 +176,5 @@ private:
     }
 };
 
-QTEST_MAIN(MenuCommandsTest)
+LUMAVERDINE_TEST(MenuCommandsTest)
 #include "MenuCommandsTest.moc"

@@ -1,5 +1,6 @@
 #include "app/ProgramStyle.h"
 #include "tests/TaggedFile.h"
+#include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/SelectableLabel.h"
@@ -91,5 +92,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ProgramStyleTest)
+LUMAVERDINE_TEST(ProgramStyleTest)
 #include "ProgramStyleTest.moc"

@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "ui/controls/SelectableLabel.h"
 #include "ui/controls/Slider.h"
@@ -101,5 +102,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ShortcutFocusTest)
+LUMAVERDINE_TEST(ShortcutFocusTest)
 #include "ShortcutFocusTest.moc"

@@ -1,4 +1,5 @@
-#include "platform/files/FilePicker.h"
+#include "desktop/FilePicker.h"
+#include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "ui/ContentView.h"
 #include "ui/ImportAlert.h"
@@ -115,5 +116,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(WindowTest)
+LUMAVERDINE_TEST(WindowTest)
 #include "WindowTest.moc"

@@ -1,8 +1,8 @@
 // Opens any bytes as sound, decodes them, seeks all over the track and decodes on from there.
 
-#include "platform/audio/DecoderModule.h"
+#include "decoder/DecoderModule.h"
+#include "tests/MemoryFile.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/platform/MemoryFile.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 // Reads the metadata of any bytes, as a file is read that is added to the playlist.
 
-#include "platform/media/MediaReader.h"
-#include "platform/media/PictureDecoder.h"
+#include "metadata/MediaReader.h"
+#include "metadata/PictureDecoder.h"
+#include "tests/MemoryFile.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/platform/MemoryFile.h"
 
 #include <QImage>
 

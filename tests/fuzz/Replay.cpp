@@ -2,7 +2,7 @@
 // the folder, then on COUNT seeded corruptions of each. Every single input has to end in bounded time.
 
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/platform/DamagedBytes.h"
+#include "tests/playback/DamagedBytes.h"
 
 #include <QCoreApplication>
 #include <QDir>

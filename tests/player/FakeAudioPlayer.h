@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/PlatformServices.h"
+#include "player/PlatformServices.h"
 
 #include <QStringList>
 #include <vector>

@@ -1,7 +1,7 @@
+#include "tests/TestProgram.h"
 #include "tests/player/Journal.h"
 #include "tests/player/PlayerFixture.h"
 
-#include <QTest>
 #include <limits>
 #include <thread>
 
@@ -632,5 +632,5 @@ private Q_SLOTS:
     void moving() { compare(); }
 };
 
-QTEST_GUILESS_MAIN(OperationsTest)
+LUMAVERDINE_TEST(OperationsTest)
 #include "OperationsTest.moc"

@@ -1,6 +1,5 @@
+#include "tests/TestProgram.h"
 #include "tests/player/PlayerFixture.h"
-
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -52,5 +51,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PlayerStateTest)
+LUMAVERDINE_TEST(PlayerStateTest)
 #include "PlayerStateTest.moc"

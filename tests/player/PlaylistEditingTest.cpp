@@ -1,10 +1,10 @@
-#include "platform/files/LocalFile.h"
-#include "platform/media/MediaContents.h"
+#include "files/LocalFile.h"
+#include "metadata/MediaContents.h"
+#include "tests/TestProgram.h"
 #include "tests/player/PlayerFixture.h"
 
 #include <QFileInfo>
 #include <QTemporaryFile>
-#include <QTest>
 #include <algorithm>
 #include <array>
 #include <ctime>
@@ -148,5 +148,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PlaylistEditingTest)
+LUMAVERDINE_TEST(PlaylistEditingTest)
 #include "PlaylistEditingTest.moc"

@@ -1,7 +1,7 @@
+#include "tests/TestProgram.h"
 #include "tests/player/PlayerFixture.h"
 
 #include <QElapsedTimer>
-#include <QTest>
 #include <QTimer>
 #include <cmath>
 #include <limits>
@@ -95,5 +95,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProgressTest)
+LUMAVERDINE_TEST(ProgressTest)
 #include "ProgressTest.moc"

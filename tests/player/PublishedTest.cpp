@@ -1,7 +1,7 @@
 #include "player/Published.h"
+#include "tests/TestProgram.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 namespace {
 
@@ -58,5 +58,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PublishedTest)
+LUMAVERDINE_TEST(PublishedTest)
 #include "PublishedTest.moc"

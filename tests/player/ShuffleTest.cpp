@@ -1,6 +1,6 @@
+#include "tests/TestProgram.h"
 #include "tests/player/PlayerFixture.h"
 
-#include <QTest>
 #include <map>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -122,5 +122,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ShuffleTest)
+LUMAVERDINE_TEST(ShuffleTest)
 #include "ShuffleTest.moc"

@@ -1,12 +1,11 @@
 #include "player/PayerManager.h"
-#include "tests/platform/audio/SoundServerTest.h"
-
-#include <QTest>
+#include "tests/TestProgram.h"
+#include "tests/playback/SoundServerFixture.h"
 
 using namespace Qt::StringLiterals;
 
 /// What is heard where one track gives way to another, read off a capture of position-coded tracks.
-class TrackChangeTest : public SoundServerTest {
+class TrackChangeTest : public SoundServerFixture {
     Q_OBJECT
 
 private:
@@ -142,8 +141,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    return TrackChangeTest().run(argc, argv);
-}
+static const bool isTrackChangeTestRegistered =
+    TestProgram::add("TrackChangeTest", [](int, char **) { return TrackChangeTest().run(); });
 #include "TrackChangeTest.moc"

@@ -1,9 +1,9 @@
 #include "player/Track.h"
-#include "platform/media/MediaContents.h"
+#include "metadata/MediaContents.h"
+#include "tests/TestProgram.h"
 
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
 #include <cmath>
 #include <sys/stat.h>
 
@@ -188,5 +188,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TrackTest)
+LUMAVERDINE_TEST(TrackTest)
 #include "TrackTest.moc"

@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/MenuButton.h"
@@ -299,5 +300,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(AccessibilityTest)
+LUMAVERDINE_TEST(AccessibilityTest)
 #include "AccessibilityTest.moc"

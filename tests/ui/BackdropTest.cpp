@@ -1,8 +1,8 @@
 #include "ui/controls/Backdrop.h"
+#include "tests/TestProgram.h"
 
 #include <QApplication>
 #include <QPainter>
-#include <QTest>
 #include <cmath>
 
 namespace {
@@ -120,5 +120,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(BackdropTest)
+LUMAVERDINE_TEST(BackdropTest)
 #include "BackdropTest.moc"

@@ -1,9 +1,11 @@
+#include "tests/TestProgram.h"
+#include "tests/ui/TestColors.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/Colors.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/Slider.h"
+#include "ui/drawing/Colors.h"
 
 #include <QEnterEvent>
 
@@ -11,21 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// How far apart two colours are, as their channel that differs most, of 255.
-int distance(const QColor &a, const QColor &b)
-{
-    return std::max(
-        {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
-}
-
-QColor mixed(const QColor &top, double opacity, const QColor &bottom)
-{
-    const auto mix = [&](float a, float b) { return static_cast<float>(b + (a - b) * opacity); };
-    return QColor::fromRgbF(
-        mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()), mix(top.blueF(), bottom.blueF()));
-}
-
-void addScales()
+void addButtonScales()
 {
     QTest::addColumn<double>("scale");
     for (const double scale : {1.0, 1.25, 1.5, 2.0})
@@ -234,7 +222,7 @@ private Q_SLOTS:
         QCOMPARE(f.at(button, {2, middle}), accentColor(f.view.palette()));
     }
 
-    void ringOfTheFocusHasNoFringe_data() { addScales(); }
+    void ringOfTheFocusHasNoFringe_data() { addButtonScales(); }
 
     void ringOfTheFocusHasNoFringe()
     {
@@ -262,7 +250,7 @@ private Q_SLOTS:
         }
     }
 
-    void symbolKeepsItsSizeAndPlaceWhenPressedOrDisabled_data() { addScales(); }
+    void symbolKeepsItsSizeAndPlaceWhenPressedOrDisabled_data() { addButtonScales(); }
 
     void symbolKeepsItsSizeAndPlaceWhenPressedOrDisabled()
     {
@@ -292,7 +280,7 @@ private Q_SLOTS:
         }
     }
 
-    void linesAreCrisp_data() { addScales(); }
+    void linesAreCrisp_data() { addButtonScales(); }
 
     void linesAreCrisp()
     {
@@ -380,5 +368,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ButtonLookTest)
+LUMAVERDINE_TEST(ButtonLookTest)
 #include "ButtonLookTest.moc"

@@ -1,6 +1,5 @@
-#include "ui/Colors.h"
-
-#include <QTest>
+#include "ui/drawing/Colors.h"
+#include "tests/TestProgram.h"
 
 namespace {
 
@@ -110,5 +109,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ColorsTest)
+LUMAVERDINE_TEST(ColorsTest)
 #include "ColorsTest.moc"

@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/PlaylistView.h"
@@ -14,7 +15,7 @@ constexpr int Scale = 3; // at which every stroke of a text covers whole pixels
 constexpr double ForTexts = 4.5;
 constexpr double ForMarks = 3;
 
-QPalette paletteOf(QRgb window, QRgb text, QRgb accent)
+QPalette contrastPalette(QRgb window, QRgb text, QRgb accent)
 {
     QPalette palette(QColor{text}, QColor{window});
     palette.setColor(QPalette::WindowText, QColor(text));
@@ -108,20 +109,20 @@ QRect inCircle(const QRect &button)
 void addPalettes()
 {
     QTest::addColumn<QPalette>("palette");
-    QTest::newRow("blue on light grey") << paletteOf(0xefefef, 0x000000, 0x308cc6);
-    QTest::newRow("blue on dark grey") << paletteOf(0x323232, 0xffffff, 0x308cc6);
-    QTest::newRow("blue on white") << paletteOf(0xfafafa, 0x2e3436, 0x3584e4);
-    QTest::newRow("blue on near black") << paletteOf(0x1e1e1e, 0xffffff, 0x3584e4);
-    QTest::newRow("sky blue on off-white") << paletteOf(0xeff0f1, 0x232629, 0x3daee9);
-    QTest::newRow("sky blue on slate") << paletteOf(0x2a2e32, 0xfcfcfc, 0x3daee9);
-    QTest::newRow("orange on white") << paletteOf(0xfafafa, 0x3d3d3d, 0xe95420);
-    QTest::newRow("orange on near black") << paletteOf(0x2c2c2c, 0xf7f7f7, 0xe95420);
-    QTest::newRow("mint on grey") << paletteOf(0xd4d4d4, 0x303030, 0x9ab87c);
-    QTest::newRow("yellow on white") << paletteOf(0xffffff, 0x000000, 0xffdd00);
-    QTest::newRow("navy on black") << paletteOf(0x000000, 0xffffff, 0x000080);
-    QTest::newRow("grey on grey") << paletteOf(0xe0e0e0, 0x202020, 0x808080);
-    QTest::newRow("white on white") << paletteOf(0xffffff, 0x1c1c1c, 0xffffff);
-    QTest::newRow("black on black") << paletteOf(0x101010, 0xffffff, 0x000000);
+    QTest::newRow("blue on light grey") << contrastPalette(0xefefef, 0x000000, 0x308cc6);
+    QTest::newRow("blue on dark grey") << contrastPalette(0x323232, 0xffffff, 0x308cc6);
+    QTest::newRow("blue on white") << contrastPalette(0xfafafa, 0x2e3436, 0x3584e4);
+    QTest::newRow("blue on near black") << contrastPalette(0x1e1e1e, 0xffffff, 0x3584e4);
+    QTest::newRow("sky blue on off-white") << contrastPalette(0xeff0f1, 0x232629, 0x3daee9);
+    QTest::newRow("sky blue on slate") << contrastPalette(0x2a2e32, 0xfcfcfc, 0x3daee9);
+    QTest::newRow("orange on white") << contrastPalette(0xfafafa, 0x3d3d3d, 0xe95420);
+    QTest::newRow("orange on near black") << contrastPalette(0x2c2c2c, 0xf7f7f7, 0xe95420);
+    QTest::newRow("mint on grey") << contrastPalette(0xd4d4d4, 0x303030, 0x9ab87c);
+    QTest::newRow("yellow on white") << contrastPalette(0xffffff, 0x000000, 0xffdd00);
+    QTest::newRow("navy on black") << contrastPalette(0x000000, 0xffffff, 0x000080);
+    QTest::newRow("grey on grey") << contrastPalette(0xe0e0e0, 0x202020, 0x808080);
+    QTest::newRow("white on white") << contrastPalette(0xffffff, 0x1c1c1c, 0xffffff);
+    QTest::newRow("black on black") << contrastPalette(0x101010, 0xffffff, 0x000000);
 }
 
 } // namespace
@@ -240,7 +241,7 @@ private Q_SLOTS:
 
     void accentThatReadsIsShownAsItIs()
     {
-        PaletteFixture f(paletteOf(0xffffff, 0x000000, 0x1a5fb4));
+        PaletteFixture f(contrastPalette(0xffffff, 0x000000, 0x1a5fb4));
         QCOMPARE(f.ink(f.row(0).title).color, QColor(0x1a5fb4));
         f.player.isShuffling = true;
         f.render();
@@ -248,5 +249,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ContrastTest)
+LUMAVERDINE_TEST(ContrastTest)
 #include "ContrastTest.moc"

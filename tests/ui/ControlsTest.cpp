@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/PlaylistView.h"
@@ -78,7 +79,7 @@ struct ControlsFixture : ViewFixture {
 };
 
 /// Whether an entry is drawn in red.
-bool isRed(Menu &menu, QAction *entry)
+bool isEntryRed(Menu &menu, QAction *entry)
 {
     const QImage drawn = menu.grab(menu.actionGeometry(entry)).toImage();
     for (int y = 0; y < drawn.height(); ++y) {
@@ -99,7 +100,7 @@ QStringList described(Menu &menu)
         entries.append(entry->isSeparator() ? u"-"_s : entry->text());
         if (!entry->isEnabled() && !entry->isSeparator())
             entries.last() += u", disabled"_s;
-        if (isRed(menu, entry))
+        if (isEntryRed(menu, entry))
             entries.last() += u", red"_s;
     }
     return entries;
@@ -213,5 +214,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ControlsTest)
+LUMAVERDINE_TEST(ControlsTest)
 #include "ControlsTest.moc"

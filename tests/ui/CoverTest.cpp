@@ -1,11 +1,11 @@
 #include "ui/controls/Cover.h"
 #include "tests/TaggedFile.h"
-#include "tests/platform/audio/FaultyMedium.h"
-#include "ui/controls/CoverShadow.h"
+#include "tests/TestProgram.h"
+#include "tests/files/FaultyMedium.h"
+#include "ui/drawing/CoverShadow.h"
 
 #include <QPalette>
 #include <QProxyStyle>
-#include <QTest>
 #include <QVariantAnimation>
 #include <cmath>
 
@@ -357,5 +357,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(CoverTest)
+LUMAVERDINE_TEST(CoverTest)
 #include "CoverTest.moc"

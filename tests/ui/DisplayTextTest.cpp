@@ -1,8 +1,8 @@
 #include "ui/DisplayText.h"
-#include "ui/Fonts.h"
+#include "tests/TestProgram.h"
+#include "ui/drawing/Fonts.h"
 
 #include <QFontMetricsF>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -84,5 +84,5 @@ private Q_SLOTS:
     void emptyTextIsOneEmptyLine() { QCOMPARE(wrappedLines({}, systemFont(14), 100, 2).size(), 1); }
 };
 
-QTEST_MAIN(DisplayTextTest)
+LUMAVERDINE_TEST(DisplayTextTest)
 #include "DisplayTextTest.moc"

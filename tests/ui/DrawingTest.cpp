@@ -1,7 +1,8 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/Pieces.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/Symbol.h"
 #include "ui/controls/Slider.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QFontDatabase>
 #include <functional>
@@ -550,5 +551,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(DrawingTest)
+LUMAVERDINE_TEST(DrawingTest)
 #include "DrawingTest.moc"

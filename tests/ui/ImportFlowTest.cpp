@@ -1,4 +1,5 @@
-#include "platform/files/FilePicker.h"
+#include "desktop/FilePicker.h"
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/ImportAlert.h"
 #include "ui/controls/TextButton.h"
@@ -257,5 +258,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ImportFlowTest)
+LUMAVERDINE_TEST(ImportFlowTest)
 #include "ImportFlowTest.moc"

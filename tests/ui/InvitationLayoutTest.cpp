@@ -1,4 +1,5 @@
 #include "ui/InvitationLayout.h"
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Divider.h"
@@ -166,5 +167,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(InvitationLayoutTest)
+LUMAVERDINE_TEST(InvitationLayoutTest)
 #include "InvitationLayoutTest.moc"

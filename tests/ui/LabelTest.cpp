@@ -1,15 +1,15 @@
-#include "ui/Fonts.h"
+#include "tests/TestProgram.h"
 #include "ui/controls/SelectableLabel.h"
+#include "ui/drawing/Fonts.h"
 
 #include <QFontMetrics>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 /// What of an image stands out from its ground, as the smallest rectangle around it.
-QRect inked(const QImage &image)
+QRect inkOf(const QImage &image)
 {
     const int ground = qGray(image.pixel(0, 0));
     QRect found;
@@ -57,13 +57,13 @@ private Q_SLOTS:
         label->resize(300, label->sizeHint().height());
         label->setText(text);
         const QImage image = label->grab().toImage();
-        const QRect ink = inked(image);
+        const QRect ink = inkOf(image);
         // Dots lie at the foot of the line only, letters do not.
         const int dots = QFontMetrics(font).horizontalAdvance(u'…') / 2;
         const QRect left(ink.left(), 0, dots, image.height());
         const QRect right(ink.right() - dots, 0, dots, image.height());
         const auto isLow = [&](const QRect &end) {
-            return inked(image.copy(end)).height() < ink.height() / 2;
+            return inkOf(image.copy(end)).height() < ink.height() / 2;
         };
         QCOMPARE(isLow(left), isOnTheLeft);
         QCOMPARE(isLow(right), !isOnTheLeft);
@@ -79,12 +79,12 @@ private Q_SLOTS:
             const QImage image = label.grab().toImage();
             const int lineHeight = label.minimumSizeHint().height();
             for (int line = 0; line < label.lines().size() - 1; ++line) {
-                const QRect ink = inked(image.copy(0, line * lineHeight, image.width(), lineHeight));
+                const QRect ink = inkOf(image.copy(0, line * lineHeight, image.width(), lineHeight));
                 QVERIFY2(ink.left() <= 5, qPrintable(word + QString::number(ink.left())));
             }
         }
     }
 };
 
-QTEST_MAIN(LabelTest)
+LUMAVERDINE_TEST(LabelTest)
 #include "LabelTest.moc"

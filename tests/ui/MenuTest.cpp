@@ -1,11 +1,11 @@
 #include "ui/controls/Menu.h"
+#include "tests/TestProgram.h"
 
-#include "ui/Colors.h"
 #include "ui/PopupStyle.h"
 #include "ui/controls/MenuButton.h"
+#include "ui/drawing/Colors.h"
 
 #include <QApplication>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -187,5 +187,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(MenuTest)
+LUMAVERDINE_TEST(MenuTest)
 #include "MenuTest.moc"

@@ -1,4 +1,5 @@
 #include "tests/TaggedFile.h"
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/SelectableLabel.h"
@@ -373,5 +374,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(NowPlayingTest)
+LUMAVERDINE_TEST(NowPlayingTest)
 #include "NowPlayingTest.moc"

@@ -1,7 +1,7 @@
 #include "tests/ui/Pieces.h"
 
-#include "ui/SmoothCorners.h"
-#include "ui/Symbol.h"
+#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QFontMetricsF>
 #include <QMap>

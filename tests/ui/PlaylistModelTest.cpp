@@ -1,9 +1,9 @@
 #include "ui/PlaylistModel.h"
+#include "tests/TestProgram.h"
 #include "tests/player/PlayerFixture.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -164,5 +164,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PlaylistModelTest)
+LUMAVERDINE_TEST(PlaylistModelTest)
 #include "PlaylistModelTest.moc"

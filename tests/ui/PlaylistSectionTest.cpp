@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/TextButton.h"
@@ -112,5 +113,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(PlaylistSectionTest)
+LUMAVERDINE_TEST(PlaylistSectionTest)
 #include "PlaylistSectionTest.moc"

@@ -1,10 +1,11 @@
 #include "ui/PlaylistView.h"
 #include "tests/TaggedFile.h"
-#include "tests/platform/audio/FaultyMedium.h"
+#include "tests/TestProgram.h"
+#include "tests/files/FaultyMedium.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/Colors.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/controls/TextButton.h"
+#include "ui/drawing/Colors.h"
 
 #include <QAccessible>
 #include <QContextMenuEvent>
@@ -817,5 +818,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(PlaylistViewTest)
+LUMAVERDINE_TEST(PlaylistViewTest)
 #include "PlaylistViewTest.moc"

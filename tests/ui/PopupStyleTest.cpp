@@ -1,11 +1,12 @@
 #include "ui/PopupStyle.h"
+#include "tests/TestProgram.h"
+#include "tests/ui/TestColors.h"
 
-#include "ui/Colors.h"
 #include "ui/controls/Menu.h"
+#include "ui/drawing/Colors.h"
 
 #include <QApplication>
 #include <QLabel>
-#include <QTest>
 #include <QToolTip>
 
 using namespace Qt::StringLiterals;
@@ -22,20 +23,6 @@ QPalette scheme(const QColor &window, const QColor &text)
 
 const QPalette Light = scheme(QColor(0xefefef), Qt::black);
 const QPalette Dark = scheme(QColor(0x2a2e32), QColor(0xfcfcfc));
-
-/// How far apart two colours are, as their channel that differs most, of 255.
-int distance(const QColor &a, const QColor &b)
-{
-    return std::max(
-        {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
-}
-
-QColor mixed(const QColor &top, double opacity, const QColor &bottom)
-{
-    const auto mix = [&](float a, float b) { return static_cast<float>(b + (a - b) * opacity); };
-    return QColor::fromRgbF(
-        mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()), mix(top.blueF(), bottom.blueF()));
-}
 
 /// The rectangle around what differs from the ground in a part of a picture, which begins with ground.
 QRect inked(const QImage &image, const QRect &part, int least = 60)
@@ -350,5 +337,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(PopupStyleTest)
+LUMAVERDINE_TEST(PopupStyleTest)
 #include "PopupStyleTest.moc"

@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/controls/Slider.h"
@@ -291,5 +292,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ProgressSectionTest)
+LUMAVERDINE_TEST(ProgressSectionTest)
 #include "ProgressSectionTest.moc"

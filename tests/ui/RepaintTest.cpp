@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Button.h"
@@ -132,5 +133,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(RepaintTest)
+LUMAVERDINE_TEST(RepaintTest)
 #include "RepaintTest.moc"

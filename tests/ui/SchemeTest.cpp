@@ -1,4 +1,5 @@
 #include "tests/PaintCount.h"
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Cover.h"
 
@@ -18,8 +19,8 @@ QPalette scheme(QRgb window, QRgb text, QRgb accent)
     return palette;
 }
 
-const QPalette Light = scheme(0xf4f4f4, 0x101010, 0x2a6fc9);
-const QPalette Dark = scheme(0x202124, 0xf2f2f2, 0x6aa9ff);
+const QPalette LightScheme = scheme(0xf4f4f4, 0x101010, 0x2a6fc9);
+const QPalette DarkScheme = scheme(0x202124, 0xf2f2f2, 0x6aa9ff);
 const QPalette Orange = scheme(0xf4f4f4, 0x101010, 0xc2500a);
 
 /// A view with three tracks, the first one playing, or an empty one.
@@ -59,9 +60,9 @@ private Q_SLOTS:
         QTest::addColumn<QPalette>("after");
         for (const bool hasTracks : {true, false}) {
             const char *content = hasTracks ? "with tracks" : "empty";
-            QTest::addRow("light to dark, %s", content) << hasTracks << Light << Dark;
-            QTest::addRow("dark to light, %s", content) << hasTracks << Dark << Light;
-            QTest::addRow("accent, %s", content) << hasTracks << Light << Orange;
+            QTest::addRow("light to dark, %s", content) << hasTracks << LightScheme << DarkScheme;
+            QTest::addRow("dark to light, %s", content) << hasTracks << DarkScheme << LightScheme;
+            QTest::addRow("accent, %s", content) << hasTracks << LightScheme << Orange;
         }
     }
 
@@ -82,15 +83,15 @@ private Q_SLOTS:
 
     void changeRepaintsWithoutBeingAsked()
     {
-        QApplication::setPalette(Light);
+        QApplication::setPalette(LightScheme);
         SchemeFixture f(true);
         PaintCount paints({f.view.findChild<Cover *>()});
         f.render();
         paints.count = 0;
-        QApplication::setPalette(Dark);
+        QApplication::setPalette(DarkScheme);
         QTRY_VERIFY(paints.count > 0);
     }
 };
 
-QTEST_MAIN(SchemeTest)
+LUMAVERDINE_TEST(SchemeTest)
 #include "SchemeTest.moc"

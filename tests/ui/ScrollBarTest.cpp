@@ -1,4 +1,5 @@
 #include "ui/controls/ScrollBar.h"
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 
@@ -138,5 +139,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ScrollBarTest)
+LUMAVERDINE_TEST(ScrollBarTest)
 #include "ScrollBarTest.moc"

@@ -1,9 +1,10 @@
 #include "ui/controls/Slider.h"
-#include "ui/Colors.h"
+#include "tests/TestProgram.h"
+#include "tests/ui/TestColors.h"
+#include "ui/drawing/Colors.h"
 
 #include <QAccessible>
 #include <QPainter>
-#include <QTest>
 #include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
@@ -63,13 +64,6 @@ struct SliderFixture {
         return QAccessible::queryAccessibleInterface(&slider);
     }
 };
-
-/// The channel that differs most, of 255.
-int distance(const QColor &a, const QColor &b)
-{
-    return std::max(
-        {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
-}
 
 /// Of all pixels.
 int distance(const QImage &a, const QImage &b)
@@ -433,5 +427,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SliderTest)
+LUMAVERDINE_TEST(SliderTest)
 #include "SliderTest.moc"

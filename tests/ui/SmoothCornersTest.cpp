@@ -1,8 +1,8 @@
-#include "ui/SmoothCorners.h"
+#include "ui/drawing/SmoothCorners.h"
+#include "tests/TestProgram.h"
 
 #include <QImage>
 #include <QPainter>
-#include <QTest>
 #include <cmath>
 
 namespace {
@@ -201,5 +201,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SmoothCornersTest)
+LUMAVERDINE_TEST(SmoothCornersTest)
 #include "SmoothCornersTest.moc"

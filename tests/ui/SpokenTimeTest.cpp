@@ -1,6 +1,6 @@
 #include "ui/SpokenTime.h"
+#include "tests/TestProgram.h"
 
-#include <QTest>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -30,5 +30,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SpokenTimeTest)
+LUMAVERDINE_TEST(SpokenTimeTest)
 #include "SpokenTimeTest.moc"

@@ -1,9 +1,9 @@
-#include "ui/Symbol.h"
+#include "ui/drawing/Symbol.h"
+#include "tests/TestProgram.h"
 
 #include <QImage>
 #include <QPainter>
 #include <QPixmapCache>
-#include <QTest>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -362,5 +362,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SymbolTest)
+LUMAVERDINE_TEST(SymbolTest)
 #include "SymbolTest.moc"

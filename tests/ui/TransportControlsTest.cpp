@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/PlayButton.h"
 #include "ui/controls/SymbolButton.h"
@@ -8,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QStringList Names{u"Reproducción aleatoria"_s, u"Canción anterior"_s, u"Reproducir"_s,
+const QStringList ButtonNames{u"Reproducción aleatoria"_s, u"Canción anterior"_s, u"Reproducir"_s,
     u"Canción siguiente"_s, u"Repetir canción"_s};
 
 Button &button(const ViewFixture &f, const QString &name)
@@ -34,19 +35,19 @@ private Q_SLOTS:
     {
         const ViewFixture f;
         int right = 0;
-        for (const QString &name : Names) {
+        for (const QString &name : ButtonNames) {
             const QRect place = f.place(button(f, name));
             QVERIFY2(place.left() >= right, qPrintable(name));
             right = place.right();
         }
-        QCOMPARE(f.place(button(f, Names.first())).left(), 30);
-        QCOMPARE(f.place(button(f, Names.last())).right(), 720 - 30 - 1);
+        QCOMPARE(f.place(button(f, ButtonNames.first())).left(), 30);
+        QCOMPARE(f.place(button(f, ButtonNames.last())).right(), 720 - 30 - 1);
     }
 
     void onAnEmptyPlaylistTheyIgnoreClicksButKeepTheirTooltips()
     {
         ViewFixture f;
-        for (const QString &name : Names) {
+        for (const QString &name : ButtonNames) {
             QVERIFY2(!button(f, name).isEnabled(), qPrintable(name));
             QCOMPARE(button(f, name).toolTip(), name);
             click(button(f, name));
@@ -60,11 +61,11 @@ private Q_SLOTS:
     {
         ViewFixture f;
         f.add("a");
-        for (const QString &name : Names)
+        for (const QString &name : ButtonNames)
             QVERIFY2(button(f, name).isEnabled(), qPrintable(name));
         f.player.clearPlaylist();
         f.render();
-        for (const QString &name : Names)
+        for (const QString &name : ButtonNames)
             QVERIFY2(!button(f, name).isEnabled(), qPrintable(name));
     }
 
@@ -173,5 +174,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TransportControlsTest)
+LUMAVERDINE_TEST(TransportControlsTest)
 #include "TransportControlsTest.moc"

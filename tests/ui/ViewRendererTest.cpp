@@ -1,8 +1,8 @@
 #include "ui/ViewRenderer.h"
 #include "player/Published.h"
+#include "tests/TestProgram.h"
 
 #include <QCoreApplication>
-#include <QTest>
 
 namespace {
 
@@ -89,5 +89,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ViewRendererTest)
+LUMAVERDINE_TEST(ViewRendererTest)
 #include "ViewRendererTest.moc"

@@ -1,3 +1,4 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Backdrop.h"
@@ -246,5 +247,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(WindowLayoutTest)
+LUMAVERDINE_TEST(WindowLayoutTest)
 #include "WindowLayoutTest.moc"

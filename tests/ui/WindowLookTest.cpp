@@ -1,10 +1,11 @@
+#include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/Fonts.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/PlaylistView.h"
 #include "ui/PopupStyle.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/Divider.h"
+#include "ui/drawing/Fonts.h"
 
 #include <QAbstractButton>
 #include <QMenu>
@@ -275,5 +276,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(WindowLookTest)
+LUMAVERDINE_TEST(WindowLookTest)
 #include "WindowLookTest.moc"

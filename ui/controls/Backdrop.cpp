@@ -1,8 +1,8 @@
 #include "ui/controls/Backdrop.h"
 
-#include "platform/window/FramelessWindow.h"
-#include "ui/Colors.h"
-#include "ui/DevicePixels.h"
+#include "desktop/FramelessWindow.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/DevicePixels.h"
 
 #include <QPaintEvent>
 #include <QPainter>

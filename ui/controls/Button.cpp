@@ -1,8 +1,8 @@
 #include "ui/controls/Button.h"
 
-#include "ui/DevicePixels.h"
-#include "ui/controls/DrawAsWhole.h"
-#include "ui/controls/FocusRing.h"
+#include "ui/drawing/DevicePixels.h"
+#include "ui/drawing/DrawAsWhole.h"
+#include "ui/drawing/FocusRing.h"
 
 #include <QKeyEvent>
 

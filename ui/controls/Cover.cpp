@@ -1,12 +1,12 @@
 #include "ui/controls/Cover.h"
 
-#include "ui/Colors.h"
-#include "ui/DevicePixels.h"
-#include "ui/Fonts.h"
-#include "ui/SmoothCorners.h"
-#include "ui/Symbol.h"
-#include "ui/controls/CoverShadow.h"
 #include "ui/controls/Roles.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/CoverShadow.h"
+#include "ui/drawing/DevicePixels.h"
+#include "ui/drawing/Fonts.h"
+#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QEvent>
 #include <QPainter>

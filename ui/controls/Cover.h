@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/media/ArtworkLoader.h"
+#include "metadata/ArtworkLoader.h"
 #include "player/Track.h"
 
 #include <QPointer>

@@ -1,7 +1,7 @@
 #include "ui/controls/Label.h"
 
-#include "ui/Colors.h"
 #include "ui/controls/Roles.h"
+#include "ui/drawing/Colors.h"
 
 #include <QFontMetricsF>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "ui/controls/Menu.h"
 
-#include "ui/Colors.h"
+#include "ui/drawing/Colors.h"
 
 #include <QScreen>
 #include <QStyleOptionMenuItem>

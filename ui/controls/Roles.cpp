@@ -1,6 +1,6 @@
 #include "ui/controls/Roles.h"
 
-#include "platform/window/FramelessWindow.h"
+#include "desktop/FramelessWindow.h"
 #include "ui/PlaylistAccessible.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Announcer.h"

@@ -1,6 +1,6 @@
 #include "ui/controls/ScrollBar.h"
 
-#include "ui/Colors.h"
+#include "ui/drawing/Colors.h"
 
 #include <QApplication>
 #include <QCommonStyle>

@@ -1,7 +1,7 @@
 #include "ui/controls/SelectableLabel.h"
 
-#include "ui/Colors.h"
 #include "ui/controls/Menu.h"
+#include "ui/drawing/Colors.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>

@@ -1,9 +1,9 @@
 #include "ui/controls/Slider.h"
 
-#include "ui/Colors.h"
-#include "ui/controls/DrawAsWhole.h"
-#include "ui/controls/FocusRing.h"
 #include "ui/controls/Roles.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/DrawAsWhole.h"
+#include "ui/drawing/FocusRing.h"
 
 #include <QAccessible>
 #include <QKeyEvent>

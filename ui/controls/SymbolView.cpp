@@ -1,7 +1,7 @@
 #include "ui/controls/SymbolView.h"
 
-#include "ui/Colors.h"
-#include "ui/Symbol.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QPainter>
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "ui/controls/TextButton.h"
 
-#include "ui/Colors.h"
-#include "ui/Fonts.h"
-#include "ui/SmoothCorners.h"
-#include "ui/Symbol.h"
+#include "ui/drawing/Colors.h"
+#include "ui/drawing/Fonts.h"
+#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QFontMetrics>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "ui/controls/Tint.h"
 
-#include "ui/Colors.h"
+#include "ui/drawing/Colors.h"
 
 #include <QPainter>
 

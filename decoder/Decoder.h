@@ -1,0 +1,51 @@
+#pragma once
+
+#include "decoder/AudioFormat.h"
+#include "files/Result.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+
+/// A run of decoded sound.
+struct DecodedFrames {
+    std::span<const float> samples; ///< interleaved; valid until the next call; empty at the end
+    std::int64_t position = 0; ///< of the first frame, in frames from the start of the track
+};
+
+/// Asked now and then by an operation that can last: whether its result is wanted no longer. May be empty.
+using IsObsolete = std::function<bool()>;
+
+/// Decodes one file to frames of one format, from the first to the last audible sample.
+///
+/// One thread at a time; every call may block for as long as the file's medium does.
+class Decoder {
+public:
+    virtual ~Decoder() = default;
+    Decoder(const Decoder &) = delete;
+    Decoder &operator=(const Decoder &) = delete;
+
+    /// Of all frames that read() returns, also where the file changes its own on the way.
+    [[nodiscard]] virtual AudioFormat format() const = 0;
+
+    /// Length in seconds, 0 where the file does not tell.
+    [[nodiscard]] virtual double duration() const = 0;
+
+    /// Whether duration() is an estimate that the end of the track may refute.
+    [[nodiscard]] virtual bool isDurationGuessed() const = 0;
+
+    /// Whether damaged parts have been left out so far.
+    [[nodiscard]] virtual bool isDamaged() const = 0;
+
+    /// The next frames; they need not continue the former ones where the file has a hole. Fails where
+    /// decoding cannot go on.
+    virtual Result<DecodedFrames> read() = 0;
+
+    /// Makes read() go on at `frame`, to the sample where the format allows it; a position past the end leads
+    /// to the end. May decode all that lies before, which takes seconds in an hour of sound. False where the
+    /// file cannot be positioned or the seek has become obsolete; then only another seek can follow.
+    virtual bool seek(std::int64_t frame, const IsObsolete &isObsolete) = 0;
+
+protected:
+    Decoder() = default;
+};

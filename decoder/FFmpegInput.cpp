@@ -1,0 +1,350 @@
+#include "decoder/FFmpegInput.h"
+
+#include "decoder/Id3v2Mask.h"
+#include "decoder/Positioning.h"
+
+#include <QtEndian>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
+#include <libavutil/mem.h>
+}
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int BufferSize = 32 * 1024;
+// A claim of some bytes can make FFmpeg build an index of millions of packets for each track; 16 hours of AAC
+// have this many. Headers are read in parts smaller than those of two tracks, to look at it between them.
+constexpr std::int64_t MostIndexEntries = 2'500'000; // of 24 bytes
+constexpr int MostHeaderBytes = 256;
+constexpr std::int64_t MostBytesOfOgg = 16 << 20; // of packets, each of which FFmpeg holds five times
+constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of packets
+constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
+
+constexpr std::int64_t LongestStep = 700'000'000; // the same, for a packet or a seek in damaged data
+constexpr int MostLeadingTags = 4096; // a few are usual; those behind them are masked
+constexpr double LongestDuration = 1e8; // seconds; more than that is damage
+
+// Audio containers only. Left out on purpose: playlists and anything else that refers to other files
+// (hls, dash, concat, sdp, rtp), images, trackers, generators, devices, subtitles.
+constexpr char allowedFormats[] =
+    "aac,ac3,eac3,aiff,amr,ape,asf,au,caf,dsf,dts,dtshd,flac,iff,loas,matroska,webm,"
+    "mov,mp4,m4a,mlp,mp3,mpc,mpc8,ogg,oma,rm,shn,sox,tak,truehd,tta,voc,w64,wav,wv,xwma";
+
+/// Whether the headers of this format may have whole pictures among them.
+bool mayHoldCovers(const AVInputFormat &demuxer)
+{
+    return av_match_list(demuxer.name, "asf,flac,matroska,mov,ogg", ',') > 0;
+}
+
+/// What this thread has worked, in nanoseconds.
+std::int64_t threadTime()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::int64_t(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+int refuseNested(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
+{
+    return AVERROR(EPERM);
+}
+
+} // namespace
+
+FFmpegInput::FFmpegInput(FileDescriptor file, StopFlag stop)
+    : m_file(std::move(file))
+    , m_stop(std::move(stop))
+{
+}
+
+FFmpegInput::~FFmpegInput()
+{
+    avformat_close_input(&m_format);
+    if (m_io)
+        av_freep(&m_io->buffer);
+    avio_context_free(&m_io);
+}
+
+Result<std::unique_ptr<FFmpegInput>> FFmpegInput::open(FileDescriptor file, StopFlag stop)
+{
+    std::unique_ptr<FFmpegInput> input(new FFmpegInput(std::move(file), std::move(stop)));
+    if (const auto error = input->openContainer())
+        return *error;
+    return input;
+}
+
+Result<std::unique_ptr<FFmpegInput>> FFmpegInput::openAgain() const
+{
+    FileDescriptor file(fcntl(m_file.get(), F_DUPFD_CLOEXEC, 0));
+    if (file.get() < 0)
+        return Error{qt_error_string(errno)};
+    return open(std::move(file), m_stop);
+}
+
+std::optional<Error> FFmpegInput::openContainer()
+{
+    if (!allocateContexts())
+        return Error{u"No hay memoria suficiente."_s};
+    m_openingEnd = threadTime() + LongestOpening;
+    skipLeadingTags();
+    m_masksTags = true;
+    const AVInputFormat *probed = nullptr;
+    if (av_probe_input_buffer2(m_io, &probed, nullptr, m_format, 0, 0) < 0)
+        return openingError();
+    m_isProbed = true;
+    m_masksMatroska = std::string_view(probed->name).starts_with("matroska");
+    m_masksOgg = std::string_view(probed->name) == "ogg";
+    m_masksFlac = std::string_view(probed->name) == "flac";
+    if (!mayHoldCovers(*probed))
+        m_openingBytesLeft = MostBytesWithoutCovers;
+    else if (m_masksOgg)
+        m_openingBytesLeft = MostBytesOfOgg;
+    dropReadAhead();
+    // On failure this frees the format context and sets it to null.
+    if (avformat_open_input(&m_format, nullptr, probed, nullptr) < 0)
+        return openingError();
+    // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
+    m_masksTags = demuxer() == "aac";
+    m_masksMatroska = false;
+    m_masksFlac = false;
+    dropReadAhead();
+    chooseAudioStream();
+    if (avformat_find_stream_info(m_format, nullptr) < 0)
+        return openingError();
+    if (!chooseAudioStream())
+        return Error{u"El archivo no contiene audio."_s};
+    m_isOpen = true;
+    return std::nullopt;
+}
+
+void FFmpegInput::skipLeadingTags()
+{
+    std::array<std::uint8_t, 10> header = {};
+    for (int i = 0; i < MostLeadingTags; ++i) {
+        m_offset = 0;
+        const std::int64_t size =
+            read(this, header.data(), int(header.size())) > 0 ? Id3v2Mask::tagSize(header) : 0;
+        m_offset = 0;
+        if (size == 0)
+            return;
+        m_begin += size;
+    }
+}
+
+std::size_t FFmpegInput::look(std::int64_t position, std::span<std::uint8_t> bytes) const
+{
+    const ssize_t count = pread(m_file.get(), bytes.data(), bytes.size(), m_begin + position);
+    return count < 0 ? 0 : std::size_t(count);
+}
+
+/// Shows blocks of comments as padding: FFmpeg compares each comment with all others.
+void FFmpegInput::maskFlacComments(std::span<std::uint8_t> bytes)
+{
+    constexpr std::uint8_t last = 0x80;
+    constexpr std::uint8_t padding = 1;
+    constexpr std::uint8_t comments = 4;
+    const std::int64_t end = m_offset + std::int64_t(bytes.size());
+    while (m_nextFlacBlock < end) {
+        const std::int64_t block = m_nextFlacBlock;
+        std::array<std::uint8_t, 4> header = {};
+        look(block, header);
+        const std::uint8_t type = header[0];
+        const auto size = qFromBigEndian<std::uint32_t>(header.data()) & 0xFF'FFFF;
+        m_nextFlacBlock = type & last ? INT64_MAX : block + std::int64_t(header.size()) + size;
+        if ((type & ~last) == comments && block >= m_offset)
+            bytes[std::size_t(block - m_offset)] = (type & last) | padding;
+    }
+}
+
+/// What comes next is read again, by the rules of the next step.
+void FFmpegInput::dropReadAhead()
+{
+    const std::int64_t position = avio_tell(m_io);
+    avio_flush(m_io);
+    avio_seek(m_io, position, SEEK_SET);
+}
+
+bool FFmpegInput::allocateContexts()
+{
+    auto *buffer = static_cast<unsigned char *>(av_malloc(BufferSize));
+    m_io = buffer ? avio_alloc_context(buffer, BufferSize, 0, this, read, nullptr, seek) : nullptr;
+    if (!m_io) {
+        av_free(buffer);
+        return false;
+    }
+    m_format = avformat_alloc_context();
+    if (!m_format)
+        return false;
+    m_format->pb = m_io;
+    m_format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    m_format->io_open = refuseNested;
+    m_format->protocol_whitelist = av_strdup("");
+    m_format->format_whitelist = av_strdup(allowedFormats);
+    m_format->probesize = 1'000'000;
+    m_format->max_analyze_duration = std::int64_t(2) * AV_TIME_BASE;
+    m_format->max_streams = 64;
+    m_format->interrupt_callback = {
+        [](void *self) { return int(static_cast<FFmpegInput *>(self)->isStopped()); }, this};
+    return m_format->protocol_whitelist && m_format->format_whitelist;
+}
+
+bool FFmpegInput::chooseAudioStream()
+{
+    const int best = av_find_best_stream(m_format, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    if (best < 0)
+        return false;
+    for (unsigned index = 0; index < m_format->nb_streams; ++index)
+        m_format->streams[index]->discard = int(index) == best ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    m_audioStream = m_format->streams[best];
+    return true;
+}
+
+std::optional<double> FFmpegInput::duration() const
+{
+    double seconds = 0;
+    if (m_audioStream->duration != AV_NOPTS_VALUE) {
+        const double partOfPacket = isRoundedDown() ? 1 : 0;
+        seconds = (double(m_audioStream->duration) + partOfPacket) * av_q2d(m_audioStream->time_base);
+    } else if (m_format->duration != AV_NOPTS_VALUE)
+        seconds = double(m_format->duration) / AV_TIME_BASE;
+    if (!(seconds > 0 && seconds <= LongestDuration))
+        return std::nullopt;
+    return seconds;
+}
+
+bool FFmpegInput::isDurationGuessed() const
+{
+    // Writers of compressed WAV state what they like, and its reader halves what it takes for a count of channels.
+    const bool isCompressedWav = demuxer() == "wav" && !isPcm(m_audioStream->codecpar->codec_id);
+    return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || isRoundedDown()
+        || isCompressedWav;
+}
+
+/// The reader of Musepack SV8 counts whole packets, which last more than a second.
+bool FFmpegInput::isRoundedDown() const
+{
+    return demuxer() == "mpc8";
+}
+
+std::string_view FFmpegInput::demuxer() const
+{
+    return m_format->iformat->name;
+}
+
+int FFmpegInput::readPacket(AVPacket *packet)
+{
+    for (;;) {
+        startStep();
+        const int result = av_read_frame(m_format, packet);
+        if (result < 0 || packet->stream_index == m_audioStream->index)
+            return result;
+        av_packet_unref(packet);
+    }
+}
+
+bool FFmpegInput::seekTo(std::int64_t timestamp)
+{
+    startStep();
+    if (!isOgg()) // some others read all that lies before
+        m_stepEnd = INT64_MAX;
+    const int stream = m_audioStream->index;
+    return avformat_seek_file(m_format, stream, INT64_MIN, timestamp, timestamp, 0) >= 0
+        && threadTime() <= m_stepEnd && m_stepBytesLeft >= 0;
+}
+
+void FFmpegInput::startStep()
+{
+    m_stepEnd = threadTime() + LongestStep;
+    m_stepBytesLeft = isOgg() ? MostBytesOfOgg : INT64_MAX;
+}
+
+void FFmpegInput::forgetReadError()
+{
+    m_readErrorNumber = 0;
+    m_io->error = 0;
+}
+
+bool FFmpegInput::isOpeningAffordable() const
+{
+    std::int64_t entries = 0;
+    for (unsigned index = 0; index < m_format->nb_streams; ++index)
+        entries += avformat_index_get_entries_count(m_format->streams[index]);
+    return m_openingBytesLeft >= 0 && threadTime() < m_openingEnd && entries < MostIndexEntries;
+}
+
+bool FFmpegInput::isStopped() const
+{
+    return m_stop && m_stop->load(std::memory_order_relaxed);
+}
+
+Error FFmpegInput::openingError() const
+{
+    if (hasReadError())
+        return {u"El archivo no se puede leer (%1)."_s.arg(qt_error_string(m_readErrorNumber))};
+    return {u"El formato del archivo no se reconoce."_s};
+}
+
+int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
+{
+    auto &input = *static_cast<FFmpegInput *>(self);
+    if (input.m_isProbed && !input.m_isOpen)
+        size = std::min(size, MostHeaderBytes);
+    if (input.m_isOpen && (threadTime() > input.m_stepEnd || input.m_stepBytesLeft < 0))
+        return AVERROR_EOF;
+    ssize_t count = -1;
+    do {
+        if (input.isStopped())
+            return AVERROR_EXIT;
+        count = pread(input.m_file.get(), buffer, size_t(size), input.m_begin + input.m_offset);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        input.m_readErrorNumber = errno;
+        return AVERROR(errno);
+    }
+    if (!input.m_isOpen) {
+        input.m_openingBytesLeft -= count;
+        if (!input.isOpeningAffordable())
+            return AVERROR_EXIT;
+    }
+    if (input.m_masksTags)
+        count = ssize_t(Id3v2Mask::apply({buffer, size_t(count)}));
+    // FFmpeg looks for ID3v2 tags only in front of this format: of what is read again, none is left.
+    if (input.m_masksMatroska)
+        count = ssize_t(input.m_matroskaMask.apply({buffer, size_t(count)}));
+    if (input.m_masksOgg)
+        count = ssize_t(input.m_oggMask.apply({buffer, size_t(count)}, input.m_offset,
+            [&input](std::int64_t position, std::span<std::uint8_t> bytes) {
+                return input.look(position, bytes);
+            }));
+    if (input.m_masksFlac && count > 0)
+        input.maskFlacComments({buffer, size_t(count)});
+    input.m_offset += count;
+    input.m_stepBytesLeft -= count;
+    return count > 0 ? int(count) : AVERROR_EOF;
+}
+
+std::int64_t FFmpegInput::seek(void *self, std::int64_t offset, int whence)
+{
+    auto &input = *static_cast<FFmpegInput *>(self);
+    struct stat status = {};
+    if (((whence & AVSEEK_SIZE) || whence == SEEK_END) && fstat(input.m_file.get(), &status) != 0)
+        return AVERROR(errno);
+    const std::int64_t end = std::max<std::int64_t>(status.st_size - input.m_begin, 0);
+    if (whence & AVSEEK_SIZE)
+        return end;
+    const std::int64_t base = whence == SEEK_CUR ? input.m_offset : whence == SEEK_END ? end : 0;
+    if (offset < 0 ? base < -offset : offset > INT64_MAX - input.m_begin - base)
+        return AVERROR(EINVAL);
+    return input.m_offset = base + offset;
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "decoder/DecoderModule.h"
+#include "decoder/MatroskaMask.h"
+#include "decoder/OggMask.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+struct AVFormatContext;
+struct AVIOContext;
+struct AVPacket;
+struct AVStream;
+
+/// An audio container, open on one descriptor: the border that no file's bytes can cross.
+///
+/// 1. Bytes come from the descriptor alone, by pread(). 2. No protocol is allowed, and whatever a container
+/// refers to is refused. 3. Only demuxers of audio containers are allowed, by name. 4. How much is probed,
+/// how long, how many streams there may be, how much is read and how much time and memory is spent until the
+/// container is open, is bounded. 5. No
+/// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
+/// masked for as long as FFmpeg looks for them. 6. Costly elements of Matroska's headers and costly comments are
+/// masked (see MatroskaMask, OggMask), and so are all of FLAC's. 7. The stop flag ends every operation.
+///
+/// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
+/// time.
+class FFmpegInput {
+public:
+    /// Fails with a readable description where the file is not an audio container. `stop` may be null.
+    static Result<std::unique_ptr<FFmpegInput>> open(FileDescriptor file, StopFlag stop);
+    ~FFmpegInput();
+    FFmpegInput(const FFmpegInput &) = delete;
+    FFmpegInput &operator=(const FFmpegInput &) = delete;
+
+    /// The same file from its beginning. Reads from the same descriptor, whatever has become of its name.
+    [[nodiscard]] Result<std::unique_ptr<FFmpegInput>> openAgain() const;
+
+    /// FFmpeg's name of the container format.
+    [[nodiscard]] std::string_view demuxer() const;
+
+    [[nodiscard]] AVFormatContext *format() { return m_format; }
+    [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
+
+    /// Length in seconds, not negative and at most three years; nothing where the container does not tell.
+    [[nodiscard]] std::optional<double> duration() const;
+
+    /// Whether duration() was estimated, usually from the bit rate.
+    [[nodiscard]] bool isDurationGuessed() const;
+
+    [[nodiscard]] bool isOgg() const { return demuxer() == "ogg"; }
+
+    /// The next packet of the audio stream; 0 or an AVERROR code.
+    int readPacket(AVPacket *packet);
+
+    /// Leads to the last packet at or before `timestamp`, in the stream's time base; false if that fails.
+    bool seekTo(std::int64_t timestamp);
+
+    /// Whether the medium, rather than the file's content, has failed.
+    [[nodiscard]] bool hasReadError() const { return m_readErrorNumber != 0; }
+    [[nodiscard]] int readErrorNumber() const { return m_readErrorNumber; }
+
+    /// Gives the medium another chance.
+    void forgetReadError();
+
+private:
+    FFmpegInput(FileDescriptor file, StopFlag stop);
+
+    std::optional<Error> openContainer();
+    void skipLeadingTags();
+    bool allocateContexts();
+    /// Fills `bytes` with the container's from `position` on; answers how many there were.
+    std::size_t look(std::int64_t position, std::span<std::uint8_t> bytes) const;
+    void maskFlacComments(std::span<std::uint8_t> bytes);
+    void dropReadAhead();
+    void startStep();
+    bool chooseAudioStream();
+    [[nodiscard]] bool isOpeningAffordable() const;
+    [[nodiscard]] bool isStopped() const;
+    [[nodiscard]] bool isRoundedDown() const;
+    [[nodiscard]] Error openingError() const;
+
+    static int read(void *self, std::uint8_t *buffer, int size);
+    static std::int64_t seek(void *self, std::int64_t offset, int whence);
+
+    FileDescriptor m_file;
+    StopFlag m_stop;
+    std::int64_t m_begin = 0; ///< of the container in the file, behind its leading tags
+    std::int64_t m_offset = 0; ///< of the next read, from there
+    bool m_masksTags = false;
+    bool m_masksMatroska = false;
+    MatroskaMask m_matroskaMask;
+    bool m_masksOgg = false;
+    OggMask m_oggMask;
+    bool m_masksFlac = false;
+    std::int64_t m_nextFlacBlock = 4; ///< where the next header of a block stands, behind "fLaC"
+    std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
+    std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
+    std::int64_t m_stepEnd = INT64_MAX; ///< of the thread's own time for a packet or a seek
+    std::int64_t m_stepBytesLeft = 0; ///< that may be read for them
+    bool m_isProbed = false;
+    bool m_isOpen = false;
+    int m_readErrorNumber = 0;
+    AVIOContext *m_io = nullptr;
+    AVFormatContext *m_format = nullptr;
+    AVStream *m_audioStream = nullptr;
+};

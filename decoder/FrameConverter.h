@@ -1,0 +1,50 @@
+#pragma once
+
+#include "decoder/AudioFormat.h"
+
+#include <vector>
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/samplefmt.h>
+}
+
+struct AVFrame;
+struct SwrContext;
+
+/// Brings decoded frames of whatever format to interleaved 32-bit float of one rate and channel count, also
+/// where the input changes its own on the way. What comes out is finite and within -8 and 8, of which 1 is full
+/// scale; what is no number becomes silence.
+class FrameConverter {
+public:
+    FrameConverter() = default;
+    ~FrameConverter();
+    FrameConverter(const FrameConverter &) = delete;
+    FrameConverter &operator=(const FrameConverter &) = delete;
+
+    /// The format that suits a file whose first frame is `frame`: its own rate up to 192 kHz, mono or stereo.
+    [[nodiscard]] static AudioFormat formatFor(const AVFrame &frame);
+
+    void setOutput(AudioFormat format) { m_output = format; }
+
+    /// Appends the sound of `frame`, whose samples it may change, to `samples`; false where it cannot be
+    /// converted.
+    bool convert(AVFrame &frame, std::vector<float> &samples);
+
+    /// Appends what the resampler still holds, at the end of the track.
+    void drain(std::vector<float> &samples);
+
+    /// Forgets what the resampler still holds, before a seek.
+    void reset();
+
+private:
+    [[nodiscard]] bool accepts(const AVFrame &frame) const;
+    bool configure(const AVFrame &frame);
+    bool run(const unsigned char **input, int inputFrames, std::vector<float> &samples);
+
+    AudioFormat m_output;
+    SwrContext *m_resampler = nullptr;
+    int m_inputRate = 0;
+    AVSampleFormat m_inputFormat = AV_SAMPLE_FMT_NONE;
+    AVChannelLayout m_inputLayout = {};
+};

@@ -1,0 +1,168 @@
+#include "desktop/FramelessWindow.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QScreen>
+
+namespace {
+
+constexpr int Margin = 8; // beside the menus and the buttons
+constexpr int ButtonGap = 4;
+
+} // namespace
+
+FramelessWindow::FramelessWindow(WindowSystem system)
+    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
+    , m_system(std::move(system))
+{
+    setAttribute(Qt::WA_TranslucentBackground, m_blur.isOffered());
+    // A global menu makes the window at once, as it is then.
+    m_menus.setParent(this);
+    for (WindowButton *button : {&m_minimize, &m_zoom, &m_close})
+        button->setParent(this);
+    connect(&m_minimize, &QAbstractButton::clicked, this, &QWidget::showMinimized);
+    connect(&m_zoom, &QAbstractButton::clicked, this, &FramelessWindow::toggleZoom);
+    connect(&m_close, &QAbstractButton::clicked, this, &QWidget::close);
+    connect(&m_frame, &WindowFrame::pressed, this,
+        [this](Qt::Edges edges) { m_system.startResize(*windowHandle(), edges); });
+}
+
+void FramelessWindow::setContent(QWidget *content)
+{
+    m_content = content;
+    content->setParent(this);
+    content->lower();
+    setMinimumSize(content->minimumSize());
+    resize(content->sizeHint().boundedTo(screen()->availableSize()));
+}
+
+void FramelessWindow::setButtonLayout(const ButtonLayout &layout)
+{
+    m_buttonLayout = layout;
+    arrange();
+}
+
+void FramelessWindow::toggleZoom()
+{
+    fillsScreen() ? showNormal() : showMaximized();
+}
+
+bool FramelessWindow::fillsScreen() const
+{
+    return isMaximized() || isFullScreen();
+}
+
+void FramelessWindow::arrange()
+{
+    if (m_content)
+        m_content->setGeometry(rect());
+    m_frame.setGeometry(rect());
+    const bool isLeft = m_buttonLayout.side == Qt::LeftEdge;
+    const QSize menus = m_menus.sizeHint().boundedTo({width(), StripHeight});
+    m_menus.setGeometry(
+        {{isLeft ? width() - Margin - menus.width() : Margin, (StripHeight - menus.height()) / 2}, menus});
+    arrangeButtons(isLeft);
+}
+
+void FramelessWindow::arrangeButtons(bool isLeft)
+{
+    const QSize size = m_close.sizeHint();
+    const qsizetype last = m_buttonLayout.order.size() - 1;
+    const qsizetype outermost = isLeft ? 0 : last;
+    const int top = (StripHeight - size.height()) / 2;
+    int left = isLeft ? Margin : width() - Margin - 3 * size.width() - 2 * ButtonGap;
+    for (qsizetype number = 0; number <= last; ++number) {
+        // In a corner of the screen the mouse need not aim.
+        QMargins reach;
+        if (fillsScreen() && number == outermost)
+            reach = isLeft ? QMargins(Margin, top, 0, 0) : QMargins(0, top, Margin, 0);
+        button(m_buttonLayout.order.at(number)).placeAt({left, top}, reach);
+        left += size.width() + ButtonGap;
+    }
+}
+
+WindowButton &FramelessWindow::button(WindowButton::Kind kind)
+{
+    if (kind == WindowButton::Kind::Close)
+        return m_close;
+    return kind == WindowButton::Kind::Minimize ? m_minimize : m_zoom;
+}
+
+bool FramelessWindow::isTranslucent() const
+{
+    return m_blur.isOffered() && testAttribute(Qt::WA_TranslucentBackground);
+}
+
+void FramelessWindow::blurBehind()
+{
+    m_frame.setRound(isTranslucent());
+    update();
+    if (isTranslucent() && windowHandle())
+        m_blur.apply(*windowHandle(), fillsScreen() ? QRegion(rect()) : m_frame.inside());
+}
+
+void FramelessWindow::showEvent(QShowEvent *)
+{
+    blurBehind();
+}
+
+bool FramelessWindow::event(QEvent *event)
+{
+    if (event->type() == QEvent::LayoutRequest) {
+        arrange(); // another font makes the menus wider
+    } else if (event->type() == QEvent::WindowStateChange) {
+        m_zoom.setKind(fillsScreen() ? WindowButton::Kind::Restore : WindowButton::Kind::Zoom);
+        m_frame.setVisible(!fillsScreen());
+        arrange();
+        blurBehind();
+    } else if (event->type() == QEvent::ActivationChange) {
+        // It shows what the window manager's own title bars would.
+        for (QWidget *piece : std::initializer_list<QWidget *>{&m_menus, &m_minimize, &m_zoom, &m_close})
+            piece->update();
+    }
+    return QWidget::event(event);
+}
+
+void FramelessWindow::resizeEvent(QResizeEvent *)
+{
+    arrange();
+    blurBehind();
+}
+
+// What comes here has been left alone by everything in the window.
+
+bool FramelessWindow::isFreeAt(const QPoint &position) const
+{
+    // A control that is disabled leaves the mouse alone, but it is still a control.
+    const QWidget *piece = childAt(position);
+    return !piece || piece->isEnabled();
+}
+
+void FramelessWindow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton && isFreeAt(event->position().toPoint()))
+        m_pressed = event->globalPosition().toPoint();
+}
+
+void FramelessWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_pressed)
+        return;
+    const QPoint way = event->globalPosition().toPoint() - *m_pressed;
+    if (way.manhattanLength() < QApplication::startDragDistance())
+        return;
+    m_pressed.reset();
+    m_system.startMove(*windowHandle());
+}
+
+void FramelessWindow::mouseReleaseEvent(QMouseEvent *)
+{
+    m_pressed.reset();
+}
+
+void FramelessWindow::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    const QPoint position = event->position().toPoint();
+    if (event->button() == Qt::LeftButton && position.y() < StripHeight && isFreeAt(position))
+        toggleZoom();
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "desktop/DesktopSettings.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QVariant>
+#include <cstdint>
+
+/// The desktop's settings on X11, published by a program of the desktop as a property of one of its windows.
+///
+/// The format is that of https://specifications.freedesktop.org/xsettings-spec. Does nothing if the display is no X
+/// server. Main thread only.
+class XSettings final : public QAbstractNativeEventFilter {
+public:
+    /// If there are settings already, `follower` is called at once.
+    explicit XSettings(DesktopSettings::Follower follower);
+
+    /// The numbers and texts of a property by their names, up to the first bytes that make no sense.
+    [[nodiscard]] static QVariantHash parse(const QByteArray &property);
+
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+
+private:
+    void read();
+
+    DesktopSettings::Follower m_follower;
+    std::uint32_t m_selection = 0; ///< owned by the window that has the settings
+    std::uint32_t m_property = 0;
+    std::uint32_t m_arrival = 0; ///< the message that such a window has come
+    std::uint32_t m_publisher = 0; ///< that window
+};

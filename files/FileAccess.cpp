@@ -1,0 +1,8 @@
+#include "files/FileAccess.h"
+
+bool startAccessingSecurityScopedResource(const QUrl &)
+{
+    return true;
+}
+
+void stopAccessingSecurityScopedResource(const QUrl &) { }

@@ -1,0 +1,81 @@
+#include "files/LocalFile.h"
+
+#include "files/Patience.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+Error openingError(int number)
+{
+    switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+        return {u"El archivo no existe."_s};
+    case EACCES:
+    case EPERM:
+        return {u"No hay permiso para leer el archivo."_s};
+    default:
+        return {u"El archivo no se puede abrir (%1)."_s.arg(qt_error_string(number))};
+    }
+}
+
+} // namespace
+
+QByteArray localFilePath(const QUrl &url)
+{
+    const bool isHere = url.host().isEmpty() || url.host() == u"localhost"_s;
+    if (!url.isLocalFile() || !isHere)
+        return {};
+    return QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
+}
+
+QByteArray standardizedFilePath(const QUrl &url)
+{
+    const std::filesystem::path path(localFilePath(url).toStdString());
+    if (path.empty())
+        return url.toEncoded();
+    const auto normal = path.lexically_normal(); // ends in a slash where a '.' or '..' did
+    return QByteArray::fromStdString((normal.has_filename() ? normal : normal.parent_path()).string());
+}
+
+QByteArray localFolderPath(const QUrl &url)
+{
+    const QByteArray path = localFilePath(url);
+    return path.first(std::max<qsizetype>(path.lastIndexOf('/'), 0));
+}
+
+QString localFileName(const QUrl &url)
+{
+    const QByteArray path = localFilePath(url);
+    if (path.isEmpty())
+        return url.fileName();
+    return QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1));
+}
+
+Result<FileDescriptor> openRegularFile(const QUrl &url)
+{
+    const QByteArray path = localFilePath(url);
+    if (path.isEmpty() || path.contains('\0'))
+        return Error{u"La ubicación no es un archivo de este equipo."_s};
+
+    const Patience::Look look(Patience::instance(), localFolderPath(url));
+    FileDescriptor file(open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (file.get() < 0)
+        return openingError(errno);
+
+    struct stat status = {};
+    if (fstat(file.get(), &status) != 0)
+        return openingError(errno);
+    if (!S_ISREG(status.st_mode))
+        return Error{u"No es un archivo normal."_s};
+
+    fcntl(file.get(), F_SETFL, fcntl(file.get(), F_GETFL) & ~O_NONBLOCK);
+    return file;
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "files/Result.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QUrl>
+#include <unistd.h>
+#include <utility>
+
+/// The path of a file URL as the system's calls take it, byte for byte: also where the name is not valid
+/// UTF-8 or holds '#', '%' or '?'. Empty where the URL does not name a file of this machine, as where it
+/// names another host.
+QByteArray localFilePath(const QUrl &url);
+
+/// localFilePath() with '.', '..' and repeated slashes resolved, without looking at the disk: two URLs of the
+/// same file by such spellings have the same. The URL itself where it does not name a file of this machine.
+QByteArray standardizedFilePath(const QUrl &url);
+
+/// localFilePath() up to its last slash, which is left out.
+QByteArray localFolderPath(const QUrl &url);
+
+/// The last component of the path as text; bytes that are not UTF-8 show as U+FFFD.
+QString localFileName(const QUrl &url);
+
+/// Owns an open file descriptor.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor)
+        : m_descriptor(descriptor)
+    {
+    }
+    FileDescriptor(FileDescriptor &&other) noexcept
+        : m_descriptor(std::exchange(other.m_descriptor, -1))
+    {
+    }
+    FileDescriptor &operator=(FileDescriptor &&other) noexcept
+    {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
+    ~FileDescriptor()
+    {
+        if (m_descriptor >= 0)
+            close(m_descriptor);
+    }
+
+    [[nodiscard]] int get() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+/// Opens the regular file behind `url` for reading. Never waits for a FIFO's writer, never touches a device's
+/// line discipline; fails with a readable description for anything that is not a readable regular file.
+Result<FileDescriptor> openRegularFile(const QUrl &url);

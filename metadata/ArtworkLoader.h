@@ -1,0 +1,90 @@
+#pragma once
+
+#include "metadata/Artwork.h"
+
+#include <QCache>
+#include <QDeadlineTimer>
+#include <QHash>
+#include <QImage>
+#include <QObject>
+#include <QTimer>
+#include <chrono>
+#include <memory>
+#include <optional>
+
+/// How long an ArtworkLoader waits, and how much it keeps.
+struct ArtworkLimits {
+    qsizetype cache = 32 << 20; ///< bytes of results
+    std::chrono::milliseconds lateness{100}; ///< of what is awaited: then it is time for a placeholder
+    std::chrono::milliseconds reading{
+        5000}; ///< then no other file is looked at: one may be silent for 3 seconds
+    std::chrono::milliseconds nextTry{10'000}; ///< of a picture that no file had
+};
+
+/// Covers at the sizes at which they are drawn, read from their files and decoded on a thread of its own.
+///
+/// A view asks for what it draws whenever it draws, and draws again when that has changed. What was asked for
+/// last comes first. Main thread only; nothing blocks, not even the end.
+class ArtworkLoader : public QObject {
+    Q_OBJECT
+
+public:
+    struct Loaded {
+        QImage image; ///< null if there is none, or none yet
+        bool isAwaited = false; ///< was asked for just now: too early for a placeholder
+    };
+
+    explicit ArtworkLoader(const ArtworkLimits &limits = {});
+    ~ArtworkLoader() override;
+
+    /// The picture, upright, scaled to cover `pixels`, its overflow cut evenly off both sides. It never comes if
+    /// its body is damaged or takes too long to decode, and not before the next try if no file has it any more.
+    [[nodiscard]] Loaded image(const Artwork &artwork, QSize pixels);
+
+    /// Drops what was asked for, but for these and for what is held.
+    void keepOnly(const QList<Artwork> &visible);
+
+    /// Keeps the bytes of this one picture, so that it outlives its files. It is loaded before all others.
+    void hold(const std::optional<Artwork> &artwork);
+
+Q_SIGNALS:
+    /// Something else is to be drawn for a picture than was before, at some size.
+    void changed(const Fingerprint &picture);
+
+    void delivered(QPrivateSignal); ///< by the worker's thread
+
+private:
+    struct Request {
+        Fingerprint picture;
+        QSize pixels;
+
+        friend bool operator==(const Request &a, const Request &b) = default;
+        friend std::size_t qHash(const Request &request, std::size_t seed)
+        {
+            return qHashMulti(seed, request.picture, request.pixels.width(), request.pixels.height());
+        }
+    };
+    struct Result {
+        QImage image;
+        QDeadlineTimer expiry; ///< when it is worth another try
+    };
+    struct Waiting {
+        QDeadlineTimer lateness;
+        bool isLate = false;
+    };
+    struct Job;
+    struct Worker;
+
+    void ask(const Artwork &artwork, QSize pixels);
+    void takeDone();
+    void take(const Job &job, const QImage &image);
+    void noteLateness();
+
+    const ArtworkLimits m_limits;
+    std::shared_ptr<Worker> m_worker; ///< with its thread, which may outlive this
+    QCache<Request, Result> m_results;
+    QHash<Request, Waiting> m_waiting;
+    QTimer m_lateness; ///< runs while something is awaited
+    std::optional<Fingerprint> m_held;
+    QByteArray m_heldBytes; ///< empty until they are read
+};

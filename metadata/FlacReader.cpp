@@ -1,0 +1,157 @@
+#include "metadata/FlacReader.h"
+
+#include "metadata/Fields.h"
+#include "metadata/VorbisComment.h"
+
+#include <optional>
+
+namespace {
+
+constexpr qint64 HeaderSize = 4; // of a block
+constexpr int BlockLimit = 128;
+
+struct Block {
+    int type = 0;
+    bool isLast = false;
+    qint64 offset = 0; ///< of its content
+    qint64 size = 0; ///< of its content
+
+    [[nodiscard]] qint64 end() const { return offset + size; }
+    [[nodiscard]] bool is(FlacBlock kind) const { return type == int(kind); }
+};
+
+class FlacReader {
+public:
+    explicit FlacReader(MediaSource &source)
+        : m_source(source)
+    {
+    }
+
+    MediaContents contents()
+    {
+        constexpr qint64 markSize = 4; // "fLaC"
+        Block block{.offset = markSize};
+        for (int i = 0; i < BlockLimit && !block.isLast; ++i) {
+            const auto next = blockAt(block.end());
+            if (!next)
+                break;
+            block = *next;
+            take(block);
+        }
+        if (m_comment.isEmpty() && !isFrame(block.end()))
+            m_comment = lostComment(block.offset);
+        return {m_duration, m_pictures + m_comment};
+    }
+
+private:
+    [[nodiscard]] std::optional<Block> blockAt(qint64 offset) const
+    {
+        const QByteArray header = m_source.read(offset, HeaderSize);
+        if (header.size() < HeaderSize)
+            return std::nullopt;
+        const quint32 number = qFromBigEndian<quint32>(header.constData());
+        return Block{.type = int(number >> 24 & 0x7F),
+            .isLast = number >> 31 != 0,
+            .offset = offset + HeaderSize,
+            .size = number & 0xFF'FFFF};
+    }
+
+    /// Whether the sound starts at `offset`.
+    [[nodiscard]] bool isFrame(qint64 offset) const
+    {
+        const QByteArray mark = m_source.read(offset, 2);
+        return mark == "\xff\xf8" || mark == "\xff\xf9";
+    }
+
+    /// Whether a block that ends at `offset` has its true size, because sound follows or blocks that lead to it.
+    [[nodiscard]] bool leadsToSound(qint64 offset) const
+    {
+        for (int i = 0; i < BlockLimit; ++i) {
+            if (isFrame(offset))
+                return true;
+            const auto block = blockAt(offset);
+            if (!block)
+                return false;
+            offset = block->end();
+        }
+        return false;
+    }
+
+    void take(Block &block)
+    {
+        if (block.type == 0) {
+            m_duration = flacDuration(m_source.read(block.offset, block.size));
+            return;
+        }
+        if (!block.is(FlacBlock::VorbisComment) && !block.is(FlacBlock::Picture))
+            return;
+        if (!leadsToSound(block.end())) {
+            const qint64 size = block.is(FlacBlock::Picture) ? pictureSize(block) : commentSize(block);
+            if (leadsToSound(block.offset + size))
+                block.size = size;
+        }
+        const QByteArray content = m_source.readTag(block.offset, block.size);
+        if (block.is(FlacBlock::VorbisComment))
+            m_comment += vorbisCommentItems(content);
+        else if (m_pictures.size() < MaxItemsPerTag)
+            m_pictures.append({CommonIdentifier::Artwork, flacPicture(content).toByteArray()});
+    }
+
+    [[nodiscard]] qint64 commentSize(const Block &block) const
+    {
+        constexpr qint64 most = 1 << 24; // bytes of a block
+        return vorbisCommentSize(m_source.readTag(block.offset, most)).value_or(block.size);
+    }
+
+    [[nodiscard]] qint64 pictureSize(const Block &block) const
+    {
+        qint64 end = block.offset + 4; // what it shows
+        for (const qint64 fixed : {0, 0, 16}) { // MIME type; description; dimensions and the picture
+            const QByteArray length = m_source.read(end + fixed, 4);
+            end += fixed + 4 + Fields(QByteArrayView(length)).number<quint32_be>();
+        }
+        return end - block.offset;
+    }
+
+    /// The items of a comment somewhere behind `offset`, in front of which a size has led astray.
+    [[nodiscard]] QList<MetadataItem> lostComment(qint64 offset) const
+    {
+        int attemptsLeft = 1000;
+        const QByteArray bytes = m_source.readTag(offset, m_source.size());
+        for (qsizetype i = 0; i + 2 * HeaderSize < bytes.size() && attemptsLeft > 0; ++i) {
+            if ((bytes[i] & 0x7F) != int(FlacBlock::VorbisComment))
+                continue;
+            const qsizetype size = qFromBigEndian<quint32>(bytes.constData() + i) & 0xFF'FFFF;
+            const qsizetype writerSize = qFromLittleEndian<quint32>(bytes.constData() + i + HeaderSize);
+            if (size > bytes.size() - i - HeaderSize || writerSize >= size)
+                continue;
+            --attemptsLeft;
+            const auto content = QByteArrayView(bytes).sliced(i + HeaderSize, size);
+            if (vorbisCommentSize(content) == size)
+                return vorbisCommentItems(content);
+        }
+        return {};
+    }
+
+    MediaSource &m_source;
+    MediaTime m_duration;
+    QList<MetadataItem> m_pictures;
+    QList<MetadataItem> m_comment;
+};
+
+} // namespace
+
+MediaContents readFlac(MediaSource &source)
+{
+    return FlacReader(source).contents();
+}
+
+MediaTime flacDuration(QByteArrayView streamInfo)
+{
+    Fields fields(streamInfo);
+    fields.take(10); // sizes of blocks and frames
+    const quint64 number = fields.number<quint64_be>(); // rate 20 bits, channels 3, sample size 5, samples 36
+    const auto rate = qint32(number >> 44);
+    const auto samples = qint64(number & 0xF'FFFF'FFFF);
+    return rate > 0 && samples > 0 ? MediaTime{samples, rate} : MediaTime{};
+}

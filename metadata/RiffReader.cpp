@@ -1,0 +1,132 @@
+#include "metadata/RiffReader.h"
+
+#include "metadata/Chunks.h"
+#include "metadata/Fields.h"
+#include "metadata/Id3v2Tag.h"
+#include "metadata/MergedTags.h"
+#include "metadata/RiffDuration.h"
+#include "metadata/TextValues.h"
+
+#include <QtEndian>
+#include <algorithm>
+
+namespace {
+
+constexpr qint64 FileHeaderSize = 12; // "RIFF", size, kind of file
+
+/// Collects the tags of a file that consists of chunks: those of its ID3 chunks come first, each kind in its
+/// order.
+class ChunkTags {
+public:
+    explicit ChunkTags(MediaSource &source)
+        : m_source(source)
+    {
+    }
+
+    /// Takes the tag in `chunk` if it is an ID3 chunk, the text if it is `title` or `artist`.
+    void take(const Chunk &chunk, QByteArrayView title, QByteArrayView artist, QByteArrayView album = {})
+    {
+        constexpr qsizetype tagLimit = 64;
+        const bool isId3 = chunk.name == "ID3 " || chunk.name == "id3 ";
+        if (isId3 && m_id3.size() < tagLimit)
+            m_id3.append(id3v2Items(m_source.readTag(chunk.offset, chunk.size)));
+        else if (chunk.name == title)
+            append(CommonIdentifier::Title, chunk);
+        else if (chunk.name == artist)
+            append(CommonIdentifier::Artist, chunk);
+        else if (chunk.name == album)
+            append(CommonIdentifier::AlbumName, chunk);
+    }
+
+    [[nodiscard]] QList<MetadataItem> merged() const { return mergedTags(QList(m_id3) << m_texts); }
+
+private:
+    void append(CommonIdentifier identifier, const Chunk &chunk)
+    {
+        const QByteArray text = m_source.readTag(chunk.offset, chunk.size);
+        appendTextValues(m_texts, identifier, text, TextEncoding::Unstated);
+    }
+
+    MediaSource &m_source;
+    QList<QList<MetadataItem>> m_id3;
+    QList<MetadataItem> m_texts;
+};
+
+} // namespace
+
+MediaContents readWav(MediaSource &source)
+{
+    QByteArray format;
+    qint64 dataSize = 0;
+    ChunkTags tags(source);
+    forEachChunk<quint32_le>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
+        if (chunk.name == "fmt ")
+            format = source.readTag(chunk.offset, chunk.size);
+        else if (chunk.name == "data" && dataSize == 0)
+            dataSize = chunk.size;
+        else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
+            forEachChunk<quint32_le>(source, chunk.offset + 4, chunk.offset + chunk.size,
+                [&tags](const Chunk &text) { tags.take(text, "INAM", "IART", "IPRD"); });
+        else
+            tags.take(chunk, {}, {});
+    });
+    return {wavDuration(format, dataSize), tags.merged()};
+}
+
+MediaContents readAiff(MediaSource &source)
+{
+    MediaTime duration;
+    ChunkTags tags(source);
+    forEachChunk<quint32_be>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
+        tags.take(chunk, "NAME", "AUTH");
+        if (chunk.name == "COMM")
+            duration = aiffDuration(source.readTag(chunk.offset, chunk.size));
+    });
+    return {duration, tags.merged()};
+}
+
+MediaContents readDsf(MediaSource &source)
+{
+    const QByteArray header = source.read(0, 72);
+    Fields fields(header);
+    fields.take(20); // "DSD ", size of this chunk, of the file
+    const auto tag = qint64(std::min(fields.number<quint64_le>(), quint64(source.size())));
+    fields.take(28); // "fmt ", its size, version, kind of sound and of channels, number of channels
+    const double rate = fields.number<quint32_le>();
+    fields.take(4); // bits
+    const auto samples = double(fields.number<quint64_le>());
+    return {MediaTime::fromSeconds(samples / rate), id3v2Items(source.readTag(tag, source.size()))};
+}
+
+MediaContents readDsdiff(MediaSource &source)
+{
+    constexpr qint64 fileHeaderSize = 16; // "FRM8", size, kind of file
+    constexpr qint64 countSize = 4; // of a text's bytes, in front of them
+    double bytesPerSecond = 0, channels = 0, dataSize = 0;
+    ChunkTags tags(source);
+    const auto takeProperty = [&](const Chunk &property) {
+        const QByteArray content = source.readTag(property.offset, property.size);
+        Fields fields(content);
+        if (property.name == "FS  ")
+            bytesPerSecond = fields.number<quint32_be>() / 8.0;
+        else if (property.name == "CHNL")
+            channels = fields.number<quint16_be>();
+        else
+            tags.take(property, {}, {});
+    };
+    forEachChunk<quint64_be>(source, fileHeaderSize, source.size(), [&](const Chunk &chunk) {
+        if (chunk.name == "DIIN")
+            forEachChunk<quint64_be>(source, chunk.offset, chunk.offset + chunk.size, [&](const Chunk &text) {
+                const qint64 size = std::min(text.size, countSize);
+                tags.take({text.name, text.offset + size, text.size - size}, "DITI", "DIAR");
+            });
+        else if (chunk.name == "PROP")
+            forEachChunk<quint64_be>(source, chunk.offset + 4, chunk.offset + chunk.size, takeProperty);
+        else if (chunk.name == "DSD ")
+            dataSize = double(chunk.size);
+        else
+            tags.take(chunk, {}, {});
+    });
+    const double seconds = dataSize / (bytesPerSecond * channels);
+    return {dataSize > 0 ? MediaTime::fromSeconds(seconds) : MediaTime{}, tags.merged()};
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "metadata/MediaAsset.h"
+
+#include <QByteArrayView>
+
+/// Utf16 has a byte order mark, or is little endian without one. Unstated is UTF-8 if the bytes are valid as
+/// that, else Latin-1.
+enum class TextEncoding { Latin1, Utf16, Utf16BigEndian, Utf8, Unstated };
+
+/// The text in `bytes`, of which 256 KiB are looked at. Wrong bytes show as U+FFFD.
+QString decodedText(QByteArrayView bytes, TextEncoding encoding);
+
+/// Appends to `items` the values in the text, which U+0000 separates and may end, one item each, as long as
+/// there is room for more.
+void appendTextValues(
+    QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView bytes, TextEncoding encoding);

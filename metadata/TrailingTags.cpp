@@ -1,0 +1,104 @@
+#include "metadata/TrailingTags.h"
+
+#include "metadata/Fields.h"
+#include "metadata/MediaContents.h"
+#include "metadata/TextValues.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype Id3v1Size = 128;
+constexpr qsizetype ApeEdgeSize = 32; // header and footer look the same
+
+/// `field` without a last character that the end of the field has cut, if it is UTF-8 otherwise.
+QByteArrayView withoutCutCharacter(QByteArrayView field)
+{
+    qsizetype begin = field.size() - 1;
+    while (begin > 0 && (field[begin] & 0xC0) == 0x80)
+        --begin;
+    const auto whole = field.first(begin);
+    const bool isAscii = std::all_of(whole.begin(), whole.end(), [](char c) { return !(c & 0x80); });
+    return field.isValidUtf8() || isAscii || !whole.isValidUtf8() ? field : whole;
+}
+
+/// An ID3v1 field is filled up with zeros, or by some writers with blanks.
+void appendId3v1Field(QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView field)
+{
+    const qsizetype end = field.indexOf('\0');
+    QString text =
+        decodedText(end < 0 ? withoutCutCharacter(field) : field.first(end), TextEncoding::Unstated);
+    while (text.endsWith(u' '))
+        text.chop(1);
+    if (!text.isEmpty())
+        items.append({identifier, text});
+}
+
+void appendApeItem(QList<MetadataItem> &items, const QByteArray &key, bool isBinary, QByteArrayView value)
+{
+    if (isBinary && key.startsWith("cover art")) {
+        const qsizetype nameEnd = value.indexOf('\0');
+        items.append({CommonIdentifier::Artwork, value.sliced(nameEnd + 1).toByteArray()});
+        return;
+    }
+    if (isBinary)
+        return;
+    if (key == "title")
+        appendTextValues(items, CommonIdentifier::Title, value, TextEncoding::Utf8);
+    else if (key == "artist")
+        appendTextValues(items, CommonIdentifier::Artist, value, TextEncoding::Utf8);
+    else if (key == "album")
+        appendTextValues(items, CommonIdentifier::AlbumName, value, TextEncoding::Utf8);
+}
+
+/// The items one after another: value size, flags, key, zero, value; all but the key in little endian.
+QList<MetadataItem> apeItems(QByteArrayView data)
+{
+    QList<MetadataItem> items;
+    Fields fields(data);
+    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty() && items.size() < MaxItemsPerTag; ++i) {
+        const qsizetype size = fields.number<quint32_le>();
+        const bool isBinary = (fields.number<quint32_le>() >> 1 & 3) == 1;
+        const auto keySize = quint64(fields.rest().indexOf('\0')); // all if it does not end
+        const QByteArray key = fields.take(keySize).toByteArray().toLower();
+        fields.take(1);
+        const QByteArrayView value = fields.take(quint64(size));
+        if (value.size() == size)
+            appendApeItem(items, key, isBinary, value);
+    }
+    return items;
+}
+
+} // namespace
+
+QList<MetadataItem> takeId3v1Tag(MediaSource &source)
+{
+    const QByteArray tag = source.read(source.size() - Id3v1Size, Id3v1Size);
+    if (!tag.startsWith("TAG"))
+        return {};
+    source.dropBack(Id3v1Size);
+
+    QList<MetadataItem> items;
+    appendId3v1Field(items, CommonIdentifier::Title, QByteArrayView(tag).sliced(3, 30));
+    appendId3v1Field(items, CommonIdentifier::Artist, QByteArrayView(tag).sliced(33, 30));
+    appendId3v1Field(items, CommonIdentifier::AlbumName, QByteArrayView(tag).sliced(63, 30));
+    return items;
+}
+
+QList<MetadataItem> takeApeTag(MediaSource &source)
+{
+    const QByteArray footer = source.read(source.size() - ApeEdgeSize, ApeEdgeSize);
+    Fields fields(footer);
+    if (fields.take(8) != "APETAGEX")
+        return {};
+    fields.take(4); // version
+    const qint64 size = fields.number<quint32_le>(); // with the footer, without the header
+    fields.take(4); // count
+    const bool hasHeader = fields.number<quint32_le>() >> 31;
+    if (size > source.size())
+        return {};
+
+    const QByteArray data = source.readTag(source.size() - size, size - ApeEdgeSize);
+    source.dropBack(size + (hasHeader ? ApeEdgeSize : 0));
+    return apeItems(data);
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "metadata/MediaAsset.h"
+
+#include <QByteArrayView>
+#include <optional>
+
+/// Title, artist, album and pictures of the Vorbis comment in `block` (xiph.org, "Ogg Vorbis I: comment
+/// field"), in stored order.
+QList<MetadataItem> vorbisCommentItems(QByteArrayView block);
+
+/// Bytes of the Vorbis comment that `bytes` start with; nothing if they do not hold all of it.
+std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes);
+
+/// The picture in a picture block (xiph.org, "FLAC format"): all that stands behind its description, because
+/// writers get the length wrong.
+QByteArrayView flacPicture(QByteArrayView block);

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "platform/media/MediaContents.h"
-#include "platform/media/MediaFormat.h"
-#include "platform/media/MediaSource.h"
-
-/// Reads an Ogg file (RFC 3533) that holds Vorbis, Opus, Speex or FLAC, as `format` says: tags from its comment
-/// packet, length from its last page.
-MediaContents readOgg(MediaSource &source, MediaFormat format);

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "files/Result.h"
+
+#include <QString>
+#include <QUrl>
+#include <memory>
+#include <optional>
+
+class AudioPlayer;
+
+/// Hears of what happens to an AudioPlayer. Called from any thread, never after the player's destructor
+/// has returned; an implementation must only hand the news over to its own thread.
+class AudioPlayerDelegate {
+public:
+    virtual ~AudioPlayerDelegate() = default;
+
+    /// The last sample of the track has been heard; `successfully` is false where part of it was damaged.
+    virtual void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) = 0;
+
+    /// Decoding has failed for good and playback has ended; `error` says why where that is known.
+    virtual void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) = 0;
+};
+
+/// What the desktop's mixer shows of a player, as plain text; empty where there is nothing to tell.
+struct SoundLabel {
+    QString title;
+    QString artist;
+};
+
+/// Plays one audio file.
+///
+/// All calls come from the main thread, and none of them but open() waits for the sound server or for another
+/// thread. Times are seconds from the start of the track. Destroying a player ends its sound at once.
+class AudioPlayer {
+public:
+    virtual ~AudioPlayer() = default;
+    AudioPlayer(const AudioPlayer &) = delete;
+    AudioPlayer &operator=(const AudioPlayer &) = delete;
+
+    /// Opens the local regular file behind `url`, and no other, for playback on the system's default output.
+    /// Fails with a readable description where the file cannot be opened or holds no sound that is
+    /// understood. Needs no sound server, which is told `label` later on, and never the file's path.
+    ///
+    /// Main thread, which waits while the file is opened and its first frames are decoded on another one: for
+    /// 3 seconds at most, where its medium does not answer, and for less where that was so a moment ago (see
+    /// Patience). That is a failure, too.
+    static Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label = {});
+
+    /// The receiver of the callbacks, borrowed, or null for none. Once this returns, the former one is not
+    /// called any more.
+    virtual void setDelegate(AudioPlayerDelegate *delegate) = 0;
+
+    /// Linear gain from 0 (silence) to 1, heard at once, also while sounding.
+    virtual void setVolume(float volume) = 0;
+
+    /// Decodes ahead so that play() sounds at once; false where that is not possible.
+    virtual bool prepareToPlay() = 0;
+
+    /// Starts or resumes; after the end of the track, from its start. False where it is known at once that
+    /// nothing will sound; whether a sound server answers is only known later.
+    virtual bool play() = 0;
+
+    /// Falls silent and keeps the position.
+    virtual void pause() = 0;
+
+    /// Falls silent; the position is reset separately with setCurrentTime().
+    virtual void stop() = 0;
+
+    /// The position that is heard at this moment, from 0 to duration().
+    [[nodiscard]] virtual double currentTime() const = 0;
+
+    /// Seeks, while playing or paused; clamped to 0…duration(). currentTime() answers the target from now on.
+    virtual void setCurrentTime(double seconds) = 0;
+
+    /// Length of the track; finite, never negative, 0 where it is not known.
+    [[nodiscard]] virtual double duration() const = 0;
+
+    /// False before play(), after pause() and stop(), and once the track has ended or failed.
+    [[nodiscard]] virtual bool isPlaying() const = 0;
+
+protected:
+    AudioPlayer() = default;
+};

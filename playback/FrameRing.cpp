@@ -1,0 +1,96 @@
+#include "playback/FrameRing.h"
+
+#include <algorithm>
+
+FrameRing::FrameRing(AudioFormat format, std::int64_t capacity)
+    : m_capacity(capacity)
+    , m_channels(format.channels)
+    , m_samples(std::make_unique_for_overwrite<float[]>(std::size_t(capacity * format.channels)))
+{
+}
+
+void FrameRing::reset(std::uint32_t generation, std::int64_t start)
+{
+    m_generation = generation;
+    m_start = start;
+    m_expected = -1;
+    m_written = 0;
+    m_read = 0;
+    m_leapsWritten = 0;
+    m_leapsRead = 0;
+    m_isFinished = false;
+}
+
+std::int64_t FrameRing::write(std::span<const float> samples, std::int64_t position)
+{
+    const std::int64_t written = m_written.load(std::memory_order_relaxed);
+    const std::int64_t room = m_capacity - (written - m_read.load(std::memory_order_acquire));
+    const std::int64_t frames = std::min(std::int64_t(samples.size()) / m_channels, room);
+    if (frames <= 0 || (position != m_expected && !noteLeap(written, position)))
+        return 0;
+
+    const std::int64_t first = written % m_capacity;
+    const std::int64_t beforeWrap = std::min(frames, m_capacity - first);
+    std::copy_n(samples.data(), beforeWrap * m_channels, m_samples.get() + first * m_channels);
+    std::copy_n(
+        samples.data() + beforeWrap * m_channels, (frames - beforeWrap) * m_channels, m_samples.get());
+    m_expected = position + frames;
+    m_written.store(written + frames, std::memory_order_release);
+    return frames;
+}
+
+FrameRing::Run FrameRing::read(float *samples, std::int64_t frames)
+{
+    const std::int64_t read = m_read.load(std::memory_order_relaxed);
+    frames = std::min(frames, m_written.load(std::memory_order_acquire) - read);
+    if (frames <= 0)
+        return {};
+    followLeaps(read);
+    frames = std::min(frames, framesUntilLeap(read));
+
+    const std::int64_t first = read % m_capacity;
+    const std::int64_t beforeWrap = std::min(frames, m_capacity - first);
+    std::copy_n(m_samples.get() + first * m_channels, beforeWrap * m_channels, samples);
+    std::copy_n(m_samples.get(), (frames - beforeWrap) * m_channels, samples + beforeWrap * m_channels);
+    m_read.store(read + frames, std::memory_order_release);
+    return {frames, m_current.position + (read - m_current.frame)};
+}
+
+bool FrameRing::isExhausted() const
+{
+    // In this order: what was written before the end is seen with it.
+    return isFinished() && available() == 0;
+}
+
+std::int64_t FrameRing::available() const
+{
+    const std::int64_t read = m_read.load(std::memory_order_acquire);
+    return m_written.load(std::memory_order_acquire) - read;
+}
+
+bool FrameRing::noteLeap(std::int64_t frame, std::int64_t position)
+{
+    const std::size_t written = m_leapsWritten.load(std::memory_order_relaxed);
+    if (written - m_leapsRead.load(std::memory_order_acquire) >= LeapCapacity)
+        return false;
+    m_leaps[written % LeapCapacity] = {frame, position};
+    m_leapsWritten.store(written + 1, std::memory_order_release);
+    return true;
+}
+
+void FrameRing::followLeaps(std::int64_t frame)
+{
+    std::size_t read = m_leapsRead.load(std::memory_order_relaxed);
+    const std::size_t written = m_leapsWritten.load(std::memory_order_acquire);
+    while (read != written && m_leaps[read % LeapCapacity].frame <= frame)
+        m_current = m_leaps[read++ % LeapCapacity];
+    m_leapsRead.store(read, std::memory_order_release);
+}
+
+std::int64_t FrameRing::framesUntilLeap(std::int64_t frame) const
+{
+    const std::size_t read = m_leapsRead.load(std::memory_order_relaxed);
+    if (read == m_leapsWritten.load(std::memory_order_acquire))
+        return m_capacity;
+    return m_leaps[read % LeapCapacity].frame - frame;
+}

@@ -1,0 +1,187 @@
+#include "playback/Renderer.h"
+
+#include <algorithm>
+
+namespace {
+
+// Short enough to feel immediate, long enough for no click.
+constexpr double ChangeFade = 0.008; // seconds
+constexpr double CrossFade = 0.016;
+
+constexpr double LongestQueue = 1; // seconds
+
+} // namespace
+
+Renderer::Renderer(std::shared_ptr<FrameFeed> feed)
+    : m_feed(std::move(feed))
+    , m_channels(m_feed->format().channels)
+    , m_memory(m_feed->format().frames(LongestQueue))
+    , m_output(std::size_t(m_memory * m_channels))
+    , m_history(std::size_t(m_memory * m_channels))
+{
+}
+
+void Renderer::render(std::int64_t frames)
+{
+    if (m_mix.isPlaying)
+        renderSound(frames);
+    else
+        renderSilence(frames);
+}
+
+void Renderer::skipTo(std::int64_t frame)
+{
+    if (frame <= m_rendered)
+        return;
+    m_cursors.append({m_rendered, m_cursor, false, 0});
+    m_rendered = frame;
+}
+
+bool Renderer::needsChange(const Mix &mix) const
+{
+    const bool hasMissingFrames = m_isStarved && m_ring && m_ring->available() > 0;
+    return mix != m_mix || hasPublished() || (mix.isPlaying && hasMissingFrames);
+}
+
+void Renderer::change(std::int64_t frame, const Mix &mix)
+{
+    frame = std::clamp<std::int64_t>(frame, std::max<std::int64_t>(m_rendered - m_memory / 2, 0), m_rendered);
+    const bool isNewPlace = hasPublished();
+    const bool isSounding = m_cursors.pieceAt(frame).isMoving;
+    const std::int64_t fade = format().frames(isNewPlace && isSounding ? CrossFade : ChangeFade);
+    // What stood there before has to reach through the fade.
+    const std::int64_t oldEnd = std::max(m_rendered, frame + fade);
+    render(oldEnd - m_rendered);
+
+    // A pause is heard until its fade is over, and goes on from there.
+    const std::int64_t turn = mix.isPlaying ? frame : frame + fade;
+    // Never back to the place before, also where that was still to be heard at the frame.
+    m_cursor = std::max(m_cursors.at(turn), m_placeStart);
+    if (isNewPlace)
+        adoptPublished();
+    m_cursors.append({turn, m_cursor, false, 0});
+    m_fadeStart = frame;
+    m_fadeFrames = fade;
+    m_mix = mix;
+    m_isStarved = false;
+    if (frame < m_end)
+        m_end.reset();
+    m_rendered = frame;
+    render(oldEnd - frame);
+}
+
+std::span<const float> Renderer::samplesFrom(std::int64_t frame) const
+{
+    const std::int64_t frames = std::min(m_rendered - frame, untilWrap(frame));
+    return {output(frame), std::size_t(frames * m_channels)};
+}
+
+void Renderer::detach()
+{
+    m_isDetached = true;
+    m_ring = nullptr;
+}
+
+Renderer::Position Renderer::positionAt(std::int64_t frame) const
+{
+    const std::int64_t cursor = m_cursors.at(frame);
+    const auto piece = m_track.pieceAt(cursor);
+    return {format().seconds(piece.at(cursor)), piece.tag};
+}
+
+void Renderer::renderSound(std::int64_t frames)
+{
+    while (frames > 0) {
+        const std::int64_t run =
+            fetch(std::min(frames, std::min(untilWrap(m_rendered), untilWrap(m_cursor))));
+        if (run == 0) {
+            noteMissing();
+            m_cursors.append({m_rendered, m_cursor, false, 0});
+            return renderSilence(frames);
+        }
+        m_cursors.append({m_rendered, m_cursor, true, 0});
+        mixInto(m_rendered, history(m_cursor), run);
+        m_cursor += run;
+        m_rendered += run;
+        frames -= run;
+    }
+}
+
+void Renderer::renderSilence(std::int64_t frames)
+{
+    while (frames > 0) {
+        const std::int64_t run = std::min(frames, untilWrap(m_rendered));
+        mixInto(m_rendered, nullptr, run);
+        m_rendered += run;
+        frames -= run;
+    }
+}
+
+/// Sees to it that up to `frames` frames from the cursor on are in the history, and answers how many are.
+std::int64_t Renderer::fetch(std::int64_t frames)
+{
+    if (m_cursor < m_taken)
+        return std::min(frames, m_taken - m_cursor);
+    if (!m_ring)
+        return 0;
+    const FrameRing::Run run = m_ring->read(history(m_cursor), frames);
+    if (run.frames > 0)
+        m_track.append({m_taken, run.position, true, m_ring->generation()});
+    m_taken += run.frames;
+    if (m_ring->available() < m_ring->capacity() / 2 && !m_ring->isFinished())
+        m_feed->decoderWakeup().signal();
+    return run.frames;
+}
+
+void Renderer::noteMissing()
+{
+    if (m_ring && m_ring->isExhausted()) {
+        if (!m_end)
+            m_end = m_rendered;
+        return;
+    }
+    m_isStarved = true;
+    m_feed->noteStarved();
+}
+
+/// Writes output frames: `source`, or silence where that is null, with the gain, and within a fade mixed with
+/// what stood there before.
+void Renderer::mixInto(std::int64_t frame, const float *source, std::int64_t frames)
+{
+    float *target = output(frame);
+    for (std::int64_t index = 0; index < frames; ++index) {
+        const std::int64_t faded = frame + index - m_fadeStart;
+        const float share = faded < m_fadeFrames ? float(faded + 1) / float(m_fadeFrames + 1) : 1.0F;
+        for (std::int64_t channel = 0; channel < m_channels; ++channel, ++target) {
+            const float fresh = source ? source[index * m_channels + channel] * m_mix.gain * share : 0.0F;
+            *target = fresh + *target * (1 - share);
+        }
+    }
+}
+
+void Renderer::adoptPublished()
+{
+    FrameRing *ring = m_feed->takePublished();
+    if (!ring)
+        return;
+    m_ring = ring;
+    m_end.reset();
+    m_placeStart = m_taken;
+    m_cursor = m_taken;
+    m_track.append({m_taken, ring->start(), true, ring->generation()});
+}
+
+float *Renderer::output(std::int64_t frame)
+{
+    return m_output.data() + frame % m_memory * m_channels;
+}
+
+const float *Renderer::output(std::int64_t frame) const
+{
+    return m_output.data() + frame % m_memory * m_channels;
+}
+
+float *Renderer::history(std::int64_t cursor)
+{
+    return m_history.data() + cursor % m_memory * m_channels;
+}

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "playback/FrameFeed.h"
+#include "playback/PositionMap.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+/// What is to be heard.
+struct Mix {
+    bool isPlaying = false;
+    float gain = 1; ///< linear, 0…1
+
+    bool operator==(const Mix &) const = default;
+};
+
+/// Turns the frames of a FrameFeed into the endless frames of an output: sound with its gain, silence where
+/// there is none, and a fade wherever one gives way to the other.
+///
+/// Output frames are counted from 0, when the renderer is made. Life of an output frame:
+/// 1. render() makes it from the next frame of the track and appends it.
+/// 2. As long as it has not been heard, change() may make it anew, for another mix or another place in the
+///    track: the output then overwrites what it has queued.
+/// 3. positionAt() tells what of the track it is.
+///
+/// A change fades from what was rendered before to what is rendered now, whatever the two are. A pause keeps
+/// the frame that follows its fade for the resume: none is lost, none comes twice.
+///
+/// One thread at a time, which the output sees to. Only the constructor allocates; nothing blocks.
+class Renderer {
+public:
+    /// What was heard at an output frame.
+    struct Position {
+        double seconds = 0; ///< in the track
+        std::uint32_t generation = 0; ///< of the request that the frame answers; 0 before the first
+    };
+
+    explicit Renderer(std::shared_ptr<FrameFeed> feed);
+
+    [[nodiscard]] AudioFormat format() const { return m_feed->format(); }
+
+    /// Count of the frames that have been rendered; the next one has this number.
+    [[nodiscard]] std::int64_t rendered() const { return m_rendered; }
+
+    /// Longest stretch, in frames, that change() can make anew.
+    [[nodiscard]] std::int64_t memory() const { return m_memory; }
+
+    /// Appends `frames` frames.
+    void render(std::int64_t frames);
+
+    /// Counts on to `frame` without sound: it was never rendered, and the output has played silence there.
+    void skipTo(std::int64_t frame);
+
+    /// Whether change() would alter anything.
+    [[nodiscard]] bool needsChange(const Mix &mix) const;
+
+    /// Makes the frames from `frame` on anew: with this mix, from the newest published ring, with the frames
+    /// that were missing before. Renders more where the fade needs it.
+    void change(std::int64_t frame, const Mix &mix);
+
+    /// First output frame after the last fade; from there on a paused output is silent.
+    [[nodiscard]] std::int64_t fadeEnd() const { return m_fadeStart + m_fadeFrames; }
+
+    /// Rendered samples from output frame `frame` on, up to the last one or to where their memory wraps.
+    [[nodiscard]] std::span<const float> samplesFrom(std::int64_t frame) const;
+
+    /// Leaves the feed alone from now on: what is left to render is the fade out.
+    void detach();
+
+    [[nodiscard]] Position positionAt(std::int64_t frame) const;
+
+    /// The output frame after the last one of the track, once that has been rendered.
+    [[nodiscard]] std::optional<std::int64_t> end() const { return m_end; }
+    [[nodiscard]] bool isEndedAt(std::int64_t frame) const { return m_end && frame >= *m_end; }
+
+private:
+    void renderSound(std::int64_t frames);
+    void renderSilence(std::int64_t frames);
+    std::int64_t fetch(std::int64_t frames);
+    void noteMissing();
+    void mixInto(std::int64_t frame, const float *source, std::int64_t frames);
+    [[nodiscard]] bool hasPublished() const { return !m_isDetached && m_feed->hasPublished(); }
+    void adoptPublished();
+    [[nodiscard]] float *output(std::int64_t frame);
+    [[nodiscard]] const float *output(std::int64_t frame) const;
+    [[nodiscard]] float *history(std::int64_t cursor);
+    [[nodiscard]] std::int64_t untilWrap(std::int64_t frame) const { return m_memory - frame % m_memory; }
+
+    const std::shared_ptr<FrameFeed> m_feed;
+    const std::int64_t m_channels;
+    const std::int64_t m_memory;
+    FrameRing *m_ring = nullptr; ///< where frames come from; none before the first is published
+
+    Mix m_mix;
+    std::int64_t m_rendered = 0;
+    std::int64_t m_fadeStart = 0;
+    std::int64_t m_fadeFrames = 0;
+    std::optional<std::int64_t> m_end;
+    bool m_isDetached = false;
+    bool m_isStarved = false; ///< silence stands where frames were missing
+
+    // Frames taken from the ring are numbered on through all rings; the cursor is the next one to be heard.
+    std::int64_t m_cursor = 0;
+    std::int64_t m_taken = 0;
+    std::int64_t m_placeStart = 0; ///< cursor of the first frame from the present ring
+    PositionMap m_cursors; ///< output frame to cursor
+    PositionMap m_track; ///< cursor to track frame, tagged with the generation
+
+    std::vector<float> m_output; ///< the last m_memory output frames
+    std::vector<float> m_history; ///< the last m_memory frames taken, before gain
+};

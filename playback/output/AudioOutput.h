@@ -1,0 +1,40 @@
+#pragma once
+
+#include "playback/Renderer.h"
+
+/// Sounds the frames of one FrameFeed: one stream on the sound server, or nothing that only takes its time.
+///
+/// 1. Made for one player, silent. 2. apply() starts, pauses and sets the gain, as often as one likes.
+/// 3. Destroying it lets what sounds fade out, without waiting for that; the feed is left alone from then on.
+///
+/// All calls come from the player's main and decoder threads, never two at a time, and none of them waits for
+/// the sound server. Where the status changes by itself, the decoder thread is woken.
+class AudioOutput {
+public:
+    enum class State {
+        Connecting, ///< nothing is heard yet
+        Ready,
+        Failed, ///< for good: nothing will be heard any more
+    };
+
+    struct Status {
+        State state = State::Connecting;
+        Renderer::Position heard; ///< at this moment
+        bool isEndHeard = false; ///< whether the last frame of what is published has been heard
+    };
+
+    virtual ~AudioOutput() = default;
+    AudioOutput(const AudioOutput &) = delete;
+    AudioOutput &operator=(const AudioOutput &) = delete;
+
+    /// What is to be heard from now on.
+    virtual void apply(const Mix &mix) = 0;
+
+    /// The feed has a new ring, or frames where they were missing.
+    virtual void refresh() = 0;
+
+    [[nodiscard]] virtual Status status() = 0;
+
+protected:
+    AudioOutput() = default;
+};

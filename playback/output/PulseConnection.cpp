@@ -1,0 +1,115 @@
+#include "playback/output/PulseConnection.h"
+
+#include "files/DetachedThread.h"
+#include "playback/output/PulseEnvironment.h"
+#include "playback/output/PulseStream.h"
+
+#include <algorithm>
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// A fade out takes a few hundredths of a second; a server that hangs must not hold up the end of the process.
+constexpr auto LongestFarewell = 150ms;
+
+} // namespace
+
+struct PulseConnection::Farewell {
+    PulseConnection &connection;
+    ~Farewell() { connection.waitForFades(); }
+};
+
+PulseConnection &PulseConnection::instance()
+{
+    // Never destroyed: a decoder thread may use it until the process is gone.
+    static PulseConnection *const connection = new PulseConnection;
+    static const Farewell farewell{*connection};
+    return *connection;
+}
+
+PulseConnection::PulseConnection()
+{
+    m_loop = pa_threaded_mainloop_new();
+    pa_threaded_mainloop_set_name(m_loop, "sound output");
+}
+
+pa_context *PulseConnection::context()
+{
+    if (m_context && !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context)))
+        disconnect();
+    if (!m_context && startLoop())
+        connect();
+    return m_context;
+}
+
+/// False where the system has no thread left, which libpulse would not notice.
+bool PulseConnection::startLoop()
+{
+    if (!m_isLooping)
+        m_isLooping = startDetachedThread([] {}) && pa_threaded_mainloop_start(m_loop) == 0;
+    return m_isLooping;
+}
+
+void PulseConnection::add(std::shared_ptr<PulseStream> stream)
+{
+    m_streams.push_back(std::move(stream));
+    const std::lock_guard lock(m_fadeMutex);
+    m_hasStreams = true;
+}
+
+void PulseConnection::remove(const PulseStream &stream)
+{
+    std::erase_if(m_streams, [&](const auto &entry) { return entry.get() == &stream; });
+    const std::lock_guard lock(m_fadeMutex);
+    m_hasStreams = !m_streams.empty();
+    m_fadeEnded.notify_all();
+}
+
+void PulseConnection::connect()
+{
+    pa_proplist *properties = pa_proplist_new();
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "Lumaverdine");
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "lumaverdine");
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_ICON_NAME, "lumaverdine");
+    m_context = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(m_loop), nullptr, properties);
+    pa_proplist_free(properties);
+    if (!m_context)
+        return;
+    const auto handle = [](pa_context *, void *self) { static_cast<PulseConnection *>(self)->handleState(); };
+    pa_context_set_state_callback(m_context, handle, this);
+    if (const char *cookie = pulseCookie())
+        pa_context_load_cookie_from_file(m_context, cookie);
+    if (pa_context_connect(m_context, pulseServer(), PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
+        disconnect();
+}
+
+void PulseConnection::disconnect()
+{
+    pa_context_set_state_callback(m_context, nullptr, nullptr);
+    pa_context_disconnect(m_context);
+    pa_context_unref(m_context);
+    m_context = nullptr;
+}
+
+void PulseConnection::handleState()
+{
+    const pa_context_state_t state = pa_context_get_state(m_context);
+    const auto streams = m_streams;
+    for (const auto &stream : streams) {
+        if (state == PA_CONTEXT_READY)
+            stream->handleConnected(m_context);
+        else if (!PA_CONTEXT_IS_GOOD(state))
+            stream->handleLoss();
+    }
+}
+
+void PulseConnection::waitForFades()
+{
+    {
+        std::unique_lock lock(m_fadeMutex);
+        m_fadeEnded.wait_for(lock, LongestFarewell, [this] { return !m_hasStreams; });
+    }
+    pa_threaded_mainloop_stop(m_loop);
+}

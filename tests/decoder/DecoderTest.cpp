@@ -1,0 +1,141 @@
+#include "decoder/DecoderModule.h"
+#include "tests/TestProgram.h"
+#include "tests/playback/WavFile.h"
+
+#include <QTemporaryDir>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int rate = 48000;
+
+Result<std::unique_ptr<Decoder>> openDecoder(const QString &path)
+{
+    auto file = openRegularFile(QUrl::fromLocalFile(path));
+    if (file.isError())
+        return file.error();
+    return DecoderModule::load().value()->open(file.take(), nullptr);
+}
+
+std::vector<float> readAll(Decoder &decoder)
+{
+    std::vector<float> samples;
+    for (;;) {
+        const auto block = decoder.read();
+        if (block.isError() || block.value().samples.empty())
+            return samples;
+        samples.insert(samples.end(), block.value().samples.begin(), block.value().samples.end());
+    }
+}
+
+} // namespace
+
+class DecoderTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+
+    QString saveWav(const std::vector<float> &samples, int channels, int fileRate = rate)
+    {
+        const QString path = m_folder.filePath(u"sound.wav"_s);
+        return WavFile::save(path, WavFile::encoded(samples, fileRate, channels)) ? path : QString();
+    }
+
+private Q_SLOTS:
+    void moduleIsLoadedOnce()
+    {
+        QVERIFY(!DecoderModule::load().isError());
+        QCOMPARE(DecoderModule::load().value(), DecoderModule::load().value());
+    }
+
+    void rateThatNoSoundHasIsRefused()
+    {
+        const std::vector<float> samples(25);
+        for (const int fileRate : {1, 3, 999})
+            QVERIFY(openDecoder(saveWav(samples, 1, fileRate)).isError());
+        QVERIFY(!openDecoder(saveWav(samples, 1, 1000)).isError());
+    }
+
+    void everySampleOfAWavArrives_data()
+    {
+        QTest::addColumn<int>("channels");
+        QTest::newRow("mono") << 1;
+        QTest::newRow("stereo") << 2;
+    }
+
+    void everySampleOfAWavArrives()
+    {
+        QFETCH(int, channels);
+        const auto samples = WavFile::countingSamples(rate + 17, channels);
+        const auto decoder = openDecoder(saveWav(samples, channels)).take();
+        QCOMPARE(decoder->format(), (AudioFormat{rate, channels}));
+        QCOMPARE(decoder->duration(), double(rate + 17) / rate);
+        QVERIFY(!decoder->isDurationGuessed());
+        QVERIFY(readAll(*decoder) == samples);
+        QVERIFY(!decoder->isDamaged());
+    }
+
+    void sixChannelsAreMixedToStereoWithoutExceedingFullScale()
+    {
+        const std::vector<float> samples(size_t(6 * rate), 1.0F);
+        const auto decoder = openDecoder(saveWav(samples, 6)).take();
+        QCOMPARE(decoder->format().channels, 2);
+        const auto mixed = readAll(*decoder);
+        QCOMPARE(mixed.size(), size_t(2 * rate));
+        QVERIFY(*std::max_element(mixed.begin(), mixed.end()) <= 1.0001F);
+        QVERIFY(*std::min_element(mixed.begin(), mixed.end()) > 0.5F);
+    }
+
+    void ratesAbove192KilohertzAreBroughtDown()
+    {
+        const auto decoder = openDecoder(saveWav(WavFile::countingSamples(384'000, 1), 1, 384'000)).take();
+        QCOMPARE(decoder->format().rate, 192'000);
+        const auto frames = qint64(readAll(*decoder).size());
+        QVERIFY2(std::abs(frames - 192'000) <= 32, qPrintable(QString::number(frames)));
+    }
+
+    void seekLandsOnTheSample_data()
+    {
+        QTest::addColumn<qint64>("frame");
+        for (const qint64 frame : {0, 1, 4799, 4801, 23'456, 2 * rate - 1})
+            QTest::newRow(qPrintable(QString::number(frame))) << frame;
+    }
+
+    void seekLandsOnTheSample()
+    {
+        QFETCH(qint64, frame);
+        const auto samples = WavFile::countingSamples(2 * rate, 2);
+        const auto decoder = openDecoder(saveWav(samples, 2)).take();
+        readAll(*decoder);
+        QVERIFY(decoder->seek(frame, {}));
+        const auto block = decoder->read();
+        QVERIFY(!block.isError());
+        QCOMPARE(block.value().position, frame);
+        QCOMPARE(block.value().samples.front(), samples[size_t(frame * 2)]);
+        QCOMPARE(qint64(block.value().samples.size() + readAll(*decoder).size()), (2 * rate - frame) * 2);
+    }
+
+    void seekPastTheEndLeadsToTheEnd()
+    {
+        const auto decoder = openDecoder(saveWav(WavFile::countingSamples(rate, 1), 1)).take();
+        QVERIFY(decoder->seek(10 * rate, {}));
+        const auto block = decoder->read();
+        QVERIFY(!block.isError());
+        QVERIFY(block.value().samples.empty());
+    }
+
+    void truncatedFileEndsWhereItIsCut()
+    {
+        const QByteArray bytes = WavFile::encoded(WavFile::countingSamples(rate, 1), rate, 1);
+        const QString path = m_folder.filePath(u"cut.wav"_s);
+        QVERIFY(WavFile::save(path, bytes.first(44 + 4 * 1000)));
+        const auto decoder = openDecoder(path).take();
+        QCOMPARE(readAll(*decoder).size(), size_t(1000));
+    }
+};
+
+LUMAVERDINE_TEST(DecoderTest)
+#include "DecoderTest.moc"

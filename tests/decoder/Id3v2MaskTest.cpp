@@ -1,0 +1,96 @@
+#include "decoder/Id3v2Mask.h"
+#include "tests/TestProgram.h"
+
+#include <QByteArray>
+
+namespace {
+
+const QByteArray header("ID3\x04\0\0\0\0\x02\x01", 10); // 257 bytes follow
+
+QByteArray masked(QByteArray bytes)
+{
+    const auto ready =
+        Id3v2Mask::apply({reinterpret_cast<std::uint8_t *>(bytes.data()), std::size_t(bytes.size())});
+    return bytes.first(qsizetype(ready));
+}
+
+QByteArray withVersion(QByteArray tag, char version)
+{
+    tag[3] = version;
+    return tag;
+}
+
+std::int64_t tagSize(const QByteArray &bytes)
+{
+    return Id3v2Mask::tagSize(
+        {reinterpret_cast<const std::uint8_t *>(bytes.constData()), std::size_t(bytes.size())});
+}
+
+} // namespace
+
+class Id3v2MaskTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sizeCountsHeaderAndFooter()
+    {
+        QCOMPARE(tagSize(header), 10 + 257);
+        QCOMPARE(tagSize("ea3" + header.sliced(3)), 10 + 257);
+        QByteArray withFooter = header;
+        withFooter[5] = 0x10;
+        QCOMPARE(tagSize(withFooter), 10 + 257 + 10);
+        QCOMPARE(tagSize(header.first(9)), 0);
+        QCOMPARE(tagSize("TAG" + header.sliced(3)), 0);
+    }
+
+    void everyTagGetsAVersionThatNobodyReads()
+    {
+        const QByteArray rest(9, 'x');
+        for (const char version : {2, 3, 4}) {
+            const QByteArray tag = withVersion(header, version);
+            QCOMPARE(masked(tag + rest), withVersion(header, 0));
+            QCOMPARE(masked("....." + tag + tag + rest),
+                "....." + withVersion(header, 0) + withVersion(header, 0));
+            QCOMPARE(masked("ea3" + tag.sliced(3) + rest), "ea3" + withVersion(header, 0).sliced(3));
+        }
+    }
+
+    void whatIsNoTagStays_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("version 1") << withVersion(header, 1);
+        QTest::newRow("version 5") << withVersion(header, 5);
+        QTest::newRow("other name") << "ID4" + header.sliced(3);
+        for (const int i : {6, 7, 8, 9}) {
+            QByteArray bytes = header;
+            bytes[i] = char(0x80);
+            QTest::addRow("byte %d", i) << bytes;
+        }
+    }
+
+    void whatIsNoTagStays()
+    {
+        QFETCH(QByteArray, bytes);
+        QCOMPARE(masked(bytes + QByteArray(9, 'x')), bytes);
+    }
+
+    void headerIsFoundWhereverItIsCut()
+    {
+        const QByteArray bytes = "........." + header + ".........";
+        for (qsizetype size = 10; size <= bytes.size(); ++size) {
+            QByteArray read;
+            while (read.size() < bytes.size())
+                read += masked(bytes.mid(read.size(), size));
+            QCOMPARE(read, "........." + withVersion(header, 0) + ".........");
+        }
+    }
+
+    void shortBytesAreReady()
+    {
+        QCOMPARE(masked(header.first(9)), header.first(9));
+        QCOMPARE(masked({}), QByteArray());
+    }
+};
+
+LUMAVERDINE_TEST(Id3v2MaskTest)
+#include "Id3v2MaskTest.moc"

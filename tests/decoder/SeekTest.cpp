@@ -1,0 +1,286 @@
+#include "decoder/DecoderModule.h"
+#include "tests/MemoryFile.h"
+#include "tests/TestProgram.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void append(std::vector<float> &samples, std::span<const float> more)
+{
+    samples.insert(samples.end(), more.data(), more.data() + more.size());
+}
+
+/// All samples from where the decoder stands.
+std::vector<float> decode(Decoder &decoder)
+{
+    std::vector<float> samples;
+    for (;;) {
+        const auto block = decoder.read();
+        if (block.isError() || block.value().samples.empty())
+            break;
+        append(samples, block.value().samples);
+    }
+    return samples;
+}
+
+QByteArray contentOf(const QString &name)
+{
+    QFile file(QStringLiteral(TEST_MEDIA "/") + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+Result<std::unique_ptr<Decoder>> tryDecoder(const QString &name)
+{
+    auto file = openRegularFile(QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + name));
+    return DecoderModule::load().value()->open(file.take(), nullptr);
+}
+
+std::unique_ptr<Decoder> openMedia(const QString &name)
+{
+    return tryDecoder(name).take();
+}
+
+/// All files that hold sound.
+QStringList soundFiles()
+{
+    QStringList names = QDir(QStringLiteral(TEST_MEDIA)).entryList(QDir::Files);
+    names.removeIf([](const QString &name) { return tryDecoder(name).isError(); });
+    return names;
+}
+
+/// How far the sound after a seek may be from that of the first play: some containers count milliseconds,
+/// some codecs fill bands with noise or go on from what they have heard.
+struct Precision {
+    int milliseconds = 0;
+    double difference = 0;
+};
+
+Precision precisionOf(const QString &name)
+{
+    if (name.endsWith(u".wma"_s) || name.endsWith(u".mka"_s))
+        return {1, 0.02};
+    if (name.endsWith(u".mp3"_s))
+        return {0, 1e-5};
+    const bool isAacInMp4 = name.endsWith(u".m4a"_s) && name != u"alac.m4a"_s;
+    if (isAacInMp4 || name.endsWith(u".aac"_s) || name.endsWith(u".opus"_s))
+        return {0, 5e-3};
+    return {};
+}
+
+QList<qint64> seekTargets(qint64 frames)
+{
+    QRandomGenerator random(3);
+    QList<qint64> targets{0, frames / 2, 0, 1, frames - 1};
+    while (targets.size() < 10)
+        targets.append(random.bounded(frames));
+    return targets;
+}
+
+/// Where the page lies that has so many before it.
+qsizetype oggPage(const QByteArray &bytes, int number)
+{
+    qsizetype offset = 0;
+    for (; number > 0; --number)
+        offset = bytes.indexOf("OggS", offset + 1);
+    return offset;
+}
+
+double difference(std::span<const float> one, std::span<const float> other)
+{
+    double largest = 0;
+    for (std::size_t index = 0; index < std::min(one.size(), other.size()); ++index)
+        largest = std::max(largest, double(std::abs(one[index] - other[index])));
+    return largest;
+}
+
+/// Between `samples` and those of `whole` from `place` on, give or take `slack`, at their beginning.
+double leastDifference(
+    std::span<const float> whole, std::span<const float> samples, qint64 place, qint64 slack)
+{
+    double least = 1;
+    for (qint64 from = std::max<qint64>(place - slack, 0); from <= place + slack; ++from) {
+        const auto count = std::min<std::size_t>(slack == 0 ? 20'000 : 1000, samples.size());
+        least = std::min(least,
+            difference(whole.subspan(std::min(std::size_t(from), whole.size())), samples.first(count)));
+    }
+    return least;
+}
+
+} // namespace
+
+/// What is decoded after a seek, beside a decode of the whole file.
+class SeekTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void gaplessFilesHaveTheirExactLength_data()
+    {
+        QTest::addColumn<qint64>("frames");
+        QTest::newRow("song.mp3") << qint64(88'200);
+        QTest::newRow("alac.m4a") << qint64(22'050);
+        QTest::newRow("opus.opus") << qint64(96'000);
+        QTest::newRow("vorbis.ogg") << qint64(88'200);
+        QTest::newRow("flac.flac") << qint64(22'050);
+        QTest::newRow("flac-without-total.oga") << qint64(32'000);
+        QTest::newRow("wavpack.wv") << qint64(16'000);
+        QTest::newRow("trueaudio.tta") << qint64(16'000);
+        QTest::newRow("shorten.shn") << qint64(16'384);
+        QTest::newRow("plain.wav") << qint64(8'000);
+        QTest::newRow("plain.aiff") << qint64(8'000);
+    }
+
+    void gaplessFilesHaveTheirExactLength()
+    {
+        QFETCH(qint64, frames);
+        QCOMPARE(qint64(decode(*openMedia(QString::fromUtf8(QTest::currentDataTag()))).size()), frames);
+    }
+
+    void everyFileIsPlayedAgainFromAnywhere_data()
+    {
+        const QStringList files = soundFiles();
+        const QStringList formats{u"aac"_s, u"ac3"_s, u"aiff"_s, u"caf"_s, u"dff"_s, u"dsf"_s, u"eac3"_s,
+            u"flac"_s, u"m4a"_s, u"mka"_s, u"mp3"_s, u"mpc"_s, u"oga"_s, u"spx"_s, u"ogg"_s, u"oma"_s,
+            u"opus"_s, u"shn"_s, u"tta"_s, u"wav"_s, u"wma"_s, u"wv"_s};
+        for (const QString &format : formats)
+            QVERIFY2(!files.filter(u'.' + format).isEmpty(), qPrintable(format));
+        QTest::addColumn<int>("slack");
+        QTest::addColumn<double>("tolerance");
+        for (const QString &name : files) {
+            const Precision precision = precisionOf(name);
+            QTest::newRow(qPrintable(name)) << precision.milliseconds << precision.difference;
+        }
+    }
+
+    /// From the start the very same samples; from elsewhere those that the first play had there.
+    void everyFileIsPlayedAgainFromAnywhere()
+    {
+        QFETCH(int, slack);
+        QFETCH(double, tolerance);
+        const QString name = QString::fromUtf8(QTest::currentDataTag());
+        const auto played = openMedia(name);
+        const auto whole = decode(*played);
+        const AudioFormat format = played->format();
+        const qint64 frames = qint64(whole.size()) / format.channels;
+        const qint64 slackSamples = slack * (format.rate / 1000 + 1) * format.channels;
+        for (const qint64 target : seekTargets(frames)) {
+            const auto rest = std::span(whole).subspan(std::size_t(target * format.channels));
+            const auto fresh = openMedia(name);
+            for (Decoder *decoder : {fresh.get(), played.get()}) {
+                QVERIFY(decoder->seek(target, {}));
+                const auto block = decoder->read();
+                QVERIFY(!block.isError());
+                QCOMPARE(block.value().position, target);
+                std::vector<float> samples;
+                append(samples, block.value().samples);
+                append(samples, decode(*decoder));
+                const bool isSame = samples.size() == rest.size()
+                    && std::memcmp(samples.data(), rest.data(), rest.size_bytes()) == 0;
+                QVERIFY(isSame || target > 0);
+                const qint64 surplus = qint64(samples.size()) - qint64(rest.size());
+                QVERIFY2(
+                    std::abs(surplus) <= slackSamples, qPrintable(u"%1 at %2"_s.arg(surplus).arg(target)));
+                const double found =
+                    isSame ? 0 : leastDifference(whole, samples, target * format.channels, slackSamples);
+                QVERIFY2(found <= tolerance, qPrintable(u"%1 at %2"_s.arg(found).arg(target)));
+            }
+        }
+    }
+
+    void lostSoundLeavesItsPlace_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<qint64>("end");
+        QByteArray damaged = contentOf(u"flac.flac"_s);
+        damaged.replace(2900, 2800, QByteArray(2800, '\0'));
+        QTest::newRow("damage") << damaged << qint64(22'050);
+        QByteArray torn = contentOf(u"leaping-numbers.oga"_s);
+        const qsizetype hole = oggPage(torn, 20);
+        torn.remove(hole, oggPage(torn, 40) - hole);
+        QTest::newRow("pages") << torn << qint64(16'384);
+    }
+
+    void lostSoundLeavesItsPlace()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(qint64, end);
+        const MemoryFile file(bytes);
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        qint64 position = 0;
+        qint64 missing = 0;
+        for (;;) {
+            const auto block = decoder->read().take();
+            if (block.samples.empty())
+                break;
+            missing += block.position - position;
+            position = block.position + qint64(block.samples.size());
+        }
+        QCOMPARE(position, end);
+        QVERIFY2(missing > end / 5, qPrintable(QString::number(missing)));
+    }
+
+    void leapThatLosesNothingMovesNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("a little, FLAC") << u"leaping-numbers.flac"_s;
+        QTest::newRow("numbers, Ogg") << u"leaping-numbers.oga"_s;
+        QTest::newRow("times, Ogg") << u"leaping-times.oga"_s;
+    }
+
+    void leapThatLosesNothingMovesNothing()
+    {
+        QFETCH(QString, name);
+        const auto decoder = openMedia(name);
+        QCOMPARE(decoder->duration(), 2.048);
+        qint64 position = 0;
+        for (;;) {
+            const auto block = decoder->read().take();
+            if (block.samples.empty())
+                break;
+            QCOMPARE(block.position, position);
+            position += qint64(block.samples.size());
+        }
+        QCOMPARE(position, qint64(16'384));
+    }
+
+    /// The times of the second stream begin at 0 again.
+    void chainedStreamsAreOneTrack()
+    {
+        const MemoryFile file(contentOf(u"vorbis.ogg"_s) + contentOf(u"coverart.ogg"_s));
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        const auto whole = decode(*decoder);
+        QVERIFY(whole.size() > 88'200 + 40'000);
+        QVERIFY(decoder->seek(100'000, {}));
+        const auto block = decoder->read().take();
+        QCOMPARE(block.position, qint64(100'000));
+        QVERIFY(std::ranges::equal(block.samples, std::span(whole).subspan(100'000, block.samples.size())));
+        QCOMPARE(block.samples.size() + decode(*decoder).size(), whole.size() - 100'000);
+    }
+
+    void lengthInWholePacketsIsAGuess()
+    {
+        const auto decoder = openMedia(u"musepack8.mpc"_s);
+        QVERIFY(decoder->isDurationGuessed());
+        QVERIFY(decoder->duration() >= decoder->format().seconds(qint64(decode(*decoder).size()) / 2));
+    }
+
+    void obsoleteSeekIsGivenUp()
+    {
+        const auto decoder = openMedia(u"shorten.shn"_s);
+        int asked = 0;
+        QVERIFY(!decoder->seek(16'000, [&asked] { return ++asked == 3; }));
+        QCOMPARE(asked, 3);
+        QVERIFY(decoder->seek(16'000, [] { return false; }));
+        QCOMPARE(decode(*decoder).size(), std::size_t(384));
+    }
+};
+
+LUMAVERDINE_TEST(SeekTest)
+#include "SeekTest.moc"

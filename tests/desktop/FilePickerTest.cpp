@@ -1,0 +1,346 @@
+#include "desktop/FilePicker.h"
+#include "desktop/AudioFileDialog.h"
+#include "desktop/NameOnlyIconProvider.h"
+#include "tests/TestProgram.h"
+
+#include <QApplication>
+#include <QCompleter>
+#include <QDialogButtonBox>
+#include <QDirIterator>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QTreeView>
+#include <memory>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList everythingBelow(const QString &folder)
+{
+    QStringList paths;
+    QDirIterator files(
+        folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        paths.append(files.next());
+    paths.sort();
+    return paths;
+}
+
+} // namespace
+
+class FilePickerTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_home;
+    std::unique_ptr<QWidget> m_window;
+    std::unique_ptr<FilePicker> m_picker;
+    QList<Result<QList<QUrl>>> m_results;
+    QStringList m_events;
+
+    [[nodiscard]] QString path(const QString &name) const { return m_home.filePath(u"Music/"_s + name); }
+    [[nodiscard]] QUrl url(const QString &name) const { return QUrl::fromLocalFile(path(name)); }
+
+    void addFile(const QString &name) const
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+
+    [[nodiscard]] AudioFileDialog *dialog() const { return m_window->findChild<AudioFileDialog *>(); }
+
+    void open()
+    {
+        m_picker->open();
+        QTRY_VERIFY(dialog() && dialog()->isVisible());
+    }
+
+    void type(const QString &text)
+    {
+        auto *nameField = dialog()->findChild<QLineEdit *>(u"fileNameEdit"_s);
+        QVERIFY(nameField);
+        dialog()->activateWindow();
+        QTRY_VERIFY(nameField->hasFocus());
+        nameField->clear();
+        QTest::keyClicks(nameField, text);
+        QTest::keyClick(nameField, Qt::Key_Return);
+    }
+
+    void choose(const QString &text)
+    {
+        open();
+        type(text);
+        QTRY_VERIFY(m_events.endsWith(u"closed"_s));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        qputenv("HOME", m_home.path().toUtf8());
+        qunsetenv("XDG_CONFIG_HOME");
+        QVERIFY(QDir(m_home.path()).mkpath(u"Music/other"_s));
+        for (const auto &name : {u"a.mp3"_s, u"b.mp3"_s, u"picture.jpg"_s, u"other/c.flac"_s})
+            addFile(name);
+    }
+
+    void init()
+    {
+        m_window = std::make_unique<QWidget>();
+        m_window->show();
+        m_picker = std::make_unique<FilePicker>(*m_window);
+        m_results.clear();
+        m_events.clear();
+        connect(m_picker.get(), &FilePicker::completed, this, [this](const Result<QList<QUrl>> &result) {
+            m_results.append(result);
+            m_events.append(u"completed"_s);
+        });
+        connect(m_picker.get(), &FilePicker::closed, this, [this] { m_events.append(u"closed"_s); });
+    }
+
+    void cleanup()
+    {
+        m_picker.reset();
+        m_window.reset();
+    }
+
+    void dialogIsThePortalsOrTheToolkitsOwn_data()
+    {
+        QTest::addColumn<QByteArray>("theme");
+        QTest::addColumn<bool>("isOwn");
+        QTest::newRow("none") << QByteArray() << true;
+        QTest::newRow("GTK") << QByteArray("gtk3") << true;
+        QTest::newRow("portal") << QByteArray("xdgdesktopportal") << false;
+    }
+
+    void dialogIsThePortalsOrTheToolkitsOwn()
+    {
+        QFETCH(const QByteArray, theme);
+        qputenv("QT_QPA_PLATFORMTHEME", theme);
+        open();
+        QTEST(QCoreApplication::testAttribute(Qt::AA_DontUseNativeDialogs), "isOwn");
+        qunsetenv("QT_QPA_PLATFORMTHEME");
+    }
+
+    void startsInTheMusicFolderElseAtHome()
+    {
+        open();
+        QCOMPARE(dialog()->directoryUrl(), QUrl::fromLocalFile(m_home.filePath(u"Music"_s)));
+        m_picker->close();
+        QVERIFY(QDir(m_home.path()).rename(u"Music"_s, u"Elsewhere"_s));
+        open();
+        const QUrl folder = dialog()->directoryUrl();
+        QVERIFY(QDir(m_home.path()).rename(u"Elsewhere"_s, u"Music"_s));
+        QCOMPARE(folder, QUrl::fromLocalFile(m_home.path()));
+    }
+
+    void deliversSeveralFilesAtOnceThenCloses()
+    {
+        choose(u"\"b.mp3\" \"a.mp3\""_s);
+        QCOMPARE(m_events, QStringList({u"completed"_s, u"closed"_s}));
+        QCOMPARE(m_results.first().value(), QList<QUrl>({url(u"b.mp3"_s), url(u"a.mp3"_s)}));
+    }
+
+    void deliversATypedPath()
+    {
+        choose(path(u"other/c.flac"_s));
+        QCOMPARE(m_results.first().value(), QList<QUrl>({url(u"other/c.flac"_s)}));
+    }
+
+    void cancelClosesWithoutAResult()
+    {
+        open();
+        QTest::keyClick(dialog(), Qt::Key_Escape);
+        QTRY_COMPARE(m_events, QStringList({u"closed"_s}));
+    }
+
+    void closeIsACancel()
+    {
+        open();
+        m_picker->close();
+        QCOMPARE(m_events, QStringList({u"closed"_s}));
+        m_picker->close();
+        QCOMPARE(m_events, QStringList({u"closed"_s}));
+    }
+
+    void openWhileShowingKeepsTheOneDialog()
+    {
+        open();
+        const AudioFileDialog *first = dialog();
+        m_picker->open();
+        QCOMPARE(m_window->findChildren<AudioFileDialog *>(), QList<AudioFileDialog *>({dialog()}));
+        QCOMPARE(dialog(), first);
+        QVERIFY(m_events.isEmpty());
+        m_window->activateWindow();
+        QTRY_VERIFY(m_window->isActiveWindow());
+        m_picker->open();
+        QTRY_VERIFY(dialog()->isActiveWindow());
+    }
+
+    void doesNotBlockTheWindow()
+    {
+        open();
+        QCOMPARE(dialog()->windowModality(), Qt::NonModal);
+        QCOMPARE(dialog()->windowTitle(), u"Añadir música"_s);
+        QVERIFY(dialog()->testOption(QFileDialog::HideNameFilterDetails));
+        QVERIFY(dialog()->testOption(QFileDialog::ReadOnly));
+        QVERIFY(!dialog()->findChild<QLineEdit *>(u"fileNameEdit"_s)->completer());
+    }
+
+    void opensAgainInTheFolderOfTheLastChoice()
+    {
+        choose(path(u"other/c.flac"_s));
+        open();
+        QCOMPARE(QDir(dialog()->directoryUrl().toLocalFile()), QDir(path(u"other"_s)));
+        type(u"c.flac"_s);
+        QTRY_COMPARE(m_results.size(), 2);
+        QCOMPARE(m_results.last().value(), QList<QUrl>({url(u"other/c.flac"_s)}));
+    }
+
+    void addressOfAnotherMachineIsAnErrorThatNamesIt()
+    {
+        choose(u"smb://server/a.mp3"_s);
+        QCOMPARE(m_events, QStringList({u"completed"_s, u"closed"_s}));
+        QVERIFY(m_results.first().isError());
+        QCOMPARE(m_results.first().error().description,
+            u"«smb://server/a.mp3» no es un archivo de este equipo."_s);
+    }
+
+    void fileAddressOfAnotherMachineIsAnErrorToo()
+    {
+        choose(u"file://server/m/a.mp3"_s);
+        QVERIFY(m_results.first().isError());
+    }
+
+    void oneAddressOfAnotherMachineFailsTheWholeChoice()
+    {
+        choose(u"\"file:///m/a.mp3\" \"sftp://host/b.mp3\""_s);
+        QVERIFY(m_results.first().isError());
+        QVERIFY(m_results.first().error().description.contains(u"sftp://host/b.mp3"_s));
+    }
+
+    void typedFileAddressIsDeliveredAsItIs()
+    {
+        choose(u"file:///m/%FF%23.mp3"_s);
+        QCOMPARE(m_results.first().value(), QList<QUrl>({QUrl(u"file:///m/%FF%23.mp3"_s)}));
+        QCOMPARE(m_results.first().value().first().toEncoded(), "file:///m/%FF%23.mp3");
+    }
+
+    void nameOfNoFileKeepsTheDialogOpen()
+    {
+        open();
+        bool wasReported = false;
+        QTimer whileReporting;
+        whileReporting.callOnTimeout([&wasReported] {
+            if (auto *report = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                wasReported = report->text().contains(u"missing.mp3"_s);
+                report->close();
+            }
+        });
+        whileReporting.start(10);
+        type(u"missing.mp3"_s);
+        QTRY_VERIFY(wasReported);
+        QVERIFY(dialog()->isVisible());
+        QVERIFY(m_events.isEmpty());
+    }
+
+    void openButtonTakesAnAddress()
+    {
+        open();
+        auto *button =
+            dialog()->findChild<QDialogButtonBox *>(u"buttonBox"_s)->button(QDialogButtonBox::Open);
+        auto *nameField = dialog()->findChild<QLineEdit *>(u"fileNameEdit"_s);
+        QTest::keyClicks(nameField, u"missing.mp3"_s);
+        QVERIFY(!button->isEnabled());
+        for (const QString &address :
+            {u"smb://server/a.mp3"_s, u"\"file:///m/b.mp3\" \"file:///m/a.mp3\""_s, u"file:///m/a.mp3"_s}) {
+            nameField->clear();
+            QTest::keyClicks(nameField, address);
+            QVERIFY2(button->isEnabled(), qPrintable(address));
+        }
+        button->click();
+        QTRY_COMPARE(m_results.size(), 1);
+        QCOMPARE(m_results.first().value(), QList<QUrl>({QUrl(u"file:///m/a.mp3"_s)}));
+    }
+
+    void theOneFilterHoldsEveryAudioTypeAndNothingElse()
+    {
+        open();
+        QCOMPARE(dialog()->nameFilters().size(), 1);
+        const QString filter = dialog()->nameFilters().first();
+        QVERIFY(filter.startsWith(u"Archivos de audio ("_s));
+        const QStringList globs = filter.sliced(filter.indexOf(u'(') + 1).chopped(1).split(u' ');
+        for (const auto &name : {u"mp3"_s, u"m4a"_s, u"flac"_s, u"ogg"_s, u"opus"_s, u"wav"_s, u"aiff"_s,
+                 u"wma"_s, u"wv"_s, u"aac"_s})
+            QVERIFY2(globs.contains(u"*."_s + name), qPrintable(name));
+        for (const auto &name : {u"jpg"_s, u"png"_s, u"mp4"_s, u"mkv"_s, u"txt"_s})
+            QVERIFY2(!globs.contains(u"*."_s + name), qPrintable(name));
+        QVERIFY(!globs.contains(u"*"_s));
+        QCOMPARE(QSet<QString>(globs.begin(), globs.end()).size(), globs.size());
+    }
+
+    void withoutATypeDatabaseAllFilesAreOffered()
+    {
+        const QByteArray folders = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", "/nowhere");
+        open();
+        folders.isNull() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", folders);
+        QCOMPARE(dialog()->nameFilters(), QStringList({u"Archivos de audio (*)"_s}));
+    }
+
+    void aTypedPathOfAFileThatIsListedIsDelivered()
+    {
+        choose(path(u"b.mp3"_s));
+        open();
+        type(path(u"a.mp3"_s));
+        QTRY_COMPARE(m_results.size(), 2);
+        QCOMPARE(m_results.last().value(), QList<QUrl>({url(u"a.mp3"_s)}));
+    }
+
+    void listingAFolderReadsNoFile()
+    {
+        addFile(u"unknown"_s);
+        const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        for (const auto &name : {u"a.mp3"_s, u"picture.jpg"_s, u"unknown"_s})
+            QVERIFY(inotify_add_watch(watch, path(name).toUtf8().constData(), IN_OPEN) >= 0);
+        open();
+        const auto *list = dialog()->findChild<QTreeView *>();
+        QTRY_VERIFY(list && list->model()->rowCount(list->rootIndex()) >= 3);
+        // Looked up each time: rows change their places until the list is sorted.
+        const auto firstType = [&] {
+            return list->model()->index(0, 2, list->rootIndex()).data().toString();
+        };
+        QTRY_COMPARE(firstType(), u"Carpeta"_s);
+        char events[4096];
+        QCOMPARE(read(watch, events, sizeof events), -1);
+        close(watch);
+        QVERIFY(QFile::remove(path(u"unknown"_s)));
+    }
+
+    void typesAndIconsGoByTheName()
+    {
+        const NameOnlyIconProvider icons;
+        QCOMPARE(icons.type(QFileInfo(u"a.mp3"_s)), u"Archivo MP3"_s);
+        const auto picture = [](const QIcon &icon) { return icon.pixmap(16).toImage(); };
+        QCOMPARE(picture(icons.icon(QFileInfo(u"a.mp3"_s))), picture(icons.icon(QFileIconProvider::File)));
+        QVERIFY(
+            picture(icons.icon(QFileInfo(u"a.mp3"_s))) != picture(icons.icon(QFileInfo(path(u"other"_s)))));
+    }
+
+    void writesNothingToTheHome()
+    {
+        const QStringList before = everythingBelow(m_home.path());
+        QVERIFY(!before.contains(m_home.filePath(u".config"_s))); // by any earlier one either
+        choose(u"a.mp3"_s);
+        cleanup();
+        QCOMPARE(everythingBelow(m_home.path()), before);
+    }
+};
+
+LUMAVERDINE_TEST(FilePickerTest)
+#include "FilePickerTest.moc"

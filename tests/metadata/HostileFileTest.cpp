@@ -1,0 +1,635 @@
+#include "decoder/DecoderModule.h"
+#include "tests/MemoryFile.h"
+#include "tests/TestProgram.h"
+#include "tests/playback/WavFile.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <numeric>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 longestWait = 3000; // milliseconds of work until an answer, on a busy machine, too
+constexpr qint64 mostMemory = 100 * 1024; // KiB
+
+QByteArray mediaFile(const QString &name)
+{
+    QFile file(QDir(QStringLiteral(TEST_MEDIA)).filePath(name));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s is missing.", qPrintable(name));
+    return file.readAll();
+}
+
+template <typename T> QByteArray big(T value)
+{
+    QByteArray bytes(sizeof value, Qt::Uninitialized);
+    qToBigEndian(value, bytes.data());
+    return bytes;
+}
+
+template <typename T> QByteArray little(T value)
+{
+    QByteArray bytes(sizeof value, Qt::Uninitialized);
+    qToLittleEndian(value, bytes.data());
+    return bytes;
+}
+
+QByteArray syncsafe(qsizetype number)
+{
+    QByteArray bytes;
+    for (const int shift : {21, 14, 7, 0})
+        bytes.append(char(number >> shift & 0x7F));
+    return bytes;
+}
+
+QByteArray tagOf(const QByteArray &frame, const QByteArray &content, char flags = 0)
+{
+    const QByteArray padding(16, '\0'); // without it a size may be taken for one in another notation
+    const QByteArray body = frame + syncsafe(content.size()) + '\0' + flags + content + padding;
+    return "ID3" + QByteArray("\4\0\0", 3) + syncsafe(body.size()) + body;
+}
+
+/// A tag of one frame, which inflates to 250 MB and starts with `beginning` then.
+QByteArray inflatingTag(const QByteArray &frame, const QByteArray &beginning)
+{
+    constexpr qsizetype inflated = 250'000'000;
+    constexpr char compressedWithLength = 0x09;
+    const QByteArray data =
+        qCompress(beginning + QByteArray(inflated - beginning.size(), 'A'), 9).sliced(qsizetype(sizeof(int)));
+    return tagOf(frame, big(quint32(inflated)) + data, compressedWithLength);
+}
+
+QByteArray wave(const QByteArray &chunk, const QByteArray &tag)
+{
+    return mediaFile(u"plain.wav"_s) + chunk + little(quint32(tag.size())) + tag;
+}
+
+QByteArray aiff(const QByteArray &tag)
+{
+    QByteArray bytes = mediaFile(u"plain.aiff"_s) + "ID3 " + big(quint32(tag.size())) + tag;
+    return bytes.replace(4, 4, big(quint32(bytes.size() - 8)));
+}
+
+/// DSF, whose header points to the tag.
+QByteArray dsf(const QByteArray &tag)
+{
+    const QByteArray sound(4096, '\x69');
+    const qsizetype tagPosition = 28 + 52 + 12 + sound.size();
+    return "DSD " + little(quint64(28)) + little(quint64(tagPosition + tag.size()))
+        + little(quint64(tagPosition)) + "fmt " + little(quint64(52)) + little(quint32(1))
+        + little(quint32(0)) + little(quint32(1)) + little(quint32(1)) + little(quint32(2'822'400))
+        + little(quint32(1)) + little(quint64(sound.size() * 8)) + little(quint32(4096)) + little(quint32(0))
+        + "data" + little(quint64(12 + sound.size())) + sound + tag;
+}
+
+QByteArray dsdiffChunk(const QByteArray &name, const QByteArray &content)
+{
+    return name + big(quint64(content.size())) + content + QByteArray(content.size() % 2, '\0');
+}
+
+QByteArray dsdiff(const QByteArray &tag)
+{
+    const QByteArray properties = "SND " + dsdiffChunk("FS  ", big(quint32(2'822'400)))
+        + dsdiffChunk("CHNL", big(quint16(1)) + "C000") + dsdiffChunk("CMPR", QByteArray("DSD \0", 6))
+        + dsdiffChunk("ID3 ", tag);
+    return dsdiffChunk("FRM8",
+        "DSD " + dsdiffChunk("FVER", QByteArray("\1\5\0\0", 4)) + dsdiffChunk("PROP", properties)
+            + dsdiffChunk("DSD ", QByteArray(8192, '\x69')));
+}
+
+/// ASF with an attribute "ID3", whose size is cut to what its field holds.
+QByteArray asf(const QByteArray &tag)
+{
+    const QByteArray name("I\0D\0003\0\0\0", 8);
+    const QByteArray attributes = little(quint16(1)) + little(quint16(name.size())) + name
+        + little(quint16(1)) + little(quint16(std::min<qsizetype>(tag.size(), 65'535))) + tag;
+    const QByteArray object = QByteArray::fromHex("40a4d0d207e3d21197f000a0c95ea850")
+        + little(quint64(24 + attributes.size())) + attributes;
+    QByteArray bytes = mediaFile(u"wma.wma"_s);
+    constexpr qsizetype headerSize = 30;
+    bytes.insert(headerSize, object);
+    bytes.replace(16, 8, little(qFromLittleEndian<quint64>(bytes.constData() + 16) + quint64(object.size())));
+    return bytes.replace(24, 4, little(qFromLittleEndian<quint32>(bytes.constData() + 24) + 1));
+}
+
+/// The tag behind the third frame.
+QByteArray adts(const QByteArray &tag)
+{
+    QByteArray bytes = mediaFile(u"adts.aac"_s);
+    qsizetype position = 0;
+    for (int i = 0; i < 3; ++i)
+        position += qFromBigEndian<quint32>(bytes.constData() + position + 3) >> 13 & 0x1FFF;
+    return bytes.insert(position, tag);
+}
+
+QByteArray openMg(const QByteArray &tag)
+{
+    QByteArray header("EA3\1\0\x60\xff\xff", 8);
+    header.resize(96, '\0');
+    header[32] = 4; // uncompressed
+    return "ea3" + tag.sliced(3) + header + QByteArray(16'384, '\x11');
+}
+
+QByteArray box(const QByteArray &name, const QByteArray &content)
+{
+    return big(quint32(content.size() + 8)) + name + content;
+}
+
+/// A box whose content starts with a version and flags of zero.
+QByteArray table(const QByteArray &name, const QList<quint32> &fields, const QByteArray &rest = {})
+{
+    QByteArray content(4, '\0');
+    for (const quint32 field : fields)
+        content += big(field);
+    return box(name, content + rest);
+}
+
+/// A track of `packets` packets of one byte that all lie in one chunk, more tables behind those that say so.
+QByteArray track(quint32 packets, const QByteArray &tables = {})
+{
+    const QByteArray codec = QByteArray(6, '\0') + big(quint16(1)) + QByteArray(8, '\0') + big(quint16(2))
+        + big(quint16(16)) + QByteArray(4, '\0') + big(quint32(44'100) << 16);
+    const QByteArray chunks = packets == 0
+        ? table("stsc", {0}) + table("stsz", {0, 0}) + table("stco", {0})
+        : table("stsc", {1, 1, packets, 1}) + table("stsz", {1, packets}) + table("stco", {1, 40});
+    const QByteArray samples = box(
+        "stbl", table("stsd", {1}, box("mp4a", codec)) + table("stts", {1, packets, 1024}) + chunks + tables);
+    return box("trak",
+        table("tkhd", {0, 0, 1, 0, 1000}, QByteArray(60, '\0'))
+            + box("mdia",
+                table("mdhd", {0, 0, 44'100, 1000, 0}) + table("hdlr", {0}, "soun" + QByteArray(13, '\0'))
+                    + box("minf", samples)));
+}
+
+QByteArray movie(const QByteArray &content)
+{
+    return box("ftyp", "M4A " + QByteArray(4, '\0')) + box("mdat", QByteArray(4000, '\0'))
+        + box("moov", table("mvhd", {0, 0, 44'100, 1000}, QByteArray(80, '\0')) + content);
+}
+
+/// A movie whose header inflates to `size` bytes.
+QByteArray compressedMovie(qsizetype size)
+{
+    const QByteArray inflated =
+        box("moov", table("mvhd", {0, 0, 44'100, 1000}, QByteArray(size, '\0')) + track(10));
+    const QByteArray deflated = qCompress(inflated, 9).sliced(qsizetype(sizeof(int)));
+    return box("mdat", QByteArray(4000, '\0'))
+        + box(
+            "moov", box("cmov", box("dcom", "zlib") + box("cmvd", big(quint32(inflated.size())) + deflated)));
+}
+
+/// A movie in a fragment, whose packets take no bytes in its tables.
+QByteArray fragmentedMovie(quint32 packets)
+{
+    const QByteArray defaults = box("mvex", table("trex", {1, 1, 1024, 1, 0}));
+    return movie(track(0) + defaults)
+        + box("moof", table("mfhd", {1}) + box("traf", table("tfhd", {1}) + table("trun", {packets})));
+}
+
+/// Monkey's Audio with a table of so many frames.
+QByteArray monkeysAudio(quint32 frames)
+{
+    return "MAC " + little(quint32(3990)) + little(quint32(52)) + little(quint32(24)) + little(frames * 4)
+        + little(quint32(0)) + little(quint32(1000)) + QByteArray(24, '\0') + little(quint32(2000))
+        + little(quint32(73'728)) + little(quint32(1000)) + little(frames) + little(quint16(16))
+        + little(quint16(2)) + little(quint32(44'100)) + QByteArray(4 * qsizetype(frames) + 20'000, '\0');
+}
+
+/// WAV with so many cue points, each of which is looked for among all others.
+QByteArray waveWithCues(quint32 cues)
+{
+    QByteArray points = little(cues);
+    for (quint32 i = cues; i > 0; --i)
+        points += little(i) + QByteArray(20, '\0');
+    return mediaFile(u"plain.wav"_s).insert(36, "cue " + little(quint32(points.size())) + points);
+}
+
+/// An element of Matroska.
+QByteArray element(const char *id, const QByteArray &content)
+{
+    constexpr quint64 eightBytes = quint64(1) << 56;
+    return QByteArray::fromHex(id) + big(eightBytes | quint64(content.size())) + content;
+}
+
+/// How Matroska says that a track's blocks (1) or its codec's header (2) are compressed.
+QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &settings = {})
+{
+    const QByteArray details = element("4254", QByteArray(1, char(method))) + element("4255", settings);
+    return element(
+        "6d80", element("6240", element("5032", QByteArray(1, char(scope))) + element("5034", details)));
+}
+
+QByteArray matroskaTrack(int number, const QByteArray &fields, const QByteArray &codec = "A_PCM/INT/LIT")
+{
+    const QByteArray audio =
+        element("b5", big(quint32(0x45FA0000))) + element("9f", "\1") + element("6264", "\x10"); // 8000 Hz
+    return element("ae",
+        element("d7", QByteArray(1, char(number))) + element("73c5", QByteArray(1, char(number)))
+            + element("83", "\2") + element("86", codec) + fields + element("e1", audio));
+}
+
+QByteArray matroska(const QByteArray &tracks, const QByteArray &more = {}, const QByteArray &sound = {})
+{
+    const QByteArray type = element("4282", "matroska") + element("4287", "\4") + element("4285", "\2");
+    const QByteArray block =
+        QByteArray("\x81\0\0\x80", 4) + (sound.isEmpty() ? QByteArray(3200, '\x21') : sound);
+    const QByteArray cluster = element("1f43b675", element("e7", QByteArray(1, '\0')) + element("a3", block));
+    const QByteArray information = element("1549a966", element("2ad7b1", QByteArray::fromHex("0f4240")));
+    return element("1a45dfa3", type)
+        + element("18538067", information + element("1654ae6b", tracks) + more + cluster);
+}
+
+/// Sixty tracks with a header that inflates to 8 MiB each.
+QByteArray matroskaWithCompressedHeaders()
+{
+    const QByteArray header = qCompress(QByteArray(8 << 20, '\0'), 9).sliced(qsizetype(sizeof(int)));
+    QByteArray tracks;
+    for (int number = 1; number <= 60; ++number)
+        tracks += matroskaTrack(number, element("63a2", header) + matroskaCompression(2, 0));
+    return matroska(tracks);
+}
+
+QByteArray matroskaWithTags(int count)
+{
+    QByteArray tags = element("63c0", {});
+    for (int i = 0; i < count; ++i)
+        tags += element("67c8", element("45a3", "N" + QByteArray::number(i)) + element("4487", "value"));
+    return matroska(matroskaTrack(1, {}), element("1254c367", element("7373", tags)));
+}
+
+QByteArray matroskaWithChapters(quint32 count)
+{
+    QByteArray chapters;
+    for (quint32 i = count; i > 0; --i)
+        chapters += element("b6", element("73c4", big(i)) + element("91", big(count - i + 1)));
+    return matroska(matroskaTrack(1, {}), element("1043a770", element("45b9", chapters)));
+}
+
+/// So many comments, as all files of Xiph's hold them.
+QByteArray comments(int count, int first = 0)
+{
+    QByteArray bytes = little(quint32(5)) + "maker" + little(quint32(count));
+    for (int i = first; i < first + count; ++i) {
+        const QByteArray comment = "N" + QByteArray::number(i) + "=value";
+        bytes += little(quint32(comment.size())) + comment;
+    }
+    return bytes;
+}
+
+QByteArray comment(const QByteArray &text)
+{
+    return little(quint32(0)) + little(quint32(1)) + little(quint32(text.size())) + text;
+}
+
+QByteArray flacBlock(quint32 type, const QByteArray &content)
+{
+    return big(quint32(type << 24 | content.size())) + content;
+}
+
+constexpr qsizetype endOfFirstFlacBlock = 42;
+
+/// The frames of a FLAC file.
+QByteArray flacFrames(const QByteArray &file)
+{
+    constexpr quint8 last = 0x80;
+    qsizetype sound = 4;
+    for (quint8 type = 0; !(type & last);) {
+        type = quint8(file[sound]);
+        sound += 4 + (qFromBigEndian<quint32>(file.constData() + sound) & 0xFFFFFF);
+    }
+    return file.sliced(sound);
+}
+
+/// The mark and the blocks of a FLAC file with so many comments in blocks of `each`.
+QByteArray flacHeader(int count, int each)
+{
+    constexpr quint32 type = 4;
+    constexpr quint32 last = 0x80;
+    QByteArray header = mediaFile(u"flac.flac"_s).first(endOfFirstFlacBlock);
+    for (int i = 0; i < count; i += each)
+        header += flacBlock(i + each >= count ? type | last : type, comments(each, i));
+    return header;
+}
+
+QByteArray flacWithComments(int count, int each)
+{
+    return flacHeader(count, each) + flacFrames(mediaFile(u"flac.flac"_s));
+}
+
+QByteArray matroskaFlac(const QByteArray &header)
+{
+    const QByteArray track = matroskaTrack(1, element("63a2", header), "A_FLAC");
+    return matroska(track, {}, flacFrames(mediaFile(u"flac.flac"_s)));
+}
+
+quint32 oggChecksum(const QByteArray &page)
+{
+    quint32 sum = 0;
+    for (const char byte : page) {
+        sum ^= quint32(quint8(byte)) << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            sum = sum << 1 ^ (sum >> 31 ? 0x04C1'1DB7 : 0);
+    }
+    return sum;
+}
+
+/// The packet of `comments`, and what follows it on its page, on as many pages of the stream as it takes.
+QByteArray oggPages(const QByteArray &stream, const QByteArray &packet, const QByteArray &next)
+{
+    QByteArray segments, pages;
+    for (const QByteArray &part : {packet, next}) {
+        if (!part.isEmpty())
+            segments += QByteArray(part.size() / 255, '\xff') + char(part.size() % 255);
+    }
+    const QByteArray content = packet + next;
+    qsizetype position = 0;
+    for (qsizetype i = 0; i < segments.size(); i += 255) {
+        const QByteArray lengths = segments.mid(i, 255);
+        const bool isContinued = i > 0 && segments[i - 1] == '\xff';
+        const auto size = std::accumulate(lengths.begin(), lengths.end(), qsizetype(0),
+            [](qsizetype sum, char length) { return sum + quint8(length); });
+        QByteArray page = "OggS" + QByteArray(1, '\0') + char(isContinued) + QByteArray(8, '\0') + stream
+            + QByteArray(8, '\0') + char(lengths.size()) + lengths + content.sliced(position, size);
+        pages += page.replace(22, 4, little(oggChecksum(page)));
+        position += size;
+    }
+    return pages;
+}
+
+/// An Ogg file, whose comments take a page of their own or share it with Vorbis' tables, with others.
+QByteArray oggWithComments(const QString &name, const QByteArray &mark, const QByteArray &comments)
+{
+    const QByteArray file = mediaFile(name);
+    const qsizetype second = file.indexOf("OggS", 1);
+    const qsizetype third = file.indexOf("OggS", second + 1);
+    const qsizetype tables = file.indexOf("\5vorbis");
+    const QByteArray next = tables < 0 ? QByteArray() : file.sliced(tables, third - tables);
+    return file.first(second) + oggPages(file.sliced(14, 4), mark + comments, next) + file.sliced(third);
+}
+
+/// An Ogg file whose last page, behind `middle`, says that it lasts an hour.
+QByteArray oggWithLateEnd(const QByteArray &middle)
+{
+    constexpr qint64 rate = 44'100;
+    const QByteArray file = mediaFile(u"vorbis.ogg"_s);
+    const qsizetype last = file.lastIndexOf("OggS");
+    QByteArray page = file.sliced(last).replace(6, 8, little(3600 * rate)).replace(22, 4, little(0));
+    return file.first(last) + middle + page.replace(22, 4, little(oggChecksum(page)));
+}
+
+struct OggFile {
+    const char *codec;
+    QString name;
+    QByteArray mark; ///< in front of the comments
+};
+
+const OggFile oggFiles[] = {
+    {"Vorbis", u"vorbis.ogg"_s, "\3vorbis"},
+    {"Opus", u"opus.opus"_s, "OpusTags"},
+    {"Speex", u"speex.spx"_s, {}},
+    {"FLAC", u"leaping-times.oga"_s, QByteArray::fromHex("84000000")},
+};
+
+struct Place {
+    const char *name;
+    QByteArray (*file)(const QByteArray &tag);
+};
+
+const Place places[] = {
+    {"before MP3", [](const QByteArray &tag) { return tag + mediaFile(u"song.mp3"_s); }},
+    {"before FLAC", [](const QByteArray &tag) { return tag + mediaFile(u"flac.flac"_s); }},
+    {"before AC-3", [](const QByteArray &tag) { return tag + mediaFile(u"dolby.ac3"_s); }},
+    {"before noise", [](const QByteArray &tag) { return tag + mediaFile(u"noise.mp3"_s); }},
+    {"before WAV", [](const QByteArray &tag) { return tag + mediaFile(u"plain.wav"_s); }},
+    {"behind another tag", [](const QByteArray &tag) { return tag + tag + mediaFile(u"song.mp3"_s); }},
+    {"WAV, ID3", [](const QByteArray &tag) { return wave("ID3 ", tag); }},
+    {"WAV, id3", [](const QByteArray &tag) { return wave("id3 ", tag); }},
+    {"AIFF", aiff},
+    {"DSF", dsf},
+    {"DSDIFF", dsdiff},
+    {"ASF", asf},
+    {"ADTS", adts},
+    {"OpenMG", openMg},
+};
+
+struct Weight {
+    QByteArray step;
+    qint64 wait;
+    qint64 memory;
+};
+
+/// What a child process needs for each step of adding and playing `bytes`; less than two steps where it crashed.
+QList<Weight> weights(const QByteArray &bytes)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"hostile"_s);
+    if (!WavFile::save(path, bytes))
+        qFatal("The temporary folder is not writable.");
+    QProcess child;
+    child.start(QStringLiteral(WEIGH_MEDIA_FILE), {path});
+    if (!child.waitForFinished(60'000))
+        child.kill();
+    QList<Weight> steps;
+    for (const QByteArray &line : child.readAllStandardOutput().trimmed().split('\n')) {
+        const QList<QByteArray> fields = line.split(' ');
+        if (fields.size() == 3)
+            steps.append({fields[0], fields[1].toLongLong(), fields[2].toLongLong()});
+    }
+    return steps;
+}
+
+void verifyBounded(const QByteArray &bytes, const QByteArray &name)
+{
+    const QList<Weight> steps = weights(bytes);
+    QVERIFY2(steps.size() == 2, name + " crashed");
+    for (const Weight &step : steps) {
+        const QByteArray figures = name + ", " + step.step + ": " + QByteArray::number(step.wait) + " ms, "
+            + QByteArray::number(step.memory) + " KiB";
+        QVERIFY2(step.wait < longestWait, figures);
+        QVERIFY2(step.memory < mostMemory, figures);
+    }
+}
+
+std::vector<float> soundOf(const QByteArray &bytes)
+{
+    const MemoryFile file(bytes);
+    std::vector<float> sound;
+    auto opened = DecoderModule::load().value()->open(file.open(), nullptr);
+    while (!opened.isError()) {
+        const auto block = opened.value()->read();
+        if (block.isError() || block.value().samples.empty())
+            break;
+        sound.insert(sound.end(), block.value().samples.begin(), block.value().samples.end());
+    }
+    return sound;
+}
+
+} // namespace
+
+/// Files made to cost a player its memory or its life: each is added, opened and played within bounds.
+class HostileFileTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void inflatingFrame_data()
+    {
+        QTest::addColumn<QByteArray>("frame");
+        QTest::addColumn<QByteArray>("beginning");
+        QTest::newRow("title") << "TIT2"_ba
+                               << "\3"_ba;
+        QTest::newRow("album") << "TALB"_ba
+                               << "\3"_ba;
+        QTest::newRow("text") << "TXXX"_ba << QByteArray("\3name\0", 6);
+        QTest::newRow("genre") << "TCON"_ba
+                               << "\3"_ba;
+        QTest::newRow("lyrics") << "USLT"_ba << QByteArray("\3eng\0", 5);
+        QTest::newRow("picture") << "APIC"_ba << QByteArray("\3image/png\0\3\0", 13);
+    }
+
+    void inflatingFrame()
+    {
+        QFETCH(QByteArray, frame);
+        QFETCH(QByteArray, beginning);
+        const QByteArray tag = inflatingTag(frame, beginning);
+        for (const Place &place : places)
+            verifyBounded(place.file(tag), place.name);
+    }
+
+    void inflatingFrameBehindManyTags()
+    {
+        const QByteArray tag("ID3\4\0\0\0\0\0\0", 10);
+        const QByteArray song = inflatingTag("TIT2", "\3") + mediaFile(u"song.mp3"_s);
+        QVERIFY(soundOf(tag.repeated(1000) + song) == soundOf(mediaFile(u"song.mp3"_s)));
+        verifyBounded(tag.repeated(1000) + song, "a thousand tags");
+        verifyBounded(tag.repeated(10'000) + song, "ten thousand tags");
+    }
+
+    void claimsOfAContainer_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("packets") << movie(track(10'000'000));
+        QTest::newRow("packets that just fit") << movie(track(2'600'000));
+        QTest::newRow("packets of many tracks") << movie(track(1'000'000).repeated(60));
+        QTest::newRow("packets with offsets") << movie(track(2'600'000, table("ctts", {1, 2'600'000, 5})));
+        QTest::newRow("packets of a fragment") << fragmentedMovie(10'000'000);
+        QTest::newRow("packets of a fragment that just fit") << fragmentedMovie(2'000'000);
+        QTest::newRow("compressed header") << compressedMovie(200 << 20);
+        QTest::newRow("compressed header that just fits") << compressedMovie(60 << 20);
+        QTest::newRow("frames of Monkey's Audio") << monkeysAudio(2'000'000);
+        QTest::newRow("frames of Monkey's Audio that just fit") << monkeysAudio(1'400'000);
+        QTest::newRow("compressed headers of Matroska") << matroskaWithCompressedHeaders();
+        QTest::newRow("tags of Matroska") << matroskaWithTags(300'000);
+        QTest::newRow("chapters of Matroska") << matroskaWithChapters(300'000);
+        QTest::newRow("comments of FLAC") << flacWithComments(100'000, 100'000);
+        QTest::newRow("comments of FLAC in many blocks") << flacWithComments(100'000, 3000);
+        QTest::newRow("comments of FLAC in Matroska") << matroskaFlac(flacHeader(100'000, 100'000));
+        for (const OggFile &ogg : oggFiles)
+            QTest::addRow("comments of %s in Ogg", ogg.codec)
+                << oggWithComments(ogg.name, ogg.mark, comments(100'000));
+        QTest::newRow("long comment in Ogg")
+            << oggWithComments(u"vorbis.ogg"_s, "\3vorbis", comment("TITLE=" + QByteArray(30 << 20, 'A')));
+        QTest::newRow("comments of chained Ogg")
+            << mediaFile(u"vorbis.ogg"_s) + oggWithComments(u"vorbis.ogg"_s, "\3vorbis", comments(100'000));
+        QTest::newRow("beginnings of Ogg pages")
+            << mediaFile(u"vorbis.ogg"_s) + QByteArray("OggS").repeated(8 << 20);
+        QTest::newRow("beginnings of Ogg pages with their version")
+            << mediaFile(u"vorbis.ogg"_s) + QByteArray("OggS\0", 5).repeated(6 << 20);
+        QTest::newRow("beginnings of Ogg pages to seek among")
+            << oggWithLateEnd(QByteArray("OggS\0", 5).repeated(8 << 20));
+        QTest::newRow("cue points") << waveWithCues(100'000);
+        QTest::newRow("empty tags") << dsf(QByteArray("ID3\4\0\0\0\0\0\0", 10).repeated(3'000'000));
+    }
+
+    void claimsOfAContainer()
+    {
+        QFETCH(QByteArray, bytes);
+        verifyBounded(bytes, QTest::currentDataTag());
+    }
+
+    void whatIsHiddenInMatroskaLeavesTheSound()
+    {
+        const auto sound = soundOf(matroska(matroskaTrack(1, {})));
+        QCOMPARE(sound.size(), std::size_t(1600));
+        QVERIFY(soundOf(matroskaWithCompressedHeaders()) == sound);
+        QVERIFY(soundOf(matroskaWithTags(5000)) == sound);
+        QVERIFY(soundOf(matroskaWithChapters(2)) == sound);
+    }
+
+    void manyCommentsOfFlacLeaveTheSound()
+    {
+        const auto sound = soundOf(mediaFile(u"flac.flac"_s));
+        QVERIFY(!sound.empty());
+        QVERIFY(soundOf(flacWithComments(20'000, 5000)) == sound);
+        QVERIFY(soundOf(flacWithComments(5000, 500)) == sound);
+    }
+
+    void manyCommentsLeaveTheSoundOfMatroska()
+    {
+        const auto sound = soundOf(matroskaFlac(mediaFile(u"flac.flac"_s).first(endOfFirstFlacBlock)));
+        QVERIFY(!sound.empty());
+        QVERIFY(soundOf(matroskaFlac(flacHeader(20'000, 20'000))) == sound);
+    }
+
+    void commentsOfOggLeaveTheSound()
+    {
+        for (const OggFile &ogg : oggFiles) {
+            const auto sound = soundOf(mediaFile(ogg.name));
+            QVERIFY2(!sound.empty(), ogg.codec);
+            QVERIFY2(soundOf(oggWithComments(ogg.name, ogg.mark, comments(20'000))) == sound, ogg.codec);
+        }
+        const QByteArray cover = comment("METADATA_BLOCK_PICTURE=" + QByteArray(14 << 20, 'A'));
+        const QByteArray bytes = oggWithComments(u"vorbis.ogg"_s, "\3vorbis", cover);
+        QVERIFY(soundOf(bytes) == soundOf(mediaFile(u"vorbis.ogg"_s)));
+        verifyBounded(bytes, "cover");
+    }
+
+    void compressedBlocksOfMatroskaArePlayed()
+    {
+        const auto sound = soundOf(matroska(matroskaTrack(1, {})));
+        const QByteArray stripped = matroskaTrack(1, matroskaCompression(1, 3, "\x21\x21"));
+        QVERIFY(soundOf(matroska(stripped, {}, QByteArray(3198, '\x21'))) == sound);
+        const QByteArray deflated = qCompress(QByteArray(3200, '\x21')).sliced(qsizetype(sizeof(int)));
+        QVERIFY(soundOf(matroska(matroskaTrack(1, matroskaCompression(1, 0)), {}, deflated)) == sound);
+    }
+
+    void tagLeavesTheSound_data()
+    {
+        QTest::addColumn<const Place *>("place");
+        for (const Place &place : places) {
+            if (place.name != QByteArrayView("before noise")) // which has none
+                QTest::newRow(place.name) << &place;
+        }
+    }
+
+    void tagLeavesTheSound()
+    {
+        QFETCH(const Place *, place);
+        const auto sound = soundOf(place->file(tagOf("TIT2",
+            "\1\xff\xfe"
+            "A")));
+        QVERIFY(!sound.empty());
+        QVERIFY(sound == soundOf(place->file(tagOf("PRIV", QByteArray(3'000'000, '\0')))));
+    }
+
+    void soundThatLooksLikeATagIsPlayedAsItIs()
+    {
+        const QByteArray header("ID3\4\0\0\0\0\0\0", 10);
+        // Here the sound follows the header at once, so that it is read together with it.
+        const QByteArray bytes = ".snd" + big(quint32(28)) + big(quint32(8000)) + big(quint32(3))
+            + big(quint32(8000)) + big(quint32(1)) + QByteArray(8004, '\0');
+        for (const qsizetype position : {28, 4000}) {
+            const auto sound = soundOf(QByteArray(bytes).replace(position, header.size(), header));
+            QCOMPARE(sound.size(), std::size_t(4000));
+            const auto first = std::size_t(position - 28) / 2;
+            for (qsizetype i = 0; i < header.size() / 2; ++i)
+                QCOMPARE(sound[first + std::size_t(i)],
+                    float(qFromBigEndian<qint16>(header.constData() + 2 * i)) / 32'768);
+        }
+    }
+};
+
+LUMAVERDINE_TEST(HostileFileTest)
+#include "HostileFileTest.moc"

@@ -1,0 +1,642 @@
+#include "playback/FilePlayer.h"
+#include "playback/output/NullOutput.h"
+#include "tests/TestProgram.h"
+#include "tests/playback/FakeDecoder.h"
+#include "tests/playback/RecordingDelegate.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+/// Hands out outputs whose clock the test moves by hand, and remembers the newest.
+struct HandOutputs {
+    NullOutput *newest = nullptr; ///< owned by its player
+
+    OutputFactory factory()
+    {
+        return [this](std::shared_ptr<FrameFeed> feed) {
+            auto output = std::make_unique<NullOutput>(std::move(feed), NullOutput::Clock::ByHand);
+            newest = output.get();
+            return output;
+        };
+    }
+};
+
+/// What an output answers, and what was asked of all that follow the same script.
+struct OutputScript {
+    std::atomic<AudioOutput::State> state = AudioOutput::State::Failed;
+    std::atomic<double> heard = 0;
+    std::atomic<std::uint32_t> generation = 0;
+    std::atomic<bool> isEndHeard = false;
+    std::atomic<bool> isPlaying = false; ///< what was applied last
+    std::atomic<int> made = 0, alive = 0, refreshes = 0, questions = 0;
+};
+
+class ScriptedOutput final : public AudioOutput {
+public:
+    ScriptedOutput(const std::shared_ptr<FrameFeed> &feed, OutputScript &script)
+        : m_script(script)
+    {
+        ++m_script.made;
+        ++m_script.alive;
+        feed->decoderWakeup().signal();
+    }
+    ~ScriptedOutput() override { --m_script.alive; }
+    void apply(const Mix &mix) override { m_script.isPlaying = mix.isPlaying; }
+    void refresh() override { ++m_script.refreshes; }
+    [[nodiscard]] Status status() override
+    {
+        ++m_script.questions;
+        return {m_script.state, {m_script.heard, m_script.generation}, m_script.isEndHeard};
+    }
+
+private:
+    OutputScript &m_script;
+};
+
+OutputFactory factoryOf(OutputScript &script)
+{
+    return [&script](const auto &feed) { return std::make_unique<ScriptedOutput>(feed, script); };
+}
+
+Playback makePlayback(OutputScript &script)
+{
+    return {{FakeDecoder::rate, 2}, 10, std::make_shared<std::atomic<bool>>(false), factoryOf(script)};
+}
+
+} // namespace
+
+/// A player on a decoder and an output of the test's own.
+class FilePlayerTest : public QObject {
+    Q_OBJECT
+
+private:
+    HandOutputs m_outputs;
+
+    std::unique_ptr<FilePlayer> makePlayer(FakeDecoder::Script script = {})
+    {
+        return makePlayer(script, m_outputs.factory());
+    }
+
+    std::unique_ptr<FilePlayer> makePlayer(FakeDecoder::Script script, OutputFactory factory)
+    {
+        return std::make_unique<FilePlayer>(std::make_unique<FakeDecoder>(script),
+            std::make_shared<std::atomic<bool>>(false), std::move(factory));
+    }
+
+    /// Lets time pass in small steps, as the decoder thread keeps up, until `condition` holds.
+    template <typename Condition> bool playUntil(Condition condition)
+    {
+        return QTest::qWaitFor([&] {
+            m_outputs.newest->advance(1920);
+            return condition();
+        });
+    }
+
+private Q_SLOTS:
+    void isSilentUntilPlayed()
+    {
+        const auto player = makePlayer();
+        QVERIFY(player->prepareToPlay());
+        QVERIFY(!player->isPlaying());
+        QCOMPARE(player->currentTime(), 0.0);
+        QCOMPARE(player->duration(), 10.0);
+        QCOMPARE(m_outputs.newest->advance(100), std::vector<float>(200, 0.0F));
+    }
+
+    void playsFromTheStartWithItsVolume()
+    {
+        const auto player = makePlayer();
+        player->setVolume(0.5F);
+        QVERIFY(player->play());
+        QVERIFY(player->isPlaying());
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.1; }));
+        const auto samples = m_outputs.newest->advance(10);
+        QVERIFY(std::abs(samples[1] - 0.4F) < 1e-6F);
+    }
+
+    void volumeIsKeptBetweenZeroAndOne()
+    {
+        const auto player = makePlayer();
+        player->setVolume(7);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.1; }));
+        QVERIFY(std::abs(m_outputs.newest->advance(1)[1] - 0.8F) < 1e-6F);
+        player->setVolume(0.1F);
+        m_outputs.newest->advance(480);
+        QVERIFY(std::abs(m_outputs.newest->advance(1)[1] - 0.08F) < 1e-6F);
+        player->setVolume(std::nanf(""));
+        m_outputs.newest->advance(480);
+        QCOMPARE(m_outputs.newest->advance(1)[1], 0.0F);
+    }
+
+    void pauseKeepsThePosition_data()
+    {
+        QTest::addColumn<bool>("isStop");
+        QTest::newRow("pause") << false;
+        QTest::newRow("stop") << true;
+    }
+
+    void pauseKeepsThePosition()
+    {
+        QFETCH(bool, isStop);
+        const auto player = makePlayer();
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.5; }));
+        if (isStop)
+            player->stop();
+        else
+            player->pause();
+        QVERIFY(!player->isPlaying());
+        m_outputs.newest->advance(4800);
+        const double paused = player->currentTime();
+        m_outputs.newest->advance(48000);
+        QCOMPARE(player->currentTime(), paused);
+        QVERIFY(player->play());
+        m_outputs.newest->advance(4800);
+        QVERIFY(std::abs(player->currentTime() - paused - 0.1) < 1e-6);
+    }
+
+    void seekIsAnsweredAtOnceAndThenHeard()
+    {
+        const auto player = makePlayer();
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.1; }));
+        player->setCurrentTime(7);
+        QCOMPARE(player->currentTime(), 7.0);
+        QVERIFY(playUntil([&] { return player->currentTime() > 7.2; }));
+        const auto samples = m_outputs.newest->advance(1);
+        QVERIFY(std::abs(double(samples[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);
+    }
+
+    void playFromTheStartSeeksNowhere()
+    {
+        const auto seeks = std::make_shared<std::atomic<int>>(0);
+        const auto player = makePlayer({.seeks = seeks});
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.5; }));
+        QCOMPARE(*seeks, 0);
+        player->setCurrentTime(0);
+        m_outputs.newest->advance(1); // what follows is the start, however soon
+        QVERIFY(playUntil([&] { return *seeks == 1 && player->currentTime() > 0.1; }));
+        QVERIFY(player->currentTime() < 0.4);
+        QVERIFY(
+            std::abs(double(m_outputs.newest->advance(1)[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);
+    }
+
+    void firstPlaceElsewhereIsSought()
+    {
+        const auto seeks = std::make_shared<std::atomic<int>>(0);
+        const auto player = makePlayer({.seeks = seeks});
+        player->setCurrentTime(5);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 5.1; }));
+        QCOMPARE(*seeks, 1);
+    }
+
+    void placeThatCannotBeSoughtIsAnError()
+    {
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.isFixed = true});
+        player->setDelegate(&delegate);
+        player->setCurrentTime(5);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.errors() == 1; }));
+        QVERIFY(delegate.wasErrorNamed());
+        QCOMPARE(player->duration(), 10.0);
+    }
+
+    void longSeekIsGivenUpForTheNext()
+    {
+        const auto isSeeking = std::make_shared<std::atomic<bool>>(false);
+        const auto player = makePlayer({.neverReaches = 7, .isSeeking = isSeeking});
+        player->play();
+        player->setCurrentTime(7);
+        QVERIFY(QTest::qWaitFor([&] { return isSeeking->load(); }));
+        player->setCurrentTime(3);
+        QVERIFY(playUntil([&] { return player->currentTime() > 3.1; }));
+        QVERIFY(player->isPlaying());
+    }
+
+    void longSeekEndsWithItsPlayer()
+    {
+        const auto isSeeking = std::make_shared<std::atomic<bool>>(false);
+        const auto isGone = std::make_shared<std::atomic<bool>>(false);
+        auto player = makePlayer({.isGone = isGone, .neverReaches = 7, .isSeeking = isSeeking});
+        player->play();
+        player->setCurrentTime(7);
+        QVERIFY(QTest::qWaitFor([&] { return isSeeking->load(); }));
+        player.reset();
+        QVERIFY(QTest::qWaitFor([&] { return isGone->load(); }));
+    }
+
+    void seekWhilePausedStaysPaused()
+    {
+        const auto player = makePlayer();
+        player->prepareToPlay();
+        player->setCurrentTime(3);
+        m_outputs.newest->advance(48000);
+        QVERIFY(!player->isPlaying());
+        QCOMPARE(player->currentTime(), 3.0);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 3.1; }));
+        QVERIFY(player->currentTime() < 3.2);
+    }
+
+    void lastOfManySeeksWins()
+    {
+        const auto player = makePlayer();
+        player->play();
+        for (int target = 1; target <= 90; ++target)
+            player->setCurrentTime(target / 10.0);
+        QCOMPARE(player->currentTime(), 9.0);
+        QVERIFY(playUntil([&] { return player->currentTime() > 9.05; }));
+        QVERIFY(player->currentTime() < 9.2);
+    }
+
+    void seekIsClamped()
+    {
+        const auto player = makePlayer();
+        player->setCurrentTime(-5);
+        QCOMPARE(player->currentTime(), 0.0);
+        player->setCurrentTime(500);
+        QCOMPARE(player->currentTime(), 10.0);
+        player->setCurrentTime(std::nan(""));
+        QCOMPARE(player->currentTime(), 0.0);
+    }
+
+    void unknownLengthLimitsNoSeek()
+    {
+        const auto player = makePlayer({.claimedSeconds = 0});
+        player->setCurrentTime(7);
+        QCOMPARE(player->currentTime(), 7.0);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 7.2; }));
+        QVERIFY(playUntil([&] { return !player->isPlaying(); }));
+        QCOMPARE(player->duration(), 10.0);
+        player->setCurrentTime(12);
+        QCOMPARE(player->duration(), 12.0);
+    }
+
+    void oneSecondIsAKnownLength()
+    {
+        const auto player = makePlayer({.seconds = 1, .claimedSeconds = 1});
+        player->setCurrentTime(7);
+        QCOMPARE(player->duration(), 1.0);
+    }
+
+    void endIsReportedOnceItWasHeard()
+    {
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = 1, .claimedSeconds = 1});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.9; }));
+        QCOMPARE(delegate.finishes(), 0);
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+        QVERIFY(delegate.wasSuccessful());
+        QVERIFY(!player->isPlaying());
+        QVERIFY(!delegate.wasPlaying());
+        QCOMPARE(player->currentTime(), 1.0);
+        QCOMPARE(delegate.errors(), 0);
+        player->setCurrentTime(0.6);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.65; }));
+        QVERIFY(playUntil([&] { return delegate.finishes() == 2; }));
+    }
+
+    void soundOfAnyLengthIsPlayedToItsEnd_data()
+    {
+        QTest::addColumn<double>("length");
+        QTest::addColumn<qint64>("block");
+        QTest::addColumn<qint64>("hole");
+        QTest::newRow("nothing") << 0.0 << qint64(1152) << qint64(0);
+        QTest::newRow("less than is waited for") << 0.01 << qint64(1152) << qint64(0);
+        QTest::newRow("more leaps than the ring knows") << 0.2 << qint64(10) << qint64(100);
+    }
+
+    void soundOfAnyLengthIsPlayedToItsEnd()
+    {
+        QFETCH(double, length);
+        QFETCH(qint64, block);
+        QFETCH(qint64, hole);
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = length, .blockFrames = block, .hole = hole});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+    }
+
+    void framesAreHandedOverInFiftyMillisecondsAndWhenTheyWereMissed()
+    {
+        int pipe[2];
+        QCOMPARE(pipe2(pipe, O_CLOEXEC), 0);
+        FrameFeed *feed = nullptr;
+        OutputScript script;
+        script.state = AudioOutput::State::Ready;
+        const auto player = makePlayer({.blocksOn = pipe[0]}, [&](const auto &made) {
+            feed = made.get();
+            return std::make_unique<ScriptedOutput>(made, script);
+        });
+        const auto letRead = [&](const char *blocks) {
+            const int before = script.questions;
+            const auto count = ssize_t(std::strlen(blocks));
+            return write(pipe[1], blocks, std::size_t(count)) == count
+                && QTest::qWaitFor([&] { return script.questions >= before + int(count); });
+        };
+        player->play();
+        QTRY_VERIFY(script.questions > 0);
+        QVERIFY(letRead("12"));
+        QVERIFY(!feed->hasPublished());
+        QVERIFY(letRead("3"));
+        QVERIFY(feed->hasPublished());
+        QCOMPARE(script.refreshes, 1);
+        QVERIFY(letRead("4"));
+        QCOMPARE(script.refreshes, 1);
+        feed->noteStarved();
+        QVERIFY(letRead("56"));
+        QCOMPARE(script.refreshes, 2);
+        close(pipe[1]);
+        close(pipe[0]);
+    }
+
+    void decoderThreadSleepsOnceTheTrackIsRead()
+    {
+        OutputScript script;
+        script.state = AudioOutput::State::Ready;
+        const auto player = makePlayer({.seconds = 0.5, .claimedSeconds = 0.5}, factoryOf(script));
+        player->play();
+        QTRY_COMPARE(script.refreshes, 1);
+        int before = -1;
+        QTRY_COMPARE(std::exchange(before, script.questions), script.questions);
+        QVERIFY(!QTest::qWaitFor([&] { return script.questions > before + 20; }, 50));
+    }
+
+    void outputThatIsLostIsReplacedWhereItWasHeardLast()
+    {
+        OutputScript script;
+        Playback playback = makePlayback(script);
+        script.state = AudioOutput::State::Connecting;
+        QVERIFY(playback.play());
+        QCOMPARE(playback.watchOutput(), std::nullopt);
+        script.state = AudioOutput::State::Ready;
+        script.heard = 4.5;
+        script.generation = 1;
+        QCOMPARE(playback.watchOutput(), std::nullopt);
+        QVERIFY(playback.play());
+        QCOMPARE(script.made, 1);
+        script.state = AudioOutput::State::Failed;
+        for (const int longest : {100, 250}) {
+            const auto pause = playback.watchOutput();
+            QVERIFY(pause && pause->count() <= longest && pause->count() > longest / 2);
+            const int made = script.made;
+            QVERIFY(QTest::qWaitFor([&] { return !playback.watchOutput(); }));
+            QCOMPARE(script.made, made + 1);
+            QCOMPARE(script.alive, 1);
+            QVERIFY(script.isPlaying);
+            QCOMPARE(playback.request().seconds, 4.5);
+            QVERIFY(playback.isPlaying());
+        }
+        playback.pause();
+        QCOMPARE(playback.watchOutput(), std::nullopt);
+        QVERIFY(!playback.play()); // which tries at once
+        QCOMPARE(script.made, 4);
+        script.state = AudioOutput::State::Ready;
+        QCOMPARE(playback.watchOutput(), std::nullopt);
+        script.state = AudioOutput::State::Failed;
+        const auto pause = playback.watchOutput();
+        QVERIFY(pause && pause->count() <= 100);
+    }
+
+    void endIsThatOfTheNewestRequestWhilePlaying()
+    {
+        OutputScript script;
+        RecordingDelegate delegate;
+        const auto player = makePlayer();
+        Playback playback = makePlayback(script);
+        playback.setDelegate(player.get(), &delegate);
+        script.state = AudioOutput::State::Ready;
+        script.isEndHeard = true;
+        script.generation = 1;
+        playback.prepare();
+        playback.prepare();
+        QCOMPARE(script.made, 1);
+        playback.watchOutput();
+        playback.play();
+        playback.seek(3);
+        playback.watchOutput();
+        QCOMPARE(delegate.finishes(), 0);
+        script.generation = playback.request().generation;
+        playback.watchOutput();
+        QCOMPARE(delegate.finishes(), 1);
+        QVERIFY(!script.isPlaying && !playback.isPlaying());
+        playback.play();
+        QCOMPARE(playback.request().seconds, 0.0);
+        playback.seek(2);
+        playback.play();
+        QCOMPARE(playback.request().seconds, 2.0);
+        playback.close();
+        QCOMPARE(script.alive, 0);
+        QVERIFY(playback.isStopped());
+        QVERIFY(playback.feed().decoderWakeup().wait(std::chrono::milliseconds(0)));
+        QCOMPARE(delegate.finishes(), 1);
+    }
+
+    void nothingIsHeardOfAPlayerThatIsGone()
+    {
+        OutputScript script;
+        RecordingDelegate delegate;
+        const auto player = makePlayer();
+        Playback playback = makePlayback(script);
+        script.state = AudioOutput::State::Ready;
+        script.isEndHeard = true;
+        script.generation = 1;
+        playback.setDelegate(player.get(), &delegate);
+        playback.close();
+        playback.play();
+        playback.watchOutput();
+        QCOMPARE(delegate.finishes(), 0);
+    }
+
+    void playsAgainAfterTheEnd_data()
+    {
+        QTest::addColumn<bool>("isRewound");
+        QTest::newRow("rewound") << true;
+        QTest::newRow("as it is") << false;
+    }
+
+    void playsAgainAfterTheEnd()
+    {
+        QFETCH(bool, isRewound);
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = 0.5, .claimedSeconds = 0.5});
+        player->setDelegate(&delegate);
+        for (int round = 1; round <= 5; ++round) {
+            if (isRewound)
+                player->setCurrentTime(0);
+            QVERIFY(player->play());
+            QVERIFY(player->isPlaying());
+            QVERIFY(player->currentTime() < 0.1);
+            QVERIFY(playUntil([&] { return delegate.finishes() == round; }));
+        }
+    }
+
+    void damagedTrackDoesNotFinishSuccessfully()
+    {
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = 0.1, .claimedSeconds = 0.1, .isDamaged = true});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+        QVERIFY(!delegate.wasSuccessful());
+    }
+
+    void decodeErrorIsReportedOnceWhatWasDecodedIsHeard()
+    {
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.failsAt = 0.5});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return player->currentTime() > 0.4; }));
+        QCOMPARE(delegate.errors(), 0);
+        QVERIFY(playUntil([&] { return delegate.errors() == 1; }));
+        QVERIFY(delegate.wasErrorNamed());
+        QVERIFY(!player->isPlaying());
+        QCOMPARE(delegate.finishes(), 0);
+    }
+
+    void guessedDurationIsCorrected_data()
+    {
+        QTest::addColumn<double>("claimed");
+        QTest::newRow("too short") << 0.2;
+        QTest::newRow("too long") << 60.0;
+        QTest::newRow("unknown") << 0.0;
+    }
+
+    void durationThatIsStatedStays()
+    {
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = 1, .claimedSeconds = 0.2});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+        QCOMPARE(player->duration(), 0.2);
+    }
+
+    void guessGrowsWithTheTrackAndOutlivesAnErrorOrASeekBeyondTheEnd()
+    {
+        RecordingDelegate delegate;
+        auto player = makePlayer({.claimedSeconds = 0.2, .isGuessed = true});
+        player->prepareToPlay();
+        QTRY_VERIFY(player->duration() > 1);
+        player = makePlayer({.isGuessed = true, .failsAt = 0.5});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.errors() == 1; }));
+        QCOMPARE(player->duration(), 10.0);
+        player = makePlayer({.seconds = 1, .claimedSeconds = 60, .isGuessed = true});
+        player->setDelegate(&delegate);
+        player->setCurrentTime(50);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+        QCOMPARE(player->duration(), 60.0);
+    }
+
+    void guessedDurationIsCorrected()
+    {
+        QFETCH(double, claimed);
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = 1, .claimedSeconds = claimed, .isGuessed = claimed > 0});
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+        QCOMPARE(player->duration(), 1.0);
+        QCOMPARE(player->currentTime(), 1.0);
+    }
+
+    void delegateThatWasTakenAwayHearsNothing()
+    {
+        RecordingDelegate former;
+        RecordingDelegate delegate;
+        const auto player = makePlayer({.seconds = 0.1, .claimedSeconds = 0.1});
+        player->setDelegate(&former);
+        player->setDelegate(&delegate);
+        player->play();
+        QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
+        QCOMPARE(former.finishes(), 0);
+    }
+
+    void destructionDoesNotWaitForAMediumThatDoesNotAnswer()
+    {
+        int pipe[2];
+        QCOMPARE(pipe2(pipe, O_CLOEXEC), 0);
+        const auto isGone = std::make_shared<std::atomic<bool>>(false);
+        const auto isReading = std::make_shared<std::atomic<bool>>(false);
+        auto player = makePlayer({.isReading = isReading, .isGone = isGone, .blocksOn = pipe[0]});
+        player->play();
+        QTRY_VERIFY(*isReading);
+        m_outputs.newest->advance(4800);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(player->currentTime(), 0.0);
+        player->setCurrentTime(5);
+        player->pause();
+        player.reset();
+        QVERIFY(timer.elapsed() < 100);
+        QVERIFY(!*isGone);
+        QCOMPARE(write(pipe[1], "x", 1), 1);
+        QTRY_VERIFY(*isGone);
+        close(pipe[0]);
+        close(pipe[1]);
+    }
+
+    void decoderIsDestroyedSoonAfterThePlayer()
+    {
+        const auto isGone = std::make_shared<std::atomic<bool>>(false);
+        auto player = makePlayer({.isGone = isGone});
+        player->play();
+        player.reset();
+        QTRY_VERIFY(*isGone);
+    }
+
+    void timeAdvancesWithoutASoundServer()
+    {
+        RecordingDelegate delegate;
+        OutputScript script;
+        const auto player = makePlayer({.seconds = 0.3, .claimedSeconds = 0.3}, factoryOf(script));
+        player->setDelegate(&delegate);
+        QTest::ignoreMessage(QtWarningMsg, "No sound server answers: playing into nothing.");
+        player->play();
+        QTRY_VERIFY(player->currentTime() > 0.1);
+        QTRY_COMPARE(delegate.finishes(), 1);
+        const int before = script.made;
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".*"))); // told once
+        QVERIFY(!player->play());
+        QVERIFY(script.made > before);
+        QTRY_COMPARE(delegate.finishes(), 2);
+    }
+
+    void soundServerThatComesLaterIsPlayedTo()
+    {
+        bool isThere = false;
+        OutputScript script;
+        const auto player = makePlayer({}, [&](auto feed) -> std::unique_ptr<AudioOutput> {
+            if (isThere)
+                return m_outputs.factory()(std::move(feed));
+            return std::make_unique<ScriptedOutput>(feed, script);
+        });
+        QVERIFY(!player->play());
+        QTRY_VERIFY(player->currentTime() > 0.1);
+        player->pause();
+        isThere = true;
+        QVERIFY(player->play());
+        const double before = player->currentTime();
+        QVERIFY(playUntil([&] { return player->currentTime() > before + 0.1; }));
+    }
+};
+
+LUMAVERDINE_TEST(FilePlayerTest)
+#include "FilePlayerTest.moc"

@@ -1,0 +1,270 @@
+#include "playback/FrameFeed.h"
+#include "tests/TestProgram.h"
+
+#include <numeric>
+#include <thread>
+
+namespace {
+
+constexpr AudioFormat mono{48000, 1};
+constexpr AudioFormat stereo{48000, 2};
+
+std::vector<float> counting(std::int64_t first, std::int64_t count)
+{
+    std::vector<float> samples(static_cast<std::size_t>(count));
+    std::iota(samples.begin(), samples.end(), float(first));
+    return samples;
+}
+
+} // namespace
+
+class FrameRingTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void framesComeOutInOrderAndWithTheirPosition()
+    {
+        FrameRing ring(stereo, 4);
+        const auto samples = counting(0, 6);
+        QCOMPARE(ring.write(samples, 100), 3);
+        std::vector<float> read(4);
+        const auto run = ring.read(read.data(), 2);
+        QCOMPARE(run.frames, 2);
+        QCOMPARE(run.position, 100);
+        QCOMPARE(read, (std::vector<float>{0, 1, 2, 3}));
+        QCOMPARE(ring.read(read.data(), 2).position, 102);
+    }
+
+    void fullRingTakesNoMore()
+    {
+        FrameRing ring(mono, 4);
+        QCOMPARE(ring.write(counting(0, 6), 0), 4);
+        QCOMPARE(ring.write(counting(4, 2), 4), 0);
+        float sample = -1;
+        QCOMPARE(ring.read(&sample, 1).frames, 1);
+        QCOMPARE(ring.write(counting(4, 2), 4), 1);
+    }
+
+    void framesWrapAroundTheEndOfTheRing()
+    {
+        FrameRing ring(stereo, 5);
+        std::int64_t written = 0;
+        std::int64_t read = 0;
+        for (int round = 0; round < 20; ++round) {
+            written += ring.write(counting(2 * written, 2 * 4), written);
+            QCOMPARE(ring.available(), written - read);
+            std::vector<float> samples(6, -1.0F);
+            const auto run = ring.read(samples.data(), 3);
+            QCOMPARE(run.position, read);
+            samples.resize(std::size_t(2 * run.frames));
+            QCOMPARE(samples, counting(2 * read, 2 * run.frames));
+            read += run.frames;
+        }
+        QVERIFY(read > 50);
+    }
+
+    void leapsThatFindNoRoomWaitForTheReader()
+    {
+        FrameRing ring(mono, 100);
+        for (std::int64_t leap = 0; leap < 32; ++leap)
+            QCOMPARE(ring.write(counting(leap, 1), leap * 10), 1);
+        QCOMPARE(ring.write(counting(32, 1), 320), 0);
+        QCOMPARE(ring.write(counting(32, 1), 311), 1); // goes on where the last one ended
+        float sample = 0;
+        QCOMPARE(ring.read(&sample, 1).position, 0);
+        QCOMPARE(ring.write(counting(33, 1), 330), 1);
+        QCOMPARE(ring.read(&sample, 5).frames, 1);
+        QCOMPARE(ring.read(&sample, 0).frames, 0);
+    }
+
+    void ringThatStartsOverIsEmpty()
+    {
+        FrameRing ring(mono, 4);
+        ring.write(counting(0, 3), 70);
+        ring.finish();
+        ring.reset(5, 90);
+        QCOMPARE(ring.available(), 0);
+        QVERIFY(!ring.isFinished());
+        QCOMPARE(ring.generation(), 5U);
+        QCOMPARE(ring.start(), 90);
+        QCOMPARE(ring.write(counting(0, 4), 73), 4);
+        float samples[4];
+        QCOMPARE(ring.read(samples, 4).position, 73);
+    }
+
+    void runEndsWhereTheTrackLeaps()
+    {
+        FrameRing ring(mono, 10);
+        ring.write(counting(0, 3), 0);
+        ring.write(counting(3, 3), 50);
+        float samples[10];
+        QCOMPARE(ring.read(samples, 10).frames, 3);
+        const auto leapt = ring.read(samples, 10);
+        QCOMPARE(leapt.frames, 3);
+        QCOMPARE(leapt.position, 50);
+    }
+
+    void exhaustedOnlyOnceFinishedAndEmpty()
+    {
+        FrameRing ring(mono, 4);
+        QVERIFY(!ring.isExhausted());
+        ring.write(counting(0, 1), 0);
+        ring.finish();
+        QVERIFY(!ring.isExhausted());
+        float sample = 0;
+        ring.read(&sample, 1);
+        QVERIFY(ring.isExhausted());
+    }
+
+    void twoThreadsLoseAndRepeatNothing()
+    {
+        constexpr std::int64_t total = 1'000'000;
+        FrameRing ring(mono, 1000);
+        std::thread writer([&] {
+            for (std::int64_t next = 0; next < total;) {
+                const std::int64_t written =
+                    ring.write(counting(next, std::min<std::int64_t>(77, total - next)), next);
+                next += written;
+                if (written == 0)
+                    std::this_thread::yield();
+            }
+            ring.finish();
+        });
+        std::int64_t expected = 0;
+        bool isRight = true;
+        std::vector<float> samples(123);
+        while (!ring.isExhausted()) {
+            const auto run = ring.read(samples.data(), 123);
+            isRight = isRight && (run.frames == 0 || run.position == expected);
+            for (std::int64_t index = 0; index < run.frames; ++index)
+                isRight = isRight && samples[std::size_t(index)] == float(expected + index);
+            expected += run.frames;
+            if (run.frames == 0)
+                std::this_thread::yield();
+        }
+        writer.join();
+        QVERIFY(isRight);
+        QCOMPARE(expected, total);
+    }
+
+    void feedHandsOverOnlyWhatWasAskedForLast()
+    {
+        FrameFeed feed(mono);
+        feed.request(1);
+        feed.startOver(1, 0);
+        QVERIFY(!feed.takePublished());
+        feed.publish();
+        feed.request(2);
+        QVERIFY(!feed.hasPublished());
+        QVERIFY(!feed.takePublished());
+        feed.startOver(2, 480);
+        feed.publish();
+        FrameRing *ring = feed.takePublished();
+        QVERIFY(ring);
+        QCOMPARE(ring->generation(), 2U);
+        QCOMPARE(ring->start(), 480);
+        QVERIFY(!feed.takePublished());
+    }
+
+    void feedFillsTheOtherRingOnceOneWasTaken()
+    {
+        FrameFeed feed(mono);
+        feed.request(1);
+        FrameRing &first = feed.startOver(1, 0);
+        feed.publish();
+        QCOMPARE(feed.takePublished(), &first);
+        FrameRing &second = feed.startOver(2, 0);
+        QVERIFY(&second != &first);
+        feed.publish();
+        QCOMPARE(&feed.startOver(3, 0), &second);
+        QCOMPARE(&feed.startOver(4, 0), &second); // the output still reads the first
+        feed.request(4);
+        feed.publish();
+        QCOMPARE(feed.takePublished(), &second);
+        QVERIFY(feed.isPublished());
+        QCOMPARE(&feed.startOver(5, 0), &first);
+        QVERIFY(!feed.isPublished());
+        QCOMPARE(first.capacity(), 2 * 48000);
+        QCOMPARE(second.capacity(), 2 * 48000);
+    }
+
+    void feedTellsOnceThatFramesWereMissing()
+    {
+        FrameFeed feed(mono);
+        QVERIFY(!feed.takeStarved());
+        feed.noteStarved();
+        QVERIFY(feed.takeStarved());
+        QVERIFY(!feed.takeStarved());
+    }
+
+    void handOverBetweenTwoThreadsNeverMixesRings()
+    {
+        constexpr std::uint32_t requests = 2000;
+        FrameFeed feed(mono);
+        std::atomic<bool> isDone = false;
+        std::thread writer([&] {
+            for (std::uint32_t generation = 1; generation <= requests; ++generation) {
+                feed.request(generation);
+                FrameRing &ring = feed.startOver(generation, generation);
+                ring.write(std::vector<float>(10, float(generation)), generation);
+                feed.publish();
+                ring.write(std::vector<float>(10, float(generation)), generation + 10);
+            }
+            isDone = true;
+        });
+        FrameRing *ring = nullptr;
+        std::uint32_t taken = 0;
+        bool isRight = true;
+        float samples[20];
+        while (!isDone || feed.hasPublished()) {
+            if (FrameRing *next = feed.takePublished()) {
+                isRight = isRight && next->generation() > taken;
+                ring = next;
+                taken = ring->generation();
+            }
+            const std::int64_t frames = ring ? ring->read(samples, 20).frames : 0;
+            for (std::int64_t index = 0; index < frames; ++index)
+                isRight = isRight && samples[index] == float(taken);
+        }
+        writer.join();
+        QVERIFY(isRight);
+        QCOMPARE(taken, requests);
+    }
+
+    void wakeupsAreNotLost()
+    {
+        Wakeup wakeup;
+        std::atomic<int> news = 0;
+        std::thread sleeper([&] {
+            while (news < 1000)
+                wakeup.wait();
+        });
+        for (int count = 0; count < 1000; ++count) {
+            ++news;
+            wakeup.signal();
+        }
+        sleeper.join();
+        QCOMPARE(news.load(), 1000);
+    }
+
+    void waitEndsWithItsTimeOrASignal()
+    {
+        using namespace std::chrono_literals;
+        Wakeup wakeup;
+        const auto start = std::chrono::steady_clock::now();
+        QVERIFY(!wakeup.wait(30ms));
+        QVERIFY(std::chrono::steady_clock::now() - start >= 30ms);
+        for (int round = 0; round < 2; ++round) {
+            wakeup.signal();
+            wakeup.signal(); // is one with the former
+            QVERIFY(wakeup.wait(10s));
+            QVERIFY(!wakeup.wait(0ms));
+        }
+        wakeup.signal();
+        QVERIFY(wakeup.wait());
+        QVERIFY(std::chrono::steady_clock::now() - start < 9s);
+    }
+};
+
+LUMAVERDINE_TEST(FrameRingTest)
+#include "FrameRingTest.moc"

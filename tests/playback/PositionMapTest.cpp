@@ -1,0 +1,124 @@
+#include "playback/PositionMap.h"
+#include "playback/output/PulseClock.h"
+#include "playback/output/ReconnectPlan.h"
+#include "tests/TestProgram.h"
+
+using namespace std::chrono_literals;
+
+class PositionMapTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void emptyMapIsZero() { QCOMPARE(PositionMap().at(1000), 0); }
+
+    void movingPieceAdvancesAndHeldPieceDoesNot()
+    {
+        PositionMap map;
+        map.append({100, 5000, true, 0});
+        map.append({200, 5100, false, 0});
+        QCOMPARE(map.at(150), 5050);
+        QCOMPARE(map.at(10'000), 5100);
+    }
+
+    void beforeTheFirstPieceItsValueIsHeld()
+    {
+        PositionMap map;
+        map.append({100, 5000, true, 0});
+        QCOMPARE(map.at(0), 5000);
+    }
+
+    void appendingForgetsWhatLayBehind()
+    {
+        PositionMap map;
+        map.append({0, 0, true, 1});
+        map.append({500, 9000, true, 2});
+        map.append({300, 40, true, 3});
+        QCOMPARE(map.at(299), 299);
+        QCOMPARE(map.at(600), 340);
+        QCOMPARE(map.pieceAt(600).tag, 3U);
+    }
+
+    void oldestPiecesGiveWay()
+    {
+        PositionMap map;
+        for (std::int64_t piece = 0; piece < 1000; ++piece)
+            map.append({piece * 10, piece * 100, true, 0});
+        QCOMPARE(map.at(9995), 99'905);
+        QCOMPARE(map.at(9985), 99'805);
+        QCOMPARE(map.at(9680), 96'800); // the oldest of 32
+        QCOMPARE(map.at(9679), 96'800);
+        QCOMPARE(map.at(0), 96'800);
+    }
+
+    void pieceThatContinuesTheFormerTakesNoRoom()
+    {
+        PositionMap map;
+        map.append({0, 500, true, 7});
+        for (std::int64_t piece = 1; piece < 100; ++piece)
+            map.append({piece * 10, 500 + piece * 10, true, 7});
+        QCOMPARE(map.pieceAt(985).start, 0);
+        map.append({1000, 1500, true, 8});
+        QCOMPARE(map.pieceAt(1000).tag, 8U);
+        map.append({1010, 1510, false, 8});
+        QCOMPARE(map.at(2000), 1510);
+        map.append({1010, 99, true, 8}); // in place of what began there
+        QCOMPARE(map.at(1010), 99);
+        QCOMPARE(map.at(1009), 1509);
+    }
+
+    void clockFollowsTheSoundButNotBeyondWhatWasWritten()
+    {
+        PulseClock clock(48000);
+        clock.set(1'000'000, 4800, true);
+        QCOMPARE(clock.frameAt(1'010'000, 1'000'000), 4800 + 480);
+        QCOMPARE(clock.frameAt(2'000'000, 10'000), 10'000);
+        QCOMPARE(clock.frameAt(900'000, 1'000'000), 4800);
+        QCOMPARE(clock.timeOf(4800 + 48), 1'001'000U);
+        QCOMPARE(clock.timeOf(4800), 1'000'000U);
+        QCOMPARE(clock.timeOf(100), 1'000'000U);
+    }
+
+    void clockStandsStillWhereTheSoundDoes()
+    {
+        PulseClock clock(48000);
+        clock.set(1'000'000, 4800, false);
+        QCOMPARE(clock.frameAt(9'000'000, 1'000'000), 4800);
+    }
+
+    void clockIsNeverNegative()
+    {
+        PulseClock clock(48000);
+        clock.set(1'000'000, -2400, true);
+        QCOMPARE(clock.frameAt(1'000'000, 1'000'000), 0);
+    }
+
+    void withoutAFormerConnectionThereIsNoReconnect()
+    {
+        QVERIFY(!ReconnectPlan().nextAttempt(ReconnectPlan::Moment(1s)));
+    }
+
+    void reconnectsEverMoreRarelyForFifteenSeconds()
+    {
+        ReconnectPlan plan;
+        plan.connected();
+        ReconnectPlan::Moment now(100s);
+        const ReconnectPlan::Moment lost = now;
+        std::vector<std::chrono::milliseconds> pauses;
+        while (const auto next = plan.nextAttempt(now)) {
+            QCOMPARE(plan.nextAttempt(now), next);
+            pauses.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(*next - now));
+            now = *next;
+            plan.attempted();
+        }
+        std::vector<std::chrono::milliseconds> expected{100ms, 250ms, 500ms};
+        expected.resize(18, 1000ms);
+        QCOMPARE(pauses, expected);
+        QCOMPARE(now - lost, 15'850ms);
+
+        plan.connected();
+        QCOMPARE(plan.nextAttempt(now), now + 100ms);
+    }
+};
+
+LUMAVERDINE_TEST(PositionMapTest)
+#include "PositionMapTest.moc"

@@ -1,0 +1,184 @@
+#include "ui/drawing/Colors.h"
+
+#include "desktop/Foreground.h"
+
+#include <QList>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double ReadableContrast = 4.5;
+constexpr double VisibleContrast = 3;
+
+// What lies under texts and marks at most. Of primary: the backdrop's tint with the playlist's, and that of a
+// cover's placeholder. Of the accent: the current row, and the circle of an active button.
+constexpr double WindowTint = 0.06;
+constexpr double PlaceholderTint = 0.15;
+constexpr double RowAccent = 0.1;
+constexpr double CircleAccent = 0.13;
+
+// Between the accent and the window; below it, the circle behind an active symbol is hardly seen.
+constexpr double LeastCircleContrast = 2;
+
+// One for light surroundings and one for dark ones; white reads well on the former.
+constexpr QColor DarkRed(0xc8, 0x0d, 0x1f);
+constexpr QColor LightRed(0xff, 0x8a, 0x80);
+
+/// Part of a channel's intensity, from its value in sRGB.
+double linear(double value)
+{
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor &color)
+{
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+/// What one sees of `color` on an opaque background, as eight bits a channel show it.
+QColor mixed(const QColor &color, const QColor &background)
+{
+    const auto mix = [&](float top, float bottom) { return bottom + (top - bottom) * color.alphaF(); };
+    return QColor::fromRgbF(mix(color.redF(), background.redF()), mix(color.greenF(), background.greenF()),
+        mix(color.blueF(), background.blueF()))
+        .rgb();
+}
+
+QColor clearer(const QColor &a, const QColor &b, const QColor &background)
+{
+    return contrastRatio(a, background) >= contrastRatio(b, background) ? a : b;
+}
+
+QColor atOpacity(QColor color, double opacity)
+{
+    color.setAlphaF(static_cast<float>(opacity));
+    return color;
+}
+
+/// What a piece stands on, with and without the most tint, each also under the accent at `opacity`.
+QList<QColor> grounds(const QPalette &palette, double opacity)
+{
+    const QColor window = windowBackgroundColor(palette);
+    const QColor tinted = mixed(primaryColor(palette, WindowTint), window);
+    const QColor accent = accentColor(palette, opacity);
+    return {window, tinted, mixed(accent, window), mixed(accent, tinted)};
+}
+
+/// What a mark stands on: also the circle of an active button under the mouse.
+QList<QColor> markGrounds(const QPalette &palette)
+{
+    const QList<QColor> still = grounds(palette, CircleAccent);
+    return still + QList<QColor>{mixed(hoverColor(palette), still.last())};
+}
+
+bool standsOut(const QColor &color, const QList<QColor> &grounds, double contrast)
+{
+    return std::all_of(grounds.begin(), grounds.end(),
+        [&](const QColor &ground) { return contrastRatio(mixed(color, ground), ground) >= contrast; });
+}
+
+/// The text colour at `opacity`, or at as much more as makes a text readable.
+QColor readablePrimary(const QPalette &palette, double opacity, const QList<QColor> &grounds)
+{
+    while (opacity < 1 && !standsOut(primaryColor(palette, opacity), grounds, ReadableContrast))
+        opacity += 0.01;
+    return primaryColor(palette, std::min(opacity, 1.0));
+}
+
+/// The accent, mixed with as much black or white, which keep its hue, as makes it stand out.
+QColor accentStandingOut(const QPalette &palette, const QList<QColor> &grounds, double contrast)
+{
+    const QColor end = clearer(Qt::black, Qt::white, grounds.first());
+    QColor color = accentColor(palette);
+    for (double share = 0; share < 1 && !standsOut(color, grounds, contrast); share += 0.01)
+        color = mixed(atOpacity(end, share), accentColor(palette));
+    return color;
+}
+
+} // namespace
+
+QColor primaryColor(const QPalette &palette, double opacity)
+{
+    return atOpacity(palette.color(QPalette::Active, QPalette::WindowText), opacity);
+}
+
+QColor hoverColor(const QPalette &palette)
+{
+    return primaryColor(palette, HoverOpacity);
+}
+
+QColor secondaryColor(const QPalette &palette)
+{
+    const QColor placeholder = mixed(primaryColor(palette, PlaceholderTint), windowBackgroundColor(palette));
+    return readablePrimary(palette, 0.62, grounds(palette, RowAccent) << placeholder);
+}
+
+QColor tertiaryColor(const QPalette &palette)
+{
+    return readablePrimary(palette, 0.5, grounds(palette, 0));
+}
+
+QColor accentColor(const QPalette &palette, double opacity)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    return atOpacity(palette.color(QPalette::Active, QPalette::Accent), opacity);
+#else
+    return atOpacity(palette.color(QPalette::Active, QPalette::Highlight), opacity);
+#endif
+}
+
+QColor accentTextColor(const QPalette &palette)
+{
+    return accentStandingOut(palette, grounds(palette, RowAccent), ReadableContrast);
+}
+
+QColor accentMarkColor(const QPalette &palette)
+{
+    return accentStandingOut(palette, markGrounds(palette), VisibleContrast);
+}
+
+QColor accentMarkColor(const QPalette &palette, const QColor &ground)
+{
+    return accentStandingOut(palette, {ground}, VisibleContrast);
+}
+
+QColor onAccentColor(const QPalette &palette)
+{
+    return clearer(Qt::white, Qt::black, accentColor(palette));
+}
+
+QColor inactiveColor(const QPalette &palette)
+{
+    return primaryColor(palette, 0.82);
+}
+
+QColor activeColor(const QPalette &palette)
+{
+    const QColor window = windowBackgroundColor(palette);
+    if (contrastRatio(accentColor(palette), window) >= LeastCircleContrast)
+        return accentMarkColor(palette);
+    const double inactiveContrast = contrastRatio(mixed(inactiveColor(palette), window), window);
+    return accentStandingOut(palette, markGrounds(palette), inactiveContrast);
+}
+
+QColor destructiveColor(const QPalette &palette)
+{
+    return clearer(DarkRed, LightRed, windowBackgroundColor(palette));
+}
+
+QColor destructiveGroundColor()
+{
+    return DarkRed;
+}
+
+QColor windowBackgroundColor(const QPalette &palette)
+{
+    return palette.color(QPalette::Active, QPalette::Window);
+}
+
+double contrastRatio(const QColor &a, const QColor &b)
+{
+    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
+    return (lighter + 0.05) / (darker + 0.05);
+}

@@ -1,0 +1,67 @@
+#include "ui/drawing/SmoothCorners.h"
+
+#include "ui/drawing/DevicePixels.h"
+
+#include <QImage>
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+// A corner is a quarter of the superellipse |x|³ + |y|³ = 1: unlike that of a circle, its curvature is 0 at the
+// ends. To meet a circle on the diagonal, it needs this much of the sides for each point of the circle's radius.
+const double Reach = (1 - std::numbers::sqrt2 / 2) / (1 - std::cbrt(0.5));
+
+constexpr int Steps = 24; // chords a corner: less than a tenth of a pixel off at three times the scale
+
+/// The corner around `center`, from its beginning to its end as one goes clockwise; `turn` is the number of
+/// corners passed since the top right one.
+void addCorner(QPainterPath &path, QPointF center, double reach, int turn)
+{
+    const QTransform place = QTransform::fromTranslate(center.x(), center.y()).rotate(90 * turn);
+    for (int step = 0; step <= Steps; ++step) {
+        const double angle = std::numbers::pi / 2 * step / Steps;
+        const QPointF point(std::pow(std::sin(angle), 2.0 / 3), -std::pow(std::cos(angle), 2.0 / 3));
+        path.lineTo(place.map(point * reach));
+    }
+}
+
+} // namespace
+
+QPainterPath smoothCorners(const QRectF &rect, double radius)
+{
+    const double reach = std::min({radius * Reach, rect.width() / 2, rect.height() / 2});
+    const QRectF centers = rect.adjusted(reach, reach, -reach, -reach);
+    QPainterPath path(QPointF(centers.left(), rect.top()));
+    addCorner(path, centers.topRight(), reach, 0);
+    addCorner(path, centers.bottomRight(), reach, 1);
+    addCorner(path, centers.bottomLeft(), reach, 2);
+    addCorner(path, centers.topLeft(), reach, 3);
+    path.closeSubpath();
+    return path;
+}
+
+void fillWithPicture(
+    QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture)
+{
+    // Where pixels do not meet pixels, a brush, which repeats its picture, would mix an edge with the opposite one.
+    const QRectF pixels = painter.deviceTransform().mapRect(area);
+    const bool fits = pixels == QRectF(pixels.toAlignedRect()) && pixels.size() == QSizeF(picture.size());
+    const QRectF covered = fits ? area : area.adjusted(-1, -1, 1, 1);
+    // A clip would cut along whole pixels.
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    QBrush brush(picture);
+    brush.setTransform(QTransform::fromTranslate(covered.left(), covered.top())
+                           .scale(covered.width() / picture.width(), covered.height() / picture.height()));
+    painter.fillPath(outline, brush);
+}
+
+void drawHairline(QPainter &painter, const QRectF &rect, double radius, const QColor &color)
+{
+    const double width = hairline(painter);
+    const double half = width / 2;
+    const QRectF middle = onWholePixels(painter, rect).adjusted(half, half, -half, -half);
+    painter.strokePath(smoothCorners(middle, radius - half), QPen(color, width));
+}
