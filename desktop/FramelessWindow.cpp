@@ -1,5 +1,7 @@
 #include "desktop/FramelessWindow.h"
 
+#include "desktop/AccessibleFactory.h"
+
 #include <QApplication>
 #include <QMouseEvent>
 #include <QScreen>
@@ -15,6 +17,7 @@ FramelessWindow::FramelessWindow(WindowSystem system)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
     , m_system(std::move(system))
 {
+    installAccessible<FramelessWindow, QAccessibleWidget, QAccessible::Window>();
     setAttribute(Qt::WA_TranslucentBackground, m_blur.isOffered());
     // A global menu makes the window at once, as it is then.
     m_menus.setParent(this);

@@ -6,9 +6,9 @@
 
 #include <QMenu>
 
-PlaylistAccessible::PlaylistAccessible(PlaylistView &view)
-    : QAccessibleWidget(&view, QAccessible::List)
-    , m_view(view)
+PlaylistAccessible::PlaylistAccessible(PlaylistView *view)
+    : QAccessibleWidget(view, QAccessible::List)
+    , m_view(*view)
 {
 }
 

@@ -12,7 +12,7 @@ class PlaylistView;
 /// clients learn that there may be more rows than they should keep copies of.
 class PlaylistAccessible : public QAccessibleWidget, public QAccessibleTableInterface {
 public:
-    explicit PlaylistAccessible(PlaylistView &view);
+    explicit PlaylistAccessible(PlaylistView *view);
     ~PlaylistAccessible() override;
 
     void *interface_cast(QAccessible::InterfaceType type) override;

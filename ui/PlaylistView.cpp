@@ -1,10 +1,11 @@
 #include "ui/PlaylistView.h"
 
+#include "desktop/AccessibleFactory.h"
 #include "metadata/ArtworkLoader.h"
+#include "ui/PlaylistAccessible.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
-#include "ui/controls/Roles.h"
 #include "ui/controls/ScrollBar.h"
 #include "ui/drawing/FocusRing.h"
 
@@ -31,7 +32,7 @@ PlaylistView::PlaylistView(PlaylistModel &model, ArtworkLoader &artworks)
     , m_delegate(new PlaylistRowDelegate(artworks, this))
 {
     connect(&artworks, &ArtworkLoader::changed, this, &PlaylistView::showArtwork);
-    installAccessibleRoles();
+    installAccessible<PlaylistView, PlaylistAccessible>();
     setModel(&model);
     setItemDelegate(m_delegate);
     setAccessibleName(u"Playlist"_s);

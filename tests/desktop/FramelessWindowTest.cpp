@@ -3,6 +3,7 @@
 #include "tests/PaintCount.h"
 #include "tests/TestProgram.h"
 
+#include <QAccessible>
 #include <QMenu>
 #include <QPainter>
 #include <QPushButton>
@@ -180,6 +181,12 @@ private Q_SLOTS:
         f.window.setButtonLayout({});
         QCOMPARE(f.window.menuBar().geometry(), atLeft);
         QCOMPARE(f.button(u"Cerrar"_s)->geometry().right(), 720 - atLeft.left() - 1);
+    }
+
+    void isAWindowToAssistiveTechnology()
+    {
+        WindowFixture f;
+        QCOMPARE(QAccessible::queryAccessibleInterface(&f.window)->role(), QAccessible::Window);
     }
 
     void buttonsSayWhatTheyDoAndStayOutOfTheKeyboardsWay()

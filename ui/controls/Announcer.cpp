@@ -1,12 +1,10 @@
 #include "ui/controls/Announcer.h"
 
-#include "ui/controls/Roles.h"
-
-#include <QAccessible>
+#include "desktop/AccessibleFactory.h"
 
 Announcer::Announcer(const QString &text)
 {
-    installAccessibleRoles();
+    installAccessible<Announcer, QAccessibleWidget, QAccessible::Notification>();
     setAccessibleName(text);
     setFixedSize(1, 1); // what has no size does not show, for assistive technology either
     setAttribute(Qt::WA_TransparentForMouseEvents);

@@ -1,6 +1,6 @@
 #include "ui/controls/Cover.h"
 
-#include "ui/controls/Roles.h"
+#include "desktop/AccessibleFactory.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/CoverShadow.h"
 #include "ui/drawing/DevicePixels.h"
@@ -50,7 +50,7 @@ Cover::Cover(ArtworkLoader &artworks)
     : m_artworks(artworks)
     , m_shadow(new CoverShadow(Extent, CornerRadius))
 {
-    installAccessibleRoles();
+    installAccessible<Cover, QAccessibleWidget, QAccessible::Graphic>();
     setAccessibleName(u"Portada"_s);
     setFixedSize(Extent);
     m_fade.setStartValue(0.0);

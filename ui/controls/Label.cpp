@@ -1,6 +1,6 @@
 #include "ui/controls/Label.h"
 
-#include "ui/controls/Roles.h"
+#include "desktop/AccessibleFactory.h"
 #include "ui/drawing/Colors.h"
 
 #include <QFontMetricsF>
@@ -28,7 +28,7 @@ Label::Label(const QFont &font, Tone tone, int maximumLines)
     : m_tone(tone)
     , m_maximumLines(maximumLines)
 {
-    installAccessibleRoles();
+    installAccessible<Label, QAccessibleWidget, QAccessible::StaticText>();
     setFont(font);
     // A fixed height would be that of one line.
     setSizePolicy(QSizePolicy::Preferred, maximumLines == 1 ? QSizePolicy::Fixed : QSizePolicy::Preferred);

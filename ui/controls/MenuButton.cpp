@@ -1,12 +1,62 @@
 #include "ui/controls/MenuButton.h"
 
-#include "ui/controls/Roles.h"
+#include "desktop/AccessibleFactory.h"
+
+namespace {
+
+/// A menu button as assistive technology meets it: it can be pressed, and opens a menu, which is its child also
+/// while it is closed.
+class MenuButtonAccessible : public QAccessibleWidget {
+public:
+    explicit MenuButtonAccessible(MenuButton *button)
+        : QAccessibleWidget(button, QAccessible::Button) // readers have no Spanish word for ButtonMenu
+        , m_button(*button)
+    {
+    }
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.hasPopup = true;
+        return state;
+    }
+
+    [[nodiscard]] int childCount() const override { return 1; }
+
+    [[nodiscard]] QAccessibleInterface *child(int index) const override
+    {
+        return index == 0 ? QAccessible::queryAccessibleInterface(&m_button.menu()) : nullptr;
+    }
+
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *child) const override
+    {
+        return child && child->object() == &m_button.menu() ? 0 : -1;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        return QStringList(pressAction()) + QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name == pressAction())
+            m_button.click();
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+private:
+    MenuButton &m_button;
+};
+
+} // namespace
 
 MenuButton::MenuButton(const QString &symbol, const QString &help)
     : SymbolButton(symbol, 13, QFont::Normal, help, QSize(20, 24))
     , m_menu(new Menu(this))
 {
-    installAccessibleRoles();
+    installAccessible<MenuButton, MenuButtonAccessible>();
     m_menu->setAccessibleName(help);
     connect(this, &QAbstractButton::clicked, this, &MenuButton::openMenu);
     connect(m_menu, &QMenu::aboutToHide, this, &MenuButton::followPointer);

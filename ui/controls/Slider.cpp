@@ -1,11 +1,10 @@
 #include "ui/controls/Slider.h"
 
-#include "ui/controls/Roles.h"
+#include "desktop/AccessibleFactory.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/DrawAsWhole.h"
 #include "ui/drawing/FocusRing.h"
 
-#include <QAccessible>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -13,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -40,11 +41,100 @@ void drawGroove(QPainter &painter, const QRectF &groove, const QColor &color)
     painter.drawRoundedRect(groove, GrooveHeight / 2, GrooveHeight / 2);
 }
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+/// The words of a slider, as the attribute that replaces its value in what a reader says.
+class SliderWords : public QAccessibleAttributesInterface {
+public:
+    explicit SliderWords(const Slider &slider)
+        : m_slider(slider)
+    {
+    }
+
+    [[nodiscard]] QList<QAccessible::Attribute> attributeKeys() const override
+    {
+        return {QAccessible::Attribute::Custom};
+    }
+
+    [[nodiscard]] QVariant attributeValue(QAccessible::Attribute key) const override
+    {
+        if (key != QAccessible::Attribute::Custom)
+            return {};
+        return QVariant::fromValue(QHash<QString, QString>{{u"valuetext"_s, m_slider.spokenWords()}});
+    }
+
+private:
+    const Slider &m_slider;
+};
+#endif
+
+/// A slider as assistive technology meets it. Setting its value is a whole edit.
+///
+/// Before Qt 6.8 only numbers can be a value on the bus; the words are the description then.
+class SliderAccessible : public QAccessibleWidget, public QAccessibleValueInterface {
+public:
+    explicit SliderAccessible(Slider *slider)
+        : QAccessibleWidget(slider, QAccessible::Slider)
+        , m_slider(*slider)
+    {
+    }
+
+    void *interface_cast(QAccessible::InterfaceType type) override
+    {
+        if (type == QAccessible::ValueInterface)
+            return static_cast<QAccessibleValueInterface *>(this);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+        if (type == QAccessible::AttributesInterface && !m_slider.spokenWords().isEmpty())
+            return static_cast<QAccessibleAttributesInterface *>(&m_words);
+#endif
+        return QAccessibleWidget::interface_cast(type);
+    }
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override
+    {
+#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0)
+        if (kind == QAccessible::Description)
+            return m_slider.spokenWords();
+#endif
+        return kind == QAccessible::Value ? m_slider.spokenWords() : QAccessibleWidget::text(kind);
+    }
+
+    void setCurrentValue(const QVariant &value) override
+    {
+        bool isNumber = false;
+        const double number = value.toDouble(&isNumber);
+        if (isNumber && std::isfinite(number))
+            m_slider.edit(number * m_slider.spokenUnit());
+    }
+
+    [[nodiscard]] QVariant currentValue() const override
+    {
+        return m_slider.value() / m_slider.spokenUnit();
+    }
+    [[nodiscard]] QVariant minimumValue() const override
+    {
+        return 0.0;
+    }
+    [[nodiscard]] QVariant maximumValue() const override
+    {
+        return m_slider.maximum() / m_slider.spokenUnit();
+    }
+    [[nodiscard]] QVariant minimumStepSize() const override
+    {
+        return m_slider.step() / m_slider.spokenUnit();
+    }
+
+private:
+    Slider &m_slider;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    SliderWords m_words{m_slider};
+#endif
+};
+
 } // namespace
 
 Slider::Slider(const QString &name)
 {
-    installAccessibleRoles();
+    installAccessible<Slider, SliderAccessible>();
     setAccessibleName(name);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
@@ -75,7 +165,7 @@ void Slider::setSteps(double step, double pageStep)
     m_pageStep = pageStep;
 }
 
-/// Where the keyboard is, a reader would speak over the music what moves by itself.
+/// With the keyboard on the slider, a reader would speak every movement aloud, over the music.
 void Slider::announceMovement()
 {
     if (!hasFocus())

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QAccessibleWidget>
+
+/// Makes an `Interface` for every `Widget` that assistive technology asks about, with this role if one is given.
+/// The constructor of `Widget` calls it; once is enough, and more do no harm.
+template <typename Widget, typename Interface, QAccessible::Role... Role> void installAccessible()
+{
+    QAccessible::installFactory([](const QString &, QObject *object) -> QAccessibleInterface * {
+        auto *widget = qobject_cast<Widget *>(object);
+        return widget ? new Interface(widget, Role...) : nullptr;
+    });
+}
