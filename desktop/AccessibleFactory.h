@@ -3,7 +3,7 @@
 #include <QAccessibleWidget>
 
 /// Makes an `Interface` for every `Widget` that assistive technology asks about, with this role if one is given.
-/// The constructor of `Widget` calls it; once is enough, and more do no harm.
+/// Called in the constructor of `Widget`, or before the first one is made; once is enough, and more do no harm.
 template <typename Widget, typename Interface, QAccessible::Role... Role> void installAccessible()
 {
     QAccessible::installFactory([](const QString &, QObject *object) -> QAccessibleInterface * {

@@ -1,9 +1,11 @@
 // The lower block of the window: the playlist with its header, or the invitation to fill it.
 
+#include "desktop/AccessibleFactory.h"
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
 #include "ui/InvitationLayout.h"
 #include "ui/Layout.h"
+#include "ui/PlaylistAccessible.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/Label.h"
@@ -95,6 +97,7 @@ QString ContentView::playlistSubtitle() const
 
 QWidget *ContentView::playlistRows()
 {
+    installAccessible<PlaylistView, PlaylistAccessible>();
     auto *view = new PlaylistView(m_playlistModel, m_artworks);
     connect(view, &PlaylistView::playRequested, this, [this](const Track &track) { m_player.load(track); });
     connect(view, &PlaylistView::removalRequested, &m_player, &PlayerManager::removeTrack);

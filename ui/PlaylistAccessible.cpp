@@ -1,10 +1,197 @@
 #include "ui/PlaylistAccessible.h"
 
 #include "ui/PlaylistModel.h"
-#include "ui/PlaylistRowAccessible.h"
+#include "ui/PlaylistRowGeometry.h"
 #include "ui/PlaylistView.h"
 
-#include <QMenu>
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What a row and the button in it have in common: neither is a widget.
+class PlaylistRowPart : public QAccessibleInterface, public QAccessibleActionInterface {
+public:
+    PlaylistRowPart(PlaylistView &view, const QModelIndex &index)
+        : m_view(view)
+        , m_index(index)
+    {
+    }
+
+    [[nodiscard]] const QPersistentModelIndex &index() const { return m_index; }
+
+    void *interface_cast(QAccessible::InterfaceType type) override
+    {
+        return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface *>(this)
+                                                    : nullptr;
+    }
+
+    [[nodiscard]] bool isValid() const override { return m_index.isValid(); } ///< while the track is listed
+    [[nodiscard]] QObject *object() const override { return nullptr; }
+    void setText(QAccessible::Text, const QString &) override { }
+    [[nodiscard]] QStringList keyBindingsForAction(const QString &) const override { return {}; }
+
+    /// The row on the screen, also if it is scrolled out of sight.
+    [[nodiscard]] QRect rect() const override
+    {
+        const QRect row = m_view.visualRect(m_index);
+        return {m_view.viewport()->mapToGlobal(row.topLeft()), row.size()};
+    }
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state;
+        state.invisible = !m_view.isVisible();
+        state.offscreen = !m_view.viewport()->rect().intersects(m_view.visualRect(m_index));
+        return state;
+    }
+
+protected:
+    PlaylistView &m_view;
+
+private:
+    QPersistentModelIndex m_index;
+};
+
+/// The ellipsis of a row: a button that opens the row's menu.
+class PlaylistMenuAccessible : public PlaylistRowPart {
+public:
+    using PlaylistRowPart::PlaylistRowPart;
+
+    [[nodiscard]] QAccessibleInterface *parent() const override
+    {
+        return QAccessible::queryAccessibleInterface(&m_view)->child(index().row());
+    }
+
+    [[nodiscard]] int childCount() const override { return 0; }
+    [[nodiscard]] QAccessibleInterface *child(int) const override { return nullptr; }
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+    [[nodiscard]] QAccessibleInterface *childAt(int, int) const override { return nullptr; }
+
+    // Readers have no Spanish word for ButtonMenu, and name it with every row; the state tells of the menu.
+    [[nodiscard]] QAccessible::Role role() const override { return QAccessible::Button; }
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override
+    {
+        if (kind != QAccessible::Name)
+            return {};
+        return u"Más opciones de %1"_s.arg(index().data(Qt::DisplayRole).toString());
+    }
+
+    [[nodiscard]] QRect rect() const override { return playlistRowMenu(PlaylistRowPart::rect()); }
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state = PlaylistRowPart::state();
+        state.hasPopup = true;
+        return state;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override { return {pressAction()}; }
+
+    void doAction(const QString &name) override
+    {
+        if (name == pressAction())
+            m_view.openRowMenu(index());
+    }
+};
+
+/// A row: pressing it plays the track. "Active" is the current track's row, "animated" the one that sounds. Its
+/// one child is the button of its menu.
+class PlaylistRowAccessible : public PlaylistRowPart {
+public:
+    using PlaylistRowPart::PlaylistRowPart;
+
+    ~PlaylistRowAccessible() override
+    {
+        if (m_menuButton)
+            QAccessible::deleteAccessibleInterface(m_menuButton);
+    }
+
+    [[nodiscard]] QAccessibleInterface *parent() const override
+    {
+        return QAccessible::queryAccessibleInterface(&m_view);
+    }
+
+    [[nodiscard]] int childCount() const override { return 1; }
+
+    [[nodiscard]] QAccessibleInterface *child(int number) const override
+    {
+        if (number != 0)
+            return nullptr;
+        if (!m_menuButton)
+            m_menuButton =
+                QAccessible::registerAccessibleInterface(new PlaylistMenuAccessible(m_view, index()));
+        return QAccessible::accessibleInterface(m_menuButton);
+    }
+
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *child) const override
+    {
+        return child && child == this->child(0) ? 0 : -1;
+    }
+
+    [[nodiscard]] QAccessibleInterface *childAt(int x, int y) const override
+    {
+        QAccessibleInterface *menuButton = child(0);
+        return menuButton->rect().contains(x, y) ? menuButton : nullptr;
+    }
+
+    [[nodiscard]] QAccessible::Role role() const override { return QAccessible::ListItem; }
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override
+    {
+        return kind == QAccessible::Name ? index().data(Qt::AccessibleTextRole).toString() : QString();
+    }
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        const auto row = index().data(PlaylistModel::RowRole).value<PlaylistRow>();
+        QAccessible::State state = PlaylistRowPart::state();
+        state.focusable = true;
+        state.selectable = true;
+        state.selected = m_view.selectionModel()->isSelected(index());
+        state.focused = m_view.hasFocus() && m_view.currentIndex() == index();
+        state.active = row.isCurrent();
+        state.animated = row.marker == PlaylistRow::Marker::Playing;
+        return state;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        return {pressAction(), showMenuAction(), setFocusAction()};
+    }
+
+    [[nodiscard]] QString localizedActionName(const QString &name) const override
+    {
+        if (name == pressAction())
+            return u"Reproducir"_s;
+        return name == showMenuAction() ? u"Más opciones"_s : u"Ir a la fila"_s;
+    }
+
+    [[nodiscard]] QString localizedActionDescription(const QString &name) const override
+    {
+        if (name == pressAction())
+            return u"Reproduce la canción desde el principio"_s;
+        return name == showMenuAction() ? u"Abre el menú de la canción"_s : u"Lleva el teclado a la fila"_s;
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name == pressAction()) {
+            m_view.play(index());
+        } else if (name == showMenuAction()) {
+            m_view.openContextMenu(index());
+        } else if (name == setFocusAction()) {
+            m_view.setCurrentIndex(index());
+            m_view.scrollTo(index());
+            m_view.setFocus();
+        }
+    }
+
+private:
+    mutable QAccessible::Id m_menuButton = 0; ///< 0 until somebody asks for it
+};
+
+} // namespace
 
 PlaylistAccessible::PlaylistAccessible(PlaylistView *view)
     : QAccessibleWidget(view, QAccessible::List)

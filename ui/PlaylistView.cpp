@@ -1,8 +1,6 @@
 #include "ui/PlaylistView.h"
 
-#include "desktop/AccessibleFactory.h"
 #include "metadata/ArtworkLoader.h"
-#include "ui/PlaylistAccessible.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
@@ -32,7 +30,6 @@ PlaylistView::PlaylistView(PlaylistModel &model, ArtworkLoader &artworks)
     , m_delegate(new PlaylistRowDelegate(artworks, this))
 {
     connect(&artworks, &ArtworkLoader::changed, this, &PlaylistView::showArtwork);
-    installAccessible<PlaylistView, PlaylistAccessible>();
     setModel(&model);
     setItemDelegate(m_delegate);
     setAccessibleName(u"Playlist"_s);
