@@ -52,7 +52,10 @@ QWidget *ContentView::trackAnnouncer()
 QWidget *ContentView::artwork()
 {
     auto *cover = new Cover(m_artworks);
-    m_renderer.follow([=, this] { cover->setTrack(m_player.currentTrack()); });
+    m_renderer.follow([=, this] {
+        const std::optional<Track> &track = m_player.currentTrack();
+        cover->setPicture(track ? track->id() : QUuid(), track ? track->artwork : std::nullopt);
+    });
     return cover;
 }
 

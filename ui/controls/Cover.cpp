@@ -60,7 +60,7 @@ Cover::Cover(ArtworkLoader &artworks)
     connect(&m_fade, &QVariantAnimation::valueChanged, this, qOverload<>(&QWidget::update));
     connect(&m_fade, &QVariantAnimation::finished, this, [this] { m_former = {}; });
     connect(&artworks, &ArtworkLoader::changed, this, [this](const Fingerprint &picture) {
-        if (m_track && m_track->artwork && m_track->artwork->fingerprint() == picture)
+        if (m_picture && m_picture->fingerprint() == picture)
             showWantedFace();
     });
 }
@@ -70,12 +70,13 @@ Cover::~Cover()
     delete m_shadow;
 }
 
-void Cover::setTrack(const std::optional<Track> &track)
+void Cover::setPicture(const QUuid &name, const std::optional<Artwork> &picture)
 {
-    if (track == m_track)
+    if (name == m_name)
         return;
-    m_track = track;
-    m_artworks.hold(track ? track->artwork : std::nullopt);
+    m_name = name;
+    m_picture = picture;
+    m_artworks.hold(picture);
     showWantedFace();
 }
 
@@ -86,13 +87,13 @@ QSize Cover::pixels() const
 
 Cover::Face Cover::wantedFace()
 {
-    if (!m_track || !m_track->artwork)
+    if (!m_picture)
         return {};
-    const Fingerprint picture = m_track->artwork->fingerprint();
+    const Fingerprint picture = m_picture->fingerprint();
     const bool isShown = m_face.picture == picture;
     if (isShown && m_face.image.size() == pixels())
         return m_face;
-    const ArtworkLoader::Loaded loaded = m_artworks.image(*m_track->artwork, pixels());
+    const ArtworkLoader::Loaded loaded = m_artworks.image(*m_picture, pixels());
     if (!loaded.image.isNull())
         return {false, picture, loaded.image};
     if (loaded.isAwaited)

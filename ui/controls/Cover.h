@@ -1,9 +1,9 @@
 #pragma once
 
 #include "metadata/ArtworkLoader.h"
-#include "player/Track.h"
 
 #include <QPointer>
+#include <QUuid>
 #include <QVariantAnimation>
 #include <QWidget>
 #include <optional>
@@ -22,8 +22,8 @@ public:
     explicit Cover(ArtworkLoader &artworks);
     ~Cover() override;
 
-    /// Does nothing if it is the same track.
-    void setTrack(const std::optional<Track> &track);
+    /// The picture of whatever bears this name, or the placeholder. Does nothing if the name is the same.
+    void setPicture(const QUuid &name, const std::optional<Artwork> &picture);
 
     [[nodiscard]] bool isFading() const { return m_fade.state() == QAbstractAnimation::Running; }
 
@@ -46,7 +46,8 @@ private:
     void drawPlaceholder(QPainter &painter) const;
 
     ArtworkLoader &m_artworks;
-    std::optional<Track> m_track;
+    QUuid m_name;
+    std::optional<Artwork> m_picture;
     Face m_face;
     QImage m_former; ///< what was seen when the fade began
     QVariantAnimation m_fade{this}; ///< from 0 to 1
