@@ -162,11 +162,13 @@ private Q_SLOTS:
 
     void seekIsAnsweredAtOnceAndThenHeard()
     {
-        const auto player = makePlayer();
+        const auto player = makePlayer({.blockFrames = 200'000}); // more than is read ahead
         player->play();
         QVERIFY(playUntil([&] { return player->currentTime() > 0.1; }));
         player->setCurrentTime(7);
         QCOMPARE(player->currentTime(), 7.0);
+        QVERIFY(playUntil([&] { return player->currentTime() != 7; }));
+        QVERIFY(player->currentTime() > 7);
         QVERIFY(playUntil([&] { return player->currentTime() > 7.2; }));
         const auto samples = m_outputs.newest->advance(1);
         QVERIFY(std::abs(double(samples[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);

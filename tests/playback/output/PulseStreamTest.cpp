@@ -453,22 +453,25 @@ private Q_SLOTS:
         QCOMPARE(m_server.looks, before + 1);
     }
 
-    void endIsToldWhenItIsHeard()
+    void everyEndIsToldWhenItIsHeard()
     {
-        FrameRing &ring = offer(0, 24000);
-        ring.finish();
-        play(400);
-        (void)isDecoderWoken();
-        while (m_server.heardFrame() < 24000) {
-            QVERIFY(!m_output->status().isEndHeard);
-            m_server.pass(1);
+        play(1);
+        for (int round = 0; round < 2; ++round) { // as of a track that repeats itself
+            offer(0, 24000).finish();
+            m_output->refresh();
+            m_server.pass(400);
+            (void)isDecoderWoken();
+            while (m_output->status().heard.seconds < 0.5) {
+                QVERIFY(!m_output->status().isEndHeard);
+                m_server.pass(1);
+            }
+            m_server.pass(3);
+            QVERIFY(m_output->status().isEndHeard);
+            QVERIFY(isDecoderWoken());
+            m_server.pass(300);
+            QVERIFY(!isDecoderWoken());
+            QCOMPARE(m_output->status().heard.seconds, 0.5);
         }
-        m_server.pass(3);
-        QVERIFY(m_output->status().isEndHeard);
-        QVERIFY(isDecoderWoken());
-        m_server.pass(300);
-        QVERIFY(!isDecoderWoken());
-        QCOMPARE(m_output->status().heard.seconds, 0.5);
     }
 
     void framesThatComeLateAreHeardWithoutWaitingForTheQueue()
