@@ -764,6 +764,7 @@ private Q_SLOTS:
         QTest::newRow("plain size, padding behind") << id3v24Tag(longFrame + QByteArray(99, '\0')) << all;
         QTest::newRow("no next frame by either size")
             << id3v24Tag(plainFrame("TIT2", '\3' + QByteArray(257, 'a')) + "xxxxxxxxxxxxxxxx") << most;
+        QTest::newRow("encrypted") << id3v24Tag(id3v24Frame("TIT2", "\3Title", 0x04)) << none;
         QTest::newRow("unused flags") << id3v24Tag(id3v24Frame("TIT2", "\3Title", 0x1F), 3) << plain;
         QTest::newRow("stated length") << id3v24Tag(id3v24Frame("TIT2", "\0\0\0\6\3Title"_ba, 0x01)) << plain;
         QTest::newRow("extended header cut") << id3v24Tag("\0\0\0"_ba, 3, 0x40) + id3v24Tag(title) << plain;
