@@ -1,7 +1,6 @@
 #include "metadata/AsfReader.h"
 
 #include "metadata/Fields.h"
-#include "metadata/MergedTags.h"
 #include "metadata/TextValues.h"
 
 #include <algorithm>
@@ -57,8 +56,8 @@ public:
     /// as other readers have it: wherever each stands, all fields come from the same one if it has them.
     [[nodiscard]] MediaContents contents() const
     {
-        const auto pictures = MediaAsset::metadataItems(
-            m_extendedDescription + m_metadata + m_library, CommonIdentifier::Artwork);
+        const auto pictures =
+            metadataItems(m_extendedDescription + m_metadata + m_library, CommonIdentifier::Artwork);
         return {
             m_duration, mergedTags({pictures, m_description, m_extendedDescription, m_metadata, m_library})};
     }

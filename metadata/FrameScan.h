@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 #include "metadata/MediaSource.h"
 
 /// Length of the MPEG audio (layers I to III) or ADTS AAC stream in `source`; not numeric where it holds

@@ -1,6 +1,5 @@
 #include "metadata/Id3v2Tag.h"
 
-#include "metadata/MediaContents.h"
 #include "metadata/PictureMark.h"
 #include "metadata/TextValues.h"
 

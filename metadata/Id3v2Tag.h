@@ -1,7 +1,7 @@
 #pragma once
 
 #include "decoder/Id3v2Header.h"
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 
 #include <QByteArrayView>
 

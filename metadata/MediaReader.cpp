@@ -8,7 +8,6 @@
 #include "metadata/Id3v2Tag.h"
 #include "metadata/MediaFormat.h"
 #include "metadata/MediaSource.h"
-#include "metadata/MergedTags.h"
 #include "metadata/Mp4Duration.h"
 #include "metadata/Mp4Tags.h"
 #include "metadata/OggReader.h"

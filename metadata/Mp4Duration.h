@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 #include "metadata/MediaSource.h"
 
 /// How long the first audio track of an MP4 or QuickTime file plays (ISO/IEC 14496-12): what an edit list leaves of

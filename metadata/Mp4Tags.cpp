@@ -1,8 +1,6 @@
 #include "metadata/Mp4Tags.h"
 
 #include "metadata/Fields.h"
-#include "metadata/MediaContents.h"
-#include "metadata/MergedTags.h"
 #include "metadata/Mp4Atoms.h"
 #include "metadata/TextValues.h"
 

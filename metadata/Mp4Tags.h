@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 #include "metadata/MediaSource.h"
 
 /// Title, artist, album and pictures of an MP4 or QuickTime file: those of its item list, then those under named

@@ -3,7 +3,6 @@
 #include "metadata/Chunks.h"
 #include "metadata/Fields.h"
 #include "metadata/Id3v2Tag.h"
-#include "metadata/MergedTags.h"
 #include "metadata/RiffDuration.h"
 #include "metadata/TextValues.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 #include "metadata/MediaSource.h"
 
 /// The length that the first block of a WavPack file states (wavpack.com, "WavPack 4 & 5 Binary File / Block

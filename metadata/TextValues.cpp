@@ -1,7 +1,5 @@
 #include "metadata/TextValues.h"
 
-#include "metadata/MediaContents.h"
-
 #include <QStringDecoder>
 #include <algorithm>
 

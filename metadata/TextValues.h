@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 
 #include <QByteArrayView>
 

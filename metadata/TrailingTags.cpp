@@ -1,7 +1,6 @@
 #include "metadata/TrailingTags.h"
 
 #include "metadata/Fields.h"
-#include "metadata/MediaContents.h"
 #include "metadata/TextValues.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaContents.h"
 #include "metadata/MediaSource.h"
 
 /// The items of the ID3v1 tag that ends `source`, which is dropped from it; none where none does.

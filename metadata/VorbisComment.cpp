@@ -1,7 +1,6 @@
 #include "metadata/VorbisComment.h"
 
 #include "metadata/Fields.h"
-#include "metadata/MediaContents.h"
 #include "metadata/PictureMark.h"
 #include "metadata/TextValues.h"
 

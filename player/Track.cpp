@@ -54,6 +54,6 @@ void Track::loadMetadata(const MediaAsset &asset)
 
 std::optional<QString> Track::metadataValue(CommonIdentifier identifier, const QList<MetadataItem> &items)
 {
-    const QList<MetadataItem> matches = MediaAsset::metadataItems(items, identifier);
+    const QList<MetadataItem> matches = metadataItems(items, identifier);
     return matches.isEmpty() ? std::nullopt : matches.first().stringValue();
 }

@@ -1,4 +1,5 @@
 #include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 #include "metadata/RiffDuration.h"
 #include "tests/BigEndian.h"
 #include "tests/TestProgram.h"
@@ -36,7 +37,7 @@ MediaAsset read(const QUrl &url)
 QStringList texts(const MediaAsset &asset, CommonIdentifier identifier)
 {
     QStringList values;
-    for (const MetadataItem &item : MediaAsset::metadataItems(asset.commonMetadata(), identifier))
+    for (const MetadataItem &item : metadataItems(asset.commonMetadata(), identifier))
         values.append(item.stringValue().value_or(u"no text"_s));
     return values;
 }
@@ -45,7 +46,7 @@ QList<QByteArray> pictures(const MediaAsset &asset)
 {
     QList<QByteArray> values;
     for (const MetadataItem &item :
-        MediaAsset::metadataItems(asset.commonMetadata(), CommonIdentifier::Artwork))
+        metadataItems(asset.commonMetadata(), CommonIdentifier::Artwork))
         values.append(item.dataValue().value_or("no bytes"));
     return values;
 }

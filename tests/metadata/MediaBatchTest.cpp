@@ -16,7 +16,7 @@ namespace {
 
 QString title(const MediaAsset &asset)
 {
-    const auto titles = MediaAsset::metadataItems(asset.commonMetadata(), CommonIdentifier::Title);
+    const auto titles = metadataItems(asset.commonMetadata(), CommonIdentifier::Title);
     return titles.isEmpty() ? QString() : titles.first().stringValue().value_or(QString());
 }
 

@@ -13,7 +13,7 @@ namespace {
 void readFile(const QUrl &url)
 {
     const MediaContents contents = readMedia(url);
-    const auto pictures = MediaAsset::metadataItems(contents.items, CommonIdentifier::Artwork);
+    const auto pictures = metadataItems(contents.items, CommonIdentifier::Artwork);
     if (!pictures.isEmpty())
         Artwork::decode(*pictures.first().dataValue(), url);
 }
