@@ -1,6 +1,6 @@
 #include "metadata/Artwork.h"
 
-#include "metadata/EncodedPicture.h"
+#include "metadata/PictureDecoder.h"
 
 #include <QHash>
 #include <algorithm>

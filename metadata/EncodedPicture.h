@@ -29,8 +29,6 @@ struct EncodedPicture {
     [[nodiscard]] QSize uprightSize() const { return isTurned() ? size.transposed() : size; }
 };
 
-/// The picture in `bytes`, or nothing if they are not a JPEG, PNG, WebP, GIF or BMP, by content, or not one that
-/// can be decoded within reason: 32 MiB of bytes, 96 MiB of memory with them, 16,384 pixels a side and 16
-/// million in all; 50 million in a JPEG, whose limits for several scans readJpeg() states. Reads headers only.
-/// Any thread.
-std::optional<EncodedPicture> readPicture(const QByteArray &bytes);
+/// How a picture is turned and mirrored to stand upright, by the tag "Orientation" in the first directory of
+/// its Exif data (CIPA DC-008), which begin with their byte order; not at all if they do not say.
+QImageIOHandler::Transformations exifOrientation(QByteArrayView exif);

@@ -1,7 +1,5 @@
 #include "metadata/JpegPicture.h"
 
-#include "metadata/ExifOrientation.h"
-
 #include <QtEndian>
 #include <algorithm>
 

@@ -1,7 +1,5 @@
 #include "metadata/PngPicture.h"
 
-#include "metadata/ExifOrientation.h"
-
 #include <QtEndian>
 #include <algorithm>
 #include <array>

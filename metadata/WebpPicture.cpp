@@ -1,7 +1,5 @@
 #include "metadata/WebpPicture.h"
 
-#include "metadata/ExifOrientation.h"
-
 #include <QtEndian>
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "metadata/EncodedPicture.h"
+#include "metadata/PictureDecoder.h"
 #include "metadata/PictureInput.h"
 #include "tests/BigEndian.h"
 #include "tests/TaggedFile.h"

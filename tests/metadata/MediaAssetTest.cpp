@@ -1,5 +1,5 @@
-#include "metadata/MediaReader.h"
 #include "metadata/MediaAsset.h"
+#include "metadata/MediaReader.h"
 #include "metadata/RiffDuration.h"
 #include "tests/BigEndian.h"
 #include "tests/TestProgram.h"
@@ -45,8 +45,7 @@ QStringList texts(const MediaAsset &asset, CommonIdentifier identifier)
 QList<QByteArray> pictures(const MediaAsset &asset)
 {
     QList<QByteArray> values;
-    for (const MetadataItem &item :
-        metadataItems(asset.commonMetadata(), CommonIdentifier::Artwork))
+    for (const MetadataItem &item : metadataItems(asset.commonMetadata(), CommonIdentifier::Artwork))
         values.append(item.dataValue().value_or("no bytes"));
     return values;
 }

@@ -1,5 +1,4 @@
 #include "metadata/PictureDecoder.h"
-#include "metadata/EncodedPicture.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 
