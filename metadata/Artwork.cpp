@@ -3,8 +3,26 @@
 #include "metadata/PictureDecoder.h"
 
 #include <QHash>
+#include <QRandomGenerator>
 #include <algorithm>
 #include <utility>
+
+namespace {
+
+struct Seeds {
+    std::size_t first = QRandomGenerator::system()->generate64();
+    std::size_t second = QRandomGenerator::system()->generate64();
+};
+
+} // namespace
+
+Fingerprint::Fingerprint(QByteArrayView bytes)
+{
+    static const Seeds seeds;
+    const auto size = std::size_t(bytes.size());
+    m_first = qHashBits(bytes.data(), size, seeds.first);
+    m_second = qHashBits(bytes.data(), size, seeds.second);
+}
 
 struct Artwork::Picture {
     Fingerprint fingerprint;
