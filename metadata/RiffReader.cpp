@@ -2,7 +2,7 @@
 
 #include "metadata/Fields.h"
 #include "metadata/Id3v2Tag.h"
-#include "metadata/RiffDuration.h"
+#include "metadata/StatedDuration.h"
 #include "metadata/TextValues.h"
 
 #include <QtEndian>

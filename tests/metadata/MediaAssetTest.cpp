@@ -1,6 +1,6 @@
 #include "metadata/MediaAsset.h"
 #include "metadata/MediaReader.h"
-#include "metadata/RiffDuration.h"
+#include "metadata/StatedDuration.h"
 #include "tests/BigEndian.h"
 #include "tests/TestProgram.h"
 
