@@ -1,7 +1,7 @@
 #include "metadata/AsfReader.h"
 
 #include "metadata/Fields.h"
-#include "metadata/TextValues.h"
+#include "metadata/TagValues.h"
 
 #include <algorithm>
 

@@ -1,7 +1,6 @@
 #include "metadata/Id3v2Tag.h"
 
-#include "metadata/PictureMark.h"
-#include "metadata/TextValues.h"
+#include "metadata/TagValues.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 
 #include "metadata/Fields.h"
 #include "metadata/Mp4Atoms.h"
-#include "metadata/TextValues.h"
+#include "metadata/TagValues.h"
 
 #include <algorithm>
 #include <array>

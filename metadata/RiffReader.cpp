@@ -3,7 +3,7 @@
 #include "metadata/Fields.h"
 #include "metadata/Id3v2Tag.h"
 #include "metadata/StatedDuration.h"
-#include "metadata/TextValues.h"
+#include "metadata/TagValues.h"
 
 #include <QtEndian>
 #include <algorithm>

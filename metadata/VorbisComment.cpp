@@ -1,8 +1,7 @@
 #include "metadata/VorbisComment.h"
 
 #include "metadata/Fields.h"
-#include "metadata/PictureMark.h"
-#include "metadata/TextValues.h"
+#include "metadata/TagValues.h"
 
 namespace {
 

@@ -15,3 +15,8 @@ QString decodedText(QByteArrayView bytes, TextEncoding encoding);
 /// there is room for more.
 void appendTextValues(
     QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView bytes, TextEncoding encoding);
+
+/// The picture in `data`, which starts at `begin` by what stands before it. Some writers end the description
+/// with a zero too few or too many: if no picture's mark stands there, the picture starts with the mark near the
+/// front of `data`, if there is one.
+QByteArrayView pictureFrom(QByteArrayView data, qsizetype begin);
