@@ -6,8 +6,8 @@
 #include <QTemporaryDir>
 #include <memory>
 
-/// A test that hears what it plays: each of its functions runs with each kind of sound server, and with a
-/// home folder of its own that has to stay empty.
+/// A test that hears what it plays, with PulseAudio, or with PipeWire if the environment's SOUND_SERVER says so, and with
+/// a home folder of its own that has to stay empty.
 class SoundServerFixture : public QObject {
     Q_OBJECT
 
