@@ -109,5 +109,5 @@ void PlaylistModel::announce(const std::optional<Track> &track)
 {
     const QModelIndex changed = indexOf(track);
     if (changed.isValid())
-        Q_EMIT dataChanged(changed, changed, {RowRole, Qt::AccessibleTextRole});
+        Q_EMIT dataChanged(changed, changed);
 }

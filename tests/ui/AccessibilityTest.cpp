@@ -127,6 +127,8 @@ private Q_SLOTS:
         QVERIFY(f.stateOfRow(1).focused && f.stateOfRow(1).selected);
         QVERIFY(!f.stateOfRow(0).focused && !f.stateOfRow(0).selected);
         QCOMPARE(f.spoken.focusChild(), f.spoken.child(1));
+        f.list.clearFocus();
+        QCOMPARE(f.spoken.focusChild(), nullptr);
         QVERIFY(!f.stateOfRow(0).offscreen);
         QVERIFY(f.stateOfRow(7).offscreen);
     }
@@ -169,6 +171,7 @@ private Q_SLOTS:
         QCOMPARE(f.spoken.childCount(), 3);
         QAccessibleInterface *menu = f.spoken.child(2);
         QCOMPARE(menu->role(), QAccessible::PopupMenu);
+        QCOMPARE(menu->text(QAccessible::Name), u"Más opciones de b"_s);
         QCOMPARE(f.spoken.indexOfChild(menu), 2);
         QAccessibleInterface *remove = menu->child(2);
         QCOMPARE(remove->text(QAccessible::Name), u"Eliminar de la playlist"_s);

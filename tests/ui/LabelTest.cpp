@@ -69,6 +69,13 @@ private Q_SLOTS:
         QCOMPARE(isLow(right), !isOnTheLeft);
     }
 
+    void nameIsTheTextAsItIs()
+    {
+        Label label(systemFont(13), Label::Tone::Primary);
+        label.setText(u"Alba\nRío\t"_s);
+        QCOMPARE(label.accessibleName(), u"Alba\nRío\t"_s);
+    }
+
     void everyLineBeginsAtTheLeftEdge()
     {
         for (const QString &word : {u"HIJO"_s, u"שבת"_s}) {

@@ -132,9 +132,11 @@ private Q_SLOTS:
     void thumbAnswersToTheMouse()
     {
         ScrollFixture f;
-        const int still = f.inkAt(10);
+        QCOMPARE(f.inkAt(10), qRound(0.3 * 255));
+        f.bar.setAttribute(Qt::WA_UnderMouse);
+        QCOMPARE(f.inkAt(10), qRound(0.48 * 255));
         QTest::mousePress(&f.bar, Qt::LeftButton, {}, QPoint(4, 10));
-        QVERIFY(f.inkAt(10) > still);
+        QCOMPARE(f.inkAt(10), qRound(0.6 * 255));
         QTest::mouseRelease(&f.bar, Qt::LeftButton, {}, QPoint(4, 10));
     }
 };
