@@ -1,9 +1,46 @@
 #include "playback/FilePlayer.h"
 
+#include "decoder/DecoderModule.h"
+#include "files/MediumCall.h"
 #include "playback/DecoderThread.h"
+#include "playback/output/PulseOutput.h"
 
 #include <algorithm>
 #include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+Result<std::unique_ptr<Decoder>> openDecoder(const DecoderModule &module, const QUrl &url, StopFlag stop)
+{
+    auto file = openRegularFile(url);
+    if (file.isError())
+        return file.error();
+    return module.open(file.take(), std::move(stop));
+}
+
+} // namespace
+
+Result<std::unique_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const SoundLabel &label)
+{
+    const auto module = DecoderModule::load();
+    if (module.isError())
+        return module.error();
+    const auto stop = std::make_shared<std::atomic<bool>>(false);
+    auto decoder = askMedium<Result<std::unique_ptr<Decoder>>>(
+        url, [module = module.value(), url, stop] { return openDecoder(*module, url, stop); });
+    if (!decoder) {
+        stop->store(true);
+        return Error{u"El archivo no responde."_s};
+    }
+    if (decoder->isError())
+        return decoder->error();
+    const auto makeOutput = [label](std::shared_ptr<FrameFeed> feed) {
+        return std::make_unique<PulseOutput>(std::move(feed), label);
+    };
+    return std::unique_ptr<AudioPlayer>(std::make_unique<FilePlayer>(decoder->take(), stop, makeOutput));
+}
 
 FilePlayer::FilePlayer(
     std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
