@@ -2,7 +2,6 @@
 
 #include "files/DetachedThread.h"
 #include "playback/output/PulseEnvironment.h"
-#include "playback/output/PulseStream.h"
 
 #include <algorithm>
 #include <chrono>
@@ -44,7 +43,7 @@ pa_context *PulseConnection::context()
     return m_context;
 }
 
-/// False where the system has no thread left, which libpulse would not notice.
+/// False if the system has no thread left, which libpulse would not notice.
 bool PulseConnection::startLoop()
 {
     if (!m_isLooping)
@@ -52,18 +51,18 @@ bool PulseConnection::startLoop()
     return m_isLooping;
 }
 
-void PulseConnection::add(std::shared_ptr<PulseStream> stream)
+void PulseConnection::add(std::shared_ptr<PulseClient> client)
 {
-    m_streams.push_back(std::move(stream));
+    m_clients.push_back(std::move(client));
     const std::lock_guard lock(m_fadeMutex);
-    m_hasStreams = true;
+    m_hasClients = true;
 }
 
-void PulseConnection::remove(const PulseStream &stream)
+void PulseConnection::remove(const PulseClient &client)
 {
-    std::erase_if(m_streams, [&](const auto &entry) { return entry.get() == &stream; });
+    std::erase_if(m_clients, [&](const auto &entry) { return entry.get() == &client; });
     const std::lock_guard lock(m_fadeMutex);
-    m_hasStreams = !m_streams.empty();
+    m_hasClients = !m_clients.empty();
     m_fadeEnded.notify_all();
 }
 
@@ -96,12 +95,12 @@ void PulseConnection::disconnect()
 void PulseConnection::handleState()
 {
     const pa_context_state_t state = pa_context_get_state(m_context);
-    const auto streams = m_streams;
-    for (const auto &stream : streams) {
+    const auto clients = m_clients;
+    for (const auto &client : clients) {
         if (state == PA_CONTEXT_READY)
-            stream->handleConnected(m_context);
+            client->handleConnected(m_context);
         else if (!PA_CONTEXT_IS_GOOD(state))
-            stream->handleLoss();
+            client->handleLoss();
     }
 }
 
@@ -109,7 +108,7 @@ void PulseConnection::waitForFades()
 {
     {
         std::unique_lock lock(m_fadeMutex);
-        m_fadeEnded.wait_for(lock, LongestFarewell, [this] { return !m_hasStreams; });
+        m_fadeEnded.wait_for(lock, LongestFarewell, [this] { return !m_hasClients; });
     }
     pa_threaded_mainloop_stop(m_loop);
 }

@@ -6,14 +6,29 @@
 #include <pulse/pulseaudio.h>
 #include <vector>
 
-class PulseStream;
+/// What lives on the connection and hears of it, with the connection's lock held.
+class PulseClient {
+public:
+    virtual ~PulseClient() = default;
+    PulseClient(const PulseClient &) = delete;
+    PulseClient &operator=(const PulseClient &) = delete;
 
-/// The process's one connection to the sound server, shared by all streams.
+    /// The connection is ready, for the first time or again.
+    virtual void handleConnected(pa_context *context) = 0;
+
+    /// The connection is lost for good.
+    virtual void handleLoss() = 0;
+
+protected:
+    PulseClient() = default;
+};
+
+/// The process's one connection to the sound server, shared by all its clients.
 ///
-/// 1. Made with the first stream; its loop thread runs from the first connection until the process ends.
-/// 2. context() connects, and connects anew where the former connection has failed.
-/// 3. Streams that were added hear when the connection is ready or lost.
-/// 4. When the process ends, streams that are fading out get a moment to do so.
+/// 1. Made with the first client; its loop thread runs from the first connection until the process ends.
+/// 2. context() connects, and connects anew if the former connection has failed.
+/// 3. Clients that were added hear when the connection is ready or lost.
+/// 4. When the process ends, clients whose sound is fading out get a moment to finish.
 ///
 /// Any thread; everything but instance() with a PulseLock held, or from the loop's callbacks, where it always
 /// is.
@@ -25,13 +40,13 @@ public:
 
     [[nodiscard]] pa_threaded_mainloop *loop() const { return m_loop; }
 
-    /// The connection, ready or on its way; null where it cannot even be tried. Never waits, never starts a
+    /// The connection, ready or on its way; null if it cannot even be tried. Never waits, never starts a
     /// server.
     pa_context *context();
 
-    /// Keeps `stream` alive until remove().
-    void add(std::shared_ptr<PulseStream> stream);
-    void remove(const PulseStream &stream);
+    /// Keeps `client` alive until remove().
+    void add(std::shared_ptr<PulseClient> client);
+    void remove(const PulseClient &client);
 
 private:
     struct Farewell;
@@ -48,11 +63,11 @@ private:
     pa_threaded_mainloop *m_loop = nullptr;
     bool m_isLooping = false;
     pa_context *m_context = nullptr;
-    std::vector<std::shared_ptr<PulseStream>> m_streams;
+    std::vector<std::shared_ptr<PulseClient>> m_clients;
 
     std::mutex m_fadeMutex;
     std::condition_variable m_fadeEnded;
-    bool m_hasStreams = false; ///< guarded by m_fadeMutex
+    bool m_hasClients = false; ///< guarded by m_fadeMutex
 };
 
 /// Holds the lock of the connection's loop: no callback of libpulse runs meanwhile.

@@ -1,6 +1,5 @@
 #include "playback/output/PulseOutput.h"
 
-#include "playback/output/PulseConnection.h"
 #include "playback/output/PulseStream.h"
 
 PulseOutput::PulseOutput(std::shared_ptr<FrameFeed> feed, const SoundLabel &label)

@@ -1,7 +1,5 @@
 #include "playback/output/PulseStream.h"
 
-#include "playback/output/PulseConnection.h"
-
 #include <QByteArray>
 #include <QStringList>
 #include <string_view>

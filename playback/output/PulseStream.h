@@ -3,6 +3,7 @@
 #include "playback/AudioPlayer.h"
 #include "playback/output/AudioOutput.h"
 #include "playback/output/PulseClock.h"
+#include "playback/output/PulseConnection.h"
 
 #include <memory>
 #include <pulse/pulseaudio.h>
@@ -18,11 +19,9 @@
 /// 4. A pause fades, lets the silence be heard, and corks the stream then. close() does the same, but drops
 ///    the stream in the end.
 /// 5. handleLoss() is final: another connection needs another stream.
-class PulseStream : public std::enable_shared_from_this<PulseStream> {
+class PulseStream final : public PulseClient, public std::enable_shared_from_this<PulseStream> {
 public:
     PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
-    PulseStream(const PulseStream &) = delete;
-    PulseStream &operator=(const PulseStream &) = delete;
 
     void open();
     void apply(const Mix &mix);
@@ -30,8 +29,8 @@ public:
     void close();
     [[nodiscard]] AudioOutput::Status status() const;
 
-    void handleConnected(pa_context *context);
-    void handleLoss();
+    void handleConnected(pa_context *context) override;
+    void handleLoss() override;
 
 private:
     bool connectStream(pa_context *context);
