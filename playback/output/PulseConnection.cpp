@@ -1,17 +1,54 @@
 #include "playback/output/PulseConnection.h"
 
 #include "files/DetachedThread.h"
-#include "playback/output/PulseEnvironment.h"
 
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
 #include <algorithm>
 #include <chrono>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 // A fade out takes a few hundredths of a second; a server that hangs must not hold up the end of the process.
 constexpr auto LongestFarewell = 150ms;
+
+bool hasCookie()
+{
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    return QFile::exists(config + u"/pulse/cookie"_s)
+        || QFile::exists(QDir::homePath() + u"/.pulse-cookie"_s);
+}
+
+/// Where libpulse would keep a link to its sockets, below the home folder, for want of a runtime folder.
+bool hasRuntimeLink()
+{
+    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u"/pulse"_s);
+    return !folder.entryList({u"*-runtime"_s}, QDir::AllEntries | QDir::System).isEmpty();
+}
+
+/// The file that the cookie is to be read from; null for the one that libpulse finds. If there is none,
+/// libpulse would create it in the user's home folder: then a stand-in.
+const char *pulseCookie()
+{
+    // A cookie has to be read in full, or libpulse makes one; what is in it does not matter to a server that
+    // knows its user, and another does not let one in without a cookie anyway.
+    return qEnvironmentVariableIsSet("PULSE_COOKIE") || hasCookie() ? nullptr : "/dev/zero";
+}
+
+/// The server to connect to; null for the one that libpulse finds. Without a runtime folder libpulse would
+/// make one below the home folder only to look for a server there: then only the system's own is asked for.
+const char *pulseServer()
+{
+    for (const char *name : {"PULSE_SERVER", "PULSE_RUNTIME_PATH", "XDG_RUNTIME_DIR"}) {
+        if (qEnvironmentVariableIsSet(name))
+            return nullptr;
+    }
+    return hasRuntimeLink() ? nullptr : "unix:/run/pulse/native";
+}
 
 } // namespace
 
