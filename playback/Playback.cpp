@@ -4,11 +4,14 @@
 
 #include <QtGlobal>
 #include <algorithm>
+#include <iterator>
 
 using namespace std::chrono_literals;
 
 namespace {
 
+constexpr auto LongestLoss = 15s; // of the sound server
+constexpr std::chrono::milliseconds ReconnectPauses[] = {100ms, 250ms, 500ms, 1000ms};
 constexpr auto FallbackLook = 10ms; // an output that nothing wakes for is looked at this often
 
 void warnOfSilence()
@@ -19,6 +22,32 @@ void warnOfSilence()
 }
 
 } // namespace
+
+void ReconnectPlan::connected()
+{
+    *this = {};
+    m_wasConnected = true;
+}
+
+std::optional<ReconnectPlan::Moment> ReconnectPlan::nextAttempt(Moment now)
+{
+    if (!m_wasConnected)
+        return std::nullopt;
+    if (!m_lostAt)
+        m_lostAt = now;
+    if (now - *m_lostAt > LongestLoss)
+        return std::nullopt;
+    if (!m_next)
+        m_next = now
+            + ReconnectPauses[std::min<std::size_t>(std::size_t(m_attempts), std::size(ReconnectPauses) - 1)];
+    return m_next;
+}
+
+void ReconnectPlan::attempted()
+{
+    ++m_attempts;
+    m_next.reset();
+}
 
 Playback::Playback(
     AudioFormat format, double duration, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)

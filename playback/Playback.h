@@ -3,17 +3,42 @@
 #include "decoder/Decoder.h"
 #include "playback/AudioPlayer.h"
 #include "playback/output/AudioOutput.h"
-#include "playback/output/ReconnectPlan.h"
 
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 /// Makes the output of a player. Called by its main or its decoder thread; must not wait for the sound
 /// server.
 using OutputFactory = std::function<std::unique_ptr<AudioOutput>(std::shared_ptr<FrameFeed>)>;
+
+/// When to try again after the sound server has gone away: soon, then ever more rarely, not for ever.
+class ReconnectPlan {
+public:
+    using Moment = std::chrono::steady_clock::time_point;
+
+    /// The server answers: the next loss starts anew.
+    void connected();
+
+    /// Whether the server has ever answered.
+    [[nodiscard]] bool wasConnected() const { return m_wasConnected; }
+
+    /// The connection is lost, or an attempt has failed. Answers when to make the next attempt; nothing if
+    /// it is time to give up, because 15 seconds have passed or because there never was a connection.
+    [[nodiscard]] std::optional<Moment> nextAttempt(Moment now);
+
+    /// An attempt is being made.
+    void attempted();
+
+private:
+    bool m_wasConnected = false;
+    std::optional<Moment> m_lostAt;
+    std::optional<Moment> m_next;
+    int m_attempts = 0;
+};
 
 /// What the main thread's handle and the decoder thread of one player share. Whoever of the two is left last
 /// destroys it.

@@ -1,6 +1,6 @@
 #include "playback/PositionMap.h"
+#include "playback/Playback.h"
 #include "playback/output/PulseClock.h"
-#include "playback/output/ReconnectPlan.h"
 #include "tests/TestProgram.h"
 
 using namespace std::chrono_literals;
