@@ -18,7 +18,6 @@ FramelessWindow::FramelessWindow(WindowSystem system)
     , m_system(std::move(system))
 {
     installAccessible<FramelessWindow, QAccessibleWidget, QAccessible::Window>();
-    setAttribute(Qt::WA_TranslucentBackground, m_blur.isOffered());
     // A global menu makes the window at once, as it is then.
     m_menus.setParent(this);
     for (WindowButton *button : {&m_minimize, &m_zoom, &m_close})
@@ -91,24 +90,6 @@ WindowButton &FramelessWindow::button(WindowButton::Kind kind)
     return kind == WindowButton::Kind::Minimize ? m_minimize : m_zoom;
 }
 
-bool FramelessWindow::isTranslucent() const
-{
-    return m_blur.isOffered() && testAttribute(Qt::WA_TranslucentBackground);
-}
-
-void FramelessWindow::blurBehind()
-{
-    m_frame.setRound(isTranslucent());
-    update();
-    if (isTranslucent() && windowHandle())
-        m_blur.apply(*windowHandle(), fillsScreen() ? QRegion(rect()) : m_frame.inside());
-}
-
-void FramelessWindow::showEvent(QShowEvent *)
-{
-    blurBehind();
-}
-
 bool FramelessWindow::event(QEvent *event)
 {
     if (event->type() == QEvent::LayoutRequest) {
@@ -117,7 +98,6 @@ bool FramelessWindow::event(QEvent *event)
         m_zoom.setKind(fillsScreen() ? WindowButton::Kind::Restore : WindowButton::Kind::Zoom);
         m_frame.setVisible(!fillsScreen());
         arrange();
-        blurBehind();
     } else if (event->type() == QEvent::ActivationChange) {
         // It shows what the window manager's own title bars would.
         for (QWidget *piece : std::initializer_list<QWidget *>{&m_menus, &m_minimize, &m_zoom, &m_close})
@@ -129,7 +109,6 @@ bool FramelessWindow::event(QEvent *event)
 void FramelessWindow::resizeEvent(QResizeEvent *)
 {
     arrange();
-    blurBehind();
 }
 
 // What comes here has been left alone by everything in the window.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "desktop/BlurBehind.h"
 #include "desktop/ButtonLayout.h"
 #include "desktop/MenuStrip.h"
 #include "desktop/WindowButton.h"
@@ -31,16 +30,11 @@ public:
     /// Where the standard buttons stand from now on; the menus lie opposite them.
     void setButtonLayout(const ButtonLayout &layout);
 
-    /// Whether what lies behind the window is seen, blurred, where the content is translucent. Its corners are
-    /// round then.
-    [[nodiscard]] bool isTranslucent() const;
-
     /// Fills the screen, or goes back to the size before that.
     void toggleZoom();
 
 protected:
     bool event(QEvent *event) override;
-    void showEvent(QShowEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
@@ -53,10 +47,8 @@ private:
     void arrange();
     void arrangeButtons(bool isLeft);
     WindowButton &button(WindowButton::Kind kind);
-    void blurBehind();
 
     WindowSystem m_system;
-    BlurBehind m_blur{[this] { blurBehind(); }};
     QWidget *m_content = nullptr;
     WindowFrame m_frame{this};
     MenuStrip m_menus;

@@ -4,7 +4,6 @@
 
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <QtMath>
 
 namespace {
@@ -26,13 +25,6 @@ Qt::CursorShape cursorOver(Qt::Edges edges)
     if (edges == (Qt::RightEdge | Qt::TopEdge) || edges == (Qt::LeftEdge | Qt::BottomEdge))
         return Qt::SizeBDiagCursor;
     return edges & (Qt::LeftEdge | Qt::RightEdge) ? Qt::SizeHorCursor : Qt::SizeVerCursor;
-}
-
-QPainterPath roundRectangle(const QRect &bounds)
-{
-    QPainterPath path;
-    path.addRoundedRect(bounds, WindowFrame::CornerRadius, WindowFrame::CornerRadius);
-    return path;
 }
 
 } // namespace
@@ -57,31 +49,10 @@ Qt::Edges WindowFrame::edgesAt(QPoint point, QSize size)
     return edges;
 }
 
-void WindowFrame::setRound(bool isRound)
-{
-    if (isRound == m_isRound)
-        return;
-    m_isRound = isRound;
-    update();
-}
-
-QRegion WindowFrame::inside() const
-{
-    return {roundRectangle(rect()).toFillPolygon().toPolygon()};
-}
-
 void WindowFrame::paintEvent(QPaintEvent *)
 {
-    const double radius = m_isRound ? CornerRadius : 0;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    if (m_isRound) {
-        QPainterPath outside = roundRectangle(rect());
-        outside.addRect(rect());
-        painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-        painter.fillPath(outside, Qt::black);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    }
     // Whole pixels along the outermost ones of the window: a part of one would make it two wide and faint.
     const double ratio = painter.deviceTransform().m11();
     const int width = qFloor(ratio);
@@ -90,7 +61,7 @@ void WindowFrame::paintEvent(QPaintEvent *)
     const double half = width / 2.0;
     painter.setWorldTransform(painter.deviceTransform().inverted(), true);
     painter.setPen(QPen(foreground(palette(), HairlineOpacity), width));
-    painter.drawRoundedRect(edge.adjusted(half, half, -half, -half), radius * ratio, radius * ratio);
+    painter.drawRect(edge.adjusted(half, half, -half, -half));
 }
 
 void WindowFrame::resizeEvent(QResizeEvent *)

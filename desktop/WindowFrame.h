@@ -9,19 +9,12 @@ class WindowFrame : public QWidget {
 
 public:
     static constexpr int Band = 4; ///< points from the edge that grip it; a scroll bar beside them keeps room
-    static constexpr int CornerRadius = 10;
     static constexpr int Corner = 16; ///< points from a corner, along the edges, that grip both edges
 
     explicit WindowFrame(QWidget *window);
 
     /// The edges of a window of this size that a point grips: two in a corner, none in the middle.
     [[nodiscard]] static Qt::Edges edgesAt(QPoint point, QSize size);
-
-    /// Cuts the window's corners round; only a translucent window can.
-    void setRound(bool isRound);
-
-    /// What of the window lies within its round corners.
-    [[nodiscard]] QRegion inside() const;
 
 Q_SIGNALS:
     void pressed(Qt::Edges edges);
@@ -31,7 +24,4 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
-
-private:
-    bool m_isRound = false;
 };

@@ -20,11 +20,6 @@ xcb_connection_t *XServer::connection()
     return x11 ? x11->connection() : nullptr;
 }
 
-xcb_window_t XServer::rootWindow(xcb_connection_t *server)
-{
-    return xcb_setup_roots_iterator(xcb_get_setup(server)).data->root;
-}
-
 xcb_atom_t XServer::atom(xcb_connection_t *server, std::string_view name)
 {
     return internAtom(server, name, false);

@@ -17,8 +17,6 @@ template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Rep
 /// Null if the display is no X server.
 [[nodiscard]] xcb_connection_t *connection();
 
-[[nodiscard]] xcb_window_t rootWindow(xcb_connection_t *server);
-
 /// The number that the server has, or now makes, for a name; 0 if it does not answer.
 [[nodiscard]] xcb_atom_t atom(xcb_connection_t *server, std::string_view name);
 

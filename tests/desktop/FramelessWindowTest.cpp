@@ -152,17 +152,6 @@ private Q_SLOTS:
         QVERIFY(inkOf(inactive, u"Minimizar"_s) > 50);
     }
 
-    void blurOfAdjoiningPartsAdjoinsAtAnyScale()
-    {
-        const QRegion steps = QRegion(0, 0, 10, 1) + QRegion(2, 1, 6, 1) + QRegion(4, 2, 2, 1);
-        for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
-            const std::vector<std::uint32_t> numbers = BlurBehind::rectangles(steps, scale);
-            QCOMPARE(numbers.size(), std::size_t(12));
-            QCOMPARE(numbers[5], numbers[1] + numbers[3]);
-            QCOMPARE(numbers[9], numbers[5] + numbers[7]);
-        }
-    }
-
     void menusAndButtonsChangeSidesAsSoonAsTheDesktopsDo()
     {
         WindowFixture f;

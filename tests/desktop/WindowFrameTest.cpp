@@ -108,34 +108,6 @@ private Q_SLOTS:
         QTRY_COMPARE(frame.cursor().shape(), shape);
     }
 
-    void roundCornersAreCutOutOfTheWindow()
-    {
-        QWidget window;
-        window.setPalette(QPalette(Qt::black, Qt::white));
-        WindowFrame frame(&window);
-        frame.resize(100, 80);
-        frame.setRound(true);
-        const QRectF edge(0, 0, 100, 80);
-        QPainterPath outside;
-        outside.addRoundedRect(edge, 10, 10);
-        outside.addRect(edge);
-        QImage wanted(100, 80, QImage::Format_ARGB32_Premultiplied);
-        wanted.fill(Qt::red);
-        QImage shown = wanted;
-        QPainter painter(&wanted);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-        painter.fillPath(outside, Qt::black);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.18F), 1));
-        painter.drawRoundedRect(edge.adjusted(0.5, 0.5, -0.5, -0.5), 10, 10);
-        painter.end();
-        frame.render(&shown, {}, {}, QWidget::DrawChildren);
-        QCOMPARE(shown.pixelColor(0, 0).alpha(), 0);
-        QCOMPARE(shown, wanted);
-        QVERIFY(frame.inside().contains(QPoint(4, 4)) && !frame.inside().contains(QPoint(2, 2)));
-    }
-
     void leavesTheMiddleToTheContent()
     {
         QWidget window;

@@ -1,5 +1,5 @@
-"""The window without a title bar on a real window manager: moved, resized and zoomed by its own edges; the blur
-behind it where one is offered; its menus on desktops with a global menu."""
+"""The window without a title bar on a real window manager: moved, resized and zoomed by its own edges; its
+menus on desktops with a global menu."""
 
 import ctypes
 import struct
@@ -9,7 +9,6 @@ from bus import Service
 from desktop import wait_for, xdotool
 from scenario import Scenario
 
-BLUR = b"_KDE_NET_WM_BLUR_BEHIND_REGION"
 REGISTRAR = "com.canonical.AppMenu.Registrar"
 REGISTRAR_INTERFACE = f"""<interface name="{REGISTRAR}">
     <method name="RegisterWindow"><arg type="u" direction="in"/><arg type="o" direction="in"/></method>
@@ -20,12 +19,11 @@ DEFAULT_STRIP = list(ROLES)
 
 
 class Properties:
-    """Sets and reads properties of windows on the X server."""
+    """Sets properties of windows on the X server."""
 
     def __init__(self):
         self._x = ctypes.CDLL("libX11.so.6")
         self._x.XOpenDisplay.restype = ctypes.c_void_p
-        self._x.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
         for function in ("XDefaultRootWindow", "XInternAtom", "XCreateSimpleWindow"):
             getattr(self._x, function).restype = ctypes.c_ulong
         self._display = ctypes.c_void_p(self._x.XOpenDisplay(None))
@@ -35,15 +33,6 @@ class Properties:
         atom = ctypes.c_ulong(self._atom(name))  # of its type, too
         self._x.XChangeProperty(self._display, ctypes.c_ulong(window), atom, atom, 8, 0, value, len(value))
         self._x.XSync(self._display, 0)
-
-    def remove(self, window, name):
-        self._x.XDeleteProperty(self._display, ctypes.c_ulong(window), ctypes.c_ulong(self._atom(name)))
-        self._x.XSync(self._display, 0)
-
-    def has(self, window, name):
-        count = ctypes.c_int()
-        atoms = self._x.XListProperties(self._display, ctypes.c_ulong(window), ctypes.byref(count))
-        return self._atom(name) in atoms[: count.value]
 
     def own(self, selection):
         """A new window that owns a selection and has said so."""
@@ -116,17 +105,6 @@ class Frame(Scenario):
             self.assertIn(name, self.window.names("push button"))
         self.window.press("Cerrar")
         self.assertEqual(self.program.process.wait(2), 0)
-
-    def test_blur_is_asked_for_where_it_is_offered(self):
-        properties = Properties()
-        properties.set(properties.root, BLUR)
-        self.addCleanup(properties.remove, properties.root, BLUR)
-        self.start()
-        wait_for(lambda: properties.has(self.handle(), BLUR), "the window to ask for blur")
-
-    def test_no_blur_is_asked_for_elsewhere(self):
-        self.start()
-        self.assertFalse(Properties().has(self.handle(), BLUR))
 
     def test_menus_lie_in_the_window(self):
         self.start()

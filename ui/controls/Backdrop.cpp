@@ -1,6 +1,5 @@
 #include "ui/controls/Backdrop.h"
 
-#include "desktop/FramelessWindow.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/DevicePixels.h"
 
@@ -11,9 +10,6 @@
 
 namespace {
 
-// Enough to read on, whatever lies behind the window.
-constexpr float TranslucentOpacity = 0.85F;
-
 constexpr int Steps = 512; // along the diagonal, so many that each is a small part of a colour's
 
 // Bayer's matrix for ordered dithering: in which order the pixels of a square take on the next colour.
@@ -23,15 +19,6 @@ constexpr std::array<int, 16> Order{0, 8, 2, 10, 12, 4, 14, 6, 3, 11, 1, 9, 15, 
 double tintAt(double share)
 {
     return share < 0.5 ? 0.04 * (1 - 2 * share) : 0.025 * (2 * share - 1);
-}
-
-QColor backgroundColor(const QWidget &backdrop)
-{
-    QColor color = windowBackgroundColor(backdrop.palette());
-    const auto *window = qobject_cast<const FramelessWindow *>(backdrop.window());
-    if (window && window->isTranslucent())
-        color.setAlphaF(TranslucentOpacity);
-    return color;
 }
 
 } // namespace
@@ -49,14 +36,14 @@ void Backdrop::paintEvent(QPaintEvent *event)
 
 void Backdrop::mixColors()
 {
-    const QColor ground = backgroundColor(*this);
+    const QColor ground = windowBackgroundColor(palette());
     const QColor primary = primaryColor(palette());
     if (ground == m_ground && primary == m_primary)
         return;
     m_ground = ground;
     m_primary = primary;
     m_colors.clear();
-    const QRgb under = qPremultiply(ground.rgba());
+    const QRgb under = ground.rgb();
     const QRgb over = primary.rgb();
     for (int step = 0; step <= Steps + 1; ++step) { // with one for what begins beyond the last pixel
         const double tint = tintAt(std::min(1.0, static_cast<double>(step) / Steps));
@@ -64,8 +51,8 @@ void Backdrop::mixColors()
             const auto mix = [&](int bottom, int top) {
                 return static_cast<int>(bottom + (top - bottom) * tint + (place + 0.5) / Order.size());
             };
-            m_colors.append(qRgba(mix(qRed(under), qRed(over)), mix(qGreen(under), qGreen(over)),
-                mix(qBlue(under), qBlue(over)), mix(qAlpha(under), qAlpha(over))));
+            m_colors.append(qRgb(mix(qRed(under), qRed(over)), mix(qGreen(under), qGreen(over)),
+                mix(qBlue(under), qBlue(over))));
         }
     }
 }
@@ -80,9 +67,7 @@ void Backdrop::drawPart(QPainter &painter, const QRect &part, const QRectF &whol
         * (Last / (whole.width() * whole.width() + whole.height() * whole.height()));
     const int stepAcross = qRound(step.x());
     const QPoint corner = whole.toAlignedRect().topLeft();
-    const bool isOpaque = m_ground.alpha() == 255;
-    QImage strip(part.width(), std::min(part.height(), StripHeight),
-        isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
+    QImage strip(part.width(), std::min(part.height(), StripHeight), QImage::Format_RGB32);
     for (int top = part.top(); top <= part.bottom(); top += StripHeight) {
         const int height = std::min(StripHeight, part.bottom() + 1 - top);
         for (int y = top; y < top + height; ++y) {

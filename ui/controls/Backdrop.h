@@ -4,8 +4,7 @@
 #include <QList>
 #include <QWidget>
 
-/// What lies behind the whole window: its background colour under a faint diagonal tint; translucent where the
-/// window shows, blurred, what lies behind it.
+/// What lies behind the whole window: its background colour under a faint diagonal tint.
 ///
 /// The tint has fewer colours than a large window has room for, so it is dithered: where one colour goes over into
 /// the next, their pixels mix in a fixed pattern, and no bands show.
