@@ -2,8 +2,8 @@
 
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
+#include "ui/DisplayText.h"
 #include "ui/Layout.h"
-#include "ui/SpokenTime.h"
 #include "ui/controls/Announcer.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/MenuButton.h"

@@ -11,14 +11,33 @@
 #include "ui/controls/Label.h"
 #include "ui/controls/SymbolView.h"
 #include "ui/controls/TextButton.h"
-#include "ui/controls/Tint.h"
+#include "ui/drawing/Colors.h"
 #include "ui/drawing/Fonts.h"
 
+#include <QPainter>
 #include <numeric>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// A faint even wash of the primary colour behind an area.
+class Tint : public QWidget {
+public:
+    explicit Tint(double opacity)
+        : m_opacity(opacity)
+    {
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter(this).fillRect(rect(), primaryColor(palette(), m_opacity));
+    }
+
+private:
+    double m_opacity;
+};
 
 double totalDuration(const QList<Track> &tracks)
 {

@@ -1,7 +1,9 @@
 #include "ui/DisplayText.h"
 
 #include <QFontMetricsF>
+#include <QStringList>
 #include <QTextLayout>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -37,6 +39,11 @@ QString withoutBlanksAtItsEnd(QString line)
     while (line.endsWith(u' '))
         line.chop(1);
     return line;
+}
+
+QString counted(qint64 number, const QString &unit)
+{
+    return u"%1 %2%3"_s.arg(number).arg(unit, number == 1 ? u""_s : u"s"_s);
 }
 
 } // namespace
@@ -78,4 +85,16 @@ QList<TextLine> wrappedLines(const QString &text, const QFont &font, double widt
     }
     layout.endLayout();
     return lines.isEmpty() ? QList<TextLine>({TextLine()}) : lines;
+}
+
+QString spokenTime(double seconds)
+{
+    const bool isSpeakable = std::isfinite(seconds) && seconds >= 0 && seconds < 0x1p63;
+    const qint64 whole = isSpeakable ? static_cast<qint64>(seconds) : 0;
+    QStringList parts;
+    if (whole >= 60)
+        parts << counted(whole / 60, u"minuto"_s);
+    if (whole % 60 != 0 || whole < 60)
+        parts << counted(whole % 60, u"segundo"_s);
+    return parts.join(u' ');
 }

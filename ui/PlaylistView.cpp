@@ -5,7 +5,7 @@
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistRowGeometry.h"
 #include "ui/controls/ScrollBar.h"
-#include "ui/drawing/FocusRing.h"
+#include "ui/drawing/ControlState.h"
 
 #include <QAccessible>
 #include <QContextMenuEvent>

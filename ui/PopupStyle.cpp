@@ -2,8 +2,8 @@
 
 #include "desktop/Compositor.h"
 #include "ui/drawing/Colors.h"
+#include "ui/drawing/ControlState.h"
 #include "ui/drawing/DevicePixels.h"
-#include "ui/drawing/DrawAsWhole.h"
 #include "ui/drawing/SmoothCorners.h"
 
 #include <QApplication>

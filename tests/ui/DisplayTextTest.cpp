@@ -3,6 +3,7 @@
 #include "ui/drawing/Fonts.h"
 
 #include <QFontMetricsF>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -82,6 +83,26 @@ private Q_SLOTS:
     }
 
     void emptyTextIsOneEmptyLine() { QCOMPARE(wrappedLines({}, systemFont(14), 100, 2).size(), 1); }
+
+    void timeIsSaidInMinutesAndSeconds_data()
+    {
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<QString>("spoken");
+        QTest::newRow("zero") << 0.0 << u"0 segundos"_s;
+        QTest::newRow("one second") << 1.9 << u"1 segundo"_s;
+        QTest::newRow("one minute") << 60.0 << u"1 minuto"_s;
+        QTest::newRow("both") << 80.0 << u"1 minuto 20 segundos"_s;
+        QTest::newRow("beyond the hour") << 3725.0 << u"62 minutos 5 segundos"_s;
+        QTest::newRow("negative") << -1.0 << u"0 segundos"_s;
+        QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << u"0 segundos"_s;
+        QTest::newRow("infinite") << std::numeric_limits<double>::infinity() << u"0 segundos"_s;
+    }
+
+    void timeIsSaidInMinutesAndSeconds()
+    {
+        QFETCH(const double, seconds);
+        QTEST(spokenTime(seconds), "spoken");
+    }
 };
 
 LUMAVERDINE_TEST(DisplayTextTest)

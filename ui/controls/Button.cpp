@@ -1,8 +1,7 @@
 #include "ui/controls/Button.h"
 
+#include "ui/drawing/ControlState.h"
 #include "ui/drawing/DevicePixels.h"
-#include "ui/drawing/DrawAsWhole.h"
-#include "ui/drawing/FocusRing.h"
 
 #include <QKeyEvent>
 

@@ -2,8 +2,7 @@
 
 #include "desktop/AccessibleFactory.h"
 #include "ui/drawing/Colors.h"
-#include "ui/drawing/DrawAsWhole.h"
-#include "ui/drawing/FocusRing.h"
+#include "ui/drawing/ControlState.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>

@@ -1,5 +1,6 @@
-#include "ui/drawing/DrawAsWhole.h"
+#include "ui/drawing/ControlState.h"
 
+#include "ui/drawing/Colors.h"
 #include "ui/drawing/DevicePixels.h"
 
 #include <QPainter>
@@ -30,4 +31,26 @@ void drawAsWhole(QWidget &widget, double opacity, const std::function<void(QPain
     enterDevicePixels(painter);
     painter.setOpacity(opacity);
     painter.drawPixmap(pixels.topLeft(), layer);
+}
+
+void drawFocusRing(QPainter &painter, const QRectF &bounds, const QPalette &palette, double radius)
+{
+    constexpr double Middle = FocusRingWidth / 2;
+    painter.setPen(QPen(accentMarkColor(palette), FocusRingWidth));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(
+        bounds.adjusted(Middle, Middle, -Middle, -Middle), radius - Middle, radius - Middle);
+}
+
+bool showsFocus(Qt::FocusReason reason, bool didShow)
+{
+    switch (reason) {
+    case Qt::TabFocusReason:
+    case Qt::BacktabFocusReason:
+        return true;
+    case Qt::MouseFocusReason:
+        return false;
+    default:
+        return didShow;
+    }
 }

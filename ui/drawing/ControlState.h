@@ -1,10 +1,24 @@
 #pragma once
 
 #include <Qt>
+#include <functional>
+
+// How a control shows that it is disabled, held down or where the keyboard is.
 
 class QPainter;
 class QPalette;
 class QRectF;
+class QWidget;
+
+/// What is left of a control that is disabled.
+constexpr double DisabledOpacity = 0.4;
+
+/// What is left of one that is held down.
+constexpr double PressedOpacity = 0.7;
+
+/// Lets `draw` draw `widget` and puts the result on the widget at an opacity from 0 to 1, as a whole: what lies
+/// under something else does not shine through it.
+void drawAsWhole(QWidget &widget, double opacity, const std::function<void(QPainter &)> &draw);
 
 constexpr double FocusRingWidth = 2; // points
 
