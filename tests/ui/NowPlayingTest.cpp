@@ -320,8 +320,11 @@ private Q_SLOTS:
         f.showTrackCalled(u"Alba en el río"_s);
         QTest::mouseDClick(&titleOf(f), Qt::LeftButton, {}, {5, 5});
         QCOMPARE(titleOf(f).selectedText(), u"Alba"_s);
+        QTest::mousePress(&titleOf(f), Qt::LeftButton, {}, {60, 5});
         f.showTrackCalled(u"Marea baja"_s);
+        QTest::mouseMove(&titleOf(f), {titleOf(f).width() - 1, 5});
         QCOMPARE(titleOf(f).selectedText(), QString());
+        QTest::mouseRelease(&titleOf(f), Qt::LeftButton, {}, {60, 5});
     }
 
     void titleThatIsSelectedAsAWholeStaysSoWithTheNextTrack()
