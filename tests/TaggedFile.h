@@ -1,7 +1,7 @@
 #pragma once
 
 #include "metadata/Artwork.h"
-#include "tests/BigEndian.h"
+#include "tests/NumberBytes.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -11,7 +11,7 @@
 /// A frame of an ID3v2.3 tag.
 inline QByteArray id3v2Frame(const char *identifier, const QByteArray &content)
 {
-    return identifier + bigEndian(quint32(content.size())) + QByteArray(2, '\0') + content;
+    return identifier + bigEndian(content.size()) + QByteArray(2, '\0') + content;
 }
 
 inline QByteArray id3v2Picture(const QByteArray &picture)
@@ -21,10 +21,7 @@ inline QByteArray id3v2Picture(const QByteArray &picture)
 
 inline QByteArray id3v2Tag(const QByteArray &frames)
 {
-    QByteArray size;
-    for (const int shift : {21, 14, 7, 0})
-        size.append(static_cast<char>(frames.size() >> shift & 0x7F));
-    return QByteArray("ID3\3\0\0", 6) + size + frames;
+    return QByteArray("ID3\3\0\0", 6) + syncsafe(frames.size()) + frames;
 }
 
 /// The bytes of an image in a format of QImage::save().

@@ -1,5 +1,6 @@
 #include "decoder/DecoderModule.h"
 #include "tests/MemoryFile.h"
+#include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 
@@ -27,14 +28,15 @@ std::vector<float> soundOf(const QByteArray &bytes)
 
 template <typename T> QByteArray bigEndians(const std::vector<T> &values)
 {
-    QByteArray bytes(qsizetype(values.size() * sizeof(T)), Qt::Uninitialized);
-    qToBigEndian<T>(values.data(), qsizetype(values.size()), bytes.data());
+    QByteArray bytes;
+    for (const T value : values)
+        bytes += bigEndian<T>(value);
     return bytes;
 }
 
 QByteArray aiffChunk(const char *name, const QByteArray &content)
 {
-    return name + bigEndians<quint32>({quint32(content.size())}) + content;
+    return name + bigEndian(content.size()) + content;
 }
 
 /// Mono AIFF-C of the sample format `kind`.
@@ -44,16 +46,16 @@ QByteArray aiff(const char *kind, int bits, int frames, const QByteArray &sample
     const QByteArray common = bigEndians<quint16>({1, 0, quint16(frames), quint16(bits)}) + eightKilohertz
         + kind + QByteArray(2, '\0');
     return aiffChunk("FORM",
-        "AIFC" + aiffChunk("FVER", bigEndians<quint32>({0xA2805140})) + aiffChunk("COMM", common)
+        "AIFC" + aiffChunk("FVER", bigEndian(0xA2805140)) + aiffChunk("COMM", common)
             + aiffChunk("SSND", QByteArray(8, '\0') + samples));
 }
 
 QByteArray core(const QByteArray &samples)
 {
     const QByteArray description =
-        bigEndians<double>({rate}) + "lpcm" + bigEndians<quint32>({1, 4, 1, 1, 32}); // big-endian float
-    return "caff" + bigEndians<quint16>({1, 0}) + "desc" + bigEndians<quint64>({32}) + description + "data"
-        + bigEndians<quint64>({quint64(samples.size() + 4)}) + bigEndians<quint32>({0}) + samples;
+        bigEndian<double>(rate) + "lpcm" + bigEndians<quint32>({1, 4, 1, 1, 32}); // big-endian float
+    return "caff" + bigEndians<quint16>({1, 0}) + "desc" + bigEndian<quint64>(32) + description + "data"
+        + bigEndian<quint64>(samples.size() + 4) + bigEndian(0) + samples;
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "metadata/FrameScan.h"
-#include "tests/BigEndian.h"
+#include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 
 #include <QTemporaryFile>

@@ -1,5 +1,6 @@
 #include "decoder/DecoderModule.h"
 #include "tests/MemoryFile.h"
+#include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 
@@ -27,28 +28,6 @@ QByteArray mediaFile(const QString &name)
     return file.readAll();
 }
 
-template <typename T> QByteArray big(T value)
-{
-    QByteArray bytes(sizeof value, Qt::Uninitialized);
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-template <typename T> QByteArray little(T value)
-{
-    QByteArray bytes(sizeof value, Qt::Uninitialized);
-    qToLittleEndian(value, bytes.data());
-    return bytes;
-}
-
-QByteArray syncsafe(qsizetype number)
-{
-    QByteArray bytes;
-    for (const int shift : {21, 14, 7, 0})
-        bytes.append(char(number >> shift & 0x7F));
-    return bytes;
-}
-
 QByteArray tagOf(const QByteArray &frame, const QByteArray &content, char flags = 0)
 {
     const QByteArray padding(16, '\0'); // without it a size may be taken for one in another notation
@@ -63,18 +42,18 @@ QByteArray inflatingTag(const QByteArray &frame, const QByteArray &beginning)
     constexpr char compressedWithLength = 0x09;
     const QByteArray data =
         qCompress(beginning + QByteArray(inflated - beginning.size(), 'A'), 9).sliced(qsizetype(sizeof(int)));
-    return tagOf(frame, big(quint32(inflated)) + data, compressedWithLength);
+    return tagOf(frame, bigEndian(inflated) + data, compressedWithLength);
 }
 
 QByteArray wave(const QByteArray &chunk, const QByteArray &tag)
 {
-    return mediaFile(u"plain.wav"_s) + chunk + little(quint32(tag.size())) + tag;
+    return mediaFile(u"plain.wav"_s) + chunk + littleEndian(tag.size()) + tag;
 }
 
 QByteArray aiff(const QByteArray &tag)
 {
-    QByteArray bytes = mediaFile(u"plain.aiff"_s) + "ID3 " + big(quint32(tag.size())) + tag;
-    return bytes.replace(4, 4, big(quint32(bytes.size() - 8)));
+    QByteArray bytes = mediaFile(u"plain.aiff"_s) + "ID3 " + bigEndian(tag.size()) + tag;
+    return bytes.replace(4, 4, bigEndian(bytes.size() - 8));
 }
 
 /// DSF, whose header points to the tag.
@@ -82,22 +61,22 @@ QByteArray dsf(const QByteArray &tag)
 {
     const QByteArray sound(4096, '\x69');
     const qsizetype tagPosition = 28 + 52 + 12 + sound.size();
-    return "DSD " + little(quint64(28)) + little(quint64(tagPosition + tag.size()))
-        + little(quint64(tagPosition)) + "fmt " + little(quint64(52)) + little(quint32(1))
-        + little(quint32(0)) + little(quint32(1)) + little(quint32(1)) + little(quint32(2'822'400))
-        + little(quint32(1)) + little(quint64(sound.size() * 8)) + little(quint32(4096)) + little(quint32(0))
-        + "data" + little(quint64(12 + sound.size())) + sound + tag;
+    return "DSD " + littleEndian<quint64>(28) + littleEndian<quint64>(tagPosition + tag.size())
+        + littleEndian<quint64>(tagPosition) + "fmt " + littleEndian<quint64>(52) + littleEndian(1)
+        + littleEndian(0) + littleEndian(1) + littleEndian(1) + littleEndian(2'822'400) + littleEndian(1)
+        + littleEndian<quint64>(sound.size() * 8) + littleEndian(4096) + littleEndian(0) + "data"
+        + littleEndian<quint64>(12 + sound.size()) + sound + tag;
 }
 
 QByteArray dsdiffChunk(const QByteArray &name, const QByteArray &content)
 {
-    return name + big(quint64(content.size())) + content + QByteArray(content.size() % 2, '\0');
+    return name + bigEndian<quint64>(content.size()) + content + QByteArray(content.size() % 2, '\0');
 }
 
 QByteArray dsdiff(const QByteArray &tag)
 {
-    const QByteArray properties = "SND " + dsdiffChunk("FS  ", big(quint32(2'822'400)))
-        + dsdiffChunk("CHNL", big(quint16(1)) + "C000") + dsdiffChunk("CMPR", QByteArray("DSD \0", 6))
+    const QByteArray properties = "SND " + dsdiffChunk("FS  ", bigEndian(2'822'400))
+        + dsdiffChunk("CHNL", bigEndian<quint16>(1) + "C000") + dsdiffChunk("CMPR", QByteArray("DSD \0", 6))
         + dsdiffChunk("ID3 ", tag);
     return dsdiffChunk("FRM8",
         "DSD " + dsdiffChunk("FVER", QByteArray("\1\5\0\0", 4)) + dsdiffChunk("PROP", properties)
@@ -108,15 +87,16 @@ QByteArray dsdiff(const QByteArray &tag)
 QByteArray asf(const QByteArray &tag)
 {
     const QByteArray name("I\0D\0003\0\0\0", 8);
-    const QByteArray attributes = little(quint16(1)) + little(quint16(name.size())) + name
-        + little(quint16(1)) + little(quint16(std::min<qsizetype>(tag.size(), 65'535))) + tag;
+    const QByteArray attributes = littleEndian<quint16>(1) + littleEndian<quint16>(name.size()) + name
+        + littleEndian<quint16>(1) + littleEndian<quint16>(std::min<qsizetype>(tag.size(), 65'535)) + tag;
     const QByteArray object = QByteArray::fromHex("40a4d0d207e3d21197f000a0c95ea850")
-        + little(quint64(24 + attributes.size())) + attributes;
+        + littleEndian<quint64>(24 + attributes.size()) + attributes;
     QByteArray bytes = mediaFile(u"wma.wma"_s);
     constexpr qsizetype headerSize = 30;
     bytes.insert(headerSize, object);
-    bytes.replace(16, 8, little(qFromLittleEndian<quint64>(bytes.constData() + 16) + quint64(object.size())));
-    return bytes.replace(24, 4, little(qFromLittleEndian<quint32>(bytes.constData() + 24) + 1));
+    bytes.replace(16, 8,
+        littleEndian<quint64>(qFromLittleEndian<quint64>(bytes.constData() + 16) + quint64(object.size())));
+    return bytes.replace(24, 4, littleEndian(qFromLittleEndian<quint32>(bytes.constData() + 24) + 1));
 }
 
 /// The tag behind the third frame.
@@ -139,7 +119,7 @@ QByteArray openMg(const QByteArray &tag)
 
 QByteArray box(const QByteArray &name, const QByteArray &content)
 {
-    return big(quint32(content.size() + 8)) + name + content;
+    return bigEndian(content.size() + 8) + name + content;
 }
 
 /// A box whose content starts with a version and flags of zero.
@@ -147,15 +127,16 @@ QByteArray table(const QByteArray &name, const QList<quint32> &fields, const QBy
 {
     QByteArray content(4, '\0');
     for (const quint32 field : fields)
-        content += big(field);
+        content += bigEndian(field);
     return box(name, content + rest);
 }
 
 /// A track of `packets` packets of one byte that all lie in one chunk, more tables behind those that say so.
 QByteArray track(quint32 packets, const QByteArray &tables = {})
 {
-    const QByteArray codec = QByteArray(6, '\0') + big(quint16(1)) + QByteArray(8, '\0') + big(quint16(2))
-        + big(quint16(16)) + QByteArray(4, '\0') + big(quint32(44'100) << 16);
+    const QByteArray codec = QByteArray(6, '\0') + bigEndian<quint16>(1) + QByteArray(8, '\0')
+        + bigEndian<quint16>(2) + bigEndian<quint16>(16) + QByteArray(4, '\0')
+        + bigEndian(quint32(44'100) << 16);
     const QByteArray chunks = packets == 0
         ? table("stsc", {0}) + table("stsz", {0, 0}) + table("stco", {0})
         : table("stsc", {1, 1, packets, 1}) + table("stsz", {1, packets}) + table("stco", {1, 40});
@@ -181,8 +162,7 @@ QByteArray compressedMovie(qsizetype size)
         box("moov", table("mvhd", {0, 0, 44'100, 1000}, QByteArray(size, '\0')) + track(10));
     const QByteArray deflated = qCompress(inflated, 9).sliced(qsizetype(sizeof(int)));
     return box("mdat", QByteArray(4000, '\0'))
-        + box(
-            "moov", box("cmov", box("dcom", "zlib") + box("cmvd", big(quint32(inflated.size())) + deflated)));
+        + box("moov", box("cmov", box("dcom", "zlib") + box("cmvd", bigEndian(inflated.size()) + deflated)));
 }
 
 /// A movie in a fragment, whose packets take no bytes in its tables.
@@ -196,26 +176,26 @@ QByteArray fragmentedMovie(quint32 packets)
 /// Monkey's Audio with a table of so many frames.
 QByteArray monkeysAudio(quint32 frames)
 {
-    return "MAC " + little(quint32(3990)) + little(quint32(52)) + little(quint32(24)) + little(frames * 4)
-        + little(quint32(0)) + little(quint32(1000)) + QByteArray(24, '\0') + little(quint32(2000))
-        + little(quint32(73'728)) + little(quint32(1000)) + little(frames) + little(quint16(16))
-        + little(quint16(2)) + little(quint32(44'100)) + QByteArray(4 * qsizetype(frames) + 20'000, '\0');
+    return "MAC " + littleEndian(3990) + littleEndian(52) + littleEndian(24) + littleEndian(frames * 4)
+        + littleEndian(0) + littleEndian(1000) + QByteArray(24, '\0') + littleEndian(2000)
+        + littleEndian(73'728) + littleEndian(1000) + littleEndian(frames) + littleEndian<quint16>(16)
+        + littleEndian<quint16>(2) + littleEndian(44'100) + QByteArray(4 * qsizetype(frames) + 20'000, '\0');
 }
 
 /// WAV with so many cue points, each of which is looked for among all others.
 QByteArray waveWithCues(quint32 cues)
 {
-    QByteArray points = little(cues);
+    QByteArray points = littleEndian(cues);
     for (quint32 i = cues; i > 0; --i)
-        points += little(i) + QByteArray(20, '\0');
-    return mediaFile(u"plain.wav"_s).insert(36, "cue " + little(quint32(points.size())) + points);
+        points += littleEndian(i) + QByteArray(20, '\0');
+    return mediaFile(u"plain.wav"_s).insert(36, "cue " + littleEndian(points.size()) + points);
 }
 
 /// An element of Matroska.
 QByteArray element(const char *id, const QByteArray &content)
 {
     constexpr quint64 eightBytes = quint64(1) << 56;
-    return QByteArray::fromHex(id) + big(eightBytes | quint64(content.size())) + content;
+    return QByteArray::fromHex(id) + bigEndian<quint64>(eightBytes | quint64(content.size())) + content;
 }
 
 /// How Matroska says that a track's blocks (1) or its codec's header (2) are compressed.
@@ -229,7 +209,7 @@ QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &se
 QByteArray matroskaTrack(int number, const QByteArray &fields, const QByteArray &codec = "A_PCM/INT/LIT")
 {
     const QByteArray audio =
-        element("b5", big(quint32(0x45FA0000))) + element("9f", "\1") + element("6264", "\x10"); // 8000 Hz
+        element("b5", bigEndian(0x45FA0000)) + element("9f", "\1") + element("6264", "\x10"); // 8000 Hz
     return element("ae",
         element("d7", QByteArray(1, char(number))) + element("73c5", QByteArray(1, char(number)))
             + element("83", "\2") + element("86", codec) + fields + element("e1", audio));
@@ -268,29 +248,29 @@ QByteArray matroskaWithChapters(quint32 count)
 {
     QByteArray chapters;
     for (quint32 i = count; i > 0; --i)
-        chapters += element("b6", element("73c4", big(i)) + element("91", big(count - i + 1)));
+        chapters += element("b6", element("73c4", bigEndian(i)) + element("91", bigEndian(count - i + 1)));
     return matroska(matroskaTrack(1, {}), element("1043a770", element("45b9", chapters)));
 }
 
 /// So many comments, as all files of Xiph's hold them.
 QByteArray comments(int count, int first = 0)
 {
-    QByteArray bytes = little(quint32(5)) + "maker" + little(quint32(count));
+    QByteArray bytes = littleEndian(5) + "maker" + littleEndian(count);
     for (int i = first; i < first + count; ++i) {
         const QByteArray comment = "N" + QByteArray::number(i) + "=value";
-        bytes += little(quint32(comment.size())) + comment;
+        bytes += littleEndian(comment.size()) + comment;
     }
     return bytes;
 }
 
 QByteArray comment(const QByteArray &text)
 {
-    return little(quint32(0)) + little(quint32(1)) + little(quint32(text.size())) + text;
+    return littleEndian(0) + littleEndian(1) + littleEndian(text.size()) + text;
 }
 
 QByteArray flacBlock(quint32 type, const QByteArray &content)
 {
-    return big(quint32(type << 24 | content.size())) + content;
+    return bigEndian(type << 24 | content.size()) + content;
 }
 
 constexpr qsizetype endOfFirstFlacBlock = 42;
@@ -357,7 +337,7 @@ QByteArray oggPages(const QByteArray &stream, const QByteArray &packet, const QB
             [](qsizetype sum, char length) { return sum + quint8(length); });
         QByteArray page = "OggS" + QByteArray(1, '\0') + char(isContinued) + QByteArray(8, '\0') + stream
             + QByteArray(8, '\0') + char(lengths.size()) + lengths + content.sliced(position, size);
-        pages += page.replace(22, 4, little(oggChecksum(page)));
+        pages += page.replace(22, 4, littleEndian(oggChecksum(page)));
         position += size;
     }
     return pages;
@@ -380,8 +360,9 @@ QByteArray oggWithLateEnd(const QByteArray &middle)
     constexpr qint64 rate = 44'100;
     const QByteArray file = mediaFile(u"vorbis.ogg"_s);
     const qsizetype last = file.lastIndexOf("OggS");
-    QByteArray page = file.sliced(last).replace(6, 8, little(3600 * rate)).replace(22, 4, little(0));
-    return file.first(last) + middle + page.replace(22, 4, little(oggChecksum(page)));
+    QByteArray page =
+        file.sliced(last).replace(6, 8, littleEndian<qint64>(3600 * rate)).replace(22, 4, littleEndian(0));
+    return file.first(last) + middle + page.replace(22, 4, littleEndian(oggChecksum(page)));
 }
 
 struct OggFile {
@@ -622,8 +603,8 @@ private Q_SLOTS:
     {
         const QByteArray header("ID3\4\0\0\0\0\0\0", 10);
         // Here the sound follows the header at once, so that it is read together with it.
-        const QByteArray bytes = ".snd" + big(quint32(28)) + big(quint32(8000)) + big(quint32(3))
-            + big(quint32(8000)) + big(quint32(1)) + QByteArray(8004, '\0');
+        const QByteArray bytes = ".snd" + bigEndian(28) + bigEndian(8000) + bigEndian(3) + bigEndian(8000)
+            + bigEndian(1) + QByteArray(8004, '\0');
         for (const qsizetype position : {28, 4000}) {
             const auto sound = soundOf(QByteArray(bytes).replace(position, header.size(), header));
             QCOMPARE(sound.size(), std::size_t(4000));

@@ -1,6 +1,6 @@
 #include "metadata/PictureDecoder.h"
 #include "metadata/PictureInput.h"
-#include "tests/BigEndian.h"
+#include "tests/NumberBytes.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 
@@ -13,13 +13,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // How they are made
-
-QByteArray littleEndian(quint32 number)
-{
-    QByteArray bytes(4, Qt::Uninitialized);
-    qToLittleEndian(number, bytes.data());
-    return bytes;
-}
 
 QImage flatImage(QSize size, QImage::Format format = QImage::Format_RGB32)
 {
@@ -47,7 +40,7 @@ quint32 checksum(const QByteArray &bytes)
 QByteArray pngChunk(const char *kind, const QByteArray &content)
 {
     const QByteArray named = kind + content;
-    return bigEndian(quint32(content.size())) + named + bigEndian(checksum(named));
+    return bigEndian(content.size()) + named + bigEndian(checksum(named));
 }
 
 struct Png {
@@ -63,8 +56,8 @@ struct Png {
 QByteArray encoded(const Png &png)
 {
     const qsizetype line = 2 + qsizetype(png.size.width()) * png.bytesPerPixel; // a passes' lines are shorter
-    const QByteArray header = bigEndian(quint32(png.size.width())) + bigEndian(quint32(png.size.height()))
-        + png.depth + png.colour + QByteArray(2, '\0') + char(png.isInterlaced);
+    const QByteArray header = bigEndian(png.size.width()) + bigEndian(png.size.height()) + png.depth
+        + png.colour + QByteArray(2, '\0') + char(png.isInterlaced);
     return "\x89PNG\r\n\x1a\n" + pngChunk("IHDR", header) + png.extra
         + pngChunk("IDAT", deflated(line * (png.size.height() + 8))) + pngChunk("IEND", {});
 }
@@ -106,7 +99,7 @@ QByteArray jpegWithSegments(char marker, const QByteArray &begin, int count)
 
 QByteArray chunk(const char *kind, const QByteArray &content)
 {
-    return kind + littleEndian(quint32(content.size())) + content + QByteArray(content.size() % 2, '\0');
+    return kind + littleEndian(content.size()) + content + QByteArray(content.size() % 2, '\0');
 }
 
 /// The head of an extended WebP with these flags, of 16,384 pixels a side.
@@ -150,7 +143,7 @@ QByteArray gif(quint16 width, quint16 height)
 /// A header, a palette of 256 colours and few pixels.
 QByteArray bmp(qint32 width, qint32 height, char depth, char compression)
 {
-    const QByteArray content = littleEndian(40) + littleEndian(quint32(width)) + littleEndian(quint32(height))
+    const QByteArray content = littleEndian(40) + littleEndian(width) + littleEndian(height)
         + QByteArray("\1\0", 2) + depth + '\0' + compression + QByteArray(23, '\0') + QByteArray(1024, 'x');
     return "BM" + littleEndian(0) + littleEndian(0) + littleEndian(14 + quint32(content.size())) + content
         + QByteArray("\x09\1", 2).repeated(500);

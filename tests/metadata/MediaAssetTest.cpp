@@ -1,7 +1,7 @@
 #include "metadata/MediaAsset.h"
 #include "metadata/MediaReader.h"
 #include "metadata/StatedDuration.h"
-#include "tests/BigEndian.h"
+#include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 
 #include <QFile>
@@ -50,21 +50,6 @@ QList<QByteArray> pictures(const MediaAsset &asset)
     return values;
 }
 
-template <typename Number> QByteArray littleEndian(Number number)
-{
-    QByteArray bytes(sizeof number, Qt::Uninitialized);
-    qToLittleEndian(number, bytes.data());
-    return bytes;
-}
-
-QByteArray syncsafe(qsizetype number)
-{
-    QByteArray bytes;
-    for (const int shift : {21, 14, 7, 0})
-        bytes.append(static_cast<char>(number >> shift & 0x7F));
-    return bytes;
-}
-
 QByteArray id3v24Frame(const QByteArray &identifier, const QByteArray &content, char flags = 0)
 {
     return identifier + syncsafe(content.size()) + '\0' + flags + content;
@@ -84,24 +69,23 @@ QByteArray shortFrame(const QByteArray &identifier, const QByteArray &content)
 /// A frame whose size stands in the tag as 2.3 has it.
 QByteArray plainFrame(const QByteArray &identifier, const QByteArray &content)
 {
-    return identifier + bigEndian(quint32(content.size())) + "\0\0"_ba + content;
+    return identifier + bigEndian(content.size()) + "\0\0"_ba + content;
 }
 
 /// A size and the bytes, as Vorbis comments and RIFF chunks have them.
 QByteArray sized(const QByteArray &bytes)
 {
-    return littleEndian(quint32(bytes.size())) + bytes;
+    return littleEndian(bytes.size()) + bytes;
 }
 
 QByteArray apeTag(const QByteArray &items)
 {
-    return items + "APETAGEX" + littleEndian(quint32(2000)) + littleEndian(quint32(items.size() + 32))
-        + QByteArray(16, '\0');
+    return items + "APETAGEX" + littleEndian(2000) + littleEndian(items.size() + 32) + QByteArray(16, '\0');
 }
 
 QByteArray asfObject(const char *identifier, const QByteArray &content)
 {
-    return QByteArray::fromHex(identifier) + littleEndian(quint64(content.size() + 24)) + content;
+    return QByteArray::fromHex(identifier) + littleEndian<quint64>(content.size() + 24) + content;
 }
 
 QByteArray asfHeader(const QByteArray &objects)
@@ -122,8 +106,8 @@ QByteArray utf16(const QString &text)
 /// Its type is 0 for text, 1 for bytes.
 QByteArray asfAttribute(const QString &name, const QByteArray &value, quint16 type = 0)
 {
-    return littleEndian(quint16(name.size() * 2)) + utf16(name) + littleEndian(type)
-        + littleEndian(quint16(value.size())) + value;
+    return littleEndian<quint16>(name.size() * 2) + utf16(name) + littleEndian<quint16>(type)
+        + littleEndian<quint16>(value.size()) + value;
 }
 
 QByteArray asfAttributes(const QByteArray &attributes)
@@ -135,18 +119,19 @@ QByteArray asfAttributes(const QByteArray &attributes)
 QByteArray asfLength(quint64 played, quint64 preroll)
 {
     return asfHeader(asfObject("a1dcab8c47a9cf118ee400c00c205365",
-        QByteArray(40, '\0') + littleEndian(played) + littleEndian(quint64(0)) + littleEndian(preroll)));
+        QByteArray(40, '\0') + littleEndian<quint64>(played) + littleEndian<quint64>(0)
+            + littleEndian<quint64>(preroll)));
 }
 
 QByteArray flacBlock(char type, const QByteArray &content)
 {
-    return type + bigEndian(quint32(content.size())).sliced(1) + content;
+    return type + bigEndian(content.size()).sliced(1) + content;
 }
 
 QByteArray flacPicture(const QByteArray &data)
 {
     return bigEndian(3) + bigEndian(1) + 'm' + bigEndian(1) + 'd' + QByteArray(16, '\0')
-        + bigEndian(quint32(data.size())) + data;
+        + bigEndian(data.size()) + data;
 }
 
 QByteArray vorbisComment(const QByteArray &field, quint32 count = 1)
@@ -156,14 +141,12 @@ QByteArray vorbisComment(const QByteArray &field, quint32 count = 1)
 
 QByteArray flacLength(quint64 rate, quint64 samples)
 {
-    const quint64 number = qToBigEndian(rate << 44 | samples);
-    return "fLaC"
-        + flacBlock('\x80', QByteArray(10, '\0') + QByteArray(reinterpret_cast<const char *>(&number), 8));
+    return "fLaC" + flacBlock('\x80', QByteArray(10, '\0') + bigEndian<quint64>(rate << 44 | samples));
 }
 
 QByteArray atom(const QByteArray &name, const QByteArray &content)
 {
-    return bigEndian(quint32(content.size() + 8)) + name + content;
+    return bigEndian(content.size() + 8) + name + content;
 }
 
 QByteArray mp4(const QByteArray &movie)
@@ -188,11 +171,11 @@ struct Movie {
 QByteArray mp4(const Movie &movie)
 {
     const auto number = [&](quint64 value) {
-        return (movie.isLong ? bigEndian(quint32(value >> 32)) : QByteArray()) + bigEndian(quint32(value));
+        return (movie.isLong ? bigEndian(value >> 32) : QByteArray()) + bigEndian(value);
     };
     const QByteArray version = QByteArray(1, static_cast<char>(movie.isLong)) + "xxx";
     const QByteArray dates(movie.isLong ? 16 : 8, '\1');
-    QByteArray edits = version + bigEndian(quint32(movie.edits.size()));
+    QByteArray edits = version + bigEndian(movie.edits.size());
     for (const auto &[length, start] : movie.edits)
         edits += number(length) + number(start) + bigEndian(0x1'0000);
     const QByteArray media =
@@ -219,7 +202,7 @@ QByteArray oggPage(quint32 stream, qint64 position, const QByteArray &packet, bo
 {
     const QByteArray segments = QByteArray(packet.size() / 255, '\xff')
         + (isWhole ? QByteArray(1, static_cast<char>(packet.size() % 255)) : QByteArray());
-    return "OggS\0\0"_ba + littleEndian(position) + littleEndian(stream) + QByteArray(8, '\0')
+    return "OggS\0\0"_ba + littleEndian<qint64>(position) + littleEndian(stream) + QByteArray(8, '\0')
         + static_cast<char>(segments.size()) + segments + packet;
 }
 
@@ -236,19 +219,19 @@ QByteArray oggFlacHead(const QByteArray &flac)
 
 QByteArray apeItem(const QByteArray &key, const QByteArray &value, quint32 flags = 0)
 {
-    return littleEndian(quint32(value.size())) + littleEndian(flags) + key + '\0' + value;
+    return littleEndian(value.size()) + littleEndian(flags) + key + '\0' + value;
 }
 
 QByteArray dsfHeader(quint32 rate, quint64 samples)
 {
     return "DSD " + QByteArray(24, '\0') + "fmt " + QByteArray(24, '\0') + littleEndian(rate)
-        + littleEndian(quint32(1)) + littleEndian(samples) + QByteArray(8, '\0');
+        + littleEndian(1) + littleEndian<quint64>(samples) + QByteArray(8, '\0');
 }
 
 /// A chunk of DSDIFF.
 QByteArray longChunk(const QByteArray &name, const QByteArray &content)
 {
-    return name + bigEndian(0) + bigEndian(quint32(content.size())) + content;
+    return name + bigEndian(0) + bigEndian(content.size()) + content;
 }
 
 /// Without the compression, so that nobody plays it.
@@ -264,7 +247,7 @@ QByteArray aiffHeader(const QByteArray &name, quint32 frames)
 {
     const QByteArray common = "\0\1"_ba + bigEndian(frames) + "\0\x10"_ba
         + QByteArray::fromHex("400bfa00000000000000") + "sowt\0\0"_ba; // 8,000 a second
-    return "FORM\0\0\0\0AIFC"_ba + name + bigEndian(quint32(common.size())) + common;
+    return "FORM\0\0\0\0AIFC"_ba + name + bigEndian(common.size()) + common;
 }
 
 /// Makes a file whose title stands behind so many other entries of its tag.
@@ -303,20 +286,20 @@ const Crowded crowdedFiles[] = {
         [](qsizetype entries) {
             const QByteArray item = sized({}) + "\0\0\0\0x\0"_ba;
             return mediaFile(u"song.mp3"_s)
-                + apeTag(item.repeated(entries) + littleEndian(quint32(5)) + "\0\0\0\0title\0Title"_ba);
+                + apeTag(item.repeated(entries) + littleEndian(5) + "\0\0\0\0title\0Title"_ba);
         },
         10'000},
     {"FLAC",
         [](qsizetype entries) {
-            const QByteArray comment = sized({}) + littleEndian(quint32(entries + 1))
-                + sized("x=").repeated(entries) + sized("title=Title");
+            const QByteArray comment =
+                sized({}) + littleEndian(entries + 1) + sized("x=").repeated(entries) + sized("title=Title");
             return "fLaC" + bigEndian(0x8400'0000 + quint32(comment.size())) + comment;
         },
         10'000},
     {"FLAC blocks",
         [](qsizetype entries) {
             const auto comment = [](const QByteArray &field) {
-                const QByteArray content = sized({}) + littleEndian(quint32(1)) + sized(field);
+                const QByteArray content = sized({}) + littleEndian(1) + sized(field);
                 return bigEndian(0x0400'0000 + quint32(content.size())) + content;
             };
             return "fLaC" + comment("artist=Artist") + bigEndian(0x0100'0000).repeated(entries - 1)
@@ -326,7 +309,7 @@ const Crowded crowdedFiles[] = {
     {"ASF",
         [](qsizetype entries) {
             const QByteArray object = asfObject("40a4d0d207e3d21197f000a0c95ea850",
-                littleEndian(quint16(entries)) + asfAttribute({}, {}).repeated(entries - 1)
+                littleEndian<quint16>(entries) + asfAttribute({}, {}).repeated(entries - 1)
                     + asfAttribute(u"Title"_s, utf16(u"Title"_s)));
             return asfObject("3026b2758e66cf11a6d900aa0062ce6c", QByteArray(6, '\0') + object);
         },
@@ -343,7 +326,7 @@ const Crowded crowdedFiles[] = {
             const QByteArray keys = (bigEndian(8) + "mdta").repeated(entries) + bigEndian(13) + "mdtatitle";
             const QByteArray title = atom("data", bigEndian(1) + bigEndian(0) + "Title");
             return mp4WithItems(atom("hdlr", QByteArray(8, '\0')) + atom("keys", QByteArray(8, '\0') + keys)
-                + atom("ilst", atom(bigEndian(quint32(entries + 1)), title)));
+                + atom("ilst", atom(bigEndian(entries + 1), title)));
         },
         10'000},
     {"FLAC block that claims to be a comment",
@@ -354,8 +337,8 @@ const Crowded crowdedFiles[] = {
         1000},
     {"FLAC comment that is searched for",
         [](qsizetype entries) {
-            const QByteArray content = sized({}) + littleEndian(quint32(entries + 1)) + sized("title=Title")
-                + sized("x=").repeated(entries);
+            const QByteArray content =
+                sized({}) + littleEndian(entries + 1) + sized("title=Title") + sized("x=").repeated(entries);
             return "fLaC\x81\0\0\0"_ba + flacBlock(4, content);
         },
         10'000},
@@ -541,11 +524,11 @@ private Q_SLOTS:
         QTest::addColumn<int>("dataSize");
         QTest::addColumn<int>("frames"); // -1: not known
         const auto format = [](quint16 codec, quint16 channels, quint16 block, quint16 bits) {
-            return littleEndian(codec) + littleEndian(channels) + littleEndian(quint32(8000))
-                + littleEndian(quint32(16'000)) + littleEndian(block) + littleEndian(bits);
+            return littleEndian<quint16>(codec) + littleEndian<quint16>(channels) + littleEndian(8000)
+                + littleEndian(16'000) + littleEndian<quint16>(block) + littleEndian<quint16>(bits);
         };
         const auto extensible = [&format](quint16 codec, quint16 channels, quint16 bits) {
-            return format(0xFFFE, channels, 4, bits) + QByteArray(8, '\0') + littleEndian(codec);
+            return format(0xFFFE, channels, 4, bits) + QByteArray(8, '\0') + littleEndian<quint16>(codec);
         };
         QTest::newRow("PCM") << format(1, 2, 4, 16) << 4003 << 1000;
         QTest::newRow("PCM, block of nothing") << format(1, 2, 0, 20) << 6000 << 1000;
@@ -586,7 +569,7 @@ private Q_SLOTS:
     void wavRateIsPositive()
     {
         const auto duration = [](quint32 rate) {
-            return wavDuration(littleEndian(quint16(6)) + littleEndian(quint16(1)) + littleEndian(rate), 100);
+            return wavDuration(littleEndian<quint16>(6) + littleEndian<quint16>(1) + littleEndian(rate), 100);
         };
         QCOMPARE(duration(0x7FFF'FFFF).timescale, 0x7FFF'FFFF);
         QVERIFY(!duration(0x8000'0000).isNumeric());
@@ -630,7 +613,7 @@ private Q_SLOTS:
 
     void firstDataOfAWavIsItsSound()
     {
-        const QByteArray more = "data" + littleEndian(quint32(1000)) + QByteArray(1000, '\0');
+        const QByteArray more = "data" + littleEndian(1000) + QByteArray(1000, '\0');
         const QUrl url = temporaryFile(u"more.wav"_s, mediaFile(u"plain.wav"_s) + more);
         QCOMPARE(read(url).duration().seconds(), 1.0);
     }
@@ -642,9 +625,9 @@ private Q_SLOTS:
         QByteArray other = "\0\0\0\x30mdhd"_ba + QByteArray(12, '\0') + bigEndian(1000) + bigEndian(9000)
             + QByteArray(20, '\0');
         other += "\0\0\0\x18hdlr"_ba + QByteArray(8, '\0') + "soun" + QByteArray(4, '\0');
-        other = bigEndian(quint32(other.size() + 8)) + "mdia" + other;
-        bytes += bigEndian(quint32(other.size() + 8)) + "trak" + other;
-        bytes.replace(movie, 4, bigEndian(quint32(bytes.size() - movie)));
+        other = bigEndian(other.size() + 8) + "mdia" + other;
+        bytes += bigEndian(other.size() + 8) + "trak" + other;
+        bytes.replace(movie, 4, bigEndian(bytes.size() - movie));
         QVERIFY(qAbs(read(temporaryFile(u"tracks.m4a"_s, bytes)).duration().seconds() - 2.046) < 0.001);
     }
 
@@ -741,7 +724,7 @@ private Q_SLOTS:
     {
         const QByteArray cover(1000, 'x');
         const QByteArray picture = "\0image/png\0\3\0"_ba + cover;
-        const QByteArray sized = "APIC" + bigEndian(quint32(picture.size())) + "\0\0"_ba + picture;
+        const QByteArray sized = "APIC" + bigEndian(picture.size()) + "\0\0"_ba + picture;
         const QByteArray tag = id3v24Tag(sized + id3v24Frame("TIT2", "\3Behind"));
         const MediaAsset asset = read(temporaryFile(u"plain-size.mp3"_s, tag + mediaFile(u"song.mp3"_s)));
         QCOMPARE(pictures(asset), QList<QByteArray>({cover}));
@@ -844,9 +827,9 @@ private Q_SLOTS:
 
     void asfFieldsHaveTheirTypes()
     {
-        const QByteArray value = '\3' + littleEndian(quint32(3)) + QByteArray(4, '\0') + "xyzjunk";
+        const QByteArray value = '\3' + littleEndian(3) + QByteArray(4, '\0') + "xyzjunk";
         const QByteArray description =
-            littleEndian(quint16(4)) + littleEndian(quint16(2)) + QByteArray(6, '\0') + utf16(u"TiA"_s);
+            littleEndian<quint16>(4) + littleEndian<quint16>(2) + QByteArray(6, '\0') + utf16(u"TiA"_s);
         const auto file = [&](quint16 textType, const QString &picture, quint16 pictureType) {
             const QByteArray attributes = asfAttribute(u"Author"_s, utf16(u"Other"_s), textType)
                 + asfAttribute(u"WM/AlbumTitle"_s, utf16(u"Album"_s), textType)
@@ -1016,7 +999,7 @@ private Q_SLOTS:
         QVERIFY(
             asset(apeItem("Title", "x", 2) + apeItem("Cover Art (Front)", "x")).commonMetadata().isEmpty());
         QVERIFY(asset(apeItem("Other", "n\0xyz"_ba, 2)).commonMetadata().isEmpty());
-        const QByteArray tooLong = littleEndian(quint32(1000)) + "\0\0\0\0album\0Album"_ba;
+        const QByteArray tooLong = littleEndian(1000) + "\0\0\0\0album\0Album"_ba;
         QCOMPARE(asset(title + tooLong).commonMetadata().size(), 1);
         QCOMPARE(asset(title + QByteArray(12, 'x')).commonMetadata().size(), 1);
     }
@@ -1112,7 +1095,7 @@ private Q_SLOTS:
         });
         row("DSF", [](const QByteArray &junk) {
             const QByteArray tag = id3v24Tag(id3v24Frame("PRIV", junk) + id3v24Frame("TIT2", "\3Title"));
-            return dsfHeader(8, 8).replace(20, 8, littleEndian(quint64(80))) + tag;
+            return dsfHeader(8, 8).replace(20, 8, littleEndian<quint64>(80)) + tag;
         });
         row("FLAC", [](const QByteArray &junk) {
             return "fLaC" + flacBlock(6, junk.first(junk.size() / 3)).repeated(3)
@@ -1120,8 +1103,7 @@ private Q_SLOTS:
         });
         row("Ogg", [](const QByteArray &junk) {
             constexpr qsizetype page = 255 * 255;
-            const QByteArray comment =
-                "\3vorbis" + sized(junk) + littleEndian(quint32(1)) + sized("title=Title");
+            const QByteArray comment = "\3vorbis" + sized(junk) + littleEndian(1) + sized("title=Title");
             QByteArray file = vorbisHead();
             for (qsizetype i = 0; i < comment.size(); i += page)
                 file += oggPage(1, 0, comment.mid(i, page), i + page > comment.size());
@@ -1195,8 +1177,7 @@ private Q_SLOTS:
         QTest::newRow("MP4, unknown units of parts") << mp4(Movie{.scale = 0, .edits = {{600, 8000}}}) << 1.5;
         const QByteArray kind = atom("ftyp", "M4A "), movie = mp4(Movie()).sliced(kind.size() + 8);
         QTest::newRow("MP4, long size of an atom")
-            << kind + bigEndian(1) + "moov" + bigEndian(0) + bigEndian(quint32(movie.size() + 16)) + movie
-            << 2.5;
+            << kind + bigEndian(1) + "moov" + bigEndian(0) + bigEndian(movie.size() + 16) + movie << 2.5;
         QTest::newRow("MP4, open atom") << kind + bigEndian(0) + "moov" + movie << 2.5;
         QTest::newRow("MP4, second movie") << mp4(Movie()) + mp4(Movie{.length = 8}) << 2.5;
         QTest::newRow("MP4, no units") << mp4(Movie{.mediaScale = 0}) << unknown;
@@ -1204,11 +1185,10 @@ private Q_SLOTS:
         QTest::newRow("MP4, no sound") << mp4(Movie{.kind = "vide"}) << unknown;
         QTest::newRow("Vorbis, no rate") << vorbisHead(0) + oggPage(1, 20'000, "x") << unknown;
         QTest::newRow("Vorbis, no samples") << vorbisHead() + oggPage(1, 0, "x") << unknown;
-        QTest::newRow("Speex") << oggPage(
-                                      1, 0, "Speex   " + QByteArray(28, 'x') + littleEndian(quint32(8000)))
+        QTest::newRow("Speex") << oggPage(1, 0, "Speex   " + QByteArray(28, 'x') + littleEndian(8000))
                 + oggPage(1, 20'000, "x")
                                << 2.5;
-        QTest::newRow("Opus") << oggPage(1, 0, "OpusHead\1\1" + littleEndian(quint16(480)))
+        QTest::newRow("Opus") << oggPage(1, 0, "OpusHead\1\1" + littleEndian<quint16>(480))
                 + oggPage(1, 120'480, "x")
                               << 2.5;
         QTest::newRow("Ogg FLAC, no samples")
@@ -1280,9 +1260,9 @@ private Q_SLOTS:
     {
         const QByteArray header = QByteArray::fromHex("3026b2758e66cf11a6d900aa0062ce6c");
         const QByteArray attributes = QByteArray::fromHex("40a4d0d207e3d21197f000a0c95ea850")
-            + littleEndian(quint64(26)) + littleEndian(quint16(65535));
+            + littleEndian<quint64>(26) + littleEndian<quint16>(65535);
         constexpr quint32 count = 200;
-        const QByteArray bytes = header + littleEndian(quint64(30 + count * 26)) + littleEndian(count)
+        const QByteArray bytes = header + littleEndian<quint64>(30 + count * 26) + littleEndian(count)
             + "\1\2" + attributes.repeated(count);
         const long before = peakKilobytes();
         const MediaAsset asset = read(temporaryFile(u"crowded.wma"_s, bytes));

@@ -1,8 +1,7 @@
 #include "metadata/PictureDecoder.h"
+#include "tests/NumberBytes.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
-
-#include <QtEndian>
 
 using namespace Qt::StringLiterals;
 
@@ -39,20 +38,11 @@ QChar nameOf(const QColor &colour)
     return red ? (green && blue ? u'w' : u'r') : green ? u'g' : u'b';
 }
 
-template <typename Number> QByteArray bytesOf(Number number, bool isBigEndian)
-{
-    QByteArray bytes(sizeof(Number), Qt::Uninitialized);
-    if (isBigEndian)
-        qToBigEndian(number, bytes.data());
-    else
-        qToLittleEndian(number, bytes.data());
-    return bytes;
-}
-
 /// Exif data of two tags, the second of which is the orientation.
 QByteArray exifWithOrientation(quint16 orientation, bool isBigEndian)
 {
-    const auto number = [&](auto value) { return bytesOf(value, isBigEndian); };
+    const auto number = [&]<typename T>(
+                            T value) { return isBigEndian ? bigEndian<T>(value) : littleEndian<T>(value); };
     const auto entry = [&](quint16 tag, quint16 value) {
         return number(tag) + number(quint16(3)) + number(quint32(1)) + number(value) + number(quint16(0));
     };
@@ -63,19 +53,18 @@ QByteArray exifWithOrientation(quint16 orientation, bool isBigEndian)
 QByteArray jpegWithExif(const QByteArray &jpeg, const QByteArray &exif)
 {
     const QByteArray content = QByteArray("Exif\0\0", 6) + exif;
-    return jpeg.first(2) + "\xff\xe1" + bytesOf(quint16(content.size() + 2), true) + content + jpeg.sliced(2);
+    return jpeg.first(2) + "\xff\xe1" + bigEndian<quint16>(content.size() + 2) + content + jpeg.sliced(2);
 }
 
 QByteArray pngWithExif(const QByteArray &png, const QByteArray &exif)
 {
     constexpr qsizetype header = 8 + 25;
-    return png.first(header) + bytesOf(quint32(exif.size()), true) + "eXIf" + exif + "sums"
-        + png.sliced(header);
+    return png.first(header) + bigEndian(exif.size()) + "eXIf" + exif + "sums" + png.sliced(header);
 }
 
 QByteArray riffChunk(const char *kind, const QByteArray &content)
 {
-    return kind + bytesOf(quint32(content.size()), false) + content + QByteArray(content.size() % 2, '\0');
+    return kind + littleEndian(content.size()) + content + QByteArray(content.size() % 2, '\0');
 }
 
 QByteArray riff(const QByteArray &chunks)
@@ -188,28 +177,28 @@ private Q_SLOTS:
         row("JPEG, lossless", jpeg("ffc3" + frame, scan), none, 0);
         row("JPEG, scan cut off", jpeg("ffc0" + frame, scan.first(8)), none, 0);
 
-        const auto number = [](int value) { return bytesOf(value, false); };
         const auto bmp = [&](int header, const QByteArray &sides) {
-            return ("BM" + QByteArray(12, 'x') + number(header) + sides).leftJustified(54, 'x');
+            return ("BM" + QByteArray(12, 'x') + littleEndian(header) + sides).leftJustified(54, 'x');
         };
         for (const int header : {40, 64, 108, 124})
-            row(qPrintable(u"BMP, %1"_s.arg(header)), bmp(header, number(100) + number(50)), size, 20'000);
-        row("BMP, 52", bmp(52, number(100) + number(50)), none, 0);
-        row("BMP, old", bmp(12, bytesOf(qint16(100), false) + bytesOf(qint16(-50), false)), size, 20'000);
-        row("BMP, cut off", bmp(40, number(100) + number(50)).chopped(1), none, 0);
+            row(qPrintable(u"BMP, %1"_s.arg(header)), bmp(header, littleEndian(100) + littleEndian(50)), size,
+                20'000);
+        row("BMP, 52", bmp(52, littleEndian(100) + littleEndian(50)), none, 0);
+        row("BMP, old", bmp(12, littleEndian<qint16>(100) + littleEndian<qint16>(-50)), size, 20'000);
+        row("BMP, cut off", bmp(40, littleEndian(100) + littleEndian(50)).chopped(1), none, 0);
 
-        const QByteArray sides = bytesOf(quint16(100), false) + bytesOf(quint16(50), false);
+        const QByteArray sides = littleEndian<quint16>(100) + littleEndian<quint16>(50);
         row("GIF", "GIF89a" + sides + "xxx", size, 20'000);
         row("GIF, cut off", "GIF89a" + sides + "xx", none, 0);
 
         const auto png = [](char depth) {
-            return "\x89PNG\r\n\x1a\n" + bytesOf(13, true) + "IHDR" + bytesOf(100, true) + bytesOf(50, true)
-                + depth + "xxxxxxxx";
+            return "\x89PNG\r\n\x1a\n" + bigEndian(13) + "IHDR" + bigEndian(100) + bigEndian(50) + depth
+                + "xxxxxxxx";
         };
         row("PNG", png(8), size, 20'000);
         row("PNG, 16 bits", png(16), size, 40'000);
 
-        const QByteArray lossy = "xxx\x9d\x01\x2a" + sides, lossless = "\x2f" + number(49 << 14 | 99);
+        const QByteArray lossy = "xxx\x9d\x01\x2a" + sides, lossless = "\x2f" + littleEndian(49 << 14 | 99);
         row("WebP", riff(riffChunk("VP8 ", lossy)), size, 20'000 + 30);
         row("WebP, scaled",
             riff(riffChunk("VP8 ", QByteArray(lossy).replace(7, 1, "\x40").replace(9, 1, "\x80"))), size,
@@ -368,7 +357,7 @@ private Q_SLOTS:
     {
         QByteArray bytes = encoded(quartersImage(), "BMP");
         const auto height = qFromLittleEndian<qint32>(bytes.constData() + 22);
-        qToLittleEndian<qint32>(-height, bytes.data() + 22);
+        bytes.replace(22, 4, littleEndian<qint32>(-height));
         QCOMPARE(readPicture(bytes)->size, QSize(48, 32));
         const QImage image = decoded(bytes, {48, 32});
         QCOMPARE(image, decoded(encoded(quartersImage().mirrored(), "BMP"), {48, 32}));

@@ -1,8 +1,8 @@
 #include "decoder/DecoderModule.h"
 #include "playback/FilePlayer.h"
 #include "playback/output/NullOutput.h"
-#include "tests/BigEndian.h"
 #include "tests/MemoryFile.h"
+#include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 
 #include <QElapsedTimer>
