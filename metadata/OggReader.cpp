@@ -5,10 +5,12 @@
 #include "metadata/VorbisComment.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
 constexpr qsizetype PageHeaderSize = 27; // before the lengths of its segments
+constexpr char FullSegment = '\xff'; // bytes of a segment that another one of its packet follows
 
 struct PageHeader {
     qint64 granulePosition = -1; ///< -1 if no packet ends on the page
@@ -27,6 +29,12 @@ std::optional<PageHeader> pageHeader(QByteArrayView bytes)
     return PageHeader{granulePosition, stream, quint8(bytes[PageHeaderSize - 1])};
 }
 
+qint64 segmentBytes(const QByteArray &lengths)
+{
+    const auto add = [](qint64 sum, char length) { return sum + quint8(length); };
+    return std::accumulate(lengths.begin(), lengths.end(), qint64(0), add);
+}
+
 /// Takes the packets of the first stream one after the other.
 class PacketReader {
 public:
@@ -43,16 +51,16 @@ public:
     QByteArray take()
     {
         QByteArray packet;
-        quint8 length = 255; // of a segment; a shorter one ends the packet
-        while (length == 255) {
-            while (m_segments.isEmpty()) {
-                if (!readPage())
-                    return packet;
-            }
-            length = quint8(m_segments.front());
-            m_segments.remove(0, 1);
-            packet += m_source.readTag(m_offset, length);
-            m_offset += length;
+        bool isWhole = false;
+        while (!isWhole && (!m_segments.isEmpty() || readPage())) {
+            const auto last = std::find_if(
+                m_segments.cbegin(), m_segments.cend(), [](char length) { return length != FullSegment; });
+            isWhole = last != m_segments.cend();
+            const qsizetype count = last - m_segments.cbegin() + (isWhole ? 1 : 0);
+            const qint64 size = segmentBytes(m_segments.first(count));
+            packet += m_source.readTag(m_offset, size);
+            m_offset += size;
+            m_segments.remove(0, count);
         }
         return packet;
     }
@@ -66,12 +74,10 @@ private:
             return false;
         const QByteArray segments = m_source.read(m_offset + PageHeaderSize, header->segments);
         m_offset += PageHeaderSize + header->segments;
-        if (header->stream == m_stream) {
+        if (header->stream == m_stream)
             m_segments = segments;
-        } else {
-            for (const char segment : segments)
-                m_offset += quint8(segment);
-        }
+        else
+            m_offset += segmentBytes(segments);
         return true;
     }
 
