@@ -41,6 +41,13 @@ void forEachChunk(MediaSource &source, qint64 begin, qint64 end, Use use)
     }
 }
 
+/// What a chunk says of the sound, however long it is.
+QByteArray readDescription(MediaSource &source, const Chunk &chunk)
+{
+    constexpr qint64 most = 64; // bytes; no description has fields behind them
+    return source.read(chunk.offset, std::min(chunk.size, most));
+}
+
 /// Collects the tags of a file that consists of chunks: those of its ID3 chunks come first, each kind in its
 /// order.
 class ChunkTags {
@@ -88,7 +95,7 @@ MediaContents readWav(MediaSource &source)
     ChunkTags tags(source);
     forEachChunk<quint32_le>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         if (chunk.name == "fmt ")
-            format = source.readTag(chunk.offset, chunk.size);
+            format = readDescription(source, chunk);
         else if (chunk.name == "data" && dataSize == 0)
             dataSize = chunk.size;
         else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
@@ -107,7 +114,7 @@ MediaContents readAiff(MediaSource &source)
     forEachChunk<quint32_be>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
         tags.take(chunk, "NAME", "AUTH");
         if (chunk.name == "COMM")
-            duration = aiffDuration(source.readTag(chunk.offset, chunk.size));
+            duration = aiffDuration(readDescription(source, chunk));
     });
     return {duration, tags.merged()};
 }
@@ -132,7 +139,7 @@ MediaContents readDsdiff(MediaSource &source)
     double bytesPerSecond = 0, channels = 0, dataSize = 0;
     ChunkTags tags(source);
     const auto takeProperty = [&](const Chunk &property) {
-        const QByteArray content = source.readTag(property.offset, property.size);
+        const QByteArray content = readDescription(source, property);
         Fields fields(content);
         if (property.name == "FS  ")
             bytesPerSecond = fields.number<quint32_be>() / 8.0;

@@ -1133,6 +1133,19 @@ private Q_SLOTS:
         QCOMPARE(titles(32 << 20), QStringList());
     }
 
+    void longDescriptionOfTheSoundLeavesTheTags()
+    {
+        const QByteArray filling(32 << 20, 'x');
+        const QByteArray tag = id3v24Tag(id3v24Frame("TIT2", "\3Title"));
+        const QByteArray properties = "SND " + longChunk("FS  ", filling) + longChunk("ID3 ", tag);
+        for (const QByteArray &bytes : {"RIFF\0\0\0\0WAVEfmt "_ba + sized(filling) + "ID3 " + sized(tag),
+                 "FORM\0\0\0\0AIFFCOMM"_ba + bigEndian(filling.size()) + filling + "ID3 "
+                     + bigEndian(tag.size()) + tag,
+                 longChunk("FRM8", {}) + "DSD " + longChunk("PROP", properties)})
+            QCOMPARE(texts(read(temporaryFile(u"long"_s, bytes)), CommonIdentifier::Title),
+                QStringList({u"Title"_s}));
+    }
+
     void headerStatesTheLength_data()
     {
         constexpr double unknown = -1;
