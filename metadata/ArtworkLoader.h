@@ -16,8 +16,7 @@
 struct ArtworkLimits {
     qsizetype cache = 32 << 20; ///< bytes of results
     std::chrono::milliseconds lateness{100}; ///< of what is awaited: then it is time for a placeholder
-    std::chrono::milliseconds reading{
-        5000}; ///< then no other file is looked at: one may be silent for 3 seconds
+    std::chrono::milliseconds reading{5000}; ///< then no other file is tried; one may take 3 seconds
     std::chrono::milliseconds nextTry{10'000}; ///< of a picture that no file had
 };
 

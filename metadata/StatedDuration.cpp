@@ -120,8 +120,9 @@ MediaTime wavDuration(QByteArrayView format, qint64 dataSize)
     if (wav.channels == 0 || wav.rate == 0)
         return {};
     const qint64 length = frames(wav, dataSize);
-    return length > 0 ? MediaTime{length, qint32(wav.rate)}
-                      : MediaTime{}; // a rate beyond the range is negative
+    if (length <= 0)
+        return {};
+    return {length, qint32(wav.rate)}; // not numeric if the rate is beyond the range
 }
 
 MediaTime aiffDuration(QByteArrayView common)

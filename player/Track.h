@@ -27,10 +27,8 @@ public:
 
     [[nodiscard]] const QUuid &id() const { return m_id; }
     [[nodiscard]] const QUrl &url() const { return m_url; }
-    [[nodiscard]] const QByteArray &filePath() const
-    {
-        return m_filePath;
-    } ///< standardizedFilePath() of the URL
+    /// standardizedFilePath() of the URL.
+    [[nodiscard]] const QByteArray &filePath() const { return m_filePath; }
 
     QString title; ///< the file name without its last extension where no title is stored
     QString artist = QStringLiteral("Artista desconocido");
