@@ -100,6 +100,19 @@ private Q_SLOTS:
         QCOMPARE(onAccentColor(paletteOf(0xffffff, 0x000000, 0xf6d32d, 0xf0f0f0)), QColor(Qt::black));
     }
 
+    void markIsNoFainterThanOthersWhereItsCircleIsHardlySeen()
+    {
+        const auto contrast = [](const QColor &color) {
+            return contrastRatio(over(color, Qt::white), Qt::white);
+        };
+        // The contrast of these accents to the window is 2.02 and 1.96.
+        const QPalette seen = paletteOf(0xffffff, 0x000000, 0xb6b6b6, 0xffffff);
+        QCOMPARE(activeColor(seen), accentMarkColor(seen));
+        const QPalette hardlySeen = paletteOf(0xffffff, 0x000000, 0xb9b9b9, 0xffffff);
+        QVERIFY(contrast(activeColor(hardlySeen)) >= contrast(inactiveColor(hardlySeen)));
+        QVERIFY(contrast(accentMarkColor(hardlySeen)) < contrast(inactiveColor(hardlySeen)));
+    }
+
     void disabledGroupIsNotAskedFor()
     {
         QPalette palette = paletteOf(0xffffff, 0x000000, 0x1a5fb4, 0xffffff);

@@ -243,6 +243,16 @@ private Q_SLOTS:
         QTRY_VERIFY(!f.artworks.image(*track.artwork, {10, 10}).image.isNull());
     }
 
+    void coverIsLoadedInThePixelsOfItsScreen()
+    {
+        CoverFixture f;
+        const Track track = f.track(Qt::red);
+        f.setTrack(track);
+        QTRY_COMPARE(f.center(), QColor(Qt::red));
+        const QSize pixels = f.cover->size() * f.cover->devicePixelRatioF();
+        QVERIFY(!f.artworks.image(*track.artwork, pixels).image.isNull());
+    }
+
     void coverStaysUntilItIsLoadedInAnotherSize()
     {
         CoverFixture f;

@@ -228,6 +228,8 @@ private Q_SLOTS:
         moveHolding(title, {60, 10});
         click(QEvent::MouseButtonRelease, {60, 10}, time + 50);
         QCOMPARE(title.selectedText(), LongTitle);
+        moveHolding(title, {20, 10}); // with nothing held any more
+        QCOMPARE(title.cursor().shape(), Qt::IBeamCursor);
     }
 
     void beamShowsOverTheTextOnly()

@@ -6,6 +6,8 @@
 #include <QAccessible>
 #include <QPainter>
 #include <QWheelEvent>
+#include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -65,6 +67,20 @@ struct SliderFixture {
     }
 };
 
+/// Assistive technology that listens to the program, in place of the toolkit, which reaches nobody without a bus.
+class Listener {
+public:
+    Listener() { isListening = true; }
+    ~Listener() { isListening = false; }
+    Q_DISABLE_COPY_MOVE(Listener)
+
+    /// What it has been told since it was asked last: values, each with the words that it read then.
+    static QStringList news() { return std::exchange(told, {}); }
+
+    static inline bool isListening = false;
+    static inline QStringList told;
+};
+
 /// Of all pixels.
 int distance(const QImage &a, const QImage &b)
 {
@@ -95,6 +111,21 @@ void addScales()
 }
 
 } // namespace
+
+bool QAccessible::isActive()
+{
+    return Listener::isListening;
+}
+
+void QAccessible::updateAccessibility(QAccessibleEvent *event)
+{
+    if (!Listener::isListening)
+        return;
+    if (event->type() == QAccessible::ValueChanged)
+        Listener::told.append(static_cast<QAccessibleValueChangeEvent *>(event)->value().toString());
+    else if (event->type() == QAccessible::DescriptionChanged)
+        Listener::told.last() += u": "_s + event->accessibleInterface()->text(QAccessible::Value);
+}
 
 class SliderTest : public QObject {
     Q_OBJECT
@@ -323,6 +354,40 @@ private Q_SLOTS:
         f.slider.setValue(7);
         f.slider.edit(9);
         QVERIFY(!isSpoken);
+    }
+
+    void assistiveTechnologyIsToldWhatSoundsDifferent()
+    {
+        SliderFixture f;
+        f.slider.setSpokenWords(
+            [&f](double value) { return u"%1 of %2"_s.arg(std::floor(value)).arg(f.slider.maximum()); });
+        f.slider.clearFocus();
+        const Listener listener;
+        f.slider.setValue(20);
+        f.slider.setValue(20.5);
+        QCOMPARE(listener.news(), QStringList(u"20: 20 of 100"_s));
+        f.slider.setMaximum(50);
+        QCOMPARE(listener.news(), QStringList(u"20.5: 20 of 50"_s));
+        f.slider.edit(30);
+        QCOMPARE(listener.news(), QStringList(u"30: 30 of 50"_s));
+    }
+
+    void focusedOneTellsItsEditsAtOnceAndTheRestWhenItLosesTheFocus()
+    {
+        SliderFixture f;
+        f.slider.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.slider));
+        f.slider.setFocus();
+        const Listener listener;
+        f.slider.setValue(20);
+        QCOMPARE(listener.news(), QStringList());
+        QTest::keyClick(&f.slider, Qt::Key_Right);
+        QCOMPARE(listener.news(), QStringList(u"25: "_s));
+        f.slider.setValue(70);
+        f.slider.clearFocus();
+        QCOMPARE(listener.news(), QStringList());
+        QTRY_VERIFY(!listener.told.isEmpty());
+        QCOMPARE(listener.news(), QStringList(u"70: "_s));
     }
 
     void nothingIsFilledAtZero_data()

@@ -169,6 +169,28 @@ private Q_SLOTS:
         }
     }
 
+    void hairlineEndsWhereTheCornersDo()
+    {
+        constexpr int Scale = 20;
+        QImage shown(QSize(60, 40) * Scale, QImage::Format_RGB32);
+        shown.fill(Qt::white);
+        QPainter painter(&shown);
+        painter.scale(Scale, Scale);
+        painter.fillPath(smoothCorners(QRectF(5, 5, 50, 30), 8), Qt::red);
+        drawHairline(painter, QRectF(5, 5, 50, 30), 8, Qt::black);
+        painter.end();
+        const auto lengthOf = [&](const QColor &color) {
+            int length = 0;
+            for (int i = 0; i < 20 * Scale; ++i)
+                length += shown.pixelColor(i, i) == color;
+            return length * std::sqrt(2) / Scale;
+        };
+        const double before = std::sqrt(2) * (5 + 8 * (1 - std::sqrt(0.5)));
+        QVERIFY2(
+            std::abs(lengthOf(Qt::white) - before) < 0.1, qPrintable(QString::number(lengthOf(Qt::white))));
+        QVERIFY2(std::abs(lengthOf(Qt::black) - 1) < 0.1, qPrintable(QString::number(lengthOf(Qt::black))));
+    }
+
     void pictureNeverMixesAnEdgeWithTheOppositeOne_data()
     {
         QTest::addColumn<double>("scale");
