@@ -28,9 +28,8 @@ bool startsWith(std::span<const std::uint8_t> bytes, std::string_view mark)
 
 struct Page {
     std::size_t content = 0; ///< where it begins
-    std::size_t lastPacket =
-        0; ///< where the packet begins that goes on behind the page; its end if none does
     std::size_t size = 0;
+    std::size_t lastPacket = 0; ///< where the one begins that goes on behind the page; `size` if none does
 };
 
 Page layoutOf(std::span<const std::uint8_t> header)
@@ -52,14 +51,14 @@ Page layoutOf(std::span<const std::uint8_t> header)
 
 std::size_t OggMask::apply(std::span<std::uint8_t> bytes, std::int64_t position, const Look &look)
 {
+    m_changes.erase(m_changes.begin(), m_changes.lower_bound(position));
     const auto next = [&](auto from) {
         return std::search(from, bytes.end(), PageMark.begin(), PageMark.end());
     };
     for (auto page = next(bytes.begin()); page != bytes.end(); page = next(page + 1))
         lookAtPage(position + (page - bytes.begin()), look);
     const std::int64_t end = position + std::int64_t(bytes.size());
-    for (auto change = m_changes.lower_bound(position); change != m_changes.end() && change->first < end;
-         ++change)
+    for (auto change = m_changes.begin(); change != m_changes.end() && change->first < end; ++change)
         bytes[std::size_t(change->first - position)] = change->second;
     return bytes.size() < PageMark.size() ? bytes.size() : bytes.size() - PageMark.size() + 1;
 }
@@ -72,10 +71,7 @@ void OggMask::lookAtPage(std::int64_t position, const Look &look)
         return;
     const Page page = layoutOf(header);
     const auto content = std::span(header).subspan(page.content);
-    m_hasFlac = m_hasFlac
-        || startsWith(content,
-            "\x7f"
-            "FLAC");
+    m_hasFlac = m_hasFlac || startsWith(content, "\177FLAC");
     m_hasSpeex = m_hasSpeex || startsWith(content, "Speex   ") || startsWith(content, "CELT    ");
     if (page.lastPacket == page.size)
         return;

@@ -23,5 +23,7 @@ private:
 
     bool m_hasFlac = false; ///< whether a stream so far is FLAC
     bool m_hasSpeex = false; ///< or Speex, or CELT, which begins alike
-    std::map<std::int64_t, std::uint8_t> m_changes; ///< bytes by their positions
+
+    /// Bytes by their positions. Those behind the reader are forgotten; a page that is read again is looked at again.
+    std::map<std::int64_t, std::uint8_t> m_changes;
 };
