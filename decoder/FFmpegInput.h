@@ -17,13 +17,15 @@ struct AVStream;
 
 /// An audio container, open on one descriptor: the border that no file's bytes can cross.
 ///
-/// 1. Bytes come from the descriptor alone, by pread(). 2. No protocol is allowed, and whatever a container
-/// refers to is refused. 3. Only demuxers of audio containers are allowed, by name. 4. How much is probed,
-/// how long, how many streams there may be, how much is read and how much time and memory is spent until the
-/// container is open, is bounded. 5. No
-/// ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others are
-/// masked for as long as FFmpeg looks for them. 6. Costly elements of Matroska's headers and costly comments are
-/// masked (see MatroskaMask, OggMask), and so are all of FLAC's. 7. The stop flag ends every operation.
+/// 1. Bytes come from the descriptor alone, by pread().
+/// 2. No protocol is allowed, and whatever a container refers to is refused.
+/// 3. Only demuxers of audio containers are allowed, by name.
+/// 4. Until the container is open, the bytes that are read, the streams, the time and the memory are bounded.
+/// 5. No ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others
+///    are masked for as long as FFmpeg looks for them.
+/// 6. Costly elements of Matroska's headers and costly comments are masked (see MatroskaMask, OggMask), and so are
+///    all comments of FLAC.
+/// 7. The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
 /// time.

@@ -12,8 +12,7 @@ namespace {
 constexpr int MostCompressedHeaders = 1;
 constexpr int MostTags = 4000; // chance brings about 500 in all that may be read
 
-constexpr std::uint64_t LongestFlacHeader = 64
-    << 10; // bytes; the thousands of comments that fit are affordable
+constexpr std::uint64_t LongestFlacHeader = 64 << 10; // bytes, which hold thousands of comments
 
 constexpr std::size_t IdSize = 2;
 constexpr std::size_t LongestNumber = 8;

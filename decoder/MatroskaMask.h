@@ -17,6 +17,7 @@ public:
 private:
     int m_compressedHeaders = 0;
     int m_tags = 0;
-    std::int64_t m_flacBlockSize =
-        INT64_MIN / 2; ///< where the size of FLAC's second block stands, from the next byte
+
+    /// Position of the size of FLAC's second block, counted from the next byte; far behind if there is none.
+    std::int64_t m_flacBlockSize = INT64_MIN / 2;
 };
