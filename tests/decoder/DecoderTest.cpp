@@ -1,4 +1,6 @@
 #include "decoder/DecoderModule.h"
+#include "tests/MatroskaFile.h"
+#include "tests/MemoryFile.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 
@@ -125,6 +127,40 @@ private Q_SLOTS:
         const auto block = decoder->read();
         QVERIFY(!block.isError());
         QVERIFY(block.value().samples.empty());
+    }
+
+    void badPacketsAreLeftOutUntilThereAreTooMany_data()
+    {
+        QTest::addColumn<double>("seconds"); // that each lasts; 0 if the file does not tell
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("isTooMuch");
+        QTest::newRow("99") << 0.0 << 99 << false;
+        QTest::newRow("100") << 0.0 << 100 << true;
+        QTest::newRow("just under 2 s") << 0.019 << 99 << false;
+        QTest::newRow("2 s") << 0.5 << 4 << true;
+        QTest::newRow("less than 2 s") << 0.5 << 3 << false;
+    }
+
+    void badPacketsAreLeftOutUntilThereAreTooMany()
+    {
+        QFETCH(double, seconds);
+        QFETCH(int, count);
+        QFETCH(bool, isTooMuch);
+        using namespace MatroskaFile;
+        const QByteArray good = block(QByteArray(1600, '\x21'));
+        const QByteArray bad = block("\x21").repeated(count); // half a sample each
+        const QByteArray nanoseconds = QByteArray::number(qint64(seconds * 1e9), 16).rightJustified(8, '0');
+        const QByteArray length =
+            seconds > 0 ? element("23e383", QByteArray::fromHex(nanoseconds)) : QByteArray();
+        const MemoryFile file(encoded(track(1, length), {}, good + bad + good + bad + good));
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        size_t samples = 0;
+        auto chunk = decoder->read();
+        for (; !chunk.isError() && !chunk.value().samples.empty(); chunk = decoder->read())
+            samples += chunk.value().samples.size();
+        QCOMPARE(chunk.isError(), isTooMuch);
+        QCOMPARE(samples, size_t(isTooMuch ? 800 : 3 * 800));
+        QVERIFY(decoder->isDamaged());
     }
 
     void truncatedFileEndsWhereItIsCut()

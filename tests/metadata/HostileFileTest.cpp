@@ -1,6 +1,8 @@
 #include "decoder/DecoderModule.h"
+#include "tests/MatroskaFile.h"
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
+#include "tests/OggPage.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 
@@ -12,6 +14,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+using MatroskaFile::element;
 
 constexpr qint64 longestWait = 3000; // milliseconds of work until an answer, on a busy machine, too
 #ifdef __SANITIZE_ADDRESS__ // it fences each piece of memory in
@@ -191,13 +195,6 @@ QByteArray waveWithCues(quint32 cues)
     return mediaFile(u"plain.wav"_s).insert(36, "cue " + littleEndian(points.size()) + points);
 }
 
-/// An element of Matroska.
-QByteArray element(const char *id, const QByteArray &content)
-{
-    constexpr quint64 eightBytes = quint64(1) << 56;
-    return QByteArray::fromHex(id) + bigEndian<quint64>(eightBytes | quint64(content.size())) + content;
-}
-
 /// How Matroska says that a track's blocks (1) or its codec's header (2) are compressed.
 QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &settings = {})
 {
@@ -206,34 +203,14 @@ QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &se
         "6d80", element("6240", element("5032", QByteArray(1, char(scope))) + element("5034", details)));
 }
 
-QByteArray matroskaTrack(int number, const QByteArray &fields, const QByteArray &codec = "A_PCM/INT/LIT")
-{
-    const QByteArray audio =
-        element("b5", bigEndian(0x45FA0000)) + element("9f", "\1") + element("6264", "\x10"); // 8000 Hz
-    return element("ae",
-        element("d7", QByteArray(1, char(number))) + element("73c5", QByteArray(1, char(number)))
-            + element("83", "\2") + element("86", codec) + fields + element("e1", audio));
-}
-
-QByteArray matroska(const QByteArray &tracks, const QByteArray &more = {}, const QByteArray &sound = {})
-{
-    const QByteArray type = element("4282", "matroska") + element("4287", "\4") + element("4285", "\2");
-    const QByteArray block =
-        QByteArray("\x81\0\0\x80", 4) + (sound.isEmpty() ? QByteArray(3200, '\x21') : sound);
-    const QByteArray cluster = element("1f43b675", element("e7", QByteArray(1, '\0')) + element("a3", block));
-    const QByteArray information = element("1549a966", element("2ad7b1", QByteArray::fromHex("0f4240")));
-    return element("1a45dfa3", type)
-        + element("18538067", information + element("1654ae6b", tracks) + more + cluster);
-}
-
 /// Sixty tracks with a header that inflates to 8 MiB each.
 QByteArray matroskaWithCompressedHeaders()
 {
     const QByteArray header = qCompress(QByteArray(8 << 20, '\0'), 9).sliced(qsizetype(sizeof(int)));
     QByteArray tracks;
     for (int number = 1; number <= 60; ++number)
-        tracks += matroskaTrack(number, element("63a2", header) + matroskaCompression(2, 0));
-    return matroska(tracks);
+        tracks += MatroskaFile::track(number, element("63a2", header) + matroskaCompression(2, 0));
+    return MatroskaFile::encoded(tracks);
 }
 
 QByteArray matroskaWithTags(int count)
@@ -241,7 +218,7 @@ QByteArray matroskaWithTags(int count)
     QByteArray tags = element("63c0", {});
     for (int i = 0; i < count; ++i)
         tags += element("67c8", element("45a3", "N" + QByteArray::number(i)) + element("4487", "value"));
-    return matroska(matroskaTrack(1, {}), element("1254c367", element("7373", tags)));
+    return MatroskaFile::encoded(MatroskaFile::track(1, {}), element("1254c367", element("7373", tags)));
 }
 
 QByteArray matroskaWithChapters(quint32 count)
@@ -249,7 +226,7 @@ QByteArray matroskaWithChapters(quint32 count)
     QByteArray chapters;
     for (quint32 i = count; i > 0; --i)
         chapters += element("b6", element("73c4", bigEndian(i)) + element("91", bigEndian(count - i + 1)));
-    return matroska(matroskaTrack(1, {}), element("1043a770", element("45b9", chapters)));
+    return MatroskaFile::encoded(MatroskaFile::track(1, {}), element("1043a770", element("45b9", chapters)));
 }
 
 /// So many comments, as all files of Xiph's hold them.
@@ -305,19 +282,8 @@ QByteArray flacWithComments(int count, int each)
 
 QByteArray matroskaFlac(const QByteArray &header)
 {
-    const QByteArray track = matroskaTrack(1, element("63a2", header), "A_FLAC");
-    return matroska(track, {}, flacFrames(mediaFile(u"flac.flac"_s)));
-}
-
-quint32 oggChecksum(const QByteArray &page)
-{
-    quint32 sum = 0;
-    for (const char byte : page) {
-        sum ^= quint32(quint8(byte)) << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            sum = sum << 1 ^ (sum >> 31 ? 0x04C1'1DB7 : 0);
-    }
-    return sum;
+    const QByteArray track = MatroskaFile::track(1, element("63a2", header), "A_FLAC");
+    return MatroskaFile::encoded(track, {}, MatroskaFile::block(flacFrames(mediaFile(u"flac.flac"_s))));
 }
 
 /// The packet of `comments`, and what follows it on its page, on as many pages of the stream as it takes.
@@ -337,7 +303,7 @@ QByteArray oggPages(const QByteArray &stream, const QByteArray &packet, const QB
             [](qsizetype sum, char length) { return sum + quint8(length); });
         QByteArray page = "OggS" + QByteArray(1, '\0') + char(isContinued) + QByteArray(8, '\0') + stream
             + QByteArray(8, '\0') + char(lengths.size()) + lengths + content.sliced(position, size);
-        pages += page.replace(22, 4, littleEndian(oggChecksum(page)));
+        pages += withOggChecksum(page);
         position += size;
     }
     return pages;
@@ -360,9 +326,8 @@ QByteArray oggWithLateEnd(const QByteArray &middle)
     constexpr qint64 rate = 44'100;
     const QByteArray file = mediaFile(u"vorbis.ogg"_s);
     const qsizetype last = file.lastIndexOf("OggS");
-    QByteArray page =
-        file.sliced(last).replace(6, 8, littleEndian<qint64>(3600 * rate)).replace(22, 4, littleEndian(0));
-    return file.first(last) + middle + page.replace(22, 4, littleEndian(oggChecksum(page)));
+    return file.first(last) + middle
+        + withOggChecksum(file.sliced(last).replace(6, 8, littleEndian<qint64>(3600 * rate)));
 }
 
 struct OggFile {
@@ -536,7 +501,7 @@ private Q_SLOTS:
 
     void whatIsHiddenInMatroskaLeavesTheSound()
     {
-        const auto sound = soundOf(matroska(matroskaTrack(1, {})));
+        const auto sound = soundOf(MatroskaFile::encoded(MatroskaFile::track(1, {})));
         QCOMPARE(sound.size(), std::size_t(1600));
         QVERIFY(soundOf(matroskaWithCompressedHeaders()) == sound);
         QVERIFY(soundOf(matroskaWithTags(5000)) == sound);
@@ -573,11 +538,14 @@ private Q_SLOTS:
 
     void compressedBlocksOfMatroskaArePlayed()
     {
-        const auto sound = soundOf(matroska(matroskaTrack(1, {})));
-        const QByteArray stripped = matroskaTrack(1, matroskaCompression(1, 3, "\x21\x21"));
-        QVERIFY(soundOf(matroska(stripped, {}, QByteArray(3198, '\x21'))) == sound);
+        const auto sound = soundOf(MatroskaFile::encoded(MatroskaFile::track(1, {})));
+        const QByteArray stripped = MatroskaFile::track(1, matroskaCompression(1, 3, "\x21\x21"));
+        QVERIFY(soundOf(MatroskaFile::encoded(stripped, {}, MatroskaFile::block(QByteArray(3198, '\x21'))))
+            == sound);
         const QByteArray deflated = qCompress(QByteArray(3200, '\x21')).sliced(qsizetype(sizeof(int)));
-        QVERIFY(soundOf(matroska(matroskaTrack(1, matroskaCompression(1, 0)), {}, deflated)) == sound);
+        QVERIFY(soundOf(MatroskaFile::encoded(
+                    MatroskaFile::track(1, matroskaCompression(1, 0)), {}, MatroskaFile::block(deflated)))
+            == sound);
     }
 
     void tagLeavesTheSound_data()
