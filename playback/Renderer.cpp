@@ -40,7 +40,7 @@ void Renderer::skipTo(std::int64_t frame)
 bool Renderer::needsChange(const Mix &mix) const
 {
     const bool hasMissingFrames = m_isStarved && m_ring && m_ring->available() > 0;
-    return mix != m_mix || hasPublished() || (mix.isPlaying && hasMissingFrames);
+    return mix != m_mix || hasPublished() || hasMissingFrames;
 }
 
 void Renderer::change(std::int64_t frame, const Mix &mix)
