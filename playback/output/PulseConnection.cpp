@@ -124,7 +124,6 @@ void PulseConnection::connect()
 void PulseConnection::disconnect()
 {
     pa_context_set_state_callback(m_context, nullptr, nullptr);
-    pa_context_disconnect(m_context);
     pa_context_unref(m_context);
     m_context = nullptr;
 }

@@ -158,9 +158,7 @@ bool FakePulse::isAtRest() const
     const auto isPending = [](const pa_operation &question) {
         return question.isReferenced || question.answer;
     };
-    const auto isLeft = [](const pa_context &context) {
-        return context.isReferenced || context.changed || PA_CONTEXT_IS_GOOD(context.state);
-    };
+    const auto isLeft = [](const pa_context &context) { return context.isReferenced || context.changed; };
     return timers.empty() && std::none_of(questions.begin(), questions.end(), isPending) && operations == 0
         && std::count_if(::contexts.begin(), ::contexts.end(), isLeft) <= 1;
 }
@@ -283,11 +281,6 @@ int pa_context_connect(
 pa_context_state_t pa_context_get_state(const pa_context *context)
 {
     return context->state;
-}
-
-void pa_context_disconnect(pa_context *context)
-{
-    context->state = PA_CONTEXT_TERMINATED;
 }
 
 void pa_context_unref(pa_context *context)
