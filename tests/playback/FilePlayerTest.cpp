@@ -9,6 +9,8 @@
 #include <cmath>
 #include <cstring>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 /// Hands out outputs whose clock the test moves by hand, and remembers the newest.
@@ -437,13 +439,18 @@ private Q_SLOTS:
         QVERIFY(!script.isPlaying && !playback.isPlaying());
         playback.play();
         QCOMPARE(playback.request().seconds, 0.0);
+        const auto isWoken = [&] {
+            return playback.feed().decoderWakeup().wait(std::chrono::milliseconds(0));
+        };
+        QVERIFY(isWoken() && !isWoken());
         playback.seek(2);
+        QVERIFY(isWoken());
         playback.play();
         QCOMPARE(playback.request().seconds, 2.0);
         playback.close();
         QCOMPARE(script.alive, 0);
         QVERIFY(playback.isStopped());
-        QVERIFY(playback.feed().decoderWakeup().wait(std::chrono::milliseconds(0)));
+        QVERIFY(isWoken());
         QCOMPARE(delegate.finishes(), 1);
     }
 
@@ -619,6 +626,39 @@ private Q_SLOTS:
         QVERIFY(!player->play());
         QVERIFY(script.made > before);
         QTRY_COMPARE(delegate.finishes(), 2);
+    }
+
+    void timeWithoutASoundServerPassesUnobserved()
+    {
+        const auto feed = std::make_shared<FrameFeed>(AudioFormat{FakeDecoder::rate, 1});
+        NullOutput output(feed);
+        std::uint32_t generation = 0;
+        const auto offer = [&](std::int64_t start) {
+            feed->request(++generation);
+            feed->startOver(generation, start).write(std::vector<float>(FakeDecoder::rate), start);
+            feed->publish();
+        };
+        const auto letPass = [](std::chrono::milliseconds time) {
+            const auto end = std::chrono::steady_clock::now() + time;
+            while (std::chrono::steady_clock::now() < end)
+                std::this_thread::yield();
+        };
+        offer(0);
+        output.apply({true, 1});
+        letPass(60ms);
+        output.apply({false, 1});
+        const double paused = output.status().heard.seconds;
+        QVERIFY(paused >= 0.06);
+        letPass(20ms);
+        QCOMPARE(output.status().heard.seconds, paused);
+        output.apply({true, 1});
+        letPass(60ms);
+        offer(5 * FakeDecoder::rate);
+        QElapsedTimer timer;
+        timer.start();
+        output.refresh();
+        const double place = output.status().heard.seconds;
+        QVERIFY(place >= 5 && place <= 5.001 + double(timer.nsecsElapsed()) / 1e9);
     }
 
     void soundServerThatComesLaterIsPlayedTo()

@@ -468,7 +468,9 @@ private Q_SLOTS:
             m_server.pass(3);
             QVERIFY(m_output->status().isEndHeard);
             QVERIFY(isDecoderWoken());
+            const int before = m_server.looks;
             m_server.pass(300);
+            QVERIFY(m_server.looks - before <= 4);
             QVERIFY(!isDecoderWoken());
             QCOMPARE(m_output->status().heard.seconds, 0.5);
         }
