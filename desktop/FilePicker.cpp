@@ -1,8 +1,8 @@
 #include "desktop/FilePicker.h"
 
 #include "desktop/AudioFileDialog.h"
+#include "files/DetachedThread.h"
 #include "files/LocalFile.h"
-#include "files/MediumCall.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -51,10 +51,10 @@ Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
 bool isUsable(const QUrl &folder)
 {
     const auto exists = [folder] {
-        const Patience::Look look(Patience::instance(), localFolderPath(folder));
-        return QDir(folder.toLocalFile()).exists();
+        const FolderLookup lookup(localFolderPath(folder));
+        return !lookup.isBlocked() && QDir(folder.toLocalFile()).exists();
     };
-    return folder.isLocalFile() && askMedium<bool>(folder, exists).value_or(false);
+    return folder.isLocalFile() && callWithTimeout(exists).value_or(false);
 }
 
 } // namespace

@@ -1,16 +1,31 @@
 #include "files/LocalFile.h"
 
-#include "files/Patience.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <mutex>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+constexpr auto HangingTime = 2s; // shorter than a file's timeout, so that a call that was given up hangs
+
+struct Lookups {
+    std::mutex mutex; ///< guards the other
+    std::multimap<QByteArray, FolderLookup::Clock::time_point>
+        begins; ///< by folder, of one the first in front
+};
+
+/// Never destroyed: a call may hang until the process is gone.
+Lookups &lookups()
+{
+    static auto *const instance = new Lookups;
+    return *instance;
+}
 
 Error openingError(int number)
 {
@@ -59,13 +74,30 @@ QString localFileName(const QUrl &url)
     return QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1));
 }
 
+FolderLookup::FolderLookup(const QByteArray &folder, Clock::time_point now)
+{
+    const std::lock_guard lock(lookups().mutex);
+    auto &begins = lookups().begins;
+    const auto first = begins.lower_bound(folder);
+    m_isBlocked = first != begins.end() && first->first == folder && now - first->second >= HangingTime;
+    m_entry = begins.emplace(folder, now);
+}
+
+FolderLookup::~FolderLookup()
+{
+    const std::lock_guard lock(lookups().mutex);
+    lookups().begins.erase(m_entry);
+}
+
 Result<FileDescriptor> openRegularFile(const QUrl &url)
 {
     const QByteArray path = localFilePath(url);
     if (path.isEmpty() || path.contains('\0'))
         return Error{u"La ubicación no es un archivo de este equipo."_s};
 
-    const Patience::Look look(Patience::instance(), localFolderPath(url));
+    const FolderLookup lookup(localFolderPath(url));
+    if (lookup.isBlocked())
+        return Error{u"El archivo no responde."_s};
     FileDescriptor file(open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (file.get() < 0)
         return openingError(errno);

@@ -5,16 +5,17 @@
 #include <QByteArray>
 #include <QString>
 #include <QUrl>
+#include <chrono>
+#include <map>
 #include <unistd.h>
 #include <utility>
 
-/// The path of a file URL as the system's calls take it, byte for byte: also where the name is not valid
-/// UTF-8 or holds '#', '%' or '?'. Empty where the URL does not name a file of this machine, as where it
-/// names another host.
+/// The path of a file URL as the system's calls take it, byte for byte: also if the name is not valid UTF-8 or
+/// holds '#', '%' or '?'. Empty if the URL does not name a file of this machine, or names another host.
 QByteArray localFilePath(const QUrl &url);
 
 /// localFilePath() with '.', '..' and repeated slashes resolved, without looking at the disk: two URLs of the
-/// same file by such spellings have the same. The URL itself where it does not name a file of this machine.
+/// same file by such spellings have the same. The URL itself if it does not name a file of this machine.
 QByteArray standardizedFilePath(const QUrl &url);
 
 /// localFilePath() up to its last slash, which is left out.
@@ -49,6 +50,27 @@ public:
 
 private:
     int m_descriptor;
+};
+
+/// A call that looks for a file in a folder, for as long as this lives.
+///
+/// If one hangs because the folder's medium does not answer, no other may be made: the system would let it wait for
+/// the first one, in a way that not even the end of the process ends. Any thread.
+class FolderLookup {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    explicit FolderLookup(const QByteArray &folder, Clock::time_point now = Clock::now());
+    ~FolderLookup();
+    FolderLookup(const FolderLookup &) = delete;
+    FolderLookup &operator=(const FolderLookup &) = delete;
+
+    /// Whether another one in the folder hung for 2 seconds when this began: then nothing may be looked for.
+    [[nodiscard]] bool isBlocked() const { return m_isBlocked; }
+
+private:
+    std::multimap<QByteArray, Clock::time_point>::iterator m_entry; ///< among all that go on
+    bool m_isBlocked;
 };
 
 /// Opens the regular file behind `url` for reading. Never waits for a FIFO's writer, never touches a device's

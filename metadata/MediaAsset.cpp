@@ -1,12 +1,12 @@
 #include "metadata/MediaAsset.h"
 
-#include "files/MediumCall.h"
+#include "files/DetachedThread.h"
 #include "metadata/MediaReader.h"
 
 #include <utility>
 
 MediaAsset::MediaAsset(const QUrl &url)
-    : MediaAsset(askMedium<MediaContents>(url, [url] { return readMedia(url); }).value_or(MediaContents()))
+    : MediaAsset(callWithTimeout([url] { return readMedia(url); }).value_or(MediaContents()))
 {
 }
 

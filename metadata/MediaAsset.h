@@ -10,8 +10,8 @@
 /// opened by a MediaBatch.
 class MediaAsset {
 public:
-    /// Reads the file on a thread of its own and waits for it: for 3 seconds at most if its medium does
-    /// not answer, and for less if that was so a moment ago (see Patience). Any thread.
+    /// Reads the file on a thread of its own and waits for it: for 3 seconds at most if its medium does not
+    /// answer. Any thread.
     explicit MediaAsset(const QUrl &url);
 
     explicit MediaAsset(MediaContents contents);

@@ -1,28 +1,26 @@
 #include "metadata/MediaBatch.h"
 
-#include "files/DetachedThread.h"
 #include "files/LocalFile.h"
-#include "files/Patience.h"
 #include "metadata/MediaReader.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <utility>
 
 namespace {
 
-using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t MostAhead = 8; // files
 constexpr qsizetype MostBytesAhead = 16 << 20; // of their covers, but for the last one's
-constexpr std::size_t Handful = 4; // files that are worth waking somebody for
-constexpr auto Glance = 10ms; // how often the deadline is looked at, which moves on with every file
+constexpr std::size_t FilesPerWakeup = 4; // that are worth it
 
-qsizetype pictureBytes(const MediaContents &contents)
+qsizetype pictureBytes(const MediaAsset &asset)
 {
     qsizetype bytes = 0;
-    for (const MetadataItem &item : contents.items)
+    for (const MetadataItem &item : asset.commonMetadata())
         bytes += item.dataValue() ? item.dataValue()->size() : 0;
     return bytes;
 }
@@ -30,8 +28,10 @@ qsizetype pictureBytes(const MediaContents &contents)
 } // namespace
 
 struct MediaBatch::Shared {
-    explicit Shared(const QList<QUrl> &files)
-        : urls(files)
+    Shared(const QList<QUrl> &files, const BatchTimeouts &timeouts)
+        : fileTimeout(timeouts.file)
+        , waitLeft(timeouts.batch)
+        , unread(files.begin(), files.end())
     {
     }
 
@@ -39,30 +39,32 @@ struct MediaBatch::Shared {
     void read(int self);
     void readNext(int self, std::unique_lock<std::mutex> &lock);
 
+    [[nodiscard]] bool hasRoom() const { return ready.size() < MostAhead && bytesAhead < MostBytesAhead; }
     [[nodiscard]] bool hasEnough() const
     {
-        return ready.size() >= Handful || next == urls.size() || !hasRoom();
+        return ready.size() >= FilesPerWakeup || unread.empty() || !hasRoom();
     }
+    [[nodiscard]] std::chrono::milliseconds timeout() const { return std::min(fileTimeout, waitLeft); }
 
-    [[nodiscard]] bool hasRoom() const { return ready.size() < MostAhead && bytesAhead < MostBytesAhead; }
-
-    /// False where the deadline passes before there is a file to take.
+    /// False if there is no file to take when the time of the one that is being read is up.
     bool waitForNext(std::unique_lock<std::mutex> &lock);
+    void finishNext(MediaContents contents);
 
-    const QList<QUrl> urls;
+    const std::chrono::milliseconds fileTimeout;
     std::mutex mutex; ///< guards all below
     std::condition_variable changed;
-    std::deque<MediaContents> ready; ///< read, but not taken yet
+    std::chrono::milliseconds waitLeft;
+    std::deque<QUrl> unread; ///< the one that is being read in front
+    std::deque<File> ready; ///< read or given up, but not taken yet
     qsizetype bytesAhead = 0; ///< of the pictures in those
-    qsizetype next = 0; ///< position of the file behind those
-    Patience::Moment deadline = Patience::Moment::max(); ///< of that file, while its medium is asked
+    Clock::time_point begin; ///< of the file that is being read
     int reader = 0; ///< the number of the one that goes on; others end with the file that they are at
 };
 
 void MediaBatch::Shared::read(int self)
 {
     std::unique_lock lock(mutex);
-    while (self == reader && next < urls.size()) {
+    while (self == reader && !unread.empty()) {
         if (hasRoom())
             readNext(self, lock);
         else
@@ -72,37 +74,34 @@ void MediaBatch::Shared::read(int self)
 
 void MediaBatch::Shared::readNext(int self, std::unique_lock<std::mutex> &lock)
 {
-    const QUrl url = urls.at(next);
-    const QByteArray folder = localFolderPath(url);
-    const auto now = Clock::now();
-    const auto limit = Patience::instance().limit(folder, now);
-    MediaContents contents;
-    if (limit > limit.zero()) {
-        deadline = now + limit;
-        lock.unlock();
-        contents = readMedia(url);
-        Patience::instance().noteAnswer(folder);
-        lock.lock();
-        if (self != reader)
-            return;
-        deadline = Patience::Moment::max();
-    }
-    bytesAhead += pictureBytes(contents);
-    ready.push_back(std::move(contents));
-    ++next;
+    const QUrl url = unread.front();
+    begin = Clock::now();
+    lock.unlock();
+    MediaContents contents = readMedia(url);
+    lock.lock();
+    if (self != reader)
+        return;
+    finishNext(std::move(contents));
     if (hasEnough())
         changed.notify_all();
 }
 
+void MediaBatch::Shared::finishNext(MediaContents contents)
+{
+    ready.push_back({unread.front(), MediaAsset(std::move(contents))});
+    bytesAhead += pictureBytes(ready.back().asset);
+    unread.pop_front();
+}
+
 bool MediaBatch::Shared::waitForNext(std::unique_lock<std::mutex> &lock)
 {
-    while (!hasEnough() && Clock::now() < deadline)
-        changed.wait_for(lock, Glance);
+    while (!hasEnough() && Clock::now() < begin + timeout())
+        changed.wait_until(lock, begin + timeout());
     return !ready.empty();
 }
 
-MediaBatch::MediaBatch(const QList<QUrl> &urls)
-    : m_shared(std::make_shared<Shared>(urls))
+MediaBatch::MediaBatch(const QList<QUrl> &urls, const BatchTimeouts &timeouts)
+    : m_shared(std::make_shared<Shared>(urls, timeouts))
 {
     startReader();
 }
@@ -114,43 +113,44 @@ MediaBatch::~MediaBatch()
     m_shared->changed.notify_all();
 }
 
-MediaAsset MediaBatch::take()
+std::optional<MediaBatch::File> MediaBatch::take()
 {
-    const QUrl url = m_shared->urls.at(m_taken++);
-    if (!m_hasReader)
-        return MediaAsset(readMedia(url));
-    std::unique_lock lock(m_shared->mutex);
-    if (m_shared->ready.empty() && !m_shared->waitForNext(lock))
-        return giveUp(url);
-    m_shared->bytesAhead -= pictureBytes(m_shared->ready.front());
-    MediaAsset asset(std::move(m_shared->ready.front()));
-    m_shared->ready.pop_front();
-    m_shared->changed.notify_all();
-    return asset;
-}
-
-MediaAsset MediaBatch::take(const QUrl &url)
-{
-    const qsizetype position = m_shared->urls.indexOf(url, m_taken);
-    if (position < 0)
-        return MediaAsset(url);
-    while (m_taken < position)
-        static_cast<void>(take());
-    return take();
+    Shared &shared = *m_shared;
+    std::unique_lock lock(shared.mutex);
+    while (shared.ready.empty() && !shared.unread.empty()) {
+        if (!m_hasReader)
+            shared.readNext(shared.reader, lock);
+        else if (!shared.waitForNext(lock))
+            giveUp();
+    }
+    if (shared.ready.empty())
+        return std::nullopt;
+    if (!shared.hasRoom())
+        shared.begin = Clock::now(); // the reader goes on now
+    File file = std::move(shared.ready.front());
+    shared.ready.pop_front();
+    shared.bytesAhead -= pictureBytes(file.asset);
+    shared.changed.notify_all();
+    return file;
 }
 
 void MediaBatch::startReader()
 {
     const int number = ++m_shared->reader;
+    m_shared->begin = Clock::now();
     m_hasReader = startDetachedThread([shared = m_shared, number] { shared->read(number); });
 }
 
-/// Another reader goes on behind the file whose medium does not answer.
-MediaAsset MediaBatch::giveUp(const QUrl &url)
+/// Gives up the file that is being read. Another reader goes on with the next one.
+void MediaBatch::giveUp()
 {
-    Patience::instance().noteSilence(localFolderPath(url), Clock::now());
-    m_shared->deadline = Patience::Moment::max();
-    ++m_shared->next;
+    Shared &shared = *m_shared;
+    shared.waitLeft -= shared.timeout();
+    const QByteArray folder = localFolderPath(shared.unread.front());
+    shared.finishNext({});
+    while (shared.waitLeft <= shared.waitLeft.zero() && !shared.unread.empty())
+        shared.finishNext({});
+    std::stable_partition(shared.unread.begin(), shared.unread.end(),
+        [&folder](const QUrl &url) { return localFolderPath(url) != folder; });
     startReader();
-    return MediaAsset(MediaContents());
 }

@@ -43,8 +43,7 @@ public:
     /// understood. Needs no sound server, which is told `label` later on, and never the file's path.
     ///
     /// Main thread, which waits while the file is opened and its first frames are decoded on another one: for
-    /// 3 seconds at most, where its medium does not answer, and for less where that was so a moment ago (see
-    /// Patience). That is a failure, too.
+    /// 3 seconds at most if its medium does not answer. That is a failure, too.
     static Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label = {});
 
     /// The receiver of the callbacks, borrowed, or null for none. Once this returns, the former one is not

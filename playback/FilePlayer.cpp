@@ -1,7 +1,7 @@
 #include "playback/FilePlayer.h"
 
 #include "decoder/DecoderModule.h"
-#include "files/MediumCall.h"
+#include "files/DetachedThread.h"
 #include "playback/DecoderThread.h"
 #include "playback/output/PulseOutput.h"
 
@@ -28,8 +28,8 @@ Result<std::unique_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const So
     if (module.isError())
         return module.error();
     const auto stop = std::make_shared<std::atomic<bool>>(false);
-    auto decoder = askMedium<Result<std::unique_ptr<Decoder>>>(
-        url, [module = module.value(), url, stop] { return openDecoder(*module, url, stop); });
+    auto decoder =
+        callWithTimeout([module = module.value(), url, stop] { return openDecoder(*module, url, stop); });
     if (!decoder) {
         stop->store(true);
         return Error{u"El archivo no responde."_s};

@@ -20,6 +20,16 @@ namespace {
 constexpr auto ProgressInterval = 250ms;
 constexpr double RestartThreshold = 3.0; // seconds
 
+/// The tracks of all these files, read in the order in which their media answer.
+QHash<QUrl, Track> readTracks(const QList<QUrl> &urls)
+{
+    QHash<QUrl, Track> tracks;
+    MediaBatch media(urls);
+    while (const auto file = media.take())
+        tracks.insert(file->url, Track(file->url, file->asset));
+    return tracks;
+}
+
 void printError(const QString &message, const Error &error)
 {
     printLine(message + u' ' + error.description.simplified());
@@ -252,13 +262,14 @@ void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::opt
 void PlayerManager::addFiles(const QList<QUrl> &urls)
 {
     const QList<QUrl> sorted = sortedByFileName(urls);
-    MediaBatch media(notListed(sorted));
+    const QHash<QUrl, Track> tracks = readTracks(notListed(sorted));
     for (const QUrl &url : sorted) {
         if (isListed(url))
             continue;
         if (m_services.startAccessing(url))
             m_securityScopedURLs.append(url);
-        append(Track(url, media.take(url)));
+        const auto track = tracks.constFind(url);
+        append(track == tracks.constEnd() ? Track(url) : *track);
     }
 
     if (!currentTrack() && !playlist().isEmpty())

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 class LocalFileTest : public QObject {
     Q_OBJECT
@@ -64,6 +65,38 @@ private Q_SLOTS:
         close(::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
         const QUrl url(u"file://"_s + QString::fromLatin1(path.toPercentEncoding("/")));
         QVERIFY(startAccessingSecurityScopedResource(url));
+        QVERIFY(!openRegularFile(url).isError());
+    }
+
+    void nothingIsLookedForInAFolderWhereALookupHangs()
+    {
+        const auto start = FolderLookup::Clock::now();
+        const auto isBlocked = [&](const QByteArray &folder, std::chrono::milliseconds later) {
+            return FolderLookup(folder, start + later).isBlocked();
+        };
+        auto hanging = std::make_unique<FolderLookup>("/m", start);
+        const FolderLookup beforeThat("/l", start - 1h), behind("/n", start - 1h);
+        const FolderLookup second("/m", start + 1s);
+        QVERIFY(!hanging->isBlocked());
+        QVERIFY(!second.isBlocked());
+        QVERIFY(!isBlocked("/m", 1999ms));
+        QVERIFY(isBlocked("/m", 2s));
+        QVERIFY(isBlocked("/m", 1h));
+        QVERIFY(!isBlocked("/m/n", 1h));
+        hanging.reset();
+        QVERIFY(!isBlocked("/m", 2999ms));
+        QVERIFY(isBlocked("/m", 3s));
+    }
+
+    void fileInAFolderWhereALookupHangsIsNotOpened()
+    {
+        QTemporaryDir folder;
+        QFile file(folder.filePath(u"a.mp3"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const QUrl url = QUrl::fromLocalFile(file.fileName());
+        auto hanging = std::make_unique<FolderLookup>(localFolderPath(url), FolderLookup::Clock::now() - 2s);
+        QCOMPARE(openRegularFile(url).error().description, u"El archivo no responde."_s);
+        hanging.reset();
         QVERIFY(!openRegularFile(url).isError());
     }
 

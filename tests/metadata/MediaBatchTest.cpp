@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -45,24 +46,40 @@ class MediaBatchTest : public QObject {
     Q_OBJECT
 
 private:
-    /// A folder of forty tagged files, every tenth of which does not answer.
-    struct MixedFolder {
+    /// Folders of tagged files, some of which are the same one, which does not answer.
+    struct SilentFiles {
         QTemporaryDir folder;
-        QString silent = folder.filePath(u"0 silent.mp3"_s);
+        QString silent = folder.filePath(u"silent.mp3"_s);
+        QList<QUrl> urls; ///< of the others, in the order in which they were made
 
-        MixedFolder()
+        SilentFiles()
         {
-            const QString good = QStringLiteral(TEST_MEDIA "/id3v2.3.mp3");
-            if (!QFile::copy(good, silent))
+            if (!QFile::copy(Good, silent))
                 qFatal("The temporary folder is not writable.");
-            for (int i = 1; i < 40; ++i) {
-                const QString name = folder.filePath(u"%1.mp3"_s.arg(i, 2, 10, QLatin1Char('0')));
-                const bool isSilent = i % 10 == 0;
-                if (isSilent ? link(qPrintable(silent), qPrintable(name)) != 0 : !QFile::copy(good, name))
-                    qFatal("The temporary folder is not writable.");
-            }
+        }
+
+        void add(const QString &subfolder, bool isSilent)
+        {
+            QDir(folder.path()).mkdir(subfolder);
+            const QString name = folder.filePath(u"%1/%2.mp3"_s.arg(subfolder).arg(urls.size()));
+            if (isSilent ? link(qPrintable(silent), qPrintable(name)) != 0 : !QFile::copy(Good, name))
+                qFatal("The temporary folder is not writable.");
+            urls.append(QUrl::fromLocalFile(name));
         }
     };
+
+    static inline const QString Good = QStringLiteral(TEST_MEDIA "/id3v2.3.mp3");
+    static constexpr BatchTimeouts Short{.file = 500ms, .batch = 1700ms};
+
+    /// Takes a file and returns its name, without the extension but with an exclamation mark if it has no tags.
+    static QString taken(MediaBatch &media)
+    {
+        const auto file = media.take();
+        if (!file)
+            return u"none"_s;
+        const QString name = QFileInfo(file->url.path()).completeBaseName();
+        return title(file->asset) == u"Título 2.3"_s ? name : name + u'!';
+    }
 
 private Q_SLOTS:
     void everyFileIsReadInItsTurn()
@@ -71,25 +88,15 @@ private Q_SLOTS:
         QVERIFY(urls.size() > 50);
         MediaBatch media(urls);
         for (const QUrl &url : urls) {
-            const MediaAsset asset = media.take();
+            const auto file = media.take();
             const MediaAsset alone(readMedia(url));
-            QCOMPARE(asset.duration().value, alone.duration().value);
-            QCOMPARE(asset.duration().timescale, alone.duration().timescale);
-            QCOMPARE(asset.commonMetadata().size(), alone.commonMetadata().size());
-            QCOMPARE(title(asset), title(alone));
+            QCOMPARE(file->url, url);
+            QCOMPARE(file->asset.duration().value, alone.duration().value);
+            QCOMPARE(file->asset.duration().timescale, alone.duration().timescale);
+            QCOMPARE(file->asset.commonMetadata().size(), alone.commonMetadata().size());
+            QCOMPARE(title(file->asset), title(alone));
         }
-    }
-
-    void filesMayBePassedOverAndOthersAskedFor()
-    {
-        QList<QUrl> urls;
-        for (const char *name : {"id3v2.3.mp3", "several-values.mp3", "empty-title.mp3", "blank-title.mp3"})
-            urls.append(QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + QString::fromLatin1(name)));
-        MediaBatch media(urls.first(3));
-        QCOMPARE(title(media.take(urls.at(1))), u"First title"_s);
-        QCOMPARE(title(media.take(urls.at(0))), u"Título 2.3"_s);
-        QCOMPARE(title(media.take(urls.at(3))), u" "_s);
-        QCOMPARE(media.take().duration().value, MediaAsset(urls.at(2)).duration().value);
+        QVERIFY(!media.take());
     }
 
     void largeCoversAreNotReadFarAhead()
@@ -108,7 +115,7 @@ private Q_SLOTS:
         const double more = heapMebibytes() - before;
         QVERIFY2(more < 40, qPrintable(QString::number(more)));
         for (qsizetype i = 0; i < urls.size(); ++i)
-            QCOMPARE(media.take().firstPicture().size(), side * side * 4);
+            QCOMPARE(media.take()->asset.firstPicture().size(), side * side * 4);
     }
 
     void batchMayEndBeforeItsFiles()
@@ -121,38 +128,80 @@ private Q_SLOTS:
         MediaBatch nothing({});
     }
 
+    void timeoutsAreThese()
+    {
+        QCOMPARE(BatchTimeouts().file, 3s);
+        QCOMPARE(BatchTimeouts().batch, 10s);
+    }
+
+    void silentFileIsGivenUpAndItsFolderComesLast()
+    {
+        SilentFiles files;
+        for (const QString &folder : {u"a"_s, u"b"_s, u"a"_s, u"c"_s, u"a"_s})
+            files.add(folder, files.urls.isEmpty());
+        FaultyMedium medium(files.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        MediaBatch media(files.urls, Short);
+        for (const QString &file : {u"0!"_s, u"1"_s, u"3"_s, u"2"_s, u"4"_s, u"none"_s})
+            QCOMPARE(taken(media), file);
+        QCOMPARE(medium.faults(), 1);
+    }
+
     void goodFilesBesideSilentOnesKeepTheirTags()
     {
-        const MixedFolder mixed;
-        FaultyMedium medium(mixed.silent.toUtf8());
+        SilentFiles files;
+        for (int i = 0; i < 40; ++i)
+            files.add(u"a"_s, i % 13 == 0);
+        FaultyMedium medium(files.silent.toUtf8());
         medium.set(FaultyMedium::Fault::Silence);
-        const QList<QUrl> urls = filesOf(mixed.folder.path());
+        MediaBatch media(files.urls, Short);
+        for (int i = 0; i < 40; ++i)
+            QCOMPARE(taken(media), QString::number(i) + (i % 13 == 0 ? u"!"_s : QString()));
+        QCOMPARE(medium.faults(), 4);
+    }
+
+    void batchGivesUpOnceItHasWaitedTooLongInAll()
+    {
+        SilentFiles files;
+        files.add(u"a"_s, true);
+        files.add(u"good"_s, false);
+        for (int i = 0; i < 100; ++i)
+            files.add(i % 2 == 0 ? u"a"_s : u"b"_s, true);
+        files.add(u"a"_s, false);
+        FaultyMedium medium(files.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
         QElapsedTimer timer;
         timer.start();
-        MediaBatch media(urls);
-        for (qsizetype i = 0; i < urls.size(); ++i)
-            QCOMPARE(title(media.take()), i % 10 == 0 ? QString() : u"Título 2.3"_s);
+        MediaBatch media(files.urls, Short);
+        QCOMPARE(taken(media), u"0!"_s);
+        QCOMPARE(taken(media), u"1"_s);
+        for (int i = 0; i < 101; ++i)
+            QVERIFY(taken(media).endsWith(u'!'));
+        QCOMPARE(taken(media), u"none"_s);
+        QVERIFY(timer.elapsed() >= 1700);
+        QVERIFY2(timer.elapsed() < 2200, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(medium.faults(), 4);
-        QVERIFY2(timer.elapsed() < 7000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void mediumThatAnswersAgainIsRead()
     {
-        const MixedFolder mixed;
-        FaultyMedium medium(mixed.silent.toUtf8());
+        SilentFiles files;
+        files.add(u"a"_s, true);
+        FaultyMedium medium(files.silent.toUtf8());
         medium.set(FaultyMedium::Fault::Silence);
-        const QUrl url = QUrl::fromLocalFile(mixed.silent);
-        QCOMPARE(title(MediaBatch({url}).take()), QString());
+        MediaBatch first(files.urls, Short);
+        QCOMPARE(taken(first), u"0!"_s);
         medium.set(FaultyMedium::Fault::None);
-        QCOMPARE(title(MediaBatch({url}).take()), u"Título 2.3"_s);
+        MediaBatch second(files.urls, Short);
+        QCOMPARE(taken(second), u"0"_s);
     }
 
     void readThatASignalInterruptsIsDoneAgain()
     {
-        const MixedFolder mixed;
-        FaultyMedium medium(mixed.silent.toUtf8());
+        const SilentFiles files;
+        FaultyMedium medium(files.silent.toUtf8());
         medium.set(FaultyMedium::Fault::Interruption);
-        const MediaAsset asset(readMedia(QUrl::fromLocalFile(mixed.silent)));
+        const MediaAsset asset(readMedia(QUrl::fromLocalFile(files.silent)));
         QVERIFY(medium.faults() > 1);
         QCOMPARE(title(asset), u"Título 2.3"_s);
         QCOMPARE(asset.duration().seconds(), 2.0);
@@ -160,13 +209,13 @@ private Q_SLOTS:
 
     void batchMayEndWhileAMediumIsSilent()
     {
-        const MixedFolder mixed;
-        FaultyMedium medium(mixed.silent.toUtf8());
+        const SilentFiles files;
+        FaultyMedium medium(files.silent.toUtf8());
         medium.set(FaultyMedium::Fault::Silence);
         QElapsedTimer timer;
         timer.start();
         {
-            MediaBatch media({QUrl::fromLocalFile(mixed.silent)});
+            MediaBatch media({QUrl::fromLocalFile(files.silent)});
             QTRY_VERIFY(medium.faults() > 0);
         }
         QVERIFY(timer.elapsed() < 1000);
