@@ -60,7 +60,7 @@ class ArtworkLoaderTest : public QObject {
 private Q_SLOTS:
     void pictureComesFromItsFileAndIsKept()
     {
-        LoaderFixture f;
+        LoaderFixture f({.lateness = 1h});
         const auto red = f.files.artwork(Qt::red);
         QVERIFY(f.image(*red).isNull());
         QVERIFY(f.isAwaited(*red));
