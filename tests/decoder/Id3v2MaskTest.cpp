@@ -46,7 +46,7 @@ private Q_SLOTS:
     void everyTagGetsAVersionThatNobodyReads()
     {
         const QByteArray rest(9, 'x');
-        for (const char version : {2, 3, 4}) {
+        for (const char version : {'\2', '\3', '\4'}) {
             const QByteArray tag = withVersion(header, version);
             QCOMPARE(masked(tag + rest), withVersion(header, 0));
             QCOMPARE(masked("....." + tag + tag + rest),

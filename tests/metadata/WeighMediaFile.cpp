@@ -23,7 +23,7 @@ qint64 memory(const char *figure)
     if (!status.open(QIODevice::ReadOnly))
         qFatal("/proc is missing.");
     const QByteArray text = status.readAll();
-    const QByteArray rest = text.sliced(text.indexOf(figure) + qstrlen(figure));
+    const QByteArray rest = text.sliced(text.indexOf(figure) + qsizetype(qstrlen(figure)));
     return rest.first(rest.indexOf("kB")).trimmed().toLongLong();
 }
 

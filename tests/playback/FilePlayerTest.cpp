@@ -78,12 +78,12 @@ class FilePlayerTest : public QObject {
 private:
     HandOutputs m_outputs;
 
-    std::unique_ptr<FilePlayer> makePlayer(FakeDecoder::Script script = {})
+    std::unique_ptr<FilePlayer> makePlayer(const FakeDecoder::Script &script = {})
     {
         return makePlayer(script, m_outputs.factory());
     }
 
-    std::unique_ptr<FilePlayer> makePlayer(FakeDecoder::Script script, OutputFactory factory)
+    std::unique_ptr<FilePlayer> makePlayer(const FakeDecoder::Script &script, OutputFactory factory)
     {
         return std::make_unique<FilePlayer>(std::make_unique<FakeDecoder>(script),
             std::make_shared<std::atomic<bool>>(false), std::move(factory));

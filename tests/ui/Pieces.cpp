@@ -9,7 +9,6 @@
 #include <QPainter>
 #include <cmath>
 #include <cstdlib>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -33,7 +32,7 @@ QLinearGradient across(const QRectF &place, const QList<QColor> &colors)
 QImage blurredRows(const QImage &image, double sigma)
 {
     const int reach = qCeil(3 * sigma);
-    std::vector<double> weights;
+    QList<double> weights;
     double sum = 0;
     for (int i = -reach; i <= reach; ++i)
         sum += weights.emplace_back(std::exp(-i * i / (2 * sigma * sigma)));
@@ -43,7 +42,7 @@ QImage blurredRows(const QImage &image, double sigma)
         for (int x = 0; x < image.width(); ++x) {
             double value = 0;
             for (int i = std::max(-reach, -x); i <= std::min(reach, image.width() - 1 - x); ++i)
-                value += weights[static_cast<std::size_t>(i + reach)] * from[x + i];
+                value += weights.at(i + reach) * from[x + i];
             blurred.scanLine(y)[x] = static_cast<uchar>(std::lround(value / sum));
         }
     }

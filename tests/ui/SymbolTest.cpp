@@ -99,9 +99,11 @@ QList<int> amountsOfPieces(const QImage &image)
                 piece.append(at);
             };
             take({x, y});
-            for (qsizetype i = 0; i < piece.size(); ++i) {
+            qsizetype next = 0;
+            while (next < piece.size()) {
+                const QPoint at = piece.at(next++);
                 for (const QPoint step : {QPoint(1, 0), QPoint(-1, 0), QPoint(0, 1), QPoint(0, -1)})
-                    take(piece.at(i) + step);
+                    take(at + step);
             }
             if (!piece.isEmpty())
                 amounts.append(static_cast<int>(piece.size()));

@@ -28,7 +28,7 @@ struct pa_threaded_mainloop { };
 
 namespace {
 
-constexpr std::size_t framesPerStep = 48; // of a millisecond
+constexpr int framesPerStep = 48; // of a millisecond
 
 pa_threaded_mainloop loop;
 int lockDepth = 0;
@@ -170,7 +170,7 @@ void FakePulse::step(bool isStalled)
         if (entry->state != PA_STREAM_READY || entry->isCorked || entry->isSuspended)
             continue;
         const std::size_t first = std::size_t(entry->readFrame * entry->channels());
-        for (std::size_t index = first; index < first + framesPerStep * std::size_t(entry->channels());
+        for (std::size_t index = first; index < first + std::size_t(framesPerStep * entry->channels());
              ++index)
             entry->read.push_back(index < entry->queue.size() ? entry->queue[index] : 0);
         entry->readFrame += framesPerStep;

@@ -607,7 +607,7 @@ private Q_SLOTS:
         QCOMPARE(m_output->status().state, AudioOutput::State::Failed);
     }
 
-    void streamsShareOneConnection()
+    void streamsShareOneConnection() const
     {
         const int before = m_server.contexts;
         PulseOutput other(std::make_shared<FrameFeed>(stereo), SoundLabel{});
