@@ -1,8 +1,6 @@
 #include "ui/DisplayText.h"
 
-#include <QFontMetricsF>
 #include <QStringList>
-#include <QTextLayout>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -34,13 +32,6 @@ QString cutBeforeShaping(const QString &text)
     return text.first(LongestShown - (splitsPair ? 1 : 0)) + u'…';
 }
 
-QString withoutBlanksAtItsEnd(QString line)
-{
-    while (line.endsWith(u' '))
-        line.chop(1);
-    return line;
-}
-
 QString counted(qint64 number, const QString &unit)
 {
     return u"%1 %2%3"_s.arg(number).arg(unit, number == 1 ? u""_s : u"s"_s);
@@ -63,28 +54,6 @@ QString displayText(const QString &text)
     }
     shown.removeIf([](QChar c) { return c.category() == QChar::Other_Control || isDirectionMark(c); });
     return shown;
-}
-
-QList<TextLine> wrappedLines(const QString &text, const QFont &font, double width, int maximumLines)
-{
-    QList<TextLine> lines;
-    QTextOption option;
-    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    QTextLayout layout(text, font);
-    layout.setTextOption(option);
-    layout.beginLayout();
-    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-        line.setLineWidth(width);
-        if (lines.size() + 1 == maximumLines) {
-            const QString rest = text.sliced(line.textStart());
-            lines.append({line.textStart(), QFontMetricsF(font).elidedText(rest, Qt::ElideRight, width)});
-            break;
-        }
-        const QString words = text.sliced(line.textStart(), line.textLength());
-        lines.append({line.textStart(), withoutBlanksAtItsEnd(words)});
-    }
-    layout.endLayout();
-    return lines.isEmpty() ? QList<TextLine>({TextLine()}) : lines;
 }
 
 QString spokenTime(double seconds)

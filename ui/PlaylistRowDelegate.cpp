@@ -34,11 +34,11 @@ int artistHeight()
 void drawLine(
     QPainter &painter, const QRect &area, const QString &text, const QFont &font, const QColor &color)
 {
-    const QList<TextLine> lines = wrappedLines(displayText(text), font, area.width(), 1);
+    const QString line = QFontMetricsF(font).elidedText(displayText(text), Qt::ElideRight, area.width());
     painter.setFont(font);
     painter.setPen(color);
     painter.setLayoutDirection(writingDirection(text));
-    painter.drawText(area.left(), area.top() + QFontMetrics(font).ascent(), lines.first().text);
+    painter.drawText(area.left(), area.top() + QFontMetrics(font).ascent(), line);
     painter.setLayoutDirection(Qt::LeftToRight);
 }
 

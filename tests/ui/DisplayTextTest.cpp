@@ -1,8 +1,6 @@
 #include "ui/DisplayText.h"
 #include "tests/TestProgram.h"
-#include "ui/drawing/Fonts.h"
 
-#include <QFontMetricsF>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -42,47 +40,6 @@ private Q_SLOTS:
             QVERIFY(shown.endsWith(u"😀…"_s));
         }
     }
-
-    void textWithinTheLinesIsWhole()
-    {
-        const QList<TextLine> lines = wrappedLines(u"Una canción"_s, systemFont(14), 400, 2);
-        QCOMPARE(lines.size(), 1);
-        QCOMPARE(lines.first().text, u"Una canción"_s);
-    }
-
-    void lastLineEndsInAnEllipsis()
-    {
-        const QString text = u"palabra "_s.repeated(40);
-        for (const int maximum : {1, 2, 3}) {
-            const QList<TextLine> lines = wrappedLines(text, systemFont(14), 200, maximum);
-            QCOMPARE(lines.size(), maximum);
-            QVERIFY(lines.last().text.endsWith(u'…'));
-        }
-    }
-
-    void noLineIsWiderThanTheWidth()
-    {
-        const QFont font = systemFont(28, QFont::Bold);
-        const QString text = u"Abecedario "_s.repeated(9) + u"W"_s.repeated(90);
-        for (const TextLine &line : wrappedLines(text, font, 250, 0))
-            QVERIFY(QFontMetricsF(font).horizontalAdvance(line.text.trimmed()) <= 251);
-        for (const TextLine &line : wrappedLines(text, font, 250, 2))
-            QVERIFY(QFontMetricsF(font).horizontalAdvance(line.text.trimmed()) <= 251);
-    }
-
-    void linesWithoutALimitHoldTheWholeText()
-    {
-        const QString text = u"uno dos tres cuatro cinco seis siete"_s;
-        QStringList joined;
-        for (const TextLine &line : wrappedLines(text, systemFont(14), 60, 0)) {
-            QCOMPARE(text.sliced(line.start, line.text.size()), line.text);
-            joined += line.text;
-        }
-        QVERIFY(joined.size() > 1);
-        QCOMPARE(joined.join(u' '), text);
-    }
-
-    void emptyTextIsOneEmptyLine() { QCOMPARE(wrappedLines({}, systemFont(14), 100, 2).size(), 1); }
 
     void timeIsSaidInMinutesAndSeconds_data()
     {

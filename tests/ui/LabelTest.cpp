@@ -1,4 +1,6 @@
 #include "tests/TestProgram.h"
+#include "tests/ui/Pieces.h"
+#include "tests/ui/ViewFixture.h"
 #include "ui/controls/SelectableLabel.h"
 #include "ui/drawing/Fonts.h"
 
@@ -20,6 +22,15 @@ QRect inkOf(const QImage &image)
         }
     }
     return found;
+}
+
+/// What a label of this width shows of a text.
+QStringList brokenInto(const QString &text, const QFont &font, int width, int maximumLines)
+{
+    Label label(font, Label::Tone::Primary, maximumLines);
+    label.resize(width, 100);
+    label.setText(text);
+    return shownLines(label);
 }
 
 } // namespace
@@ -69,6 +80,47 @@ private Q_SLOTS:
         QCOMPARE(isLow(right), !isOnTheLeft);
     }
 
+    void textWithinTheLinesIsWhole()
+    {
+        QCOMPARE(brokenInto(u"Una canción"_s, systemFont(14), 400, 2), QStringList(u"Una canción"_s));
+    }
+
+    void emptyTextIsOneEmptyLine() { QCOMPARE(brokenInto({}, systemFont(14), 100, 2).size(), 1); }
+
+    void lastLineEndsInAnEllipsis()
+    {
+        for (const int maximum : {1, 2, 3}) {
+            const QStringList lines = brokenInto(u"palabra "_s.repeated(40), systemFont(14), 200, maximum);
+            QCOMPARE(lines.size(), maximum);
+            QVERIFY(lines.last().endsWith(u'…'));
+        }
+    }
+
+    void noLineIsWiderThanTheLabel()
+    {
+        const QFont font = systemFont(28, QFont::Bold);
+        const QString text = u"Abecedario "_s.repeated(9) + u"W"_s.repeated(90);
+        for (const int maximum : {0, 2}) {
+            for (const QString &line : brokenInto(text, font, 250, maximum))
+                QVERIFY(QFontMetricsF(font).horizontalAdvance(line) <= 251);
+        }
+    }
+
+    void linesWithoutALimitHoldTheWholeText()
+    {
+        const QString text = u"uno dos tres cuatro cinco seis siete"_s;
+        const QStringList lines = brokenInto(text, systemFont(14), 60, 0);
+        QVERIFY(lines.size() > 1);
+        QCOMPARE(lines.join(u' '), text);
+    }
+
+    void leastSizeIsOneLineOfNoWidth()
+    {
+        Label label(systemFont(14), Label::Tone::Primary, 2);
+        label.setText(u"palabra "_s.repeated(40));
+        QCOMPARE(label.minimumSizeHint(), QSize(0, lineHeight(systemFont(14))));
+    }
+
     void nameIsTheTextAsItIs()
     {
         Label label(systemFont(13), Label::Tone::Primary);
@@ -82,10 +134,10 @@ private Q_SLOTS:
             Label label(systemFont(28), Label::Tone::Primary, 0);
             label.resize(200, 300);
             label.setText((word + u' ').repeated(8));
-            QVERIFY(label.lines().size() > 2);
+            QVERIFY(shownLines(label).size() > 2);
             const QImage image = label.grab().toImage();
             const int lineHeight = label.minimumSizeHint().height();
-            for (int line = 0; line < label.lines().size() - 1; ++line) {
+            for (int line = 0; line < shownLines(label).size() - 1; ++line) {
                 const QRect ink = inkOf(image.copy(0, line * lineHeight, image.width(), lineHeight));
                 QVERIFY2(ink.left() <= 5, qPrintable(word + QString::number(ink.left())));
             }

@@ -1,8 +1,10 @@
+#include "tests/PaintCount.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/SelectableLabel.h"
+#include "ui/drawing/Colors.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -109,8 +111,8 @@ private Q_SLOTS:
         const QList<Label *> labels = f.view.findChildren<Label *>();
         for (const auto &[label, lines] :
             {std::pair(labels[0], 2), std::pair(labels[1], 1), std::pair(labels[2], 1)}) {
-            QCOMPARE(label->lines().size(), lines);
-            QVERIFY(label->lines().last().text.endsWith(u'…'));
+            QCOMPARE(shownLines(*label).size(), lines);
+            QVERIFY(shownLines(*label).last().endsWith(u'…'));
             QCOMPARE(label->text(), LongTitle);
         }
     }
@@ -248,8 +250,8 @@ private Q_SLOTS:
         QCOMPARE(cursorAt({width - 2, 10}), Qt::IBeamCursor);
         QCOMPARE(cursorAt({width + 2, 10}), Qt::ArrowCursor);
         f.showTrackCalled(LongTitle);
-        QVERIFY(title.lines().size() == 2);
-        const int second = QFontMetrics(title.font()).horizontalAdvance(title.lines().at(1).text);
+        QVERIFY(shownLines(title).size() == 2);
+        const int second = QFontMetrics(title.font()).horizontalAdvance(shownLines(title).at(1));
         QCOMPARE(cursorAt({second - 2, title.height() - 5}), Qt::IBeamCursor);
         QCOMPARE(cursorAt({width + 2, 10}), Qt::IBeamCursor);
     }
@@ -281,6 +283,48 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::clipboard()->text(), title);
     }
 
+    void onlyItsOwnKeysSelectAndCopy()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Canción de prueba"_s);
+        SelectableLabel &title = titleOf(f);
+        QGuiApplication::clipboard()->clear();
+        QTest::keyClick(&title, Qt::Key_X, Qt::ControlModifier);
+        QCOMPARE(title.selectedText(), QString());
+        QTest::keyClick(&title, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(title.selectedText(), u"Canción de prueba"_s);
+        QTest::keyClick(&title, Qt::Key_X, Qt::ControlModifier);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QString());
+        QKeyEvent space(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier);
+        QCoreApplication::sendEvent(&title, &space);
+        QVERIFY(!space.isAccepted());
+    }
+
+    void selectionStandsOnTheAccentInEachOfItsLines()
+    {
+        ViewFixture f;
+        f.showTrackCalled(LongTitle);
+        SelectableLabel &title = titleOf(f);
+        QTRY_COMPARE(title.height(), title.heightForWidth(title.width()));
+        const int half = title.height() / 2;
+        const auto isSelectedAt = [&](QPoint place) {
+            const QColor color = title.grab().toImage().pixelColor(place);
+            return color == accentColor(title.palette());
+        };
+        // From the middle of the first line to that of the second.
+        const int middle = title.width() / 2;
+        QTest::mousePress(&title, Qt::LeftButton, {}, {middle, half / 2});
+        PaintCount paints({&title});
+        moveHolding(title, {middle, half + half / 2});
+        QTRY_VERIFY(paints.count > 0);
+        QTest::mouseRelease(&title, Qt::LeftButton, {}, {middle, half + half / 2});
+        const int blank = 1; // above all letters
+        QVERIFY(!isSelectedAt({middle - 40, blank}));
+        QVERIFY(isSelectedAt({middle + 40, blank}));
+        QVERIFY(isSelectedAt({middle - 40, half + blank}));
+        QVERIFY(!isSelectedAt({middle + 40, half + blank}));
+    }
+
     void shiftAndAClickExtendTheSelection()
     {
         ViewFixture f;
@@ -301,6 +345,7 @@ private Q_SLOTS:
         };
         QMenu *menu = openMenu();
         QVERIFY(menu);
+        QCOMPARE(menu->accessibleName(), u"Título"_s);
         QCOMPARE(menu->actions().at(0)->text(), u"Copiar"_s);
         QVERIFY(!menu->actions().at(0)->isEnabled());
         QCOMPARE(menu->actions().at(1)->text(), u"Seleccionar todo"_s);

@@ -7,6 +7,17 @@
 #include <QApplication>
 #include <QTest>
 
+/// What a label shows, line by line.
+inline QStringList shownLines(const Label &label)
+{
+    QStringList texts;
+    for (int i = 0; i < label.lines().lineCount(); ++i) {
+        const QTextLine line = label.lines().lineAt(i);
+        texts.append(label.lines().text().sliced(line.textStart(), line.textLength()).trimmed());
+    }
+    return texts;
+}
+
 /// The window's content over a player on a fake platform, shown at its least size.
 struct ViewFixture : PlayerFixture {
     ContentView view{player};

@@ -1,6 +1,7 @@
 #include "ui/controls/Label.h"
 
 #include "desktop/AccessibleFactory.h"
+#include "ui/DisplayText.h"
 #include "ui/drawing/Colors.h"
 
 #include <QFontMetricsF>
@@ -32,6 +33,7 @@ Label::Label(const QFont &font, Tone tone, int maximumLines)
     setFont(font);
     // A fixed height would be that of one line.
     setSizePolicy(QSizePolicy::Preferred, maximumLines == 1 ? QSizePolicy::Fixed : QSizePolicy::Preferred);
+    layOut(m_layout, {}, 0, 0);
 }
 
 void Label::setText(const QString &text)
@@ -41,14 +43,9 @@ void Label::setText(const QString &text)
     m_text = text;
     m_shown = displayText(text);
     setAccessibleName(text);
-    breakLines();
+    layOut(m_layout, m_shown, width(), m_maximumLines);
     updateGeometry();
     update();
-}
-
-void Label::breakLines()
-{
-    m_lines = wrappedLines(m_shown, font(), width(), m_maximumLines);
 }
 
 int Label::lineHeight() const
@@ -68,33 +65,42 @@ QSize Label::minimumSizeHint() const
 
 int Label::heightForWidth(int width) const
 {
-    return static_cast<int>(wrappedLines(m_shown, font(), width, m_maximumLines).size()) * lineHeight();
+    QTextLayout layout;
+    layOut(layout, m_shown, width, m_maximumLines);
+    return layout.lineCount() * lineHeight();
 }
 
-QPointF Label::origin(const TextLine &line, int number) const
+/// `maximumLines` of 0 means as many as the text takes.
+void Label::layOut(QTextLayout &layout, const QString &text, int width, int maximumLines) const
 {
-    const double free = width() - QFontMetricsF(font()).horizontalAdvance(line.text);
-    const double share = m_alignment.testFlag(Qt::AlignRight) ? 1
-        : m_alignment.testFlag(Qt::AlignHCenter)              ? 0.5
-                                                              : 0;
-    return {std::max(0.0, free * share), static_cast<double>(number * lineHeight())};
+    QTextOption option(m_alignment | Qt::AlignAbsolute);
+    option.setTextDirection(writingDirection(m_shown));
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.setFont(font());
+    layout.setText(text);
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition(QPointF(0, line.lineNumber() * lineHeight()));
+        if (line.lineNumber() + 1 == maximumLines) {
+            const int start = line.textStart();
+            const QString rest = QFontMetricsF(font()).elidedText(text.sliced(start), Qt::ElideRight, width);
+            layout.endLayout();
+            return layOut(layout, text.first(start) + rest, width, 0);
+        }
+    }
+    layout.endLayout();
 }
 
 void Label::resizeEvent(QResizeEvent *)
 {
-    breakLines();
+    layOut(m_layout, m_shown, width(), m_maximumLines);
 }
 
 void Label::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setPen(toneColor(palette(), m_tone));
-    painter.setLayoutDirection(writingDirection(m_shown));
-    for (int number = 0; number < m_lines.size(); ++number)
-        drawLine(painter, m_lines.at(number), origin(m_lines.at(number), number));
-}
-
-void Label::drawLine(QPainter &painter, const TextLine &line, QPointF position)
-{
-    painter.drawText(position + QPointF(0, QFontMetricsF(font()).ascent()), line.text);
+    m_layout.draw(&painter, {}, highlights());
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "ui/DisplayText.h"
-
+#include <QTextLayout>
 #include <QWidget>
 
 /// A plain text in a number of lines, the last of which ends in an ellipsis if the text is longer.
@@ -25,7 +24,8 @@ public:
     /// Where each line stands in the label; leading by default.
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
 
-    [[nodiscard]] const QList<TextLine> &lines() const { return m_lines; } ///< as they are shown
+    /// The text as it is shown: broken at words into lines, of which the last one may be cut.
+    [[nodiscard]] const QTextLayout &lines() const { return m_layout; }
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -38,16 +38,17 @@ protected:
 
     [[nodiscard]] const QString &shownText() const { return m_shown; }
     [[nodiscard]] int lineHeight() const;
-    [[nodiscard]] QPointF origin(const TextLine &line, int number) const;
 
 private:
-    void breakLines();
-    virtual void drawLine(QPainter &painter, const TextLine &line, QPointF position);
+    void layOut(QTextLayout &layout, const QString &text, int width, int maximumLines) const;
+
+    /// Parts of the layout that are drawn in other colours.
+    [[nodiscard]] virtual QList<QTextLayout::FormatRange> highlights() const { return {}; }
 
     Tone m_tone;
     int m_maximumLines;
     Qt::Alignment m_alignment = Qt::AlignLeft;
     QString m_text;
     QString m_shown;
-    QList<TextLine> m_lines{TextLine()};
+    QTextLayout m_layout;
 };

@@ -15,21 +15,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// One line, in the direction of the text that it belongs to.
-void layOut(QTextLayout &layout, const QString &text)
-{
-    QTextOption option;
-    option.setTextDirection(writingDirection(text));
-    layout.setTextOption(option);
-    layout.beginLayout();
-    layout.createLine();
-    layout.endLayout();
-}
-
-} // namespace
-
 SelectableLabel::SelectableLabel(const QFont &font, Tone tone, int maximumLines)
     : Label(font, tone, maximumLines)
 {
@@ -41,27 +26,22 @@ void SelectableLabel::setText(const QString &text)
 {
     if (text == this->text())
         return;
-    const bool isAllSelected = selectionStart() < selectionEnd() && selectedText() == this->text();
+    const bool isAllSelected = m_anchor != m_end && selectedText() == this->text();
     Label::setText(text);
     setFocusPolicy(text.isEmpty() ? Qt::NoFocus : Qt::TabFocus);
     m_drag = Drag::None;
     select(0, isAllSelected ? shownText().size() : 0);
 }
 
-qsizetype SelectableLabel::selectionStart() const
+SelectableLabel::Range SelectableLabel::selection() const
 {
-    return std::min(m_anchor, m_end);
-}
-
-qsizetype SelectableLabel::selectionEnd() const
-{
-    return std::max(m_anchor, m_end);
+    return {std::min(m_anchor, m_end), std::max(m_anchor, m_end)};
 }
 
 QString SelectableLabel::selectedText() const
 {
-    const bool isWhole = selectionStart() == 0 && selectionEnd() == shownText().size();
-    return isWhole ? text() : shownText().sliced(selectionStart(), selectionEnd() - selectionStart());
+    const auto [start, end] = selection();
+    return start == 0 && end == shownText().size() ? text() : shownText().sliced(start, end - start);
 }
 
 void SelectableLabel::selectAll()
@@ -71,7 +51,7 @@ void SelectableLabel::selectAll()
 
 void SelectableLabel::copy() const
 {
-    if (selectionStart() < selectionEnd())
+    if (m_anchor != m_end)
         QGuiApplication::clipboard()->setText(selectedText());
 }
 
@@ -96,11 +76,8 @@ SelectableLabel::Range SelectableLabel::wordAt(QPointF point) const
 
 bool SelectableLabel::isOverText(QPointF point) const
 {
-    const QFontMetricsF metrics(font());
-    for (int number = 0; number < lines().size(); ++number) {
-        const TextLine &line = lines().at(number);
-        const QSizeF size(metrics.horizontalAdvance(line.text), lineHeight());
-        if (QRectF(origin(line, number), size).contains(point))
+    for (int number = 0; number < lines().lineCount(); ++number) {
+        if (lines().lineAt(number).naturalTextRect().contains(point))
             return true;
     }
     return false;
@@ -108,28 +85,21 @@ bool SelectableLabel::isOverText(QPointF point) const
 
 qsizetype SelectableLabel::positionAt(QPointF point, QTextLine::CursorPosition kind) const
 {
-    const int last = static_cast<int>(lines().size()) - 1;
-    const int number = std::clamp(static_cast<int>(point.y()) / lineHeight(), 0, last);
-    const TextLine &line = lines().at(number);
-    QTextLayout layout(line.text, font());
-    layOut(layout, shownText());
-    const int cursor = layout.lineAt(0).xToCursor(point.x() - origin(line, number).x(), kind);
-    const bool isAtEnd = number == last && cursor == line.text.size();
-    return isAtEnd ? shownText().size() : line.start + cursor;
+    const int number = std::clamp(static_cast<int>(point.y()) / lineHeight(), 0, lines().lineCount() - 1);
+    const int cursor = lines().lineAt(number).xToCursor(point.x(), kind);
+    return cursor == lines().text().size() ? shownText().size() : cursor;
 }
 
-void SelectableLabel::drawLine(QPainter &painter, const TextLine &line, QPointF position)
+QList<QTextLayout::FormatRange> SelectableLabel::highlights() const
 {
-    QTextLayout layout(line.text, font());
-    layOut(layout, shownText());
-    const qsizetype from = std::clamp<qsizetype>(selectionStart() - line.start, 0, line.text.size());
-    const qsizetype to = std::clamp<qsizetype>(selectionEnd() - line.start, 0, line.text.size());
-    QTextLayout::FormatRange selection;
-    selection.start = static_cast<int>(from);
-    selection.length = static_cast<int>(to - from);
-    selection.format.setBackground(accentColor(palette()));
-    selection.format.setForeground(onAccentColor(palette()));
-    layout.draw(&painter, position, {selection});
+    const auto [start, end] = selection();
+    const qsizetype last = lines().text().size();
+    QTextLayout::FormatRange range;
+    range.start = static_cast<int>(std::min(start, last));
+    range.length = static_cast<int>(std::min(end, last)) - range.start;
+    range.format.setBackground(accentColor(palette()));
+    range.format.setForeground(onAccentColor(palette()));
+    return {range};
 }
 
 void SelectableLabel::mousePressEvent(QMouseEvent *event)
@@ -204,7 +174,7 @@ void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setAccessibleName(u"Título"_s);
     QAction *copyAction = menu->addAction(u"Copiar"_s, this, &SelectableLabel::copy);
-    copyAction->setEnabled(selectionStart() < selectionEnd());
+    copyAction->setEnabled(m_anchor != m_end);
     menu->addAction(u"Seleccionar todo"_s, this, &SelectableLabel::selectAll);
     menu->popup(event->globalPos());
     if (event->reason() == QContextMenuEvent::Keyboard)

@@ -2,7 +2,6 @@
 
 #include "ui/controls/Label.h"
 
-#include <QTextLayout>
 #include <optional>
 
 /// A label whose text can be selected with the mouse, or as a whole with the Tab key, and copied. A selection
@@ -34,7 +33,6 @@ protected:
     void focusOutEvent(QFocusEvent *event) override;
 
 private:
-    void drawLine(QPainter &painter, const TextLine &line, QPointF position) override;
     /// What a drag selects.
     enum class Drag { None, Characters, Words, All };
 
@@ -44,6 +42,7 @@ private:
         qsizetype end = 0;
     };
 
+    [[nodiscard]] QList<QTextLayout::FormatRange> highlights() const override;
     [[nodiscard]] bool isOverText(QPointF point) const;
     [[nodiscard]] bool isThirdClick(const QMouseEvent &event) const;
     [[nodiscard]] qsizetype positionAt(
@@ -51,8 +50,7 @@ private:
     [[nodiscard]] Range wordAt(QPointF point) const;
     void select(qsizetype anchor, qsizetype end);
     void dragTo(QPointF point);
-    [[nodiscard]] qsizetype selectionStart() const;
-    [[nodiscard]] qsizetype selectionEnd() const;
+    [[nodiscard]] Range selection() const;
 
     qsizetype m_anchor = 0; ///< both in the shown text
     qsizetype m_end = 0;
