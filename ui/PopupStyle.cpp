@@ -129,9 +129,7 @@ QSize entrySize(const QStyleOptionMenuItem &entry, const QSize &text)
 const QWidget *namedWidget()
 {
     const QWidget *widget = QApplication::widgetAt(QCursor::pos());
-    while (widget && widget->toolTip().isEmpty())
-        widget = widget->parentWidget();
-    return widget;
+    return widget && !widget->toolTip().isEmpty() ? widget : nullptr;
 }
 
 void placeToolTip(QWidget &tip)

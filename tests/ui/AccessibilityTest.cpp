@@ -258,6 +258,8 @@ private Q_SLOTS:
         QAccessibleInterface *menu = options->child(0);
         QCOMPARE(menu->role(), QAccessible::PopupMenu);
         QCOMPARE(options->indexOfChild(menu), 0);
+        QCOMPARE(options->indexOfChild(options), -1);
+        QCOMPARE(menu->text(QAccessible::Name), u"Más opciones"_s);
         QAccessibleInterface *clear = menu->child(0);
         QCOMPARE(clear->text(QAccessible::Name), u"Eliminar todas las canciones"_s);
         QVERIFY(clear->state().disabled);

@@ -351,6 +351,7 @@ private Q_SLOTS:
             return distance(f.at(volume, top), accent) < 60;
         };
         volume.setFocus(Qt::MouseFocusReason);
+        QVERIFY(!hasRing());
         QTest::mouseClick(&volume, Qt::LeftButton, {}, {70, 10});
         QVERIFY(!hasRing());
         QTest::keyClick(&volume, Qt::Key_Right);

@@ -7,6 +7,7 @@
 
 #include <QPalette>
 #include <QProxyStyle>
+#include <QSignalSpy>
 #include <QVariantAnimation>
 #include <cmath>
 
@@ -215,6 +216,19 @@ private Q_SLOTS:
         QCOMPARE(f.center(), QColor(Qt::blue));
     }
 
+    void everyStepOfTheFadeIsPaintedWithoutBeingAskedFor()
+    {
+        CoverFixture f;
+        f.show(Qt::red);
+        f.setTrack(f.loadedTrack(Qt::blue));
+        f.fade().pause();
+        QCoreApplication::processEvents();
+        PaintWatch watch;
+        f.cover->installEventFilter(&watch);
+        f.fade().setCurrentTime(125);
+        QTRY_VERIFY(watch.wasPainted);
+    }
+
     void changeDuringAFadeContinuesFromWhatIsSeen()
     {
         CoverFixture f;
@@ -259,8 +273,10 @@ private Q_SLOTS:
         StillStyle still;
         f.cover->setStyle(&still);
         f.show(Qt::red);
+        QSignalSpy loaded(&f.artworks, &ArtworkLoader::changed);
         f.cover->setFixedSize(200, 200);
         QCOMPARE(f.center(), QColor(Qt::red));
+        QVERIFY(loaded.wait());
     }
 
     void coverThatIsStillLoadingFadesInWhenItComes()

@@ -6,8 +6,16 @@
 #include "ui/drawing/Colors.h"
 
 #include <QApplication>
+#include <QCheckBox>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QStyleFactory>
 #include <QToolTip>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -148,6 +156,16 @@ private Q_SLOTS:
             QCOMPARE(menu.pixelColor(x, 0).alpha(), 255);
     }
 
+    void whatLiesUnderAMenuIsTakenInThePixelsOfItsScreen()
+    {
+        PopupFixture f(Light);
+        f.window.setPalette(QColor(0x00c000));
+        const QImage menu = f.openMenu();
+        const QPoint end(menu.width() - 1, menu.height() - 1);
+        for (const QPoint corner : {QPoint(), QPoint(end.x(), 0), QPoint(0, end.y()), end})
+            QCOMPARE(menu.pixelColor(corner), QColor(0x00c000));
+    }
+
     void outsideTheWindowCornersHaveItsGround()
     {
         PopupFixture f(Light);
@@ -238,6 +256,49 @@ private Q_SLOTS:
         const QRect mark = inked(f.openMenu(), column);
         QVERIFY(mark.width() >= 7 && mark.height() >= 6);
         QVERIFY(std::abs(mark.center().y() - entry.center().y()) <= 1);
+    }
+
+    void markAndArrowAreStrokesOfOnePointAndAHalf()
+    {
+        PopupFixture f(Light);
+        f.mark->setCheckable(true);
+        f.mark->setChecked(true);
+        QMenu other;
+        f.play->setMenu(&other);
+        const QImage menu = f.openMenu();
+        const auto isDrawn = [&](const QRect &area, const QPolygonF &points) {
+            QImage expected(menu.size(), menu.format());
+            expected.fill(Light.color(QPalette::Window));
+            QPainter painter(&expected);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen(QPen(Qt::black, 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            painter.drawPolyline(points.translated(QRectF(area).center()));
+            painter.end();
+            return menu.copy(area) == expected.copy(area);
+        };
+        const QRect mark = f.menu.actionGeometry(f.mark).adjusted(10, 0, 0, 0);
+        QVERIFY(isDrawn({mark.topLeft(), QSize(10, mark.height())}, {{-4, 0}, {-1, 3}, {4, -3.5}}));
+        const QRect arrow = f.menu.actionGeometry(f.play).adjusted(0, 0, -10, 0);
+        QVERIFY(
+            isDrawn({arrow.right() - 8, arrow.top(), 8, arrow.height()}, {{-1.5, -3}, {1.5, 0}, {-1.5, 3}}));
+    }
+
+    void allElseIsDrawnAsTheDesktopDoes()
+    {
+        const auto drawn = [](QStyle *style) {
+            QWidget window;
+            auto *row = new QHBoxLayout(&window);
+            for (QWidget *widget : {static_cast<QWidget *>(new QPushButton(u"Aceptar"_s)),
+                     static_cast<QWidget *>(new QCheckBox(u"Ocultos"_s)),
+                     static_cast<QWidget *>(new QSpinBox), static_cast<QWidget *>(new QLineEdit(u"Alba"_s))})
+                row->addWidget(widget);
+            for (QWidget *widget : window.findChildren<QWidget *>())
+                widget->setStyle(style);
+            return window.grab().toImage();
+        };
+        PopupStyle ours;
+        const std::unique_ptr<QStyle> desktops(QStyleFactory::create(ours.baseStyle()->name()));
+        QCOMPARE(drawn(&ours), drawn(desktops.get()));
     }
 
     void keysStandAtTheRightWithRoomBetween()

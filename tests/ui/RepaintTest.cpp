@@ -120,6 +120,27 @@ private Q_SLOTS:
         QVERIFY(isPaintedAfter(f.list.viewport(), [&f] { f.player.load(f.track(1), false); }));
     }
 
+    void pieceUnderTheMouseIsPaintedAsItComesAndGoes()
+    {
+        RepaintFixture f;
+        QList<std::pair<QWidget *, QPoint>> places;
+        for (Button *button : f.view.findChildren<Button *>()) {
+            if (button->isVisible())
+                places.append({button, f.place(*button).center()});
+        }
+        auto &volume = *f.find<Slider>(u"Volumen"_s);
+        const int thumb = qRound(7 + volume.value() * (volume.width() - 14));
+        places.append({&volume, f.place(volume).topLeft() + QPoint(thumb, 10)});
+        for (const auto &[piece, over] : places) {
+            for (const QPoint to : {over, QPoint(1, 1)}) {
+                f.settle();
+                QTest::mouseMove(f.view.windowHandle(), to);
+                QVERIFY2(QTest::qWaitFor([&, piece = piece] { return f.watch.sawPainting(piece); }),
+                    qPrintable(piece->accessibleName()));
+            }
+        }
+    }
+
     void notificationWithoutAChangePaintsNothing()
     {
         RepaintFixture f;

@@ -53,6 +53,19 @@ private Q_SLOTS:
         QVERIFY(f.isThumbAt(f.bar.height() - 6));
     }
 
+    void thumbLeavesTheWindowItsEdge()
+    {
+        ScrollFixture f;
+        QImage image(f.bar.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        f.bar.render(&image, {}, {}, {});
+        QCOMPARE(f.bar.width(), 10);
+        for (int x = 0; x < 10; ++x)
+            QCOMPARE(image.pixelColor(x, 15).alpha(), x >= 1 && x < 6 ? qRound(0.3 * 255) : 0);
+        QCOMPARE(f.inkAt(1), 0);
+        QVERIFY(f.inkAt(2) > 40);
+    }
+
     void nothingIsDrawnWhereNothingScrolls()
     {
         ScrollFixture f("a");

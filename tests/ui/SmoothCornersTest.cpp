@@ -204,20 +204,26 @@ private Q_SLOTS:
         for (const QRectF &area : {QRectF(30, 28, 190, 190), QRectF(62, 519, 42, 42)}) {
             const int side = qCeil(area.width() * scale);
             QImage picture(side, side, QImage::Format_RGB32);
-            picture.fill(Qt::white);
-            QPainter(&picture).fillRect(side / 2, side / 2, side, side, Qt::black);
-            QImage shown(QSize(300, 600) * scale, QImage::Format_RGB32);
-            shown.fill(Qt::black);
-            QPainter painter(&shown);
-            painter.scale(scale, scale);
-            QPainterPath outline;
-            outline.addRect(area);
-            fillWithPicture(painter, outline, area, picture);
-            painter.end();
-            const QPoint end = (area.bottomRight() * scale).toPoint() - QPoint(8, 8);
-            for (int i = 0; i < 12; ++i) {
-                QCOMPARE(shown.pixelColor(end + QPoint(i, 0)), QColor(Qt::black));
-                QCOMPARE(shown.pixelColor(end + QPoint(0, i)), QColor(Qt::black));
+            // One quarter is black, as is the ground: the last one, then the first one.
+            for (const bool isLast : {true, false}) {
+                picture.fill(Qt::white);
+                QPainter(&picture).fillRect(
+                    QRect(0, 0, side / 2, side / 2).translated(QPoint(side, side) / 2 * isLast), Qt::black);
+                QImage shown(QSize(300, 600) * scale, QImage::Format_RGB32);
+                shown.fill(Qt::black);
+                QPainter painter(&shown);
+                painter.scale(scale, scale);
+                QPainterPath outline;
+                outline.addRect(area);
+                fillWithPicture(painter, outline, area, picture);
+                painter.end();
+                const QPoint corner = isLast ? (area.bottomRight() * scale).toPoint() - QPoint(8, 8)
+                                             : (area.topLeft() * scale).toPoint() + QPoint(8, 8);
+                for (int i = 0; i < 12; ++i) {
+                    const int step = isLast ? i : -i;
+                    QCOMPARE(shown.pixelColor(corner + QPoint(step, 0)), QColor(Qt::black));
+                    QCOMPARE(shown.pixelColor(corner + QPoint(0, step)), QColor(Qt::black));
+                }
             }
         }
     }

@@ -1,5 +1,6 @@
 #include "ui/drawing/Symbol.h"
 #include "tests/TestProgram.h"
+#include "ui/controls/SymbolView.h"
 
 #include <QImage>
 #include <QPainter>
@@ -327,6 +328,31 @@ private Q_SLOTS:
         QVERIFY(std::abs(off.x()) <= 0.5 && std::abs(off.y()) <= 0.5);
         QCOMPARE(square.topLeft(), QPointF(square.topLeft().toPoint()));
         QCOMPARE(square.size(), QSizeF(17, 17));
+    }
+
+    void viewWithLittleHeightFades()
+    {
+        SymbolView view(u"music.note.list"_s, 42, QFont::Light);
+        const QSize whole = view.sizeHint();
+        const auto strongest = [&](int height) {
+            view.resize(whole.width(), height);
+            QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            view.render(&image, {}, {}, {});
+            int most = 0;
+            for (int i = 0; i < image.width() * image.height(); ++i)
+                most = std::max(most, alphaAt(image, i % image.width(), i / image.width()));
+            return most;
+        };
+        const int full = strongest(whole.height());
+        QVERIFY(full > 140);
+        for (int height = 1; height <= whole.height(); ++height) {
+            // From a quarter of the height to half of it.
+            const double opacity = std::clamp(4.0 * height / whole.height() - 1, 0.0, 1.0);
+            const int shown = strongest(height);
+            QVERIFY2(std::abs(shown - full * opacity) <= 0.1 * full,
+                qPrintable(u"%1: %2, not %3"_s.arg(height).arg(shown).arg(full * opacity)));
+        }
     }
 
     void symbolIsSharpWhereverItStands_data()

@@ -10,7 +10,6 @@ Button::Button(const QString &help)
     setHelp(help);
     setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
 void Button::setHelp(const QString &help)

@@ -329,7 +329,6 @@ void Slider::keyPressEvent(QKeyEvent *event)
     if (const auto value = valueAfterKey(event->key()); value && isPlain) {
         m_isFocusShown = true;
         edit(*value);
-        update();
     } else {
         event->ignore();
     }

@@ -12,7 +12,6 @@ SymbolView::SymbolView(const QString &symbol, int pointSize, QFont::Weight weigh
     , m_pointSize(pointSize)
     , m_weight(weight)
 {
-    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Maximum);
 }
 
 void SymbolView::setSymbol(const QString &symbol)

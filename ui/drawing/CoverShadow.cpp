@@ -45,7 +45,6 @@ CoverShadow::CoverShadow(const QSize &cover, double radius)
     : m_cover(QPoint(Margin, Margin - Drop), cover)
     , m_radius(radius)
 {
-    setAttribute(Qt::WA_TransparentForMouseEvents);
     resize(cover + 2 * QSize(Margin, Margin));
     QImage shape(size() / Step, QImage::Format_Alpha8);
     shape.fill(Qt::transparent);

@@ -39,7 +39,6 @@ QPainterPath smoothCorners(const QRectF &rect, double radius)
     addCorner(path, centers.bottomRight(), reach, 1);
     addCorner(path, centers.bottomLeft(), reach, 2);
     addCorner(path, centers.topLeft(), reach, 3);
-    path.closeSubpath();
     return path;
 }
 
