@@ -1,52 +1,141 @@
 #include "ui/drawing/Symbol.h"
 
 #include "ui/drawing/DevicePixels.h"
-#include "ui/drawing/SymbolDrawing.h"
+#include "ui/drawing/SymbolOutline.h"
 
-#include <QFile>
 #include <QPainter>
 #include <QPixmapCache>
-#include <QSvgRenderer>
+#include <QtMath>
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr double Grid = 24; // units a side of a drawing
+constexpr double Tie = 1e-6; // what is this near to a half is one
+
 // The rasteriser misses parts of pixels where strokes bend, which shows in small symbols.
 constexpr int Fineness = 4;
 
-QByteArray drawingNamed(const QString &name)
+/// Units: 1.65 for a regular font.
+double strokeWidth(QFont::Weight weight)
 {
-    QFile file(u":/symbols/%1.svg"_s.arg(name));
-    const bool isKnown = file.open(QIODevice::ReadOnly);
-    Q_ASSERT_X(isKnown, "symbolPixmap", qPrintable(name));
-    return isKnown ? file.readAll() : QByteArray();
+    return 0.65 + 0.0025 * static_cast<int>(weight);
 }
 
-/// How much ink there is at each pixel.
-QImage inkOf(const QByteArray &drawing, int pixels)
+/// The whole number nearest to `length`, by their ratio, that lies in the middle of `room` without halves; at
+/// least 1.
+int centrableLength(double length, int room)
 {
-    QSvgRenderer renderer(drawing);
-    Q_ASSERT(renderer.isValid());
-    QImage fine(QSize(pixels, pixels) * Fineness, QImage::Format_Grayscale8);
-    fine.fill(Qt::white);
-    QPainter painter(&fine);
-    painter.setRenderHint(QPainter::Antialiasing);
-    renderer.render(&painter, fine.rect());
-    painter.end();
-    fine.invertPixels();
-    QImage ink = fine.scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                     .convertToFormat(QImage::Format_Grayscale8);
-    ink.reinterpretAsFormat(QImage::Format_Alpha8);
-    return ink;
+    const int odd = room % 2;
+    const int shorter = 2 * qFloor((length - odd) / 2) + odd;
+    const int longer = shorter + 2;
+    return length * length < shorter * longer ? shorter : longer;
+}
+
+/// Along one axis, in pixels.
+struct Span {
+    double start;
+    double length;
+};
+
+/// The nearest span on whole pixels. Both halves of the drawing are treated alike, as in a mirror.
+Span onPixels(const Span &span, int pixels)
+{
+    const double middle = span.start + span.length / 2;
+    const bool isCentred = std::abs(middle - pixels / 2.0) < Tie;
+    if (isCentred) {
+        const int length = centrableLength(span.length, pixels);
+        return {(pixels - length) / 2.0, static_cast<double>(length)};
+    }
+    const double length = std::max(1.0, std::round(span.length + Tie));
+    const double start = middle - length / 2;
+    const bool isBeforeMiddle = middle < pixels / 2.0;
+    return {isBeforeMiddle ? std::floor(start + 0.5 + Tie) : std::ceil(start - 0.5 - Tie), length};
+}
+
+QPainterPath pathOf(const SymbolShape &shape)
+{
+    QPainterPath path;
+    const auto &points = shape.outline;
+    if (shape.fit == SymbolShape::Fit::Circle)
+        path.addEllipse(QRectF(points[0], points[1]));
+    else
+        path.moveTo(points[0]);
+    for (std::size_t i = path.elementCount(); i < points.size(); i = path.elementCount()) {
+        if (points[i].isMoveTo())
+            path.moveTo(points[i]);
+        else if (points[i].isLineTo())
+            path.lineTo(points[i]);
+        else
+            path.cubicTo(points[i], points[i + 1], points[i + 2]);
+    }
+    return path;
+}
+
+/// Lays a circle, or what is given by its points, with its stroke on whole pixels.
+void fit(QPainterPath &path, double &stroke, SymbolShape::Fit kind, int pixels)
+{
+    const double scale = pixels / Grid;
+    const QRectF box = path.controlPointRect();
+    QSizeF inked = box.size() + QSizeF(stroke, stroke);
+    // The middle one of several circles can only be centred; all of them are as large as it.
+    if (kind == SymbolShape::Fit::Circle)
+        inked = QSizeF(1, 1) * (centrableLength(inked.width() * scale, pixels) / scale);
+    const auto fitted = [&](double middle, double length) {
+        const Span span = onPixels({(middle - length / 2) * scale, length * scale}, pixels);
+        return Span{span.start / scale, span.length / scale};
+    };
+    const Span across = fitted(box.center().x(), inked.width());
+    const Span down = fitted(box.center().y(), inked.height());
+    // A line along an axis is as thick as its stroke.
+    stroke = box.width() == 0 ? across.length : box.height() == 0 ? down.length : stroke;
+    const auto factor = [&](double length, double whole) {
+        return length == 0 ? 0 : (whole - stroke) / length;
+    };
+    path = QTransform::fromTranslate(across.start + across.length / 2, down.start + down.length / 2)
+               .scale(factor(box.width(), across.length), factor(box.height(), down.length))
+               .translate(-box.center().x(), -box.center().y())
+               .map(path);
+}
+
+/// Draws a symbol in black in its grid, to be `pixels` wide and high: strokes are as wide as the weight asks for, and
+/// circles and what is given by its points (polygons, and lines along an axis) begin and end on whole pixels. What is
+/// symmetric stays so.
+void drawShapes(QPainter &painter, const QString &name, QFont::Weight weight, int pixels)
+{
+    [[maybe_unused]] bool isKnown = false;
+    for (const SymbolShape &shape : symbolShapes()) {
+        if (name != QStringView(shape.symbol))
+            continue;
+        isKnown = true;
+        QPainterPath path = pathOf(shape);
+        double stroke = shape.stroke > 0 ? shape.stroke : strokeWidth(weight);
+        if (shape.fit != SymbolShape::Fit::None)
+            fit(path, stroke, shape.fit, pixels);
+        painter.setCompositionMode(
+            shape.isErased ? QPainter::CompositionMode_DestinationOut : QPainter::CompositionMode_SourceOver);
+        painter.setPen(QPen(Qt::black, stroke, Qt::SolidLine, shape.ends, Qt::RoundJoin));
+        painter.setBrush(shape.isFilled ? QBrush(Qt::black) : QBrush());
+        painter.drawPath(path);
+    }
+    Q_ASSERT_X(isKnown, "drawShapes", qPrintable(name));
 }
 
 QPixmap render(const QString &name, int pixels, const QColor &color, QFont::Weight weight)
 {
+    QImage ink(QSize(pixels, pixels) * Fineness, QImage::Format_Alpha8);
+    ink.fill(Qt::transparent);
+    QPainter painter(&ink);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(ink.width() / Grid, ink.height() / Grid);
+    drawShapes(painter, name, weight, pixels);
+    painter.end();
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(color);
-    image.setAlphaChannel(inkOf(symbolDrawing(drawingNamed(name), weight, pixels), pixels));
+    image.setAlphaChannel(ink.scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
     return QPixmap::fromImage(image);
 }
 
