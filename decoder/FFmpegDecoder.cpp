@@ -26,9 +26,9 @@ constexpr int LowestRate = 1000;
 // Far beyond any track, far from the end of the 64-bit range.
 constexpr std::int64_t FarthestFrame = std::int64_t(1) << 52;
 
-// Timestamps of some containers are whole milliseconds, and some are a packet off: only a leap beyond that
+// Timestamps of some containers are whole milliseconds, and some are a packet off: only a jump beyond that
 // is a hole in the track.
-constexpr double SmallestLeap = 0.25;
+constexpr double SmallestJump = 0.25;
 
 // Before the target, because a codec needs some packets until its output is exact: speech coded as Opus takes
 // 0.3 s, measured. A frame of MP3 may borrow from as many before it as fit into 255 bytes: a second of them at
@@ -159,13 +159,13 @@ void FFmpegDecoder::followTimestamp(std::optional<std::int64_t> position)
     const bool hasLostSound = std::exchange(m_hasLostSound, false);
     if (!position)
         return;
-    const std::int64_t leap = *position - m_chunkPosition;
-    const bool isLeap = std::abs(leap) > m_format.frames(SmallestLeap);
+    const std::int64_t jump = *position - m_chunkPosition;
+    const bool isJump = std::abs(jump) > m_format.frames(SmallestJump);
     const bool canBeHole =
-        leap > 0 && (hasLostSound || keepsTime(m_input->demuxer())) && isInTrack(*position);
-    if ((isLeap && canBeHole) || !m_isPositionKnown)
+        jump > 0 && (hasLostSound || keepsTime(m_input->demuxer())) && isInTrack(*position);
+    if ((isJump && canBeHole) || !m_isPositionKnown)
         m_chunkPosition = *position;
-    else if (isLeap)
+    else if (isJump)
         m_canSeek = false;
     m_isPositionKnown = true;
 }
@@ -293,7 +293,7 @@ Error FFmpegDecoder::failure() const
 
 bool FFmpegDecoder::seek(std::int64_t frame, const IsObsolete &isObsolete)
 {
-    // Whether its numbers leap is seen by the second frame, and no more behind that.
+    // Whether its numbers jump is seen by the second frame, and no more behind that.
     if (m_canSeek && m_chunkPosition == 0)
         fillChunk();
     for (const double runUp : {firstRunUp(frame), LongerRunUp, LongestRunUp}) {

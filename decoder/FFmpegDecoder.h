@@ -17,7 +17,7 @@ struct AVPacket;
 ///
 /// Position zero is the first frame that the codec gives out, once encoder delay is cut off. A packet with
 /// invalid data is left out; after 100 in a row, or two seconds' worth, decoding has failed. Where sound is
-/// missing, by the container's timestamps or after damage, the position leaps with them; any other leap of
+/// missing, by the container's timestamps or after damage, the position jumps with them; any other jump of
 /// theirs (chained streams, wrong numbers) is ignored, and the container's own seeking not used from then on.
 ///
 /// A seek that the container cannot be trusted with decodes from the first frame on, faster than time passes.

@@ -16,6 +16,6 @@ bool isPcm(AVCodecID codec);
 /// that are estimated from a byte rate, and some have codecs that need everything before a frame to decode it.
 bool seeksExactly(std::string_view demuxer, AVCodecID codec);
 
-/// Whether the packets of a container carry their time, so that a leap of it is a hole in the sound. In the
+/// Whether the packets of a container carry their time, so that a jump of it is a hole in the sound. In the
 /// others time is the sum of what the packets last, or a number that nothing depends on.
 bool keepsTime(std::string_view demuxer);

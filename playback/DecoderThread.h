@@ -27,7 +27,7 @@ private:
     const bool m_isDurationGuessed;
 
     std::uint32_t m_generation = 0; ///< of the request that is being answered
-    FrameRing *m_ring = nullptr; ///< none before the first request
+    RingBuffer *m_ring = nullptr; ///< none before the first request
     DecodedFrames m_undelivered; ///< decoded, but the ring was full
     std::int64_t m_position = 0; ///< track frame after the last one delivered
 };

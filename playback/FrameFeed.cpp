@@ -41,11 +41,11 @@ bool Wakeup::wait(std::optional<std::chrono::milliseconds> time)
 
 FrameFeed::FrameFeed(AudioFormat format)
     : m_format(format)
-    , m_rings{FrameRing{format, format.frames(ReadAhead)}, FrameRing{format, format.frames(ReadAhead)}}
+    , m_rings{RingBuffer{format, format.frames(ReadAhead)}, RingBuffer{format, format.frames(ReadAhead)}}
 {
 }
 
-FrameRing &FrameFeed::startOver(std::uint32_t generation, std::int64_t start)
+RingBuffer &FrameFeed::startOver(std::uint32_t generation, std::int64_t start)
 {
     const bool isTaken = m_isPublished && !m_published.exchange(nullptr);
     if (isTaken)
@@ -67,7 +67,7 @@ bool FrameFeed::hasPublished() const
     return m_published.load() && m_publishedGeneration.load() == m_requested.load();
 }
 
-FrameRing *FrameFeed::takePublished()
+RingBuffer *FrameFeed::takePublished()
 {
     return hasPublished() ? m_published.exchange(nullptr) : nullptr;
 }

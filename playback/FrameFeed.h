@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/FrameRing.h"
+#include "playback/RingBuffer.h"
 
 #include <array>
 #include <atomic>
@@ -52,7 +52,7 @@ public:
     // The decoder thread's side
 
     /// An empty ring for the answer to request `generation`, which begins at track frame `start`.
-    FrameRing &startOver(std::uint32_t generation, std::int64_t start);
+    RingBuffer &startOver(std::uint32_t generation, std::int64_t start);
     void publish();
     [[nodiscard]] bool isPublished() const { return m_isPublished; }
 
@@ -68,17 +68,17 @@ public:
     [[nodiscard]] bool hasPublished() const;
 
     /// The ring that answers the newest request, once; null where there is none.
-    FrameRing *takePublished();
+    RingBuffer *takePublished();
 
     void noteStarved() { m_isStarved.store(true); }
 
 private:
     const AudioFormat m_format;
-    std::array<FrameRing, 2> m_rings;
+    std::array<RingBuffer, 2> m_rings;
     std::size_t m_filling = 0; ///< the decoder thread's
     bool m_isPublished = false; ///< the decoder thread's: whether the ring being filled was published
 
-    std::atomic<FrameRing *> m_published = nullptr;
+    std::atomic<RingBuffer *> m_published = nullptr;
     std::atomic<std::uint32_t> m_publishedGeneration = 0;
     std::atomic<std::uint32_t> m_requested = 0;
     std::atomic<bool> m_isStarved = false;

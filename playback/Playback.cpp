@@ -249,7 +249,7 @@ double Playback::heardTime()
 {
     if (!m_output)
         return m_request.seconds;
-    const Renderer::Position heard = m_output->status().heard;
+    const Mixer::Position heard = m_output->status().heard;
     return heard.generation == m_request.generation ? heard.seconds : m_request.seconds;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/Renderer.h"
+#include "playback/Mixer.h"
 
 /// Sounds the frames of one FrameFeed: one stream on the sound server, or nothing that only takes its time.
 ///
@@ -19,7 +19,7 @@ public:
 
     struct Status {
         State state = State::Connecting;
-        Renderer::Position heard; ///< at this moment
+        Mixer::Position heard; ///< at this moment
         bool isEndHeard = false; ///< whether the last frame of what is published has been heard
     };
 

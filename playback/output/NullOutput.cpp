@@ -3,7 +3,7 @@
 NullOutput::NullOutput(std::shared_ptr<FrameFeed> feed, Clock clock)
     : m_feed(feed)
     , m_clock(clock)
-    , m_renderer(std::move(feed))
+    , m_mixer(std::move(feed))
 {
 }
 
@@ -28,7 +28,7 @@ AudioOutput::Status NullOutput::status()
 {
     const std::lock_guard lock(m_mutex);
     catchUp();
-    return {State::Ready, m_renderer.positionAt(m_heard), m_renderer.isEndedAt(m_heard)};
+    return {State::Ready, m_mixer.positionAt(m_heard), m_mixer.isEndedAt(m_heard)};
 }
 
 std::vector<float> NullOutput::advance(std::int64_t frames)
@@ -38,7 +38,7 @@ std::vector<float> NullOutput::advance(std::int64_t frames)
     hear(first + frames);
     std::vector<float> samples;
     for (std::int64_t frame = first; frame < m_heard;) {
-        const auto run = m_renderer.samplesFrom(frame);
+        const auto run = m_mixer.samplesFrom(frame);
         samples.insert(samples.end(), run.begin(), run.end());
         frame += std::int64_t(run.size()) / m_feed->format().channels;
     }
@@ -49,13 +49,13 @@ std::vector<float> NullOutput::advance(std::int64_t frames)
 
 void NullOutput::update()
 {
-    if (m_renderer.needsChange(m_mix))
-        m_renderer.change(m_heard, m_mix);
+    if (m_mixer.needsChange(m_mix))
+        m_mixer.change(m_heard, m_mix);
 }
 
 void NullOutput::hear(std::int64_t frame)
 {
-    m_renderer.render(frame - m_renderer.rendered());
+    m_mixer.render(frame - m_mixer.rendered());
     m_heard = frame;
 }
 

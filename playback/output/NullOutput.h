@@ -29,7 +29,7 @@ private:
     const std::shared_ptr<FrameFeed> m_feed;
     const Clock m_clock;
     std::mutex m_mutex; ///< guards all below
-    Renderer m_renderer;
+    Mixer m_mixer;
     Mix m_mix;
     std::int64_t m_heard = 0;
     std::chrono::steady_clock::time_point m_started; ///< when frame m_startFrame was heard, while playing

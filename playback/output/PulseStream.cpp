@@ -59,7 +59,7 @@ PulseStream::PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &labe
     : m_feed(feed)
     , m_label(label)
     , m_frameSize(std::int64_t(sizeof(float)) * feed->format().channels)
-    , m_renderer(std::move(feed))
+    , m_mixer(std::move(feed))
     , m_clock(m_feed->format().rate)
 {
 }
@@ -105,7 +105,7 @@ void PulseStream::forgetQuestion()
 void PulseStream::close()
 {
     m_isClosing = true;
-    m_renderer.detach();
+    m_mixer.detach();
     if (m_state != AudioOutput::State::Ready || m_isCorked)
         drop();
     else
@@ -114,7 +114,7 @@ void PulseStream::close()
 
 AudioOutput::Status PulseStream::status() const
 {
-    return {m_state, m_renderer.positionAt(heardFrame()), isEndHeard()};
+    return {m_state, m_mixer.positionAt(heardFrame()), isEndHeard()};
 }
 
 void PulseStream::handleConnected(pa_context *context)
@@ -233,7 +233,7 @@ void PulseStream::act()
     const double margin =
         std::min(OverwriteMargin + double(info->configured_sink_usec) / 1e6, LongestOverwriteMargin);
     const Mix mix{shallSound(), m_mix.gain};
-    if (m_renderer.needsChange(mix))
+    if (m_mixer.needsChange(mix))
         changeQueued(readFrame, m_isCorked ? 0 : margin, mix);
     if (mix.isPlaying)
         fillQueue(readFrame);
@@ -271,28 +271,28 @@ void PulseStream::followServer(const pa_timing_info &info)
 /// Makes what the server has queued anew, as late as it still can be.
 void PulseStream::changeQueued(std::int64_t readFrame, double margin, const Mix &mix)
 {
-    m_renderer.skipTo(readFrame);
-    const std::int64_t from = std::min(readFrame + m_feed->format().frames(margin), m_renderer.rendered());
-    m_renderer.change(from, mix);
+    m_mixer.skipTo(readFrame);
+    const std::int64_t from = std::min(readFrame + m_feed->format().frames(margin), m_mixer.rendered());
+    m_mixer.change(from, mix);
     write(from);
     m_isEndNoted = false;
 }
 
 void PulseStream::fillQueue(std::int64_t readFrame)
 {
-    m_renderer.skipTo(readFrame);
-    const std::int64_t from = m_renderer.rendered();
+    m_mixer.skipTo(readFrame);
+    const std::int64_t from = m_mixer.rendered();
     const std::int64_t target = readFrame + m_feed->format().frames(QueueLength);
     if (target <= from)
         return;
-    m_renderer.render(target - from);
+    m_mixer.render(target - from);
     write(from);
 }
 
 void PulseStream::write(std::int64_t from)
 {
-    while (from < m_renderer.rendered()) {
-        const std::span<const float> samples = m_renderer.samplesFrom(from);
+    while (from < m_mixer.rendered()) {
+        const std::span<const float> samples = m_mixer.samplesFrom(from);
         pa_stream_write(
             m_stream, samples.data(), samples.size_bytes(), nullptr, from * m_frameSize, PA_SEEK_ABSOLUTE);
         from += std::int64_t(samples.size_bytes()) / m_frameSize;
@@ -326,10 +326,9 @@ void PulseStream::schedule()
     const pa_usec_t now = pa_rtclock_now();
     pa_usec_t next = now + (m_clock.isMoving() ? UsualLook : StartingLook);
     if (m_clock.isMoving() && !shallSound())
-        next =
-            std::min(next, m_clock.timeOf(m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
-    else if (m_clock.isMoving() && m_renderer.end() && !m_isEndNoted)
-        next = std::min(next, m_clock.timeOf(*m_renderer.end()) + 1000);
+        next = std::min(next, m_clock.timeOf(m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
+    else if (m_clock.isMoving() && m_mixer.end() && !m_isEndNoted)
+        next = std::min(next, m_clock.timeOf(*m_mixer.end()) + 1000);
 
     const auto due = [](pa_mainloop_api *, pa_time_event *, const timeval *, void *self) {
         static_cast<PulseStream *>(self)->update();
@@ -351,16 +350,16 @@ bool PulseStream::isSilenceHeard() const
 {
     if (m_isCorked || isSuspended())
         return !m_isCorked;
-    const std::int64_t silent = m_renderer.fadeEnd() + m_feed->format().frames(CorkMargin);
-    return heardFrame() >= std::min(silent, m_renderer.rendered());
+    const std::int64_t silent = m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin);
+    return heardFrame() >= std::min(silent, m_mixer.rendered());
 }
 
 bool PulseStream::isEndHeard() const
 {
-    return m_renderer.end() && heardFrame() >= *m_renderer.end();
+    return m_mixer.end() && heardFrame() >= *m_mixer.end();
 }
 
 std::int64_t PulseStream::heardFrame() const
 {
-    return m_clock.frameAt(pa_rtclock_now(), m_renderer.rendered());
+    return m_clock.frameAt(pa_rtclock_now(), m_mixer.rendered());
 }

@@ -60,7 +60,7 @@ private:
     const std::shared_ptr<FrameFeed> m_feed;
     const SoundLabel m_label;
     const std::int64_t m_frameSize; ///< bytes
-    Renderer m_renderer;
+    Mixer m_mixer;
     PulseClock m_clock;
     Mix m_mix;
 

@@ -319,7 +319,7 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("hole");
         QTest::newRow("nothing") << 0.0 << qint64(1152) << qint64(0);
         QTest::newRow("less than is waited for") << 0.01 << qint64(1152) << qint64(0);
-        QTest::newRow("more leaps than the ring knows") << 0.2 << qint64(10) << qint64(100);
+        QTest::newRow("more jumps than the ring knows") << 0.2 << qint64(10) << qint64(100);
     }
 
     void soundOfAnyLengthIsPlayedToItsEnd()

@@ -1,101 +1,398 @@
+#include "playback/Mixer.h"
 #include "tests/TestProgram.h"
-#include "tests/playback/PlayedTrack.h"
+#include "tests/playback/WavFile.h"
 
-using namespace Qt::StringLiterals;
+#include <cmath>
 
-/// What the desktop's mixer shows of a player, and what it may ask of it.
-class MixerTest : public QObject, private PlayedTrack {
+namespace {
+
+constexpr AudioFormat stereo{48000, 2};
+constexpr std::int64_t seconds = 1; // of sound in the feed
+constexpr std::int64_t queue = 48000 * 4 / 10;
+constexpr std::int64_t fade = 48000 * 8 / 1000;
+
+} // namespace
+
+/// An output as a sound server keeps it: what is rendered waits in a queue, and may be made anew until heard.
+class MixerTest : public QObject {
     Q_OBJECT
 
 private:
-    bool play(const SoundLabel &label)
+    std::shared_ptr<FrameFeed> m_feed;
+    std::unique_ptr<Mixer> m_mixer;
+    RingBuffer *m_ring = nullptr;
+    std::uint32_t m_generation = 0;
+    std::int64_t m_heard = 0;
+    std::vector<float> m_sound; ///< the track, stereo, position coded
+    std::vector<float> m_output; ///< everything that was heard
+
+    void offer(std::int64_t start, std::int64_t frames)
     {
-        openTrack(label);
-        m_player->play();
-        return QTest::qWaitFor([this] { return m_player->currentTime() > 0.1; });
+        m_feed->request(++m_generation);
+        m_ring = &m_feed->startOver(m_generation, start);
+        add(start, frames);
+        m_feed->publish();
     }
 
-    /// The server's account of the streams that play on it.
-    [[nodiscard]] QString streams() const
+    void add(std::int64_t start, std::int64_t frames)
     {
-        return m_daemon->order({u"list"_s, u"sink-inputs"_s}).value_or(QString());
+        m_ring->write(std::span(m_sound).subspan(std::size_t(start) * 2, std::size_t(frames) * 2), start);
+    }
+
+    void change(const Mix &mix)
+    {
+        m_mixer->change(m_heard, mix);
+        fillQueue();
+    }
+
+    void fillQueue() { m_mixer->render(std::max<std::int64_t>(m_heard + queue - m_mixer->rendered(), 0)); }
+
+    void hear(std::int64_t frames)
+    {
+        for (std::int64_t frame = 0; frame < frames; ++frame, ++m_heard) {
+            const auto samples = m_mixer->samplesFrom(m_heard);
+            m_output.insert(m_output.end(), {samples[0], samples[1]});
+            if (frame % 1000 == 0)
+                fillQueue();
+        }
+    }
+
+    [[nodiscard]] double gainAt(std::int64_t frame) const
+    {
+        return double(m_output[std::size_t(frame) * 2 + 1]) / 0.8;
+    }
+
+    /// The track frame that was heard at `frame`; the signal must not be silent there.
+    [[nodiscard]] std::int64_t placeAt(std::int64_t frame) const
+    {
+        const auto index = std::size_t(frame) * 2;
+        const double left = double(m_output[index]) / double(m_output[index + 1]) * 0.8;
+        return std::llround((left - 0.2) / 0.6 * double(m_sound.size()) / 2);
+    }
+
+    void verifyNoStep(double steepest, std::int64_t from = 0)
+    {
+        for (std::int64_t frame = from + 1; frame < std::int64_t(m_output.size() / 2); ++frame)
+            QVERIFY2(
+                std::abs(gainAt(frame) - gainAt(frame - 1)) <= steepest, qPrintable(QString::number(frame)));
+    }
+
+    /// What is heard begins with the track's first frame, and its gain rises to 1 within the fade.
+    void verifyBeginning()
+    {
+        for (std::int64_t frame = 0; frame < fade; ++frame) {
+            QCOMPARE(placeAt(frame), frame);
+            QVERIFY(std::abs(gainAt(frame) - double(frame + 1) / double(fade + 1)) < 1e-6);
+        }
+        QVERIFY(std::abs(gainAt(fade) - 1) < 1e-6);
     }
 
 private Q_SLOTS:
-    void initTestCase() { saveTrack(); }
-
-    void init() { cleanup(); }
-
-    void cleanup() { release(); }
-
-    void streamIsNamedAfterTheTrack_data()
+    void init()
     {
-        QTest::addColumn<PulseDaemon::Kind>("kind");
-        QTest::newRow("PulseAudio") << PulseDaemon::Kind::PulseAudio;
-        QTest::newRow("PipeWire") << PulseDaemon::Kind::PipeWire;
+        m_sound = WavFile::positionCodedSamples(stereo.rate, seconds * 2);
+        m_feed = std::make_shared<FrameFeed>(stereo);
+        m_mixer = std::make_unique<Mixer>(m_feed);
+        m_generation = 0;
+        m_heard = 0;
+        m_output.clear();
     }
 
-    void streamIsNamedAfterTheTrack()
+    void trackBeginsWithItsFirstSampleAtOnceAndFadesIn()
     {
-        QFETCH(PulseDaemon::Kind, kind);
-        m_daemon = std::make_unique<PulseDaemon>(kind);
-        QVERIFY(m_daemon->start());
-        QVERIFY(play({u"Canción del río"_s, u"Ana\nLuz"_s}));
-        const QString shown = streams();
-        for (const QString &property :
-            {u"media.name = \"Canción del río – Ana Luz\""_s, u"media.title = \"Canción del río\""_s,
-                u"media.artist = \"Ana Luz\""_s, u"media.role = \"music\""_s,
-                u"media.icon_name = \"lumaverdine\""_s, u"application.name = \"Lumaverdine\""_s})
-            QVERIFY2(shown.contains(property), qPrintable(property + u" in "_s + shown));
-        QVERIFY(!shown.contains(u"secret"_s));
+        offer(0, 48000);
+        change({true, 1});
+        hear(fade + 100);
+        verifyBeginning();
     }
 
-    void streamsOfAnyNameSound_data()
+    void framesThatComeLateStillBeginWithTheFirst()
     {
-        QTest::addColumn<QString>("title");
-        QTest::newRow("none") << QString();
-        QTest::newRow("very long") << QString(100'000, u'ñ');
-        QTest::newRow("half a character") << QString(QChar(0xd83c));
-        QTest::newRow("null character") << QString(3, QChar(0));
+        m_mixer->change(0, {true, 1});
+        m_mixer->render(queue);
+        m_heard = 500;
+        offer(0, 48000);
+        QVERIFY(m_mixer->needsChange({true, 1}));
+        change({true, 1});
+        hear(fade + 100);
+        verifyBeginning();
     }
 
-    void streamsOfAnyNameSound()
+    void pausesAndResumesLoseAndRepeatNothing()
     {
-        QFETCH(QString, title);
-        m_daemon = std::make_unique<PulseDaemon>();
-        QVERIFY(m_daemon->start());
-        QVERIFY(play({title, title}));
-        QVERIFY(streams().contains(u"media.role = \"music\""_s));
+        offer(0, 96000);
+        change({true, 1});
+        std::int64_t expected = 0;
+        for (int round = 0; round < 10; ++round) {
+            hear(1500);
+            change({false, 1});
+            hear(2000 + round * 37);
+            change({true, 1});
+        }
+        for (std::int64_t frame = 0; frame < m_heard; ++frame) {
+            if (gainAt(frame) == 0)
+                continue;
+            QCOMPARE(placeAt(frame), expected);
+            ++expected;
+        }
+        QCOMPARE(expected, 10 * (1500 + fade));
+        verifyNoStep(1.01 / fade);
     }
 
-    void callPausesTheMusicWhileItLasts()
+    void resumeWithinTheFadeOfThePauseHasNoStep()
     {
-        m_daemon = std::make_unique<PulseDaemon>();
-        QVERIFY(m_daemon->start());
-        QVERIFY(m_daemon->order({u"load-module"_s, u"module-role-cork"_s}));
-        PositionCapture capture;
-        QVERIFY(capture.start());
-        QVERIFY(play({}));
+        offer(0, 96000);
+        change({true, 1});
+        hear(1000);
+        change({false, 1});
+        hear(fade / 2);
+        change({true, 1});
+        hear(2000);
+        verifyNoStep(2.0 / fade);
+        QVERIFY(std::abs(gainAt(m_heard - 1) - 1) < 1e-6);
+    }
 
-        QProcess call;
-        call.start(
-            u"pacat"_s, {u"--playback"_s, u"--property=media.role=phone"_s, u"--raw"_s, u"/dev/zero"_s});
-        QVERIFY(call.waitForStarted());
-        QTRY_VERIFY(streams().contains(u"Corked: yes"_s));
-        const double held = m_player->currentTime();
-        QVERIFY(m_player->isPlaying());
-        QVERIFY(capture.record(0.4));
-        QVERIFY(!capture.isSounding(capture.frames() - 1));
-        QCOMPARE(m_player->currentTime(), held);
+    void volumeIsALinearFactorReachedOverARamp()
+    {
+        offer(0, 96000);
+        change({true, 0.75F});
+        hear(1000);
+        QVERIFY(std::abs(gainAt(999) - 0.75) < 1e-6);
+        change({true, 0.25F});
+        hear(2000);
+        QVERIFY(std::abs(gainAt(1000 + fade) - 0.25) < 1e-6);
+        QCOMPARE(placeAt(2999), 2999);
+        verifyNoStep(0.51 / fade, fade);
+    }
 
-        call.kill();
-        QVERIFY(call.waitForFinished());
-        QTRY_VERIFY(m_player->currentTime() > held + 0.1);
-        QVERIFY(capture.record(0.2));
-        // The server mutes at once, before the fade: what it swallows is not more than that.
-        const std::int64_t last = capture.frames() - 1;
-        QVERIFY(capture.isSounding(last));
-        QVERIFY(std::abs(capture.place(last) - m_player->currentTime()) < 0.1);
+    void volumeZeroIsSilence()
+    {
+        offer(0, 96000);
+        change({true, 0});
+        hear(1000);
+        QCOMPARE(m_output, std::vector<float>(2000, 0.0F));
+    }
+
+    void seekCrossesOverToTheNewPlace()
+    {
+        offer(0, 48000);
+        change({true, 1});
+        hear(1000);
+        QCOMPARE(m_mixer->positionAt(m_heard).generation, 1U);
+        offer(60'000, 30'000);
+        QVERIFY(m_mixer->needsChange({true, 1}));
+        change({true, 1});
+        QCOMPARE(m_mixer->positionAt(m_heard - 1).seconds, 999.0 / 48000);
+        QCOMPARE(m_mixer->positionAt(m_heard).seconds, 60'000.0 / 48000);
+        QCOMPARE(m_mixer->positionAt(m_heard).generation, 2U);
+        hear(3000);
+        QCOMPARE(placeAt(3999), 62'999);
+        for (std::int64_t frame = fade; frame < m_heard; ++frame)
+            QVERIFY(std::abs(gainAt(frame) - 1) < 1e-5);
+    }
+
+    void positionHoldsWhileNothingArrives()
+    {
+        offer(0, 1000);
+        change({true, 1});
+        hear(3000);
+        QCOMPARE(m_mixer->positionAt(m_heard).seconds, 1000.0 / 48000);
+        add(1000, 5000);
+        QVERIFY(m_mixer->needsChange({true, 1}));
+        change({true, 1});
+        hear(1000);
+        QCOMPARE(placeAt(m_heard - 1), 1999);
+        QCOMPARE(m_mixer->positionAt(m_heard).seconds, 2000.0 / 48000);
+    }
+
+    void endIsTheFrameAfterTheLast()
+    {
+        offer(0, 1000);
+        m_ring->finish();
+        change({true, 1});
+        QVERIFY(m_mixer->end());
+        QCOMPARE(*m_mixer->end(), 1000);
+        QVERIFY(!m_mixer->isEndedAt(999));
+        QVERIFY(m_mixer->isEndedAt(1000));
+        hear(2000);
+        QCOMPARE(placeAt(999), 999);
+        QCOMPARE(gainAt(1000), 0.0);
+        QCOMPARE(m_mixer->positionAt(m_heard).seconds, 1000.0 / 48000);
+    }
+
+    void pauseBeforeTheEndTakesItBack()
+    {
+        offer(0, 2000);
+        m_ring->finish();
+        change({true, 1});
+        hear(500);
+        change({false, 1});
+        QVERIFY(!m_mixer->end() && !m_mixer->isEndedAt(100'000));
+        hear(1000);
+        change({true, 1});
+        QCOMPARE(*m_mixer->end(), 1500 + 2000 - 500 - fade);
+    }
+
+    void detachedRendererFadesWithoutTakingFrames()
+    {
+        offer(0, 48000);
+        change({true, 1});
+        hear(1000);
+        const std::int64_t available = m_ring->available();
+        m_mixer->detach();
+        change({false, 1});
+        hear(1000);
+        QCOMPARE(m_ring->available(), available);
+        QCOMPARE(gainAt(1000 + fade), 0.0);
+        verifyNoStep(1.01 / fade);
+    }
+
+    void seekFadesForSixteenMillisecondsIfItIsHeardAndForEightIfNot()
+    {
+        offer(0, 40000);
+        change({true, 1});
+        hear(5000);
+        offer(50000, 40000);
+        change({true, 1});
+        QCOMPARE(m_mixer->fadeEnd(), 5000 + 2 * fade);
+        hear(5000);
+        change({false, 1});
+        QCOMPARE(m_mixer->fadeEnd(), 10000 + fade);
+        hear(5000);
+        offer(20000, 40000);
+        change({false, 1});
+        QCOMPARE(m_mixer->fadeEnd(), 15000 + fade);
+        QCOMPARE(m_mixer->positionAt(15000 + fade).seconds, 20000.0 / 48000);
+    }
+
+    void volumeDuringTheFadeOfAPauseLosesAndRepeatsNothing()
+    {
+        offer(0, 96000);
+        change({true, 1});
+        hear(1000);
+        change({false, 1});
+        hear(fade / 2);
+        change({false, 0.9F});
+        hear(2000);
+        change({true, 1});
+        hear(fade + 10);
+        QCOMPARE(placeAt(m_heard - 1), 1000 + fade + fade + 9);
+    }
+
+    void changeIsNeededForAnotherMixPlaceOrFramesThatWereMissing()
+    {
+        const Mix playing{true, 1};
+        QVERIFY(!m_mixer->needsChange({}));
+        QVERIFY(m_mixer->needsChange(playing));
+        offer(0, 1000);
+        QVERIFY(m_mixer->needsChange({}));
+        change(playing);
+        QVERIFY(!m_mixer->needsChange(playing));
+        QVERIFY(m_mixer->needsChange({true, 0.5F}));
+        add(1000, 40000);
+        QVERIFY(m_mixer->needsChange(playing));
+        change(playing);
+        QVERIFY(!m_mixer->needsChange(playing));
+        offer(50000, 40000);
+        QVERIFY(m_mixer->needsChange(playing));
+        m_mixer->detach();
+        QVERIFY(!m_mixer->needsChange(playing));
+    }
+
+    void framesThatWereMissingAreOfNoInterestInAPause()
+    {
+        offer(0, 1000);
+        change({true, 1});
+        hear(500);
+        m_mixer->change(m_heard, {false, 1});
+        m_mixer->change(m_heard, {true, 1});
+        m_mixer->render(5000);
+        m_mixer->change(m_heard, {false, 1});
+        add(1000, 5000);
+        QVERIFY(!m_mixer->needsChange({false, 1}));
+    }
+
+    void framesTheOutputHasSkippedAreSilentAndHoldTheTrack()
+    {
+        offer(0, 96000);
+        change({true, 1});
+        hear(queue);
+        const std::int64_t skipped = m_mixer->rendered();
+        m_mixer->skipTo(skipped - 1);
+        QCOMPARE(m_mixer->rendered(), skipped);
+        const double held = m_mixer->positionAt(skipped).seconds;
+        m_mixer->skipTo(skipped + 5000);
+        QCOMPARE(m_mixer->rendered(), skipped + 5000);
+        QCOMPARE(m_mixer->positionAt(skipped + 5000).seconds, held);
+        m_mixer->render(48);
+        QCOMPARE(m_mixer->positionAt(skipped + 4000).seconds, held);
+        QCOMPARE(m_mixer->positionAt(skipped + 5048).seconds, held + 0.001);
+    }
+
+    void changeReachesBackForHalfOfTheMemoryAtMost()
+    {
+        QCOMPARE(m_mixer->memory(), stereo.rate);
+        offer(0, 96000);
+        change({true, 1});
+        m_mixer->render(60000 - m_mixer->rendered());
+        m_mixer->change(0, {true, 0.5F});
+        QCOMPARE(m_mixer->fadeEnd(), 60000 - 24000 + fade);
+        m_mixer->change(70000, {true, 1});
+        QCOMPARE(m_mixer->fadeEnd(), 60000 + fade);
+    }
+
+    void changeAfterTheEndLeavesIt()
+    {
+        offer(0, 1000);
+        m_ring->finish();
+        change({true, 1});
+        hear(1000);
+        change({true, 0.5F});
+        QCOMPARE(m_mixer->end(), 1000);
+        hear(100);
+        change({true, 1});
+        QCOMPARE(m_mixer->end(), 1000);
+        offer(2000, 1000);
+        change({true, 1});
+        QVERIFY(!m_mixer->end());
+    }
+
+    void decoderIsWokenWhenHalfOfItsFramesAreGone()
+    {
+        const auto isWoken = [this] { return m_feed->decoderWakeup().wait(std::chrono::milliseconds(0)); };
+        offer(0, 96000);
+        change({true, 1});
+        m_mixer->render(48000 - m_mixer->rendered());
+        QVERIFY(!isWoken());
+        m_mixer->render(1);
+        QVERIFY(isWoken());
+        m_ring->finish();
+        m_mixer->render(100);
+        QVERIFY(!isWoken());
+    }
+
+    void runsOutOfFramesOnceItHasTold()
+    {
+        offer(0, 1000);
+        change({true, 1});
+        QVERIFY(m_feed->takeStarved());
+        m_ring->finish();
+        m_mixer->render(1000);
+        QVERIFY(!m_feed->takeStarved());
+    }
+
+    void changeThatReachesBackBeforeASeekStaysAtItsTarget()
+    {
+        offer(0, 40000);
+        change({true, 1});
+        hear(5000);
+        offer(60000, 30000);
+        change({true, 1});
+        m_mixer->change(m_heard - 1, {true, 0.5F});
+        hear(queue + 1000);
+        QVERIFY(placeAt(m_heard - 1) > 60000);
+        for (std::int64_t frame = 6000; frame < m_heard; ++frame)
+            QVERIFY2(placeAt(frame) > 60000, qPrintable(QString::number(frame)));
     }
 };
 

@@ -35,10 +35,10 @@ private:
     std::uint32_t m_generation = 0;
     const std::vector<float> m_sound = WavFile::positionCodedSamples(stereo.rate, 2);
 
-    FrameRing &offer(std::int64_t start, std::int64_t frames)
+    RingBuffer &offer(std::int64_t start, std::int64_t frames)
     {
         m_feed->request(++m_generation);
-        FrameRing &ring = m_feed->startOver(m_generation, start);
+        RingBuffer &ring = m_feed->startOver(m_generation, start);
         ring.write(std::span(m_sound).subspan(std::size_t(start) * 2, std::size_t(frames) * 2), start);
         m_feed->publish();
         m_output->refresh();

@@ -18,13 +18,13 @@ std::vector<float> counting(std::int64_t first, std::int64_t count)
 
 } // namespace
 
-class FrameRingTest : public QObject {
+class RingBufferTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void framesComeOutInOrderAndWithTheirPosition()
     {
-        FrameRing ring(stereo, 4);
+        RingBuffer ring(stereo, 4);
         const auto samples = counting(0, 6);
         QCOMPARE(ring.write(samples, 100), 3);
         std::vector<float> read(4);
@@ -37,7 +37,7 @@ private Q_SLOTS:
 
     void fullRingTakesNoMore()
     {
-        FrameRing ring(mono, 4);
+        RingBuffer ring(mono, 4);
         QCOMPARE(ring.write(counting(0, 6), 0), 4);
         QCOMPARE(ring.write(counting(4, 2), 4), 0);
         float sample = -1;
@@ -47,7 +47,7 @@ private Q_SLOTS:
 
     void framesWrapAroundTheEndOfTheRing()
     {
-        FrameRing ring(stereo, 5);
+        RingBuffer ring(stereo, 5);
         std::int64_t written = 0;
         std::int64_t read = 0;
         for (int round = 0; round < 20; ++round) {
@@ -63,11 +63,11 @@ private Q_SLOTS:
         QVERIFY(read > 50);
     }
 
-    void leapsThatFindNoRoomWaitForTheReader()
+    void jumpsThatFindNoRoomWaitForTheReader()
     {
-        FrameRing ring(mono, 100);
-        for (std::int64_t leap = 0; leap < 32; ++leap)
-            QCOMPARE(ring.write(counting(leap, 1), leap * 10), 1);
+        RingBuffer ring(mono, 100);
+        for (std::int64_t jump = 0; jump < 32; ++jump)
+            QCOMPARE(ring.write(counting(jump, 1), jump * 10), 1);
         QCOMPARE(ring.write(counting(32, 1), 320), 0);
         QCOMPARE(ring.write(counting(32, 1), 311), 1); // goes on where the last one ended
         float sample = 0;
@@ -79,7 +79,7 @@ private Q_SLOTS:
 
     void ringThatStartsOverIsEmpty()
     {
-        FrameRing ring(mono, 4);
+        RingBuffer ring(mono, 4);
         ring.write(counting(0, 3), 70);
         ring.finish();
         ring.reset(5, 90);
@@ -92,21 +92,21 @@ private Q_SLOTS:
         QCOMPARE(ring.read(samples, 4).position, 73);
     }
 
-    void runEndsWhereTheTrackLeaps()
+    void runEndsWhereTheTrackJumps()
     {
-        FrameRing ring(mono, 10);
+        RingBuffer ring(mono, 10);
         ring.write(counting(0, 3), 0);
         ring.write(counting(3, 3), 50);
         float samples[10];
         QCOMPARE(ring.read(samples, 10).frames, 3);
-        const auto leapt = ring.read(samples, 10);
-        QCOMPARE(leapt.frames, 3);
-        QCOMPARE(leapt.position, 50);
+        const auto rest = ring.read(samples, 10);
+        QCOMPARE(rest.frames, 3);
+        QCOMPARE(rest.position, 50);
     }
 
     void exhaustedOnlyOnceFinishedAndEmpty()
     {
-        FrameRing ring(mono, 4);
+        RingBuffer ring(mono, 4);
         QVERIFY(!ring.isExhausted());
         ring.write(counting(0, 1), 0);
         ring.finish();
@@ -119,7 +119,7 @@ private Q_SLOTS:
     void twoThreadsLoseAndRepeatNothing()
     {
         constexpr std::int64_t total = 1'000'000;
-        FrameRing ring(mono, 1000);
+        RingBuffer ring(mono, 1000);
         std::thread writer([&] {
             for (std::int64_t next = 0; next < total;) {
                 const std::int64_t written =
@@ -159,7 +159,7 @@ private Q_SLOTS:
         QVERIFY(!feed.takePublished());
         feed.startOver(2, 480);
         feed.publish();
-        FrameRing *ring = feed.takePublished();
+        RingBuffer *ring = feed.takePublished();
         QVERIFY(ring);
         QCOMPARE(ring->generation(), 2U);
         QCOMPARE(ring->start(), 480);
@@ -170,10 +170,10 @@ private Q_SLOTS:
     {
         FrameFeed feed(mono);
         feed.request(1);
-        FrameRing &first = feed.startOver(1, 0);
+        RingBuffer &first = feed.startOver(1, 0);
         feed.publish();
         QCOMPARE(feed.takePublished(), &first);
-        FrameRing &second = feed.startOver(2, 0);
+        RingBuffer &second = feed.startOver(2, 0);
         QVERIFY(&second != &first);
         feed.publish();
         QCOMPARE(&feed.startOver(3, 0), &second);
@@ -205,19 +205,19 @@ private Q_SLOTS:
         std::thread writer([&] {
             for (std::uint32_t generation = 1; generation <= requests; ++generation) {
                 feed.request(generation);
-                FrameRing &ring = feed.startOver(generation, generation);
+                RingBuffer &ring = feed.startOver(generation, generation);
                 ring.write(std::vector<float>(10, float(generation)), generation);
                 feed.publish();
                 ring.write(std::vector<float>(10, float(generation)), generation + 10);
             }
             isDone = true;
         });
-        FrameRing *ring = nullptr;
+        RingBuffer *ring = nullptr;
         std::uint32_t taken = 0;
         bool isRight = true;
         float samples[20];
         while (!isDone || feed.hasPublished()) {
-            if (FrameRing *next = feed.takePublished()) {
+            if (RingBuffer *next = feed.takePublished()) {
                 isRight = isRight && next->generation() > taken;
                 ring = next;
                 taken = ring->generation();
@@ -266,5 +266,5 @@ private Q_SLOTS:
     }
 };
 
-LUMAVERDINE_TEST(FrameRingTest)
-#include "FrameRingTest.moc"
+LUMAVERDINE_TEST(RingBufferTest)
+#include "RingBufferTest.moc"

@@ -1,4 +1,4 @@
-#include "playback/Renderer.h"
+#include "playback/Mixer.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ constexpr double LongestQueue = 1; // seconds
 
 } // namespace
 
-Renderer::Renderer(std::shared_ptr<FrameFeed> feed)
+Mixer::Mixer(std::shared_ptr<FrameFeed> feed)
     : m_feed(std::move(feed))
     , m_channels(m_feed->format().channels)
     , m_memory(m_feed->format().frames(LongestQueue))
@@ -21,7 +21,7 @@ Renderer::Renderer(std::shared_ptr<FrameFeed> feed)
 {
 }
 
-void Renderer::render(std::int64_t frames)
+void Mixer::render(std::int64_t frames)
 {
     if (m_mix.isPlaying)
         renderSound(frames);
@@ -29,7 +29,7 @@ void Renderer::render(std::int64_t frames)
         renderSilence(frames);
 }
 
-void Renderer::skipTo(std::int64_t frame)
+void Mixer::skipTo(std::int64_t frame)
 {
     if (frame <= m_rendered)
         return;
@@ -37,13 +37,13 @@ void Renderer::skipTo(std::int64_t frame)
     m_rendered = frame;
 }
 
-bool Renderer::needsChange(const Mix &mix) const
+bool Mixer::needsChange(const Mix &mix) const
 {
     const bool hasMissingFrames = m_isStarved && m_ring && m_ring->available() > 0;
     return mix != m_mix || hasPublished() || hasMissingFrames;
 }
 
-void Renderer::change(std::int64_t frame, const Mix &mix)
+void Mixer::change(std::int64_t frame, const Mix &mix)
 {
     frame = std::clamp<std::int64_t>(frame, std::max<std::int64_t>(m_rendered - m_memory / 2, 0), m_rendered);
     const bool isNewPlace = hasPublished();
@@ -70,26 +70,26 @@ void Renderer::change(std::int64_t frame, const Mix &mix)
     render(oldEnd - frame);
 }
 
-std::span<const float> Renderer::samplesFrom(std::int64_t frame) const
+std::span<const float> Mixer::samplesFrom(std::int64_t frame) const
 {
     const std::int64_t frames = std::min(m_rendered - frame, untilWrap(frame));
     return {output(frame), std::size_t(frames * m_channels)};
 }
 
-void Renderer::detach()
+void Mixer::detach()
 {
     m_isDetached = true;
     m_ring = nullptr;
 }
 
-Renderer::Position Renderer::positionAt(std::int64_t frame) const
+Mixer::Position Mixer::positionAt(std::int64_t frame) const
 {
     const std::int64_t cursor = m_cursors.at(frame);
     const auto piece = m_track.pieceAt(cursor);
     return {format().seconds(piece.at(cursor)), piece.tag};
 }
 
-void Renderer::renderSound(std::int64_t frames)
+void Mixer::renderSound(std::int64_t frames)
 {
     while (frames > 0) {
         const std::int64_t run =
@@ -107,7 +107,7 @@ void Renderer::renderSound(std::int64_t frames)
     }
 }
 
-void Renderer::renderSilence(std::int64_t frames)
+void Mixer::renderSilence(std::int64_t frames)
 {
     while (frames > 0) {
         const std::int64_t run = std::min(frames, untilWrap(m_rendered));
@@ -118,13 +118,13 @@ void Renderer::renderSilence(std::int64_t frames)
 }
 
 /// Sees to it that up to `frames` frames from the cursor on are in the history, and answers how many are.
-std::int64_t Renderer::fetch(std::int64_t frames)
+std::int64_t Mixer::fetch(std::int64_t frames)
 {
     if (m_cursor < m_taken)
         return std::min(frames, m_taken - m_cursor);
     if (!m_ring)
         return 0;
-    const FrameRing::Run run = m_ring->read(history(m_cursor), frames);
+    const RingBuffer::Run run = m_ring->read(history(m_cursor), frames);
     if (run.frames > 0)
         m_track.append({m_taken, run.position, true, m_ring->generation()});
     m_taken += run.frames;
@@ -133,7 +133,7 @@ std::int64_t Renderer::fetch(std::int64_t frames)
     return run.frames;
 }
 
-void Renderer::noteMissing()
+void Mixer::noteMissing()
 {
     if (m_ring && m_ring->isExhausted()) {
         if (!m_end)
@@ -146,7 +146,7 @@ void Renderer::noteMissing()
 
 /// Writes output frames: `source`, or silence where that is null, with the gain, and within a fade mixed with
 /// what stood there before.
-void Renderer::mixInto(std::int64_t frame, const float *source, std::int64_t frames)
+void Mixer::mixInto(std::int64_t frame, const float *source, std::int64_t frames)
 {
     float *target = output(frame);
     for (std::int64_t index = 0; index < frames; ++index) {
@@ -159,9 +159,9 @@ void Renderer::mixInto(std::int64_t frame, const float *source, std::int64_t fra
     }
 }
 
-void Renderer::adoptPublished()
+void Mixer::adoptPublished()
 {
-    FrameRing *ring = m_feed->takePublished();
+    RingBuffer *ring = m_feed->takePublished();
     if (!ring)
         return;
     m_ring = ring;
@@ -171,17 +171,17 @@ void Renderer::adoptPublished()
     m_track.append({m_taken, ring->start(), true, ring->generation()});
 }
 
-float *Renderer::output(std::int64_t frame)
+float *Mixer::output(std::int64_t frame)
 {
     return m_output.data() + frame % m_memory * m_channels;
 }
 
-const float *Renderer::output(std::int64_t frame) const
+const float *Mixer::output(std::int64_t frame) const
 {
     return m_output.data() + frame % m_memory * m_channels;
 }
 
-float *Renderer::history(std::int64_t cursor)
+float *Mixer::history(std::int64_t cursor)
 {
     return m_history.data() + cursor % m_memory * m_channels;
 }

@@ -1,32 +1,32 @@
-#include "playback/FrameRing.h"
+#include "playback/RingBuffer.h"
 
 #include <algorithm>
 
-FrameRing::FrameRing(AudioFormat format, std::int64_t capacity)
+RingBuffer::RingBuffer(AudioFormat format, std::int64_t capacity)
     : m_capacity(capacity)
     , m_channels(format.channels)
     , m_samples(std::make_unique_for_overwrite<float[]>(std::size_t(capacity * format.channels)))
 {
 }
 
-void FrameRing::reset(std::uint32_t generation, std::int64_t start)
+void RingBuffer::reset(std::uint32_t generation, std::int64_t start)
 {
     m_generation = generation;
     m_start = start;
     m_expected = -1;
     m_written = 0;
     m_read = 0;
-    m_leapsWritten = 0;
-    m_leapsRead = 0;
+    m_jumpsWritten = 0;
+    m_jumpsRead = 0;
     m_isFinished = false;
 }
 
-std::int64_t FrameRing::write(std::span<const float> samples, std::int64_t position)
+std::int64_t RingBuffer::write(std::span<const float> samples, std::int64_t position)
 {
     const std::int64_t written = m_written.load(std::memory_order_relaxed);
     const std::int64_t room = m_capacity - (written - m_read.load(std::memory_order_acquire));
     const std::int64_t frames = std::min(std::int64_t(samples.size()) / m_channels, room);
-    if (frames <= 0 || (position != m_expected && !noteLeap(written, position)))
+    if (frames <= 0 || (position != m_expected && !addJump(written, position)))
         return 0;
 
     const std::int64_t first = written % m_capacity;
@@ -39,14 +39,14 @@ std::int64_t FrameRing::write(std::span<const float> samples, std::int64_t posit
     return frames;
 }
 
-FrameRing::Run FrameRing::read(float *samples, std::int64_t frames)
+RingBuffer::Run RingBuffer::read(float *samples, std::int64_t frames)
 {
     const std::int64_t read = m_read.load(std::memory_order_relaxed);
     frames = std::min(frames, m_written.load(std::memory_order_acquire) - read);
     if (frames <= 0)
         return {};
-    followLeaps(read);
-    frames = std::min(frames, framesUntilLeap(read));
+    followJumps(read);
+    frames = std::min(frames, framesUntilJump(read));
 
     const std::int64_t first = read % m_capacity;
     const std::int64_t beforeWrap = std::min(frames, m_capacity - first);
@@ -56,41 +56,41 @@ FrameRing::Run FrameRing::read(float *samples, std::int64_t frames)
     return {frames, m_current.position + (read - m_current.frame)};
 }
 
-bool FrameRing::isExhausted() const
+bool RingBuffer::isExhausted() const
 {
     // In this order: what was written before the end is seen with it.
     return isFinished() && available() == 0;
 }
 
-std::int64_t FrameRing::available() const
+std::int64_t RingBuffer::available() const
 {
     const std::int64_t read = m_read.load(std::memory_order_acquire);
     return m_written.load(std::memory_order_acquire) - read;
 }
 
-bool FrameRing::noteLeap(std::int64_t frame, std::int64_t position)
+bool RingBuffer::addJump(std::int64_t frame, std::int64_t position)
 {
-    const std::size_t written = m_leapsWritten.load(std::memory_order_relaxed);
-    if (written - m_leapsRead.load(std::memory_order_acquire) >= LeapCapacity)
+    const std::size_t written = m_jumpsWritten.load(std::memory_order_relaxed);
+    if (written - m_jumpsRead.load(std::memory_order_acquire) >= JumpCapacity)
         return false;
-    m_leaps[written % LeapCapacity] = {frame, position};
-    m_leapsWritten.store(written + 1, std::memory_order_release);
+    m_jumps[written % JumpCapacity] = {frame, position};
+    m_jumpsWritten.store(written + 1, std::memory_order_release);
     return true;
 }
 
-void FrameRing::followLeaps(std::int64_t frame)
+void RingBuffer::followJumps(std::int64_t frame)
 {
-    std::size_t read = m_leapsRead.load(std::memory_order_relaxed);
-    const std::size_t written = m_leapsWritten.load(std::memory_order_acquire);
-    while (read != written && m_leaps[read % LeapCapacity].frame <= frame)
-        m_current = m_leaps[read++ % LeapCapacity];
-    m_leapsRead.store(read, std::memory_order_release);
+    std::size_t read = m_jumpsRead.load(std::memory_order_relaxed);
+    const std::size_t written = m_jumpsWritten.load(std::memory_order_acquire);
+    while (read != written && m_jumps[read % JumpCapacity].frame <= frame)
+        m_current = m_jumps[read++ % JumpCapacity];
+    m_jumpsRead.store(read, std::memory_order_release);
 }
 
-std::int64_t FrameRing::framesUntilLeap(std::int64_t frame) const
+std::int64_t RingBuffer::framesUntilJump(std::int64_t frame) const
 {
-    const std::size_t read = m_leapsRead.load(std::memory_order_relaxed);
-    if (read == m_leapsWritten.load(std::memory_order_acquire))
+    const std::size_t read = m_jumpsRead.load(std::memory_order_relaxed);
+    if (read == m_jumpsWritten.load(std::memory_order_acquire))
         return m_capacity;
-    return m_leaps[read % LeapCapacity].frame - frame;
+    return m_jumps[read % JumpCapacity].frame - frame;
 }

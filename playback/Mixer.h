@@ -29,7 +29,7 @@ struct Mix {
 /// the frame that follows its fade for the resume: none is lost, none comes twice.
 ///
 /// One thread at a time, which the output sees to. Only the constructor allocates; nothing blocks.
-class Renderer {
+class Mixer {
 public:
     /// What was heard at an output frame.
     struct Position {
@@ -37,7 +37,7 @@ public:
         std::uint32_t generation = 0; ///< of the request that the frame answers; 0 before the first
     };
 
-    explicit Renderer(std::shared_ptr<FrameFeed> feed);
+    explicit Mixer(std::shared_ptr<FrameFeed> feed);
 
     [[nodiscard]] AudioFormat format() const { return m_feed->format(); }
 
@@ -91,7 +91,7 @@ private:
     const std::shared_ptr<FrameFeed> m_feed;
     const std::int64_t m_channels;
     const std::int64_t m_memory;
-    FrameRing *m_ring = nullptr; ///< where frames come from; none before the first is published
+    RingBuffer *m_ring = nullptr; ///< where frames come from; none before the first is published
 
     Mix m_mix;
     std::int64_t m_rendered = 0;

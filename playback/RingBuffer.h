@@ -9,8 +9,8 @@
 #include <span>
 
 /// Carries decoded frames from the one thread that writes to the one that reads, without a lock. Every frame
-/// knows its position in the track, also where the track leaps.
-class FrameRing {
+/// knows its position in the track, also where the track jumps.
+class RingBuffer {
 public:
     /// Frames that follow each other in the track.
     struct Run {
@@ -18,7 +18,7 @@ public:
         std::int64_t position = 0; ///< track frame of the first
     };
 
-    FrameRing(AudioFormat format, std::int64_t capacity);
+    RingBuffer(AudioFormat format, std::int64_t capacity);
 
     /// Empties the ring for frames from `start` on. Only while no other thread uses it.
     void reset(std::uint32_t generation, std::int64_t start);
@@ -51,28 +51,28 @@ public:
 
 private:
     /// From this frame of the ring on, positions are counted from `position`.
-    struct Leap {
+    struct Jump {
         std::int64_t frame = 0;
         std::int64_t position = 0;
     };
-    static constexpr std::size_t LeapCapacity = 32;
+    static constexpr std::size_t JumpCapacity = 32;
 
-    bool noteLeap(std::int64_t frame, std::int64_t position);
-    void followLeaps(std::int64_t frame);
-    [[nodiscard]] std::int64_t framesUntilLeap(std::int64_t frame) const;
+    bool addJump(std::int64_t frame, std::int64_t position);
+    void followJumps(std::int64_t frame);
+    [[nodiscard]] std::int64_t framesUntilJump(std::int64_t frame) const;
 
     const std::int64_t m_capacity;
     const std::int64_t m_channels;
     const std::unique_ptr<float[]> m_samples; ///< not touched before it is used
-    std::array<Leap, LeapCapacity> m_leaps;
+    std::array<Jump, JumpCapacity> m_jumps;
     std::uint32_t m_generation = 0;
     std::int64_t m_start = 0;
     std::int64_t m_expected = -1; ///< the writer's: position that would continue the last frame
-    Leap m_current; ///< the reader's: the leap that its next frame is counted from
+    Jump m_current; ///< the reader's: the jump that its next frame is counted from
 
     alignas(64) std::atomic<std::int64_t> m_written = 0;
-    std::atomic<std::size_t> m_leapsWritten = 0;
+    std::atomic<std::size_t> m_jumpsWritten = 0;
     std::atomic<bool> m_isFinished = false;
     alignas(64) std::atomic<std::int64_t> m_read = 0;
-    std::atomic<std::size_t> m_leapsRead = 0;
+    std::atomic<std::size_t> m_jumpsRead = 0;
 };
