@@ -88,10 +88,8 @@ public:
     bool play() override { return true; }
     void pause() override { }
     void stop() override { }
-    [[nodiscard]] double currentTime() const override { return 0; }
     void setCurrentTime(double) override { }
-    [[nodiscard]] double duration() const override { return 0; }
-    [[nodiscard]] bool isPlaying() const override { return false; }
+    [[nodiscard]] State state() const override { return {}; }
 };
 
 /// All that a track shows, read by TagLib and thrown away.

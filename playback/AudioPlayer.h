@@ -15,14 +15,14 @@ class AudioPlayerDelegate {
 public:
     virtual ~AudioPlayerDelegate() = default;
 
-    /// The last sample of the track has been heard; `successfully` is false where part of it was damaged.
+    /// The last sample of the track has been heard; `successfully` is false if part of it was damaged.
     virtual void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) = 0;
 
-    /// Decoding has failed for good and playback has ended; `error` says why where that is known.
+    /// Decoding has failed for good and playback has ended; `error` says why if that is known.
     virtual void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) = 0;
 };
 
-/// What the desktop's mixer shows of a player, as plain text; empty where there is nothing to tell.
+/// What the desktop's mixer shows of a player, as plain text; empty if there is nothing to tell.
 struct SoundLabel {
     QString title;
     QString artist;
@@ -34,12 +34,18 @@ struct SoundLabel {
 /// thread. Times are seconds from the start of the track. Destroying a player ends its sound at once.
 class AudioPlayer {
 public:
+    struct State {
+        double currentTime = 0; ///< the position that is heard, from 0 to `duration`
+        double duration = 0; ///< length of the track; finite, never negative, 0 if it is not known
+        bool isPlaying = false; ///< after play(), until pause(), stop(), the end of the track or its failure
+    };
+
     virtual ~AudioPlayer() = default;
     AudioPlayer(const AudioPlayer &) = delete;
     AudioPlayer &operator=(const AudioPlayer &) = delete;
 
     /// Opens the local regular file behind `url`, and no other, for playback on the system's default output.
-    /// Fails with a readable description where the file cannot be opened or holds no sound that is
+    /// Fails with a readable description if the file cannot be opened or holds no sound that is
     /// understood. Needs no sound server, which is told `label` later on, and never the file's path.
     ///
     /// Main thread, which waits while the file is opened and its first frames are decoded on another one: for
@@ -53,10 +59,10 @@ public:
     /// Linear gain from 0 (silence) to 1, heard at once, also while sounding.
     virtual void setVolume(float volume) = 0;
 
-    /// Decodes ahead so that play() sounds at once; false where that is not possible.
+    /// Decodes ahead so that play() sounds at once; false if that is not possible.
     virtual bool prepareToPlay() = 0;
 
-    /// Starts or resumes; after the end of the track, from its start. False where it is known at once that
+    /// Starts or resumes; after the end of the track, from its start. False if it is known at once that
     /// nothing will sound; whether a sound server answers is only known later.
     virtual bool play() = 0;
 
@@ -66,17 +72,15 @@ public:
     /// Falls silent; the position is reset separately with setCurrentTime().
     virtual void stop() = 0;
 
-    /// The position that is heard at this moment, from 0 to duration().
-    [[nodiscard]] virtual double currentTime() const = 0;
-
     /// Seeks, while playing or paused; clamped to 0…duration(). currentTime() answers the target from now on.
     virtual void setCurrentTime(double seconds) = 0;
 
-    /// Length of the track; finite, never negative, 0 where it is not known.
-    [[nodiscard]] virtual double duration() const = 0;
+    /// All at one moment.
+    [[nodiscard]] virtual State state() const = 0;
 
-    /// False before play(), after pause() and stop(), and once the track has ended or failed.
-    [[nodiscard]] virtual bool isPlaying() const = 0;
+    [[nodiscard]] double currentTime() const { return state().currentTime; }
+    [[nodiscard]] double duration() const { return state().duration; }
+    [[nodiscard]] bool isPlaying() const { return state().isPlaying; }
 
 protected:
     AudioPlayer() = default;

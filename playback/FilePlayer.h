@@ -1,35 +1,38 @@
 #pragma once
 
 #include "playback/AudioPlayer.h"
-#include "playback/Playback.h"
+#include "playback/Session.h"
 
-#include <memory>
+#include <algorithm>
+#include <cmath>
 
-/// The AudioPlayer of one decoder: the main thread's thin handle on a Playback.
-///
-/// 1. Opened: the decoder is at hand, no thread runs, no sound server is asked. 2. prepareToPlay(), or what
-/// needs it, starts the decoder thread and makes the output. 3. The destructor ends the sound; the decoder
-/// thread ends by itself, and nobody waits for it.
+/// The AudioPlayer of one decoder: the main thread's handle on a Session, which its destructor closes.
 class FilePlayer final : public AudioPlayer {
 public:
-    /// `stop` is the flag that `decoder` gives up at; the player sets it when it is destroyed.
+    /// See Session.
     FilePlayer(
-        std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput);
-    ~FilePlayer() override;
+        std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
+        : m_session(std::make_shared<Session>(std::move(decoder), std::move(stop), std::move(makeOutput)))
+    {
+    }
+    ~FilePlayer() override { m_session->close(); }
 
-    void setDelegate(AudioPlayerDelegate *delegate) override;
-    void setVolume(float volume) override;
-    bool prepareToPlay() override;
-    bool play() override;
-    void pause() override;
-    void stop() override;
-    [[nodiscard]] double currentTime() const override;
-    void setCurrentTime(double seconds) override;
-    [[nodiscard]] double duration() const override;
-    [[nodiscard]] bool isPlaying() const override;
+    void setDelegate(AudioPlayerDelegate *delegate) override { m_session->setDelegate(this, delegate); }
+    void setVolume(float volume) override
+    {
+        m_session->setGain(std::isfinite(volume) ? std::clamp(volume, 0.0F, 1.0F) : 0.0F);
+    }
+    bool prepareToPlay() override
+    {
+        m_session->prepare();
+        return m_session->startDecoding();
+    }
+    bool play() override { return prepareToPlay() && m_session->play(); }
+    void pause() override { m_session->pause(); }
+    void stop() override { m_session->pause(); }
+    void setCurrentTime(double seconds) override { m_session->seek(std::isfinite(seconds) ? seconds : 0); }
+    [[nodiscard]] State state() const override { return m_session->state(); }
 
 private:
-    std::unique_ptr<Decoder> m_decoder; ///< until the decoder thread has it
-    const bool m_isLengthUnknown;
-    const std::shared_ptr<Playback> m_playback;
+    const std::shared_ptr<Session> m_session;
 };

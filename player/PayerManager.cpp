@@ -167,9 +167,10 @@ void PlayerManager::updateProgress()
 {
     if (!m_audioPlayer)
         return;
-    currentTime = m_audioPlayer->currentTime();
-    duration = m_audioPlayer->duration();
-    if (isPlaying() && !m_audioPlayer->isPlaying()) {
+    const AudioPlayer::State state = m_audioPlayer->state();
+    currentTime = state.currentTime;
+    duration = state.duration;
+    if (isPlaying() && !state.isPlaying) {
         isPlaying = false;
         stopProgressTimer();
     }

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // A fade out takes a few hundredths of a second; a server that hangs must not hold up the end of the process.
-constexpr auto LongestFarewell = 150ms;
+constexpr auto LongestWaitAtExit = 150ms;
 
 bool hasCookie()
 {
@@ -52,16 +52,16 @@ const char *pulseServer()
 
 } // namespace
 
-struct PulseConnection::Farewell {
+struct PulseConnection::WaitAtExit {
     PulseConnection &connection;
-    ~Farewell() { connection.waitForFades(); }
+    ~WaitAtExit() { connection.waitForFades(); }
 };
 
 PulseConnection &PulseConnection::instance()
 {
     // Never destroyed: a decoder thread may use it until the process is gone.
     static PulseConnection *const connection = new PulseConnection;
-    static const Farewell farewell{*connection};
+    static const WaitAtExit waitAtExit{*connection};
     return *connection;
 }
 
@@ -74,7 +74,7 @@ PulseConnection::PulseConnection()
 pa_context *PulseConnection::context()
 {
     if (m_context && !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context)))
-        disconnect();
+        dropContext();
     if (!m_context && startLoop())
         connect();
     return m_context;
@@ -118,10 +118,10 @@ void PulseConnection::connect()
     if (const char *cookie = pulseCookie())
         pa_context_load_cookie_from_file(m_context, cookie);
     if (pa_context_connect(m_context, pulseServer(), PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
-        disconnect();
+        dropContext();
 }
 
-void PulseConnection::disconnect()
+void PulseConnection::dropContext()
 {
     pa_context_set_state_callback(m_context, nullptr, nullptr);
     pa_context_unref(m_context);
@@ -144,7 +144,7 @@ void PulseConnection::waitForFades()
 {
     {
         std::unique_lock lock(m_fadeMutex);
-        m_fadeEnded.wait_for(lock, LongestFarewell, [this] { return !m_hasClients; });
+        m_fadeEnded.wait_for(lock, LongestWaitAtExit, [this] { return !m_hasClients; });
     }
     pa_threaded_mainloop_stop(m_loop);
 }

@@ -49,14 +49,14 @@ public:
     void remove(const PulseClient &client);
 
 private:
-    struct Farewell;
+    struct WaitAtExit;
 
     PulseConnection();
     ~PulseConnection() = default;
 
     bool startLoop();
     void connect();
-    void disconnect();
+    void dropContext();
     void handleState();
     void waitForFades();
 

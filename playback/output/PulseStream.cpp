@@ -64,7 +64,15 @@ PulseStream::PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &labe
 {
 }
 
-void PulseStream::open()
+std::shared_ptr<AudioOutput> PulseStream::open(std::shared_ptr<FrameFeed> feed, const SoundLabel &label)
+{
+    const std::shared_ptr<PulseStream> stream(new PulseStream(std::move(feed), label));
+    const PulseLock lock;
+    stream->connect();
+    return {static_cast<AudioOutput *>(stream.get()), [stream](AudioOutput *) { stream->close(); }};
+}
+
+void PulseStream::connect()
 {
     PulseConnection &connection = PulseConnection::instance();
     connection.add(shared_from_this());
@@ -77,13 +85,20 @@ void PulseStream::open()
 
 void PulseStream::apply(const Mix &mix)
 {
+    const PulseLock lock;
     m_mix = mix;
+    update();
+}
+
+void PulseStream::refresh()
+{
+    const PulseLock lock;
     update();
 }
 
 void PulseStream::update()
 {
-    if (m_state != AudioOutput::State::Ready || m_question || (m_isCorked && !shallSound()))
+    if (m_state != State::Ready || m_question || (m_isCorked && !shouldPlay()))
         return;
     const auto answer = [](pa_stream *, int, void *self) {
         static_cast<PulseStream *>(self)->forgetQuestion();
@@ -104,22 +119,24 @@ void PulseStream::forgetQuestion()
 
 void PulseStream::close()
 {
+    const PulseLock lock;
     m_isClosing = true;
     m_mixer.detach();
-    if (m_state != AudioOutput::State::Ready || m_isCorked)
+    if (m_state != State::Ready || m_isCorked)
         drop();
     else
         update();
 }
 
-AudioOutput::Status PulseStream::status() const
+AudioOutput::Status PulseStream::status()
 {
+    const PulseLock lock;
     return {m_state, m_mixer.positionAt(heardFrame()), isEndHeard()};
 }
 
 void PulseStream::handleConnected(pa_context *context)
 {
-    if (m_stream || m_state == AudioOutput::State::Failed)
+    if (m_stream || m_state == State::Failed)
         return;
     if (!connectStream(context))
         fail();
@@ -178,7 +195,7 @@ void PulseStream::handleState()
         return handleLoss();
     if (state != PA_STREAM_READY)
         return;
-    m_state = AudioOutput::State::Ready;
+    m_state = State::Ready;
     m_feed->decoderWakeup().signal();
     update();
 }
@@ -196,7 +213,7 @@ void PulseStream::handleEvent(const char *name)
 void PulseStream::fail()
 {
     m_clock.set(pa_rtclock_now(), heardFrame(), false);
-    m_state = AudioOutput::State::Failed;
+    m_state = State::Failed;
     m_feed->decoderWakeup().signal();
 }
 
@@ -207,7 +224,7 @@ void PulseStream::drop()
     if (m_timer)
         api->time_free(m_timer);
     m_timer = nullptr;
-    m_state = AudioOutput::State::Failed;
+    m_state = State::Failed;
     forgetQuestion();
     if (m_stream) {
         pa_stream_set_state_callback(m_stream, nullptr, nullptr);
@@ -223,8 +240,7 @@ void PulseStream::drop()
 
 void PulseStream::act()
 {
-    const pa_timing_info *info =
-        m_state == AudioOutput::State::Ready ? pa_stream_get_timing_info(m_stream) : nullptr;
+    const pa_timing_info *info = m_state == State::Ready ? pa_stream_get_timing_info(m_stream) : nullptr;
     if (!info || info->read_index_corrupt)
         return schedule();
     followServer(*info);
@@ -232,7 +248,7 @@ void PulseStream::act()
         std::max<std::int64_t>(info->read_index, 0) / m_frameSize + framesSince(*info);
     const double margin =
         std::min(OverwriteMargin + double(info->configured_sink_usec) / 1e6, LongestOverwriteMargin);
-    const Mix mix{shallSound(), m_mix.gain};
+    const Mix mix{shouldPlay(), m_mix.gain};
     if (m_mixer.needsChange(mix))
         changeQueued(readFrame, m_isCorked ? 0 : margin, mix);
     if (mix.isPlaying)
@@ -321,11 +337,11 @@ void PulseStream::noteEnd()
 /// Looks again when there is something to do next.
 void PulseStream::schedule()
 {
-    if (m_isCorked || m_state != AudioOutput::State::Ready || isSuspended())
+    if (m_isCorked || m_state != State::Ready || isSuspended())
         return;
     const pa_usec_t now = pa_rtclock_now();
     pa_usec_t next = now + (m_clock.isMoving() ? UsualLook : StartingLook);
-    if (m_clock.isMoving() && !shallSound())
+    if (m_clock.isMoving() && !shouldPlay())
         next = std::min(next, m_clock.timeOf(m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
     else if (m_clock.isMoving() && m_mixer.end() && !m_isEndNoted)
         next = std::min(next, m_clock.timeOf(*m_mixer.end()) + 1000);

@@ -64,9 +64,11 @@ OutputFactory factoryOf(OutputScript &script)
     return [&script](const auto &feed) { return std::make_unique<ScriptedOutput>(feed, script); };
 }
 
-Playback makePlayback(OutputScript &script)
+/// Without its decoder thread.
+std::shared_ptr<Session> makeSession(OutputScript &script, const std::shared_ptr<std::atomic<bool>> &stop)
 {
-    return {{FakeDecoder::rate, 2}, 10, std::make_shared<std::atomic<bool>>(false), factoryOf(script)};
+    return std::make_shared<Session>(
+        std::make_unique<FakeDecoder>(FakeDecoder::Script{}), stop, factoryOf(script));
 }
 
 } // namespace
@@ -382,36 +384,37 @@ private Q_SLOTS:
     void outputThatIsLostIsReplacedWhereItWasHeardLast()
     {
         OutputScript script;
-        Playback playback = makePlayback(script);
+        const auto stop = std::make_shared<std::atomic<bool>>(false);
+        const auto session = makeSession(script, stop);
         script.state = AudioOutput::State::Connecting;
-        QVERIFY(playback.play());
-        QCOMPARE(playback.watchOutput(), std::nullopt);
+        QVERIFY(session->play());
+        QCOMPARE(session->watchOutput(), std::nullopt);
         script.state = AudioOutput::State::Ready;
         script.heard = 4.5;
         script.generation = 1;
-        QCOMPARE(playback.watchOutput(), std::nullopt);
-        QVERIFY(playback.play());
+        QCOMPARE(session->watchOutput(), std::nullopt);
+        QVERIFY(session->play());
         QCOMPARE(script.made, 1);
         script.state = AudioOutput::State::Failed;
         for (const int longest : {100, 250}) {
-            const auto pause = playback.watchOutput();
+            const auto pause = session->watchOutput();
             QVERIFY(pause && pause->count() <= longest && pause->count() > longest / 2);
             const int made = script.made;
-            QVERIFY(QTest::qWaitFor([&] { return !playback.watchOutput(); }));
+            QVERIFY(QTest::qWaitFor([&] { return !session->watchOutput(); }));
             QCOMPARE(script.made, made + 1);
             QCOMPARE(script.alive, 1);
             QVERIFY(script.isPlaying);
-            QCOMPARE(playback.request().seconds, 4.5);
-            QVERIFY(playback.isPlaying());
+            QCOMPARE(session->request().seconds, 4.5);
+            QVERIFY(session->state().isPlaying);
         }
-        playback.pause();
-        QCOMPARE(playback.watchOutput(), std::nullopt);
-        QVERIFY(!playback.play()); // which tries at once
+        session->pause();
+        QCOMPARE(session->watchOutput(), std::nullopt);
+        QVERIFY(!session->play()); // which tries at once
         QCOMPARE(script.made, 4);
         script.state = AudioOutput::State::Ready;
-        QCOMPARE(playback.watchOutput(), std::nullopt);
+        QCOMPARE(session->watchOutput(), std::nullopt);
         script.state = AudioOutput::State::Failed;
-        const auto pause = playback.watchOutput();
+        const auto pause = session->watchOutput();
         QVERIFY(pause && pause->count() <= 100);
     }
 
@@ -420,36 +423,37 @@ private Q_SLOTS:
         OutputScript script;
         RecordingDelegate delegate;
         const auto player = makePlayer();
-        Playback playback = makePlayback(script);
-        playback.setDelegate(player.get(), &delegate);
+        const auto stop = std::make_shared<std::atomic<bool>>(false);
+        const auto session = makeSession(script, stop);
+        session->setDelegate(player.get(), &delegate);
         script.state = AudioOutput::State::Ready;
         script.isEndHeard = true;
         script.generation = 1;
-        playback.prepare();
-        playback.prepare();
+        session->prepare();
+        session->prepare();
         QCOMPARE(script.made, 1);
-        playback.watchOutput();
-        playback.play();
-        playback.seek(3);
-        playback.watchOutput();
+        session->watchOutput();
+        session->play();
+        session->seek(3);
+        session->watchOutput();
         QCOMPARE(delegate.finishes(), 0);
-        script.generation = playback.request().generation;
-        playback.watchOutput();
+        script.generation = session->request().generation;
+        session->watchOutput();
         QCOMPARE(delegate.finishes(), 1);
-        QVERIFY(!script.isPlaying && !playback.isPlaying());
-        playback.play();
-        QCOMPARE(playback.request().seconds, 0.0);
+        QVERIFY(!script.isPlaying && !session->state().isPlaying);
+        session->play();
+        QCOMPARE(session->request().seconds, 0.0);
         const auto isWoken = [&] {
-            return playback.feed().decoderWakeup().wait(std::chrono::milliseconds(0));
+            return session->feed().decoderWakeup().wait(std::chrono::milliseconds(0));
         };
         QVERIFY(isWoken() && !isWoken());
-        playback.seek(2);
+        session->seek(2);
         QVERIFY(isWoken());
-        playback.play();
-        QCOMPARE(playback.request().seconds, 2.0);
-        playback.close();
+        session->play();
+        QCOMPARE(session->request().seconds, 2.0);
+        session->close();
         QCOMPARE(script.alive, 0);
-        QVERIFY(playback.isStopped());
+        QVERIFY(*stop);
         QVERIFY(isWoken());
         QCOMPARE(delegate.finishes(), 1);
     }
@@ -459,14 +463,15 @@ private Q_SLOTS:
         OutputScript script;
         RecordingDelegate delegate;
         const auto player = makePlayer();
-        Playback playback = makePlayback(script);
+        const auto stop = std::make_shared<std::atomic<bool>>(false);
+        const auto session = makeSession(script, stop);
         script.state = AudioOutput::State::Ready;
         script.isEndHeard = true;
         script.generation = 1;
-        playback.setDelegate(player.get(), &delegate);
-        playback.close();
-        playback.play();
-        playback.watchOutput();
+        session->setDelegate(player.get(), &delegate);
+        session->close();
+        session->play();
+        session->watchOutput();
         QCOMPARE(delegate.finishes(), 0);
     }
 
@@ -665,7 +670,7 @@ private Q_SLOTS:
     {
         bool isThere = false;
         OutputScript script;
-        const auto player = makePlayer({}, [&](auto feed) -> std::unique_ptr<AudioOutput> {
+        const auto player = makePlayer({}, [&](auto feed) -> std::shared_ptr<AudioOutput> {
             if (isThere)
                 return m_outputs.factory()(std::move(feed));
             return std::make_unique<ScriptedOutput>(feed, script);

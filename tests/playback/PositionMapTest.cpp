@@ -1,6 +1,5 @@
 #include "playback/PositionMap.h"
-#include "playback/Playback.h"
-#include "playback/output/PulseClock.h"
+#include "playback/Session.h"
 #include "tests/TestProgram.h"
 
 using namespace std::chrono_literals;
@@ -66,43 +65,17 @@ private Q_SLOTS:
         QCOMPARE(map.at(1009), 1509);
     }
 
-    void clockFollowsTheSoundButNotBeyondWhatWasWritten()
-    {
-        PulseClock clock(48000);
-        clock.set(1'000'000, 4800, true);
-        QCOMPARE(clock.frameAt(1'010'000, 1'000'000), 4800 + 480);
-        QCOMPARE(clock.frameAt(2'000'000, 10'000), 10'000);
-        QCOMPARE(clock.frameAt(900'000, 1'000'000), 4800);
-        QCOMPARE(clock.timeOf(4800 + 48), 1'001'000U);
-        QCOMPARE(clock.timeOf(4800), 1'000'000U);
-        QCOMPARE(clock.timeOf(100), 1'000'000U);
-    }
-
-    void clockStandsStillWhereTheSoundDoes()
-    {
-        PulseClock clock(48000);
-        clock.set(1'000'000, 4800, false);
-        QCOMPARE(clock.frameAt(9'000'000, 1'000'000), 4800);
-    }
-
-    void clockIsNeverNegative()
-    {
-        PulseClock clock(48000);
-        clock.set(1'000'000, -2400, true);
-        QCOMPARE(clock.frameAt(1'000'000, 1'000'000), 0);
-    }
-
     void withoutAFormerConnectionThereIsNoReconnect()
     {
-        QVERIFY(!ReconnectPlan().nextAttempt(ReconnectPlan::Moment(1s)));
+        QVERIFY(!ReconnectBackoff().nextAttempt(ReconnectBackoff::Moment(1s)));
     }
 
     void reconnectsEverMoreRarelyForFifteenSeconds()
     {
-        ReconnectPlan plan;
+        ReconnectBackoff plan;
         plan.connected();
-        ReconnectPlan::Moment now(100s);
-        const ReconnectPlan::Moment lost = now;
+        ReconnectBackoff::Moment now(100s);
+        const ReconnectBackoff::Moment lost = now;
         std::vector<std::chrono::milliseconds> pauses;
         while (const auto next = plan.nextAttempt(now)) {
             QCOMPARE(plan.nextAttempt(now), next);

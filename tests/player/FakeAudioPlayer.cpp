@@ -51,14 +51,12 @@ public:
         m_state->isPlaying = false;
         note(u"stop"_s);
     }
-    double currentTime() const override { return m_state->currentTime; }
+    State state() const override { return {m_state->currentTime, m_state->duration, m_state->isPlaying}; }
     void setCurrentTime(double seconds) override
     {
         m_state->currentTime = seconds;
         note(u"seek %1"_s.arg(seconds));
     }
-    double duration() const override { return m_state->duration; }
-    bool isPlaying() const override { return m_state->isPlaying; }
 
 private:
     void note(const QString &call) const { m_platform.observer(m_state->name + u' ' + call); }

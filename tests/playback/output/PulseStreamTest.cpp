@@ -1,5 +1,5 @@
+#include "playback/output/PulseStream.h"
 #include "playback/AudioPlayer.h"
-#include "playback/output/PulseOutput.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 #include "tests/playback/output/FakePulse.h"
@@ -31,7 +31,7 @@ class PulseStreamTest : public QObject {
 private:
     FakePulse &m_server = FakePulse::instance();
     std::shared_ptr<FrameFeed> m_feed;
-    std::unique_ptr<PulseOutput> m_output;
+    std::shared_ptr<AudioOutput> m_output;
     std::uint32_t m_generation = 0;
     const std::vector<float> m_sound = WavFile::positionCodedSamples(stereo.rate, 2);
 
@@ -48,7 +48,7 @@ private:
     void connect()
     {
         m_feed = std::make_shared<FrameFeed>(stereo);
-        m_output = std::make_unique<PulseOutput>(m_feed, SoundLabel{});
+        m_output = PulseStream::open(m_feed, SoundLabel{});
         m_server.settle();
     }
 
@@ -151,7 +151,7 @@ private Q_SLOTS:
         QFETCH(QString, title);
         QFETCH(QString, artist);
         QFETCH(QString, name);
-        m_output = std::make_unique<PulseOutput>(m_feed, SoundLabel{title, artist});
+        m_output = PulseStream::open(m_feed, SoundLabel{title, artist});
         m_server.settle();
         const auto property = [](const char *key, const QString &value) {
             return value.isEmpty() ? QString() : u"%1 = \"%2\"\n"_s.arg(QLatin1String(key), value);
@@ -219,7 +219,7 @@ private Q_SLOTS:
     {
         m_server.breakConnection();
         m_feed = std::make_shared<FrameFeed>(stereo);
-        m_output = std::make_unique<PulseOutput>(m_feed, SoundLabel{});
+        m_output = PulseStream::open(m_feed, SoundLabel{});
         offer(0, 96000);
         m_output->apply({true, 1});
         m_server.settle();
@@ -545,7 +545,7 @@ private Q_SLOTS:
     {
         m_output.reset();
         m_server.breakConnection(true);
-        const auto failed = std::make_unique<PulseOutput>(std::make_shared<FrameFeed>(stereo), SoundLabel{});
+        const auto failed = PulseStream::open(std::make_shared<FrameFeed>(stereo), SoundLabel{});
         m_server.reset();
         connect();
         QCOMPARE(m_server.streams.size(), 1U);
@@ -600,7 +600,7 @@ private Q_SLOTS:
             m_server.breakConnection(true);
         m_server.isRefusingStreams = isStream;
         m_feed = std::make_shared<FrameFeed>(stereo);
-        m_output = std::make_unique<PulseOutput>(m_feed, SoundLabel{});
+        m_output = PulseStream::open(m_feed, SoundLabel{});
         QCOMPARE(m_output->status().state, AudioOutput::State::Failed);
         QVERIFY(isDecoderWoken());
         play(100);
@@ -610,10 +610,36 @@ private Q_SLOTS:
     void streamsShareOneConnection() const
     {
         const int before = m_server.contexts;
-        PulseOutput other(std::make_shared<FrameFeed>(stereo), SoundLabel{});
-        QCOMPARE(other.status().state, AudioOutput::State::Connecting);
+        const auto other = PulseStream::open(std::make_shared<FrameFeed>(stereo), SoundLabel{});
+        QCOMPARE(other->status().state, AudioOutput::State::Connecting);
         QCOMPARE(m_server.contexts, before);
         QCOMPARE(m_server.streams.size(), 2U);
+    }
+
+    void clockFollowsTheSoundButNotBeyondWhatWasWritten()
+    {
+        PulseClock clock(48000);
+        clock.set(1'000'000, 4800, true);
+        QCOMPARE(clock.frameAt(1'010'000, 1'000'000), 4800 + 480);
+        QCOMPARE(clock.frameAt(2'000'000, 10'000), 10'000);
+        QCOMPARE(clock.frameAt(900'000, 1'000'000), 4800);
+        QCOMPARE(clock.timeOf(4800 + 48), 1'001'000U);
+        QCOMPARE(clock.timeOf(4800), 1'000'000U);
+        QCOMPARE(clock.timeOf(100), 1'000'000U);
+    }
+
+    void clockStandsStillWhereTheSoundDoes()
+    {
+        PulseClock clock(48000);
+        clock.set(1'000'000, 4800, false);
+        QCOMPARE(clock.frameAt(9'000'000, 1'000'000), 4800);
+    }
+
+    void clockIsNeverNegative()
+    {
+        PulseClock clock(48000);
+        clock.set(1'000'000, -2400, true);
+        QCOMPARE(clock.frameAt(1'000'000, 1'000'000), 0);
     }
 };
 

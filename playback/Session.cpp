@@ -1,0 +1,349 @@
+#include "playback/Session.h"
+
+#include "files/DetachedThread.h"
+#include "playback/output/NullOutput.h"
+
+#include <QtGlobal>
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto LongestLoss = 15s; // of the sound server
+constexpr std::chrono::milliseconds ReconnectPauses[] = {100ms, 250ms, 500ms, 1000ms};
+constexpr auto FallbackPolling = 10ms; // an output that wakes nobody is asked this often
+
+// What has to be ready before the sound of another position begins.
+constexpr double EnoughToBegin = 0.05; // seconds
+
+void warnOfSilence()
+{
+    static std::atomic<bool> hasWarned = false;
+    if (!hasWarned.exchange(true))
+        qWarning("No sound server answers: playing into nothing.");
+}
+
+} // namespace
+
+void ReconnectBackoff::connected()
+{
+    *this = {};
+    m_wasConnected = true;
+}
+
+std::optional<ReconnectBackoff::Moment> ReconnectBackoff::nextAttempt(Moment now)
+{
+    if (!m_wasConnected)
+        return std::nullopt;
+    if (!m_lostAt)
+        m_lostAt = now;
+    if (now - *m_lostAt > LongestLoss)
+        return std::nullopt;
+    if (!m_next)
+        m_next = now
+            + ReconnectPauses[std::min<std::size_t>(std::size_t(m_attempts), std::size(ReconnectPauses) - 1)];
+    return m_next;
+}
+
+void ReconnectBackoff::attempted()
+{
+    ++m_attempts;
+    m_next.reset();
+}
+
+Session::Session(
+    std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
+    : m_format(decoder->format())
+    , m_isLengthUnknown(decoder->duration() <= 0)
+    , m_isLengthGuessed(m_isLengthUnknown || decoder->isDurationGuessed())
+    , m_makeOutput(std::move(makeOutput))
+    , m_feed(std::make_shared<FrameFeed>(m_format))
+    , m_isStopped(std::move(stop))
+    , m_duration(decoder->duration())
+    , m_decoder(std::move(decoder))
+{
+    m_feed->request(m_request.generation);
+}
+
+void Session::setDelegate(AudioPlayer *player, AudioPlayerDelegate *delegate)
+{
+    const std::lock_guard lock(m_delegateMutex);
+    m_player = player;
+    m_delegate = delegate;
+}
+
+void Session::prepare()
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_output)
+        makeOutput();
+}
+
+bool Session::startDecoding()
+{
+    if (!m_isDecoding)
+        m_isDecoding = startDetachedThread([self = shared_from_this()] { self->run(); });
+    return m_isDecoding;
+}
+
+bool Session::play()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_isAtEnd)
+        requestPosition(0);
+    m_mix.isPlaying = true;
+    if (!m_output || m_isFallback || m_output->status().state == AudioOutput::State::Failed)
+        makeOutput();
+    else
+        m_output->apply(m_mix);
+    return m_output->status().state != AudioOutput::State::Failed;
+}
+
+void Session::pause()
+{
+    const std::lock_guard lock(m_mutex);
+    m_mix.isPlaying = false;
+    if (m_output)
+        m_output->apply(m_mix);
+}
+
+void Session::setGain(float gain)
+{
+    const std::lock_guard lock(m_mutex);
+    m_mix.gain = gain;
+    if (m_output)
+        m_output->apply(m_mix);
+}
+
+void Session::seek(double seconds)
+{
+    const std::lock_guard lock(m_mutex);
+    // The caller may know more of the track than its container says.
+    if (m_isLengthUnknown)
+        m_duration = std::max(m_duration, seconds);
+    requestPosition(std::clamp(seconds, 0.0, m_duration));
+}
+
+void Session::close()
+{
+    setDelegate(nullptr, nullptr);
+    m_isStopped->store(true);
+    std::shared_ptr<AudioOutput> output;
+    {
+        const std::lock_guard lock(m_mutex);
+        output = std::move(m_output);
+    }
+    m_feed->decoderWakeup().signal();
+}
+
+AudioPlayer::State Session::state()
+{
+    const std::lock_guard lock(m_mutex);
+    return {std::min(heardTime(), m_duration), m_duration, m_mix.isPlaying};
+}
+
+Session::Request Session::request()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_request;
+}
+
+/// Frames on the way to the old place are worth nothing from now on.
+void Session::requestPosition(double seconds)
+{
+    m_isAtEnd = false;
+    m_request = {m_request.generation + 1, seconds};
+    m_feed->request(m_request.generation);
+    m_feed->decoderWakeup().signal();
+}
+
+double Session::heardTime()
+{
+    if (!m_output)
+        return m_request.seconds;
+    const Mixer::Position heard = m_output->status().heard;
+    return heard.generation == m_request.generation ? heard.seconds : m_request.seconds;
+}
+
+// The output
+
+std::optional<std::chrono::milliseconds> Session::watchOutput()
+{
+    std::unique_lock lock(m_mutex);
+    if (!m_output)
+        return std::nullopt;
+    const AudioOutput::Status status = m_output->status();
+    if (status.state == AudioOutput::State::Ready && !m_isFallback)
+        m_reconnect.connected();
+    if (status.state == AudioOutput::State::Failed)
+        return recoverOutput();
+    if (!m_mix.isPlaying)
+        return std::nullopt;
+    if (!status.isEndHeard || status.heard.generation != m_request.generation)
+        return m_isFallback ? std::optional(FallbackPolling) : std::nullopt;
+    m_isAtEnd = true;
+    m_mix.isPlaying = false;
+    m_output->apply(m_mix);
+    const Ending ending = m_ending;
+    lock.unlock();
+    reportEnd(ending);
+    return std::nullopt;
+}
+
+void Session::makeOutput()
+{
+    setOutput(m_makeOutput(m_feed), false);
+}
+
+/// Another output begins where the former one was heard last.
+void Session::setOutput(std::shared_ptr<AudioOutput> output, bool isFallback)
+{
+    if (m_output)
+        requestPosition(heardTime());
+    m_output = std::move(output);
+    m_isFallback = isFallback;
+    m_output->apply(m_mix);
+}
+
+std::optional<std::chrono::milliseconds> Session::recoverOutput()
+{
+    if (!m_mix.isPlaying)
+        return std::nullopt;
+    const auto now = std::chrono::steady_clock::now();
+    const auto attempt = m_reconnect.nextAttempt(now);
+    if (!attempt) {
+        fallBack();
+        return m_isFallback ? std::optional(FallbackPolling) : std::nullopt;
+    }
+    if (*attempt > now)
+        return std::chrono::ceil<std::chrono::milliseconds>(*attempt - now);
+    m_reconnect.attempted();
+    makeOutput();
+    return std::nullopt;
+}
+
+/// No server at all: time goes on without sound. A server that went away and does not return: a pause.
+void Session::fallBack()
+{
+    if (m_reconnect.wasConnected()) {
+        qWarning("The sound server has gone away: paused.");
+        m_mix.isPlaying = false;
+        return;
+    }
+    warnOfSilence();
+    setOutput(std::make_shared<NullOutput>(m_feed), true);
+}
+
+void Session::reportEnd(const Ending &ending)
+{
+    const std::lock_guard lock(m_delegateMutex);
+    if (!m_delegate)
+        return;
+    if (ending.error)
+        m_delegate->audioPlayerDecodeErrorDidOccur(*m_player, ending.error);
+    else
+        m_delegate->audioPlayerDidFinishPlaying(*m_player, !ending.isDamaged);
+}
+
+// The decoder thread
+
+void Session::run()
+{
+    while (!m_isStopped->load()) {
+        const bool isBusy = advance();
+        const auto timeout = watchOutput();
+        if (!isBusy)
+            m_feed->decoderWakeup().wait(timeout);
+    }
+    m_decoder.reset(); // on this thread, because a medium may keep it waiting
+}
+
+/// One step of work; false if there is nothing to do before the next signal.
+bool Session::advance()
+{
+    const Request newest = request();
+    if (newest.generation != m_generation) {
+        startOver(newest);
+        return true;
+    }
+    if (m_ring->isFinished())
+        return false;
+    return m_undelivered.samples.empty() ? decode() : deliver();
+}
+
+void Session::startOver(const Request &request)
+{
+    const std::int64_t target = std::llround(request.seconds * m_format.rate);
+    const bool isFirst = m_generation == 0 && target == 0;
+    m_generation = request.generation;
+    m_ring = &m_feed->startOver(m_generation, target);
+    m_undelivered = {};
+    m_position = target;
+    setEnding({});
+    const auto isObsolete = [this] {
+        return m_isStopped->load() || this->request().generation != m_generation;
+    };
+    if (!isFirst && !m_decoder->seek(target, isObsolete))
+        finish(Error{u"No se puede cambiar de posición en el archivo."_s});
+}
+
+bool Session::decode()
+{
+    const Result<DecodedFrames> block = m_decoder->read();
+    m_undelivered = block.isError() ? DecodedFrames{} : block.value();
+    if (!m_undelivered.samples.empty())
+        return deliver();
+    finish(block.isError() ? std::optional(block.error()) : std::nullopt);
+    return false;
+}
+
+/// False if the ring is full.
+bool Session::deliver()
+{
+    const std::int64_t frames = m_ring->write(m_undelivered.samples, m_undelivered.position);
+    m_undelivered.samples = m_undelivered.samples.subspan(std::size_t(frames * m_format.channels));
+    m_undelivered.position += frames;
+    m_position = m_undelivered.position;
+    if (m_isLengthGuessed) {
+        const std::lock_guard lock(m_mutex);
+        m_duration = std::max(m_duration, m_format.seconds(m_position));
+    }
+    publishWhenReady();
+    return m_undelivered.samples.empty();
+}
+
+void Session::finish(std::optional<Error> error)
+{
+    if (m_isLengthGuessed && !error && m_position > m_ring->start()) {
+        const std::lock_guard lock(m_mutex);
+        m_duration = m_format.seconds(m_position);
+    }
+    setEnding({m_decoder->isDamaged(), std::move(error)});
+    m_ring->finish();
+    publishWhenReady();
+}
+
+void Session::setEnding(Ending ending)
+{
+    const std::lock_guard lock(m_mutex);
+    m_ending = std::move(ending);
+}
+
+void Session::publishWhenReady()
+{
+    const bool isFull = !m_undelivered.samples.empty();
+    const bool isReady =
+        isFull || m_ring->isFinished() || m_ring->available() >= m_format.frames(EnoughToBegin);
+    const bool isToPublish = !m_feed->isPublished() && isReady;
+    if (isToPublish)
+        m_feed->publish();
+    if (!isToPublish && !m_feed->takeStarved())
+        return;
+    const std::lock_guard lock(m_mutex);
+    if (m_output)
+        m_output->refresh();
+}

@@ -1,0 +1,143 @@
+#pragma once
+
+#include "decoder/Decoder.h"
+#include "playback/AudioPlayer.h"
+#include "playback/output/AudioOutput.h"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+/// Makes the output of a session. Called by its main or its decoder thread; must not wait for the sound server.
+using OutputFactory = std::function<std::shared_ptr<AudioOutput>(std::shared_ptr<FrameFeed>)>;
+
+/// When to try again after the sound server has gone away: soon, then ever more rarely, not for ever.
+class ReconnectBackoff {
+public:
+    using Moment = std::chrono::steady_clock::time_point;
+
+    /// The server answers: the next loss starts anew.
+    void connected();
+
+    /// Whether the server has ever answered.
+    [[nodiscard]] bool wasConnected() const { return m_wasConnected; }
+
+    /// The connection is lost, or an attempt has failed. Answers when to make the next attempt; nothing if
+    /// it is time to give up, because 15 seconds have passed or because there never was a connection.
+    [[nodiscard]] std::optional<Moment> nextAttempt(Moment now);
+
+    /// An attempt is being made.
+    void attempted();
+
+private:
+    bool m_wasConnected = false;
+    std::optional<Moment> m_lostAt;
+    std::optional<Moment> m_next;
+    int m_attempts = 0;
+};
+
+/// One file being played: its decoder, which works on a thread of its own, the feed that it fills, and the output
+/// that sounds the feed.
+///
+/// 1. Made with an open decoder: no thread runs, no sound server is asked.
+/// 2. prepare() makes the output, startDecoding() the decoder thread, which reads ahead into the feed.
+/// 3. play(), pause(), setGain() and seek() say what is wanted. A seek is a request with a number of its own; the
+///    decoder thread answers the newest one.
+/// 4. The decoder thread also watches the output: it replaces one that has failed, and reports the end once that
+///    was heard. If there is nothing to do it sleeps, without a timer.
+/// 5. close() ends the sound and the callbacks. The decoder thread ends by itself, however long the file keeps it
+///    waiting, and whichever thread is left last destroys the session.
+///
+/// One mutex guards what both threads use; it is never held while a file is read or the delegate is called.
+class Session : public std::enable_shared_from_this<Session> {
+public:
+    struct Request {
+        std::uint32_t generation = 0; ///< its number
+        double seconds = 0;
+    };
+
+    /// `stop` is the flag that `decoder` gives up at; close() sets it.
+    Session(
+        std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput);
+
+    // Main thread
+
+    void setDelegate(AudioPlayer *player, AudioPlayerDelegate *delegate);
+    void prepare();
+
+    /// False if the system has no thread left. Does nothing once the thread runs.
+    [[nodiscard]] bool startDecoding();
+
+    bool play();
+    void pause();
+    void setGain(float gain);
+    void seek(double seconds);
+    void close();
+    [[nodiscard]] AudioPlayer::State state();
+
+    // Any thread
+
+    [[nodiscard]] FrameFeed &feed() { return *m_feed; }
+    [[nodiscard]] Request request();
+
+    // Decoder thread
+
+    /// Returns when it wants to be called again at the latest; nothing if only news can change anything.
+    std::optional<std::chrono::milliseconds> watchOutput();
+
+private:
+    /// How the track ends: by itself, or because decoding failed.
+    struct Ending {
+        bool isDamaged = false;
+        std::optional<Error> error;
+    };
+
+    void requestPosition(double seconds);
+    void makeOutput();
+    void setOutput(std::shared_ptr<AudioOutput> output, bool isFallback);
+    void fallBack();
+    std::optional<std::chrono::milliseconds> recoverOutput();
+    [[nodiscard]] double heardTime();
+    void reportEnd(const Ending &ending);
+
+    void run();
+    bool advance();
+    void startOver(const Request &request);
+    bool decode();
+    bool deliver();
+    void finish(std::optional<Error> error);
+    void setEnding(Ending ending);
+    void publishWhenReady();
+
+    const AudioFormat m_format;
+    const bool m_isLengthUnknown;
+    const bool m_isLengthGuessed; ///< or unknown
+    const OutputFactory m_makeOutput;
+    const std::shared_ptr<FrameFeed> m_feed;
+    const std::shared_ptr<std::atomic<bool>> m_isStopped;
+    bool m_isDecoding = false; ///< the main thread's
+
+    std::mutex m_mutex; ///< guards all up to the next mutex
+    std::shared_ptr<AudioOutput> m_output; ///< none before the session is prepared
+    bool m_isFallback = false; ///< whether m_output is one that sounds nothing
+    ReconnectBackoff m_reconnect;
+    Mix m_mix;
+    Request m_request{1, 0};
+    double m_duration;
+    Ending m_ending; ///< of the newest request; means something once its end is heard
+    bool m_isAtEnd = false; ///< the end was reported, and no other position requested since
+
+    std::mutex m_delegateMutex; ///< held while the delegate is called
+    AudioPlayer *m_player = nullptr;
+    AudioPlayerDelegate *m_delegate = nullptr;
+
+    // The decoder thread's alone
+    std::unique_ptr<Decoder> m_decoder;
+    std::uint32_t m_generation = 0; ///< of the request that is being answered
+    RingBuffer *m_ring = nullptr; ///< none before the first request
+    DecodedFrames m_undelivered; ///< decoded, but the ring was full
+    std::int64_t m_position = 0; ///< track frame after the last one delivered
+};
