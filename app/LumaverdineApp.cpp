@@ -1,8 +1,10 @@
 #include "app/LumaverdineApp.h"
 
+#include "app/ProgramStyle.h"
 #include "ui/ContentView.h"
 #include "ui/controls/Menu.h"
 
+#include <QApplication>
 #include <QMenuBar>
 
 using namespace Qt::StringLiterals;
@@ -10,6 +12,14 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QSize MinimumContentSize(720, 620);
+
+/// Comes before any window, which would be drawn in the desktop's own style at first.
+ProgramStyle &installStyle()
+{
+    auto *style = new ProgramStyle;
+    QApplication::setStyle(style);
+    return *style;
+}
 
 /// Adds a command that is always enabled. A key that is held down counts once.
 QAction *addCommand(QMenu &menu, const QString &title, const QKeySequence &shortcut)
@@ -31,7 +41,8 @@ QMenu &addMenu(QMenuBar &bar, const QString &title)
 } // namespace
 
 LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSystem)
-    : m_player(std::move(services))
+    : m_style(installStyle())
+    , m_player(std::move(services))
     , m_window(std::move(windowSystem))
 {
     auto *content = new ContentView(m_player);
@@ -48,6 +59,12 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
 void LumaverdineApp::show()
 {
     m_window.show();
+}
+
+void LumaverdineApp::follow(const DesktopSettings &desktop)
+{
+    m_style.setAnimated(desktop.wantsAnimations);
+    m_window.setButtonLayout(desktop.buttonLayout);
 }
 
 void LumaverdineApp::buildFileMenu()

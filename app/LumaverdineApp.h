@@ -1,11 +1,13 @@
 #pragma once
 
+#include "desktop/DesktopSettings.h"
 #include "desktop/FramelessWindow.h"
 #include "player/PayerManager.h"
 #include "ui/ViewRenderer.h"
 
 class QAction;
 class QMenu;
+class ProgramStyle;
 
 /// The program: the one player of the process, its one window, and the menu commands.
 ///
@@ -17,6 +19,9 @@ public:
 
     void show();
 
+    /// Makes the program as the user wants all programs of the desktop to be.
+    void follow(const DesktopSettings &desktop);
+
     [[nodiscard]] PlayerManager &player() { return m_player; }
     [[nodiscard]] FramelessWindow &window() { return m_window; }
 
@@ -24,6 +29,7 @@ private:
     void buildFileMenu();
     void buildPlaybackMenu();
 
+    ProgramStyle &m_style; ///< of all windows; owned by the toolkit
     PlayerManager m_player;
     ViewRenderer m_renderer{m_player};
     FramelessWindow m_window;

@@ -1,5 +1,4 @@
 #include "app/LumaverdineApp.h"
-#include "app/ProgramStyle.h"
 #include "desktop/SettingsPortal.h"
 #include "desktop/XSettings.h"
 #include "files/StandardStreams.h"
@@ -39,8 +38,6 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(u"lumaverdine"_s);
     QApplication::setDesktopFileName(u"lumaverdine"_s);
     QApplication application(argc, argv);
-    auto *style = new ProgramStyle;
-    QApplication::setStyle(style);
 
     // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.
     if (QLocale().language() != QLocale::Spanish)
@@ -50,10 +47,7 @@ int main(int argc, char *argv[])
         QApplication::installTranslator(&spanish);
 
     LumaverdineApp app;
-    const auto follow = [&](const DesktopSettings &desktop) {
-        style->setAnimated(desktop.wantsAnimations);
-        app.window().setButtonLayout(desktop.buttonLayout);
-    };
+    const auto follow = [&app](const DesktopSettings &desktop) { app.follow(desktop); };
     const XSettings settingsOnX11(follow);
     const SettingsPortal settingsOnWayland(follow);
     app.show();

@@ -10,19 +10,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Groups = QMap<QString, QVariantMap>;
-
 const auto Service = u"org.freedesktop.portal.Desktop"_s;
 const auto Path = u"/org/freedesktop/portal/desktop"_s;
 const auto Interface = u"org.freedesktop.portal.Settings"_s;
 const auto WindowGroup = u"org.gnome.desktop.wm.preferences"_s;
 const auto InterfaceGroup = u"org.gnome.desktop.interface"_s;
-
-DesktopSettings settingsOf(const Groups &groups)
-{
-    return {ButtonLayout::parse(groups.value(WindowGroup).value(u"button-layout"_s).toString()),
-        groups.value(InterfaceGroup).value(u"enable-animations"_s, true).toBool()};
-}
 
 } // namespace
 
@@ -39,6 +31,12 @@ SettingsPortal::SettingsPortal(DesktopSettings::Follower follower)
     // Without the name of the service: to look up its owner, the toolkit would wait for the bus.
     bus.connect({}, Path, Interface, u"SettingChanged"_s, this, SLOT(ask()));
     ask();
+}
+
+DesktopSettings SettingsPortal::settingsOf(const Groups &published)
+{
+    return {ButtonLayout::parse(published.value(WindowGroup).value(u"button-layout"_s).toString()),
+        published.value(InterfaceGroup).value(u"enable-animations"_s, true).toBool()};
 }
 
 void SettingsPortal::ask()

@@ -2,7 +2,9 @@
 
 #include "desktop/DesktopSettings.h"
 
+#include <QMap>
 #include <QObject>
+#include <QVariant>
 
 /// The desktop's settings on Wayland, from the desktop portal on the session bus.
 ///
@@ -13,7 +15,12 @@ class SettingsPortal : public QObject {
     Q_OBJECT
 
 public:
+    using Groups = QMap<QString, QVariantMap>;
+
     explicit SettingsPortal(DesktopSettings::Follower follower);
+
+    /// What of the portal's settings concerns a window; the default for each that is missing.
+    [[nodiscard]] static DesktopSettings settingsOf(const Groups &published);
 
 private:
     Q_SLOT void ask();

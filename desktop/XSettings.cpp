@@ -75,10 +75,14 @@ void XSettings::read()
     const auto property = XServer::owned(xcb_get_property_reply(server, request, nullptr));
     if (!property)
         return;
-    const QVariantHash settings = parse({static_cast<const char *>(xcb_get_property_value(property.get())),
-        xcb_get_property_value_length(property.get())});
-    m_follower({ButtonLayout::parse(settings.value(u"Gtk/DecorationLayout"_s).toString()),
-        settings.value(u"Gtk/EnableAnimations"_s, true).toBool()});
+    const auto *bytes = static_cast<const char *>(xcb_get_property_value(property.get()));
+    m_follower(settingsOf(parse({bytes, xcb_get_property_value_length(property.get())})));
+}
+
+DesktopSettings XSettings::settingsOf(const QVariantHash &published)
+{
+    return {ButtonLayout::parse(published.value(u"Gtk/DecorationLayout"_s).toString()),
+        published.value(u"Gtk/EnableAnimations"_s, true).toBool()};
 }
 
 QVariantHash XSettings::parse(const QByteArray &property)

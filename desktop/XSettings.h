@@ -18,6 +18,9 @@ public:
     /// The numbers and texts of a property by their names, up to the first bytes that make no sense.
     [[nodiscard]] static QVariantHash parse(const QByteArray &property);
 
+    /// What of such numbers and texts concerns a window; the default for each that is missing.
+    [[nodiscard]] static DesktopSettings settingsOf(const QVariantHash &published);
+
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 
 private:

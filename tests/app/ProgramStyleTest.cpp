@@ -24,8 +24,6 @@ class ProgramStyleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setStyle(new ProgramStyle); }
-
     void theEmptyWindowLoadsNoPictureFormats()
     {
         const AppFixture f;
@@ -63,7 +61,6 @@ private Q_SLOTS:
         CoverFiles files;
         AppFixture f;
         const auto &cover = *f.window.findChild<Cover *>();
-        auto &style = *dynamic_cast<ProgramStyle *>(QApplication::style());
         const auto showsTrack = [&](const QString &title, const QColor &picture) {
             Track track(QUrl(u"file:///music/a.mp3"_s));
             track.title = title;
@@ -72,10 +69,10 @@ private Q_SLOTS:
             const auto &shown = *f.window.findChild<SelectableLabel *>();
             return QTest::qWaitFor([&] { return shown.text() == title; });
         };
-        style.setAnimated(false);
+        f.app.follow({{}, false});
         QVERIFY(showsTrack(u"still"_s, Qt::red));
         QVERIFY(!cover.isFading());
-        style.setAnimated(true);
+        f.app.follow({{}, true});
         QVERIFY(showsTrack(u"moving"_s, Qt::blue));
         QTRY_VERIFY(cover.isFading());
     }
@@ -90,7 +87,7 @@ private Q_SLOTS:
 
     void otherPicturesOfTheDesktopsStyleAreLeftAlone()
     {
-        QVERIFY(!QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning).isNull());
+        QVERIFY(!ProgramStyle().standardIcon(QStyle::SP_MessageBoxWarning, nullptr, nullptr).isNull());
     }
 };
 

@@ -72,6 +72,16 @@ private Q_SLOTS:
         QCOMPARE(f.window.findChild<ContentView *>()->size(), QSize(1400, 1000));
     }
 
+    void buttonsStandWhereTheDesktopHasThem()
+    {
+        AppFixture f;
+        const QRect menus = f.window.menuBar().geometry();
+        f.app.follow({ButtonLayout::parse(u"close:"_s), true});
+        QVERIFY(f.window.menuBar().geometry().left() > menus.right());
+        f.app.follow({});
+        QCOMPARE(f.window.menuBar().geometry(), menus);
+    }
+
     void nothingIsLoadedOrAskedForAtTheStart()
     {
         const AppFixture f;

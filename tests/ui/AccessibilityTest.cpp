@@ -129,6 +129,7 @@ private Q_SLOTS:
         QCOMPARE(f.spoken.focusChild(), f.spoken.child(1));
         f.list.clearFocus();
         QCOMPARE(f.spoken.focusChild(), nullptr);
+        QVERIFY(!f.stateOfRow(1).focused);
         QVERIFY(!f.stateOfRow(0).offscreen);
         QVERIFY(f.stateOfRow(7).offscreen);
     }

@@ -151,6 +151,8 @@ private Q_SLOTS:
         QCOMPARE(f.changed.at(2).first().toModelIndex().row(), 2);
         f.model.setCurrent(std::nullopt, false);
         QCOMPARE(f.changed.size(), 4);
+        for (const auto &change : std::as_const(f.changed))
+            QVERIFY(change.at(2).value<QList<int>>().isEmpty()); // of all roles: it also reads differently
     }
 
     void rowIsReadWithWhetherItIsCurrent()

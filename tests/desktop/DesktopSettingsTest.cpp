@@ -1,3 +1,4 @@
+#include "desktop/SettingsPortal.h"
 #include "desktop/XSettings.h"
 #include "tests/TestProgram.h"
 
@@ -79,7 +80,7 @@ QByteArray threeSettings(QDataStream::ByteOrder order = QDataStream::LittleEndia
 
 } // namespace
 
-class XSettingsTest : public QObject {
+class DesktopSettingsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -129,7 +130,40 @@ private Q_SLOTS:
         QCOMPARE(XSettings::parse(Writer(0xFFFFFFFF).number("a", 1).bytes()).size(), 1);
         QVERIFY(XSettings::parse(QByteArray(64, '\xFF')).isEmpty());
     }
+
+    void windowFollowsWhatIsPublished_data()
+    {
+        QTest::addColumn<QVariant>("layout");
+        QTest::addColumn<QVariant>("animations");
+        QTest::addColumn<Qt::Edge>("side");
+        QTest::addColumn<bool>("isAnimated");
+        const QVariant none, close(u"close:"_s);
+        QTest::newRow("nothing") << none << none << Qt::RightEdge << true;
+        QTest::newRow("layout") << close << none << Qt::LeftEdge << true;
+        QTest::newRow("no animations") << none << QVariant(0) << Qt::RightEdge << false;
+        QTest::newRow("animations") << close << QVariant(1) << Qt::LeftEdge << true;
+    }
+
+    void windowFollowsWhatIsPublished()
+    {
+        QFETCH(const QVariant, layout);
+        QFETCH(const QVariant, animations);
+        QVariantHash published;
+        SettingsPortal::Groups groups;
+        if (layout.isValid()) {
+            published[u"Gtk/DecorationLayout"_s] = layout;
+            groups[u"org.gnome.desktop.wm.preferences"_s][u"button-layout"_s] = layout;
+        }
+        if (animations.isValid()) {
+            published[u"Gtk/EnableAnimations"_s] = animations;
+            groups[u"org.gnome.desktop.interface"_s][u"enable-animations"_s] = animations.toBool();
+        }
+        for (const auto &settings : {XSettings::settingsOf(published), SettingsPortal::settingsOf(groups)}) {
+            QTEST(settings.buttonLayout.side, "side");
+            QTEST(settings.wantsAnimations, "isAnimated");
+        }
+    }
 };
 
-LUMAVERDINE_TEST(XSettingsTest)
-#include "XSettingsTest.moc"
+LUMAVERDINE_TEST(DesktopSettingsTest)
+#include "DesktopSettingsTest.moc"
