@@ -7,6 +7,7 @@
 #include <QMenu>
 #include <QPainter>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QSlider>
 #include <memory>
@@ -93,6 +94,16 @@ private Q_SLOTS:
         }
     }
 
+    void opensNoLargerThanTheScreen()
+    {
+        struct Large : QWidget {
+            [[nodiscard]] QSize sizeHint() const override { return {5000, 700}; }
+        };
+        FramelessWindow window;
+        window.setContent(new Large);
+        QCOMPARE(window.size(), QSize(window.screen()->availableSize().width(), 700));
+    }
+
     void isNeverSmallerThanItsContent()
     {
         WindowFixture f;
@@ -126,6 +137,7 @@ private Q_SLOTS:
         f.window.menuBar().setFont(large);
         QTRY_VERIFY(f.window.menuBar().width() > width + 10);
         QCOMPARE(f.window.menuBar().width(), f.window.menuBar().sizeHint().width());
+        QVERIFY(f.window.menuBar().height() <= FramelessWindow::StripHeight);
     }
 
     void stripShowsThatAnotherWindowIsActive()
@@ -193,6 +205,7 @@ private Q_SLOTS:
         const WindowFixture f;
         WindowButton &button = *f.button(u"Cerrar"_s);
         const QImage idle = button.grab().toImage();
+        QVERIFY(WindowButton(WindowButton::Kind::Close).testAttribute(Qt::WA_Hover)); // whatever the style
         QTest::mouseMove(f.window.windowHandle(), button.geometry().center());
         QTRY_VERIFY(button.underMouse());
         const QImage hovered = button.grab().toImage();
@@ -419,6 +432,10 @@ private Q_SLOTS:
         other.activateWindow();
         QTRY_VERIFY(!f.window.isActiveWindow());
         QVERIFY(isDrawn(0, 0.62));
+        menus.setActiveAction(title);
+        QVERIFY(!f.window.isActiveWindow());
+        QVERIFY(isDrawn(0.07, 0.8));
+        title->menu()->close();
     }
 
     void menusAreDrawnOverTheContent()

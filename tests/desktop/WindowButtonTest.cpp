@@ -1,4 +1,5 @@
 #include "desktop/WindowButton.h"
+#include "tests/PaintCount.h"
 #include "tests/TestProgram.h"
 
 #include <QPainter>
@@ -111,6 +112,18 @@ private Q_SLOTS:
                     qPrintable(u"sign %1 in state %2"_s.arg(int(kind)).arg(int(state))));
             }
         }
+    }
+
+    void anotherSignShowsAtOnce()
+    {
+        WindowButton button(Kind::Zoom);
+        button.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&button));
+        QTRY_VERIFY(button.isActiveWindow());
+        QCoreApplication::processEvents();
+        const PaintCount painted({&button});
+        button.setKind(Kind::Restore);
+        QTRY_VERIFY(painted.count > 0);
     }
 };
 

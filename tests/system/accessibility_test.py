@@ -114,6 +114,10 @@ class Accessibility(Scenario):
     def test_moving_through_the_list_moves_the_focus_of_readers(self):
         self.start_with_tones("abc")
         with self.window.listen("object:state-changed:focused") as heard:
+            self.window.node("Volumen").get_component_iface().grab_focus()
+            wait_for(lambda: ("Volumen", 1) in heard, "the volume's focus")
+            self.desktop.key("Tab")
+            wait_for(lambda: list(heard)[-1][0].startswith("a, "), "the row that the list is at")
             self.window.row_node(0).get_component_iface().grab_focus()
             wait_for(lambda: ("a, Artista desconocido, 3:05, actual, en pausa", 1) in heard, "the first row's focus")
             self.desktop.key("Down")

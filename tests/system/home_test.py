@@ -1,6 +1,7 @@
 """Nothing is kept: a run in which files were picked and played leaves the home folder as it was, on every desktop."""
 
 import hashlib
+import os
 import unittest
 
 from desktop import wait_for
@@ -61,7 +62,12 @@ class Home(Scenario):
 
     def test_nor_does_a_run_without_a_session_bus(self):
         before = self.tree()
-        bus = {"DBUS_SESSION_BUS_ADDRESS": ""}
+        starter = self.desktop.folder / "programs" / "dbus-launch"  # what the bus library would call to have a bus
+        mark = self.desktop.folder / "bus-started"
+        starter.parent.mkdir()
+        starter.write_text(f"#!/bin/sh\ntouch {mark}\nexit 1\n")
+        starter.chmod(0o700)
+        bus = {"DBUS_SESSION_BUS_ADDRESS": "", "PATH": f"{starter.parent}:{os.environ['PATH']}"}
         self.start_unread(environment=bus)
         self.desktop.key("ctrl+o")
         wait_for(lambda: self.desktop.visible_windows() == 2, "the picker")
@@ -69,6 +75,17 @@ class Home(Scenario):
         self.desktop.wait_for_window("Lumaverdine")
         self.program.quit()
         self.assertEqual(self.tree(), before)
+        self.assertFalse(mark.exists(), "a bus has been started")
+
+    def test_the_users_own_bus_is_joined_if_none_is_named(self):
+        own = self.desktop.folder / "run" / "bus"
+        own.symlink_to(self.desktop.folder / "bus")
+        self.addCleanup(own.unlink)
+        self.start(environment={"DBUS_SESSION_BUS_ADDRESS": ""})  # and read over that bus
+
+    def test_no_session_is_taken_part_in(self):
+        self.start(environment={"SESSION_MANAGER": "local/here:@/tmp/.ICE-unix/0"})
+        self.assertNotIn("Session management", (self.desktop.folder / "lumaverdine.log").read_text())
 
 
 if __name__ == "__main__":

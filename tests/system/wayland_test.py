@@ -149,20 +149,36 @@ class Wayland(Scenario):
         self.window.wait_for("La playlist está vacía")
         self.capture.wait_for_silence()
 
+    def test_buttons_stand_where_a_portal_says_that_runs(self):
+        self.start_portal("close:")
+        self.start()
+        wait_for(self.has_buttons_at_left, "the buttons to be at the left")
+        self.assertEqual(self.asked_groups, [WINDOW_GROUP, "org.gnome.desktop.interface"])
+
     def test_buttons_stand_where_the_portal_says(self):
+        services = self.desktop.folder / "run" / "dbus-1" / "services"
+        services.mkdir(parents=True, exist_ok=True)
+        mark = self.desktop.folder / "portal-started"
+        (services / f"{PORTAL}.service").write_text(f"[D-BUS Service]\nName={PORTAL}\nExec=/usr/bin/touch {mark}\n")
         self.start()
         self.assertFalse(self.has_buttons_at_left())
-        self.button_layout = "close,minimize,maximize:"
-        portal = Service(PORTAL, "/org/freedesktop/portal/desktop", PORTAL_INTERFACE, self.settings)
-        self.addCleanup(portal.close)
+        self.assertFalse(mark.exists(), "nobody has asked for a portal")
+        portal = self.start_portal("close,minimize,maximize:")
         wait_for(self.has_buttons_at_left, "the buttons to be at the left")
         self.button_layout = "appmenu:close"
         change = (WINDOW_GROUP, "button-layout", GLib.Variant("s", self.button_layout))
         portal.emit("SettingChanged", GLib.Variant("(ssv)", change))
         wait_for(lambda: not self.has_buttons_at_left(), "the buttons to be at the right")
 
+    def start_portal(self, button_layout):
+        self.button_layout = button_layout
+        portal = Service(PORTAL, "/org/freedesktop/portal/desktop", PORTAL_INTERFACE, self.settings)
+        self.addCleanup(portal.close)
+        return portal
+
     def settings(self, _method, arguments):
         """What the portal answers: the groups that it is asked for."""
+        self.asked_groups = arguments[0]
         groups = {WINDOW_GROUP: {"button-layout": GLib.Variant("s", self.button_layout)}}
         asked = {name: settings for name, settings in groups.items() if name in arguments[0]}
         return GLib.Variant("(a{sa{sv}})", (asked,))

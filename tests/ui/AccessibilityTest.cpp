@@ -5,6 +5,9 @@
 
 #include <QAccessible>
 #include <QMenu>
+#include <algorithm>
+#include <memory>
+#include <qtestspontaneevent.h>
 
 using namespace Qt::StringLiterals;
 
@@ -132,6 +135,54 @@ private Q_SLOTS:
         QVERIFY(!f.stateOfRow(1).focused);
         QVERIFY(!f.stateOfRow(0).offscreen);
         QVERIFY(f.stateOfRow(7).offscreen);
+        QVERIFY(!f.stateOfRow(0).invisible);
+        f.list.hide();
+        QVERIFY(f.stateOfRow(0).invisible);
+    }
+
+    void listIsATableOfOneColumn()
+    {
+        const SpokenListFixture f("abc");
+        QAccessibleTableInterface &table = *f.spoken.tableInterface();
+        QCOMPARE(table.rowCount(), 3);
+        QCOMPARE(table.cellAt(1, 0), f.spoken.child(1));
+        QCOMPARE(table.cellAt(1, 1), nullptr);
+        QCOMPARE(table.cellAt(3, 0), nullptr);
+        QVERIFY(table.selectedRows().isEmpty());
+        QVERIFY(table.selectRow(1));
+        QCOMPARE(table.selectedRows(), QList<int>({1}));
+        QCOMPARE(table.selectedCells(), QList<QAccessibleInterface *>({f.spoken.child(1)}));
+        f.list.selectionModel()->clearSelection();
+        QVERIFY(table.selectedRows().isEmpty());
+    }
+
+    void nothingElseIsAChild()
+    {
+        SpokenListFixture f("ab");
+        QAccessibleInterface *view = QAccessible::queryAccessibleInterface(&f.view);
+        const QAccessibleInterface *row = f.spoken.child(0);
+        QCOMPARE(f.spoken.indexOfChild(view), -1);
+        QCOMPARE(row->indexOfChild(row->child(0)), 0);
+        QCOMPARE(row->indexOfChild(f.spoken.child(1)), -1);
+        QCOMPARE(row->child(1), nullptr);
+        const QPoint below = row->rect().bottomLeft() + QPoint(20, 3);
+        QCOMPARE(f.spoken.childAt(below.x(), below.y()), nullptr);
+    }
+
+    void actionsOfARowAreNamed()
+    {
+        const SpokenListFixture f("a");
+        const QAccessibleActionInterface &row = *f.spoken.child(0)->actionInterface();
+        QStringList names;
+        QStringList descriptions;
+        for (const QString &action : row.actionNames()) {
+            names.append(row.localizedActionName(action));
+            descriptions.append(row.localizedActionDescription(action));
+        }
+        QCOMPARE(names, QStringList({u"Reproducir"_s, u"Más opciones"_s, u"Ir a la fila"_s}));
+        QCOMPARE(descriptions,
+            QStringList({u"Reproduce la canción desde el principio"_s, u"Abre el menú de la canción"_s,
+                u"Lleva el teclado a la fila"_s}));
     }
 
     void rowsLieWhereTheyAreSeen()
@@ -153,6 +204,9 @@ private Q_SLOTS:
         f.act(1, QAccessibleActionInterface::pressAction());
         QCOMPARE(f.current(), u"b"_s);
         QVERIFY(f.player.isPlaying());
+        f.act(1, QAccessibleActionInterface::showMenuAction());
+        QCOMPARE(f.list.openedMenu()->actions().size(), 2);
+        f.list.openedMenu()->close();
         f.act(2, QAccessibleActionInterface::setFocusAction());
         QVERIFY(f.list.hasFocus());
         QCOMPARE(f.list.currentIndex().row(), 2);
@@ -186,6 +240,7 @@ private Q_SLOTS:
         SpokenListFixture f("abc");
         QAccessibleInterface *c = f.spoken.child(2);
         const QAccessible::Id a = QAccessible::uniqueId(f.spoken.child(0));
+        const QAccessible::Id menuOfA = QAccessible::uniqueId(f.spoken.child(0)->child(0));
         f.player.removeTrack(f.track(0));
         f.render();
         QCOMPARE(f.spoken.child(1), c);
@@ -194,10 +249,29 @@ private Q_SLOTS:
         QAccessibleTableModelChangeEvent removal(&f.list, QAccessibleTableModelChangeEvent::RowsRemoved);
         f.spoken.tableInterface()->modelChange(&removal);
         QCOMPARE(QAccessible::accessibleInterface(a), nullptr);
+        QCOMPARE(QAccessible::accessibleInterface(menuOfA), nullptr);
         f.player.moveTrack({1}, 0);
         f.render();
         QCOMPARE(f.spoken.child(0), c);
         QCOMPARE(c->text(QAccessible::Name), u"c, Artista desconocido, 0:00"_s);
+    }
+
+    void rowThatIsPutElsewhereIsAnotherObjectThatIsValid()
+    {
+        SpokenListFixture f("abc");
+        const QAccessible::Id former = QAccessible::uniqueId(f.spoken.child(1));
+        f.player.playlist.mutate([](QList<Track> &tracks) { std::reverse(tracks.begin(), tracks.end()); });
+        f.render();
+        QVERIFY(f.spoken.child(1)->isValid());
+        QCOMPARE(QAccessible::accessibleInterface(former), nullptr);
+    }
+
+    void rowsGoWithTheirList()
+    {
+        auto f = std::make_unique<SpokenListFixture>("a");
+        const QAccessible::Id row = QAccessible::uniqueId(f->spoken.child(0));
+        f.reset();
+        QCOMPARE(QAccessible::accessibleInterface(row), nullptr);
     }
 
     void trackIsANotificationThatNobodySees()
@@ -303,6 +377,18 @@ private Q_SLOTS:
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
         QCOMPARE(QApplication::focusWidget(), &f.view);
+        QCOMPARE(f.view.accessibleName(), u"Lumaverdine"_s);
+    }
+
+    void keyboardIsWhereItWasIfTheWindowIsShownAgain()
+    {
+        ViewFixture f;
+        auto &volume = *f.find<QWidget>(u"Volumen"_s);
+        volume.setFocus();
+        QShowEvent shownAgain; // by the window system, after it has been minimised
+        QSpontaneKeyEvent::setSpontaneous(&shownAgain);
+        qApp->notify(&f.view, &shownAgain);
+        QCOMPARE(f.view.focusWidget(), &volume);
     }
 };
 

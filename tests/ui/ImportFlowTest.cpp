@@ -4,9 +4,11 @@
 #include "ui/ImportAlert.h"
 #include "ui/controls/TextButton.h"
 
+#include <QAccessible>
 #include <QDialog>
 #include <QScreen>
 #include <algorithm>
+#include <qtestspontaneevent.h>
 
 using namespace Qt::StringLiterals;
 
@@ -109,6 +111,18 @@ private Q_SLOTS:
         QVERIFY(f.player.showFileImporter());
     }
 
+    void pickerComesToTheFrontOnceOnly()
+    {
+        ImportFixture f;
+        f.requestImport();
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        f.player.volume = 0.5;
+        f.render();
+        f.render();
+        QCOMPARE(QApplication::activeWindow(), &f.view);
+    }
+
     void chosenFilesReachThePlayerInOneCall()
     {
         ImportFixture f;
@@ -150,6 +164,7 @@ private Q_SLOTS:
         QTest::mouseClick(buttons.first(), Qt::LeftButton);
         f.render();
         QVERIFY(!f.alert());
+        QTRY_VERIFY(!f.view.findChild<ImportAlert *>());
         f.fail(u"dos"_s);
         QVERIFY(f.alert());
         QCOMPARE(f.message(), u"dos"_s);
@@ -248,6 +263,41 @@ private Q_SLOTS:
         f.render();
         f.fail(u"sin fin "_s.repeated(10'000));
         QVERIFY(f.alert()->height() < 400);
+        QCOMPARE(shownLines(*f.alert()->findChildren<Label *>().at(1)).size(), 12);
+    }
+
+    void alertIsLaidOutEvenly()
+    {
+        ImportFixture f;
+        f.fail(u"uno"_s);
+        const QList<Label *> labels = f.alert()->findChildren<Label *>();
+        const auto &accept = *f.alert()->findChild<TextButton *>();
+        const auto below = [](const QWidget &piece) { return piece.y() + piece.height(); };
+        QCOMPARE(labels[0]->pos(), QPoint(20, 20));
+        QCOMPARE(labels[1]->y() - below(*labels[0]), 8);
+        QCOMPARE(accept.y() - below(*labels[1]), 18);
+        QCOMPARE(f.alert()->height() - below(accept), 20);
+        QCOMPARE(f.alert()->width() - accept.x() - accept.width(), 20);
+        QCOMPARE(labels[0]->font().pixelSize(), 14);
+        QCOMPARE(labels[1]->font().pixelSize(), 13);
+        TextButton prominent(TextButton::Look::Prominent, u"Aceptar"_s);
+        prominent.resize(accept.size());
+        const auto fill = [](const QWidget &button) {
+            return const_cast<QWidget &>(button).grab().toImage().pixelColor(6, button.height() / 2);
+        };
+        QCOMPARE(fill(accept), fill(prominent));
+    }
+
+    void alertStaysWhereItHasBeenMoved()
+    {
+        ImportFixture f;
+        f.fail(u"uno"_s);
+        const QPoint place = f.alert()->pos() + QPoint(40, 30);
+        f.alert()->move(place);
+        QShowEvent shownAgain; // by the window system, after it has been minimised
+        QSpontaneKeyEvent::setSpontaneous(&shownAgain);
+        qApp->notify(f.alert(), &shownAgain);
+        QCOMPARE(f.alert()->pos(), place);
     }
 
     void alertWithoutATextSaysSo()

@@ -144,6 +144,26 @@ private Q_SLOTS:
         QCOMPARE(f.formats().height(), 2 * oneLine);
     }
 
+    void layoutMeasuresWhatItHoldsAndGivesItBack()
+    {
+        QWidget window;
+        QList<QWidget *> pieces;
+        for (const int width : {30, 50, 30, 40}) {
+            pieces.append(new QWidget);
+            pieces.last()->setFixedSize(width, 10);
+        }
+        auto *layout = new InvitationLayout(pieces[0], pieces[1], pieces[2], pieces[3]);
+        window.setLayout(layout);
+        window.show();
+        QCOMPARE(layout->sizeHint(), QSize(50 + 2 * 30, 4 * 10 + 2 * 30 + 3 * 14));
+        QCOMPARE(layout->minimumSize(), QSize(50 + 2 * 30, 4 * 10 + 2 * 12 + 2 * 2));
+        QCOMPARE(layout->expandingDirections(), Qt::Horizontal | Qt::Vertical);
+        QCOMPARE(layout->takeAt(4), nullptr);
+        const std::unique_ptr<QLayoutItem> text(layout->takeAt(2));
+        QCOMPARE(text->widget(), pieces[2]);
+        QCOMPARE(layout->count(), 3);
+    }
+
     void symbolFadesAsItShrinks()
     {
         const auto strongest = [](int height) {

@@ -96,6 +96,8 @@ private Q_SLOTS:
         QCOMPARE(f.titles(), after);
         QCOMPARE(f.changes(), changes);
         QCOMPARE(f.reset.size(), 0);
+        if (!after.isEmpty())
+            QCOMPARE(f.model.rowCount(f.model.index(0)), 0);
     }
 
     void trackThatReturnsWithANewIdIsAnotherRow()

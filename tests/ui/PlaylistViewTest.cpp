@@ -58,6 +58,8 @@ struct ListFixture : ViewFixture {
         QCoreApplication::sendEvent(list.viewport(), &move);
     }
 
+    [[nodiscard]] QImage look(const QRect &area) const { return list.viewport()->grab(area).toImage(); }
+
     /// The menu that is open, or null.
     [[nodiscard]] static QMenu *openMenu()
     {
@@ -167,6 +169,9 @@ private Q_SLOTS:
         QCOMPARE(f.titles(), u"ba"_s);
         QVERIFY(f.content(0).isCurrent());
         QVERIFY(!f.content(1).isCurrent());
+        f.player.playlist = {Track(f.track(0).url())};
+        f.render();
+        QVERIFY(!f.content(0).isCurrent());
     }
 
     void changedMarkIsRepainted()
@@ -247,6 +252,9 @@ private Q_SLOTS:
         QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
         f.choose(u"Eliminar de la playlist"_s);
         QCOMPARE(f.titles(), u"b"_s);
+        QTRY_VERIFY(!f.list.findChild<QMenu *>());
+        QTest::mouseClick(f.list.viewport(), Qt::RightButton, {}, f.menuOf(0));
+        QVERIFY(!f.openMenu());
     }
 
     void thirdClickOnTheEllipsisOpensItsMenuAgain()
@@ -371,6 +379,31 @@ private Q_SLOTS:
         QTest::mouseRelease(f.list.viewport(), Qt::LeftButton, {}, f.row(2).center());
         QCOMPARE(look(2), idle);
         QVERIFY(!f.openMenu());
+        f.pointAt(f.menuOf(1));
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(f.list.viewport(), &leave);
+        QCOMPARE(look(1), idle);
+    }
+
+    void ellipsisThatTheMouseLeavesIsRepainted()
+    {
+        struct Painted : QObject {
+            QRegion region;
+            bool eventFilter(QObject *, QEvent *event) override
+            {
+                if (event->type() == QEvent::Paint)
+                    region += static_cast<QPaintEvent *>(event)->region();
+                return false;
+            }
+        };
+        ListFixture f;
+        f.add("ab");
+        f.pointAt(f.menuOf(0));
+        f.render();
+        Painted painted;
+        f.list.viewport()->installEventFilter(&painted);
+        f.pointAt(f.row(0).center());
+        QTRY_VERIFY(painted.region.contains(f.menuOf(0)));
     }
 
     void wholeSquareOfTheEllipsisIsClickable()
@@ -388,13 +421,19 @@ private Q_SLOTS:
         QVERIFY(!f.openMenu());
     }
 
-    void dragOffTheEllipsisOpensNothing()
+    void dragOffTheEllipsisOpensNothingAndGoesToNoOtherRow()
     {
         ListFixture f;
+        f.view.resize(720, 900);
         f.add("ab");
         QTest::mousePress(f.list.viewport(), Qt::LeftButton, {}, f.menuOf(0));
-        QTest::mouseRelease(f.list.viewport(), Qt::LeftButton, {}, f.row(0).center());
+        const QPoint place = f.row(1).center();
+        QMouseEvent move(QEvent::MouseMove, place, f.list.viewport()->mapToGlobal(place), Qt::NoButton,
+            Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(f.list.viewport(), &move);
+        QTest::mouseRelease(f.list.viewport(), Qt::LeftButton, {}, place);
         QVERIFY(!f.openMenu());
+        QCOMPARE(f.list.currentIndex().row(), 0);
     }
 
     void secondaryClickOpensTheContextMenu()
@@ -441,6 +480,13 @@ private Q_SLOTS:
         QCOMPARE(f.current(), u"b"_s);
         QVERIFY(f.player.isPlaying());
 
+        QTest::keyClick(&f.list, Qt::Key_Up);
+        QTest::keyClick(&f.list, Qt::Key_Enter, Qt::KeypadModifier);
+        QCOMPARE(f.current(), u"a"_s);
+        QTest::keyClick(&f.list, Qt::Key_Down);
+
+        QTest::keyClick(&f.list, Qt::Key_F10);
+        QVERIFY(!f.openMenu());
         f.askForContextMenu(QContextMenuEvent::Keyboard, {});
         QVERIFY(f.openMenu());
         QCOMPARE(f.openMenu()->activeAction(), f.openMenu()->actions().first());
@@ -469,6 +515,7 @@ private Q_SLOTS:
             f.render();
             const int pageUp = rowAfter(Qt::Key_PageUp);
             QVERIFY2(pageUp > 0 && pageUp < 15, qPrintable(QString::number(height)));
+            QVERIFY(pageUp < 14 || height < 900);
             QCOMPARE(rowAfter(Qt::Key_PageDown), 15);
         }
         QCOMPARE(rowAfter(Qt::Key_Home), 0);
@@ -496,6 +543,7 @@ private Q_SLOTS:
         f.list.setFocus();
         const auto hold = [&f](Qt::Key key) {
             QTest::keyPress(&f.list, key);
+            f.render();
             QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, {}, true);
             QCoreApplication::sendEvent(&f.list, &repeat);
             f.render();
@@ -551,6 +599,17 @@ private Q_SLOTS:
         QCOMPARE(f.row(5).top(), 10);
     }
 
+    void keysThatGoNowhereScrollNothing()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.list.setFocus();
+        f.list.verticalScrollBar()->setValue(300);
+        QTest::keyClick(&f.list, Qt::Key_Up);
+        QTest::keyClick(&f.list, Qt::Key_Shift);
+        QCOMPARE(f.list.verticalScrollBar()->value(), 300);
+    }
+
     void rowThatDoesNotFitShowsItsBeginning()
     {
         ListFixture f;
@@ -602,8 +661,10 @@ private Q_SLOTS:
         QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.row(1).center());
         QVERIFY(f.list.hasFocus());
         QCOMPARE(f.list.grab().toImage(), still);
+        const QImage other = f.look(f.row(1));
         QTest::keyClick(&f.list, Qt::Key_Up);
         QVERIFY(f.list.grab().toImage() != still);
+        QCOMPARE(f.look(f.row(1)), other);
         QTest::mouseClick(f.list.viewport(), Qt::LeftButton, {}, f.row(1).center());
         QCOMPARE(f.list.grab().toImage(), still);
     }
@@ -667,6 +728,21 @@ private Q_SLOTS:
         QCOMPARE(f.list.currentIndex().row(), 0);
     }
 
+    void rowThatTakesOverTheKeyboardShowsIt()
+    {
+        ListFixture f;
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        for (auto *button : f.view.findChildren<TextButton *>()) {
+            if (button->text() == u"Seleccionar música…")
+                button->setFocus();
+        }
+        f.add("ab");
+        const QImage row = f.look(f.row(0));
+        f.list.clearFocus();
+        QVERIFY(f.look(f.row(0)) != row);
+    }
+
     void keyboardArrivesAtARowInSight()
     {
         ListFixture f;
@@ -710,6 +786,7 @@ private Q_SLOTS:
         QCOMPARE(f.list.viewport()->mapTo(&f.list, f.row(0).topLeft()), QPoint(10, 10));
         QCOMPARE(f.row(1).top() - f.row(0).bottom() - 1, 4);
         QCOMPARE(f.row(0).height(), 8 + 42 + 8);
+        QCOMPARE(playlistRowHeight(30, 20), 8 + 30 + 3 + 20 + 8);
         const int right = f.list.viewport()->mapTo(&f.list, f.row(0).topRight()).x() + 1;
         QCOMPARE(f.list.width() - right, 10);
 
@@ -747,6 +824,12 @@ private Q_SLOTS:
         QCOMPARE(inserted.size(), 1);
         f.list.scrollToBottom();
         QCOMPARE(f.content(99'999).number, 100'000);
+        const QImage number = f.look(f.row(99'999).adjusted(0, 0, 12 - f.row(0).width(), 0));
+        bool isBesideItsPlace = false; // which is too narrow for it
+        for (int y = 0; y < number.height(); ++y)
+            isBesideItsPlace |=
+                number.pixelColor(9, y).lightness() < number.pixelColor(0, 0).lightness() - 40;
+        QVERIFY(isBesideItsPlace);
         QVERIFY(f.list.viewport()->rect().contains(f.row(99'999)));
     }
 
@@ -772,6 +855,50 @@ private Q_SLOTS:
             ++letter;
         QVERIFY2(
             letter > cover.right() + 40 && letter < row.center().x(), qPrintable(QString::number(letter)));
+    }
+
+    void everyCoverThatShowsIsLoadedInThePixelsOfItsScreen()
+    {
+        ListFixture f;
+        f.add("abcdefghijklmnop");
+        f.view.hide();
+        CoverFiles files;
+        const auto blocking = files.artwork(Qt::white), red = files.artwork(Qt::red),
+                   blue = files.artwork(Qt::blue);
+        f.changeTrack(0, [&](Track &track) { track.artwork = red; });
+        f.changeTrack(5, [&](Track &track) { track.artwork = blue; });
+        f.render();
+        ArtworkLoader loader;
+        PlaylistView list(*qobject_cast<PlaylistModel *>(f.list.model()), loader);
+        list.resize(720, 500);
+        FaultyMedium medium(blocking->files().first().toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        (void)loader.image(*blocking, {42, 42});
+        QTRY_COMPARE(medium.faults(), 1); // from now on all others wait
+        const QSignalSpy changes(&loader, &ArtworkLoader::changed);
+        (void)list.grab(); // lays out the rows
+        list.verticalScrollBar()->setValue(10 + 42 + 8 - 1); // of the first cover a line shows
+        (void)list.grab();
+        medium.set(FaultyMedium::Fault::None);
+        QTRY_COMPARE(changes.size(), 3);
+        const QSize pixels = QSize(42, 42) * list.devicePixelRatioF();
+        for (const auto &cover : {red, blue})
+            QVERIFY(!loader.image(*cover, pixels).image.isNull());
+    }
+
+    void coverThatIsAwaitedIsNoNote()
+    {
+        ListFixture f;
+        f.add("ab");
+        const QImage note = f.look(f.coverOf(1));
+        CoverFiles files;
+        const auto cover = files.artwork(Qt::red);
+        FaultyMedium medium(cover->files().first().toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        f.changeTrack(1, [&](Track &track) { track.artwork = cover; });
+        f.render();
+        QVERIFY(f.look(f.coverOf(1)) != note);
+        QTRY_COMPARE(f.look(f.coverOf(1)), note);
     }
 
     void coverThatIsScrolledAwayIsNotLoadedAnyMore()
