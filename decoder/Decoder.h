@@ -25,10 +25,10 @@ public:
     Decoder(const Decoder &) = delete;
     Decoder &operator=(const Decoder &) = delete;
 
-    /// Of all frames that read() returns, also where the file changes its own on the way.
+    /// Of all frames that read() returns, also if the file changes its own on the way.
     [[nodiscard]] virtual AudioFormat format() const = 0;
 
-    /// Length in seconds, 0 where the file does not tell.
+    /// Length in seconds, 0 if the file does not tell.
     [[nodiscard]] virtual double duration() const = 0;
 
     /// Whether duration() is an estimate that the end of the track may refute.
@@ -37,12 +37,12 @@ public:
     /// Whether damaged parts have been left out so far.
     [[nodiscard]] virtual bool isDamaged() const = 0;
 
-    /// The next frames; they need not continue the former ones where the file has a hole. Fails where
+    /// The next frames; they need not continue the former ones if the file has a hole. Fails if
     /// decoding cannot go on.
     virtual Result<DecodedFrames> read() = 0;
 
-    /// Makes read() go on at `frame`, to the sample where the format allows it; a position past the end leads
-    /// to the end. May decode all that lies before, which takes seconds in an hour of sound. False where the
+    /// Makes read() go on at `frame`, to the sample if the format allows it; a position past the end leads
+    /// to the end. May decode all that lies before, which takes seconds in an hour of sound. False if the
     /// file cannot be positioned or the seek has become obsolete; then only another seek can follow.
     virtual bool seek(std::int64_t frame, const IsObsolete &isObsolete) = 0;
 

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The module lies beside the program, in the build folder as where it is installed. Never looked for by its
+/// The module lies beside the program, in the build folder as when it is installed. Never looked for by its
 /// name alone: an environment or a current folder would decide what is loaded.
 std::filesystem::path modulePath()
 {

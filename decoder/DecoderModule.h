@@ -20,7 +20,7 @@ struct ProbedMedia {
     std::optional<QByteArray> picture; ///< encoded bytes, as the file holds them
 };
 
-/// Set to true by its owner to make whoever reads a file for it give up at the next chance.
+/// Set to true by its owner to make those who read a file for it give up at the next chance.
 using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 
 /// The one way to the libraries that understand audio containers and codecs. They live in a module of their
@@ -30,7 +30,7 @@ using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 /// say. Any thread; they block while the file is read, until `stop` is set at the latest.
 class DecoderModule {
 public:
-    /// A decoder that has already decoded its first frames; fails with a readable description where the file
+    /// A decoder that has already decoded its first frames; fails with a readable description if the file
     /// holds no sound that is understood.
     virtual Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop) const = 0;
 
@@ -38,7 +38,7 @@ public:
     [[nodiscard]] virtual ProbedMedia probe(FileDescriptor file) const = 0;
 
     /// The module, loaded by the first call and kept until the process ends; fails with a readable
-    /// description where it is not installed. Any thread.
+    /// description if it is not installed. Any thread.
     static Result<const DecoderModule *> load();
 
 protected:

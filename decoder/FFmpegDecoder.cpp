@@ -32,7 +32,7 @@ constexpr double SmallestJump = 0.25;
 
 // Before the target, because a codec needs some packets until its output is exact: speech coded as Opus takes
 // 0.3 s, measured. A frame of MP3 may borrow from as many before it as fit into 255 bytes: a second of them at
-// the lowest rates. Where an index has led past the target, further and further back.
+// the lowest rates. If an index has led past the target, further and further back.
 constexpr double UsualRunUp = 0.5; // seconds
 constexpr double LongRunUp = 1;
 constexpr double LongerRunUp = 4;
@@ -356,7 +356,7 @@ void FFmpegDecoder::forgetChunk()
     m_badTime = 0;
 }
 
-/// Makes `frame` the first of the chunk, or the end where the track is shorter. False where no sound is known
+/// Makes `frame` the first of the chunk, or the end if the track is shorter. False if no sound is known
 /// to lie at or before it, or it is obsolete.
 bool FFmpegDecoder::decodeUntil(std::int64_t frame, const IsObsolete &isObsolete)
 {

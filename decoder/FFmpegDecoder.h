@@ -16,14 +16,14 @@ struct AVPacket;
 /// Decodes the audio stream of an FFmpegInput.
 ///
 /// Position zero is the first frame that the codec gives out, once encoder delay is cut off. A packet with
-/// invalid data is left out; after 100 in a row, or two seconds' worth, decoding has failed. Where sound is
+/// invalid data is left out; after 100 in a row, or two seconds' worth, decoding has failed. If sound is
 /// missing, by the container's timestamps or after damage, the position jumps with them; any other jump of
 /// theirs (chained streams, wrong numbers) is ignored, and the container's own seeking not used from then on.
 ///
 /// A seek that the container cannot be trusted with decodes from the first frame on, faster than time passes.
 class FFmpegDecoder final : public Decoder {
 public:
-    /// Decodes the first frame; fails where nothing at all can be decoded.
+    /// Decodes the first frame; fails if nothing at all can be decoded.
     static Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop);
     static Result<std::unique_ptr<Decoder>> open(std::unique_ptr<FFmpegInput> input);
     ~FFmpegDecoder() override;

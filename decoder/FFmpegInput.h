@@ -31,7 +31,7 @@ struct AVStream;
 /// time.
 class FFmpegInput {
 public:
-    /// Fails with a readable description where the file is not an audio container. `stop` may be null.
+    /// Fails with a readable description if the file is not an audio container. `stop` may be null.
     static Result<std::unique_ptr<FFmpegInput>> open(FileDescriptor file, StopFlag stop);
     ~FFmpegInput();
     FFmpegInput(const FFmpegInput &) = delete;
@@ -46,7 +46,7 @@ public:
     [[nodiscard]] AVFormatContext *format() { return m_format; }
     [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
 
-    /// Length in seconds, not negative and at most three years; nothing where the container does not tell.
+    /// Length in seconds, not negative and at most three years; nothing if the container does not tell.
     [[nodiscard]] std::optional<double> duration() const;
 
     /// Whether duration() was estimated, usually from the bit rate.

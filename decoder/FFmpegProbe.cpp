@@ -60,7 +60,7 @@ std::optional<double> lengthOfSound(const FFmpegInput &input, Clock::time_point 
     return std::nullopt;
 }
 
-/// A container's word is taken where it has one; a guess only if the sound is too long to count.
+/// A container's word is taken if it has one; a guess only if the sound is too long to count.
 std::optional<double> duration(FFmpegInput &input)
 {
     const auto stated = input.duration();

@@ -13,7 +13,7 @@ struct AVFrame;
 struct SwrContext;
 
 /// Brings decoded frames of whatever format to interleaved 32-bit float of one rate and channel count, also
-/// where the input changes its own on the way. What comes out is finite and within -8 and 8, of which 1 is full
+/// if the input changes its own on the way. What comes out is finite and within -8 and 8, of which 1 is full
 /// scale; what is no number becomes silence.
 class FrameConverter {
 public:
@@ -27,7 +27,7 @@ public:
 
     void setOutput(AudioFormat format) { m_output = format; }
 
-    /// Appends the sound of `frame`, whose samples it may change, to `samples`; false where it cannot be
+    /// Appends the sound of `frame`, whose samples it may change, to `samples`; false if it cannot be
     /// converted.
     bool convert(AVFrame &frame, std::vector<float> &samples);
 

@@ -8,7 +8,7 @@
 /// container they stand in. The tags that a player shows are read by metadata/.
 namespace Id3v2Mask {
 
-/// Bytes of the tag that `bytes` begin with, 0 where they begin with none. Ten bytes are enough to tell.
+/// Bytes of the tag that `bytes` begin with, 0 if they begin with none. Ten bytes are enough to tell.
 [[nodiscard]] std::int64_t tagSize(std::span<const std::uint8_t> bytes);
 
 /// Gives every tag that FFmpeg would read, wherever its header stands in `bytes`, a version that it does not

@@ -37,7 +37,7 @@ private:
 /// 1. The decoder thread calls startOver() and fills the ring that it is given.
 /// 2. Once that holds enough, it calls publish(), and goes on filling it.
 /// 3. The output calls takePublished() and reads from there; from then on the former ring is the decoder's.
-/// 4. Where another request arrives before step 3, startOver() takes the published ring back.
+/// 4. If another request arrives before step 3, startOver() takes the published ring back.
 class FrameFeed {
 public:
     explicit FrameFeed(AudioFormat format);
@@ -67,7 +67,7 @@ public:
     /// Whether takePublished() would yield a ring.
     [[nodiscard]] bool hasPublished() const;
 
-    /// The ring that answers the newest request, once; null where there is none.
+    /// The ring that answers the newest request, once; null if there is none.
     RingBuffer *takePublished();
 
     void noteStarved() { m_isStarved.store(true); }

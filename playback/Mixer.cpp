@@ -55,7 +55,7 @@ void Mixer::change(std::int64_t frame, const Mix &mix)
 
     // A pause is heard until its fade is over, and goes on from there.
     const std::int64_t turn = mix.isPlaying ? frame : frame + fade;
-    // Never back to the place before, also where that was still to be heard at the frame.
+    // Never back to the place before, also if that was still to be heard at the frame.
     m_cursor = std::max(m_cursors.at(turn), m_placeStart);
     if (isNewPlace)
         adoptPublished();
@@ -144,7 +144,7 @@ void Mixer::noteMissing()
     m_feed->noteStarved();
 }
 
-/// Writes output frames: `source`, or silence where that is null, with the gain, and within a fade mixed with
+/// Writes output frames: `source`, or silence if that is null, with the gain, and within a fade mixed with
 /// what stood there before.
 void Mixer::mixInto(std::int64_t frame, const float *source, std::int64_t frames)
 {

@@ -16,7 +16,7 @@ struct Mix {
     bool operator==(const Mix &) const = default;
 };
 
-/// Turns the frames of a FrameFeed into the endless frames of an output: sound with its gain, silence where
+/// Turns the frames of a FrameFeed into the endless frames of an output: sound with its gain, silence if
 /// there is none, and a fade wherever one gives way to the other.
 ///
 /// Output frames are counted from 0, when the renderer is made. Life of an output frame:
@@ -57,7 +57,7 @@ public:
     [[nodiscard]] bool needsChange(const Mix &mix) const;
 
     /// Makes the frames from `frame` on anew: with this mix, from the newest published ring, with the frames
-    /// that were missing before. Renders more where the fade needs it.
+    /// that were missing before. Renders more if the fade needs it.
     void change(std::int64_t frame, const Mix &mix);
 
     /// First output frame after the last fade; from there on a paused output is silent.

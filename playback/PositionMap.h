@@ -24,7 +24,7 @@ public:
     /// From `piece.start` on the map follows `piece`; what it said of that range before is forgotten.
     void append(const Piece &piece);
 
-    /// The piece that `frame` lies in; before all of them, the first one, held still; a zero piece where
+    /// The piece that `frame` lies in; before all of them, the first one, held still; a zero piece if
     /// there is none.
     [[nodiscard]] Piece pieceAt(std::int64_t frame) const;
 

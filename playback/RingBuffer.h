@@ -9,7 +9,7 @@
 #include <span>
 
 /// Carries decoded frames from the one thread that writes to the one that reads, without a lock. Every frame
-/// knows its position in the track, also where the track jumps.
+/// knows its position in the track, also if the track jumps.
 class RingBuffer {
 public:
     /// Frames that follow each other in the track.

@@ -8,7 +8,7 @@
 /// 3. Destroying it lets what sounds fade out, without waiting for that; the feed is left alone from then on.
 ///
 /// All calls come from the player's main and decoder threads, never two at a time, and none of them waits for
-/// the sound server. Where the status changes by itself, the decoder thread is woken.
+/// the sound server. If the status changes by itself, the decoder thread is woken.
 class AudioOutput {
 public:
     enum class State {

@@ -18,7 +18,7 @@ constexpr double RequestLength = 0.19;
 constexpr double OverwriteMargin = 0.005;
 constexpr double LongestOverwriteMargin = 0.03;
 
-// A fade is cut off where the stream is corked as soon as it has been read: some servers read ahead.
+// A fade is cut off if the stream is corked as soon as it has been read: some servers read ahead.
 constexpr double CorkMargin = 0.025;
 
 // What a mixer can show of a name; tags can be of any length.
