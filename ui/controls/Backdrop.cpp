@@ -61,8 +61,8 @@ void Backdrop::mixColors()
 void Backdrop::drawPart(QPainter &painter, const QRect &part, const QRectF &whole) const
 {
     constexpr int StripHeight = 16;
-    constexpr int Unit = 1 << 16; // of a step, in whole numbers
-    constexpr int Last = Steps * Unit;
+    constexpr quint32 Unit = 1 << 16; // of a step, in whole numbers
+    constexpr quint32 Last = Steps * Unit;
     const QPointF step = QPointF(whole.width(), whole.height())
         * (Last / (whole.width() * whole.width() + whole.height() * whole.height()));
     const int stepAcross = qRound(step.x());
@@ -72,10 +72,11 @@ void Backdrop::drawPart(QPainter &painter, const QRect &part, const QRectF &whol
         const int height = std::min(StripHeight, part.bottom() + 1 - top);
         for (int y = top; y < top + height; ++y) {
             // The same for a pixel whatever part is drawn.
-            int place = qRound((y - corner.y()) * step.y()) + (part.left() - corner.x()) * stepAcross;
+            quint32 place = qRound((y - corner.y()) * step.y()) + (part.left() - corner.x()) * stepAcross;
             auto *pixel = reinterpret_cast<QRgb *>(strip.scanLine(y - top));
             const QRgb *colors = m_colors.constData() + static_cast<qsizetype>(y % Side * Side);
-            for (int x = part.left(); x <= part.right(); ++x, place += stepAcross)
+            const quint32 end = part.right() + 1;
+            for (quint32 x = part.left(); x < end; ++x, place += stepAcross)
                 *pixel++ = colors[place / Unit * 16 + x % Side];
         }
         painter.drawImage(QPoint(part.left(), top), strip, QRect(0, 0, part.width(), height));
