@@ -1,9 +1,23 @@
 #pragma once
 
-#include <QFont>
+#include <QFontDatabase>
+
+[[nodiscard]] inline QFont sizedFont(QFontDatabase::SystemFont kind, int pixels, QFont::Weight weight)
+{
+    QFont font = QFontDatabase::systemFont(kind);
+    font.setPixelSize(pixels);
+    font.setWeight(weight);
+    return font;
+}
 
 /// The system's font at a height of `pixels` device-independent pixels.
-[[nodiscard]] QFont systemFont(int pixels, QFont::Weight weight = QFont::Normal);
+[[nodiscard]] inline QFont systemFont(int pixels, QFont::Weight weight = QFont::Normal)
+{
+    return sizedFont(QFontDatabase::GeneralFont, pixels, weight);
+}
 
 /// The system's fixed-width font, for times and numbers.
-[[nodiscard]] QFont fixedFont(int pixels, QFont::Weight weight = QFont::Normal);
+[[nodiscard]] inline QFont fixedFont(int pixels, QFont::Weight weight = QFont::Normal)
+{
+    return sizedFont(QFontDatabase::FixedFont, pixels, weight);
+}
