@@ -6,8 +6,8 @@
 
 /// What lies behind the whole window: its background colour under a faint diagonal tint.
 ///
-/// The tint has fewer colours than a large window has room for, so it is dithered: where one colour goes over into
-/// the next, their pixels mix in a fixed pattern, and no bands show.
+/// The tint has fewer colours than a large window has room for, so it is dithered: the pixels of neighbouring colours
+/// mix in a fixed pattern, and no bands show.
 class Backdrop : public QWidget {
     Q_OBJECT
 

@@ -21,7 +21,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
 
-    /// Whether the mouse is where a click would do something.
+    /// Whether the mouse is over the button and a click would do something.
     [[nodiscard]] bool isHovered() const { return isEnabled() && underMouse(); }
 
 private:

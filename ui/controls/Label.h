@@ -21,7 +21,7 @@ public:
     [[nodiscard]] const QString &text() const { return m_text; } ///< as it was set
     [[nodiscard]] Tone tone() const { return m_tone; }
 
-    /// Where each line stands in the label; leading by default.
+    /// On which side each line stands; on the left by default.
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
 
     /// The text as it is shown: broken at words into lines, of which the last one may be cut.

@@ -16,7 +16,7 @@ public:
     /// Opens beside `opener`, a rectangle of the screen.
     void openBeside(const QRect &opener);
 
-    /// Goes to the first entry, as a menu does that a key has opened: a screen reader says where the user is.
+    /// Goes to the first entry, as a menu does that a key has opened: a screen reader reads it then.
     void goToFirst();
 
 protected:

@@ -15,7 +15,7 @@ namespace {
 constexpr int ShortestThumb = 32;
 constexpr QMargins Inset(1, 2, 4, 2); // around the drawn thumb
 
-/// Where a bar can be taken, for all that it asks its style.
+/// The sizes and places of a bar's parts.
 class ThinStyle : public QCommonStyle {
 public:
     int pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const override;

@@ -193,7 +193,7 @@ void SelectableLabel::keyPressEvent(QKeyEvent *event)
 
 void SelectableLabel::focusInEvent(QFocusEvent *event)
 {
-    // What the keyboard would copy shows where it is.
+    // The selection shows that the keyboard is here, and what it would copy.
     if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
         selectAll();
 }

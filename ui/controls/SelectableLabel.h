@@ -55,7 +55,7 @@ private:
     qsizetype m_anchor = 0; ///< both in the shown text
     qsizetype m_end = 0;
     Drag m_drag = Drag::None;
-    Range m_word; ///< where a drag by words began
-    std::optional<QPointF> m_doubleClick; ///< where the last one was
+    Range m_word; ///< in which a drag by words began
+    std::optional<QPointF> m_doubleClick; ///< the place of the last one
     quint64 m_doubleClickTime = 0; ///< milliseconds, of the window system
 };

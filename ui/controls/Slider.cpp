@@ -41,35 +41,16 @@ void drawGroove(QPainter &painter, const QRectF &groove, const QColor &color)
 }
 
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
-/// The words of a slider, as the attribute that replaces its value in what a reader says.
-class SliderWords : public QAccessibleAttributesInterface {
-public:
-    explicit SliderWords(const Slider &slider)
-        : m_slider(slider)
-    {
-    }
-
-    [[nodiscard]] QList<QAccessible::Attribute> attributeKeys() const override
-    {
-        return {QAccessible::Attribute::Custom};
-    }
-
-    [[nodiscard]] QVariant attributeValue(QAccessible::Attribute key) const override
-    {
-        if (key != QAccessible::Attribute::Custom)
-            return {};
-        return QVariant::fromValue(QHash<QString, QString>{{u"valuetext"_s, m_slider.spokenWords()}});
-    }
-
-private:
-    const Slider &m_slider;
-};
+using WordsInterface = QAccessibleAttributesInterface;
+#else
+class WordsInterface { };
 #endif
 
 /// A slider as assistive technology meets it. Setting its value is a whole edit.
 ///
-/// Before Qt 6.8 only numbers can be a value on the bus; the words are the description then.
-class SliderAccessible : public QAccessibleWidget, public QAccessibleValueInterface {
+/// Its words replace the value in what a reader says. Before Qt 6.8 only numbers can be a value on the bus; the words
+/// are the description then.
+class SliderAccessible : public QAccessibleWidget, public QAccessibleValueInterface, public WordsInterface {
 public:
     explicit SliderAccessible(Slider *slider)
         : QAccessibleWidget(slider, QAccessible::Slider)
@@ -83,7 +64,7 @@ public:
             return static_cast<QAccessibleValueInterface *>(this);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
         if (type == QAccessible::AttributesInterface && !m_slider.spokenWords().isEmpty())
-            return static_cast<QAccessibleAttributesInterface *>(&m_words);
+            return static_cast<QAccessibleAttributesInterface *>(this);
 #endif
         return QAccessibleWidget::interface_cast(type);
     }
@@ -122,11 +103,19 @@ public:
         return m_slider.step() / m_slider.spokenUnit();
     }
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    [[nodiscard]] QList<QAccessible::Attribute> attributeKeys() const override
+    {
+        return {QAccessible::Attribute::Custom};
+    }
+    [[nodiscard]] QVariant attributeValue(QAccessible::Attribute) const override
+    {
+        return QVariant::fromValue(QHash<QString, QString>{{ u"valuetext"_s, m_slider.spokenWords() }});
+    }
+#endif
+
 private:
     Slider &m_slider;
-#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
-    SliderWords m_words{m_slider};
-#endif
 };
 
 } // namespace

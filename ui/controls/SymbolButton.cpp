@@ -14,7 +14,7 @@ SymbolButton::SymbolButton(
     , m_weight(weight)
     , m_extent(extent)
 {
-    connect(this, &QAbstractButton::toggled, this, &SymbolButton::clickWhereToggled);
+    connect(this, &QAbstractButton::toggled, this, &SymbolButton::clickIfToggled);
 }
 
 void SymbolButton::setActive(bool isActive)
@@ -24,7 +24,7 @@ void SymbolButton::setActive(bool isActive)
 }
 
 /// Assistive technology toggles a checkable button without clicking it.
-void SymbolButton::clickWhereToggled(bool isChecked)
+void SymbolButton::clickIfToggled(bool isChecked)
 {
     if (isChecked == m_isActive)
         return;

@@ -22,7 +22,7 @@ private:
     void draw(QPainter &painter, const QRectF &face, double radius) override;
     [[nodiscard]] double cornerRadius() const override { return std::min(width(), height()) / 2.0; }
     void nextCheckState() override { } // what is active follows from setActive() alone
-    void clickWhereToggled(bool isChecked);
+    void clickIfToggled(bool isChecked);
 
     bool m_isActive = false;
     QString m_symbol;

@@ -2,7 +2,7 @@
 
 #include "ui/controls/Button.h"
 
-/// A framed button with a text, and a symbol before it where one is named.
+/// A framed button with a text, and a symbol before it if one is named.
 class TextButton : public Button {
     Q_OBJECT
 

@@ -3,7 +3,7 @@
 #include <Qt>
 #include <functional>
 
-// How a control shows that it is disabled, held down or where the keyboard is.
+// How a control shows that it is disabled, held down or focused.
 
 class QPainter;
 class QPalette;
@@ -25,9 +25,9 @@ constexpr double FocusRingWidth = 2; // points
 /// With the gap that sets it off from what it surrounds.
 constexpr double FocusRingRoom = 3;
 
-/// Shows along the inner edge of `bounds`, whose corners are round by `radius`, where the keyboard is.
+/// Draws the ring of the focus along the inner edge of `bounds`, whose corners are round by `radius`.
 void drawFocusRing(QPainter &painter, const QRectF &bounds, const QPalette &palette, double radius = 8);
 
-/// Whether a piece that has got the focus for `reason` shows it: where a key has brought it, not where the mouse
-/// has, otherwise as it did.
+/// Whether a piece shows the focus that it has got for this reason: if a key has brought it, not if the mouse has,
+/// otherwise as it did before.
 [[nodiscard]] bool showsFocus(Qt::FocusReason reason, bool didShow);

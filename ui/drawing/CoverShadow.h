@@ -12,7 +12,7 @@ public:
     /// The shadow of a cover of this size with smooth corners of `radius`.
     CoverShadow(const QSize &cover, double radius);
 
-    /// Lies behind `cover`, wherever that is now; hidden if the cover is, or has no parent.
+    /// Moves behind `cover`; hidden if the cover is, or has no parent.
     void follow(const QWidget &cover);
 
 protected:

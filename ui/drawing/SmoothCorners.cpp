@@ -45,7 +45,7 @@ QPainterPath smoothCorners(const QRectF &rect, double radius)
 void fillWithPicture(
     QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture)
 {
-    // Where pixels do not meet pixels, a brush, which repeats its picture, would mix an edge with the opposite one.
+    // If pixels do not meet pixels, a brush, which repeats its picture, would mix an edge with the opposite one.
     const QRectF pixels = painter.deviceTransform().mapRect(area);
     const bool fits = pixels == QRectF(pixels.toAlignedRect()) && pixels.size() == QSizeF(picture.size());
     const QRectF covered = fits ? area : area.adjusted(-1, -1, 1, 1);

@@ -12,7 +12,7 @@ class QPainter;
 [[nodiscard]] QPainterPath smoothCorners(const QRectF &rect, double radius);
 
 /// Fills the outline, with a smooth edge, with the part of `picture` that it shows; the whole of it would cover
-/// `area`, or a point more on each side where the pixels of both do not fall together.
+/// `area`, or a point more on each side if the pixels of both do not fall together.
 void fillWithPicture(
     QPainter &painter, const QPainterPath &outline, const QRectF &area, const QImage &picture);
 
