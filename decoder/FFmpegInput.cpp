@@ -3,7 +3,6 @@
 #include "decoder/Id3v2Mask.h"
 #include "decoder/Positioning.h"
 
-#include <QtEndian>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -45,6 +44,18 @@ constexpr char allowedFormats[] =
 bool mayHoldCovers(const AVInputFormat &demuxer)
 {
     return av_match_list(demuxer.name, "asf,flac,matroska,mov,ogg", ',') > 0;
+}
+
+/// Null if the container needs none.
+std::unique_ptr<ContainerMask> maskFor(std::string_view demuxer)
+{
+    if (demuxer == "flac")
+        return std::make_unique<FlacMask>();
+    if (demuxer == "ogg")
+        return std::make_unique<OggMask>();
+    if (demuxer.starts_with("matroska"))
+        return std::make_unique<MatroskaMask>();
+    return nullptr;
 }
 
 /// What this thread has worked, in nanoseconds.
@@ -103,12 +114,11 @@ std::optional<Error> FFmpegInput::openContainer()
     if (av_probe_input_buffer2(m_io, &probed, nullptr, m_format, 0, 0) < 0)
         return openingError();
     m_isProbed = true;
-    m_masksMatroska = std::string_view(probed->name).starts_with("matroska");
-    m_masksOgg = std::string_view(probed->name) == "ogg";
-    m_masksFlac = std::string_view(probed->name) == "flac";
+    const std::string_view name = probed->name;
+    m_mask = maskFor(name);
     if (!mayHoldCovers(*probed))
         m_openingBytesLeft = MostBytesWithoutCovers;
-    else if (m_masksOgg)
+    else if (name == "ogg")
         m_openingBytesLeft = MostBytesOfOgg;
     dropReadAhead();
     // On failure this frees the format context and sets it to null.
@@ -116,8 +126,8 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
     m_masksTags = demuxer() == "aac";
-    m_masksMatroska = false;
-    m_masksFlac = false;
+    if (!isOgg())
+        m_mask.reset();
     dropReadAhead();
     chooseAudioStream();
     if (avformat_find_stream_info(m_format, nullptr) < 0)
@@ -146,25 +156,6 @@ std::size_t FFmpegInput::look(std::int64_t position, std::span<std::uint8_t> byt
 {
     const ssize_t count = pread(m_file.get(), bytes.data(), bytes.size(), m_begin + position);
     return count < 0 ? 0 : std::size_t(count);
-}
-
-/// Shows blocks of comments as padding: FFmpeg compares each comment with all others.
-void FFmpegInput::maskFlacComments(std::span<std::uint8_t> bytes)
-{
-    constexpr std::uint8_t last = 0x80;
-    constexpr std::uint8_t padding = 1;
-    constexpr std::uint8_t comments = 4;
-    const std::int64_t end = m_offset + std::int64_t(bytes.size());
-    while (m_nextFlacBlock < end) {
-        const std::int64_t block = m_nextFlacBlock;
-        std::array<std::uint8_t, 4> header = {};
-        look(block, header);
-        const std::uint8_t type = header[0];
-        const auto size = qFromBigEndian<std::uint32_t>(header.data()) & 0xFF'FFFF;
-        m_nextFlacBlock = type & last ? INT64_MAX : block + std::int64_t(header.size()) + size;
-        if ((type & ~last) == comments && block >= m_offset)
-            bytes[std::size_t(block - m_offset)] = (type & last) | padding;
-    }
 }
 
 /// What comes next is read again, by the rules of the next step.
@@ -320,15 +311,12 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     if (input.m_masksTags)
         count = ssize_t(Id3v2Mask::apply({buffer, size_t(count)}));
     // FFmpeg looks for ID3v2 tags only in front of this format: of what is read again, none is left.
-    if (input.m_masksMatroska)
-        count = ssize_t(input.m_matroskaMask.apply({buffer, size_t(count)}));
-    if (input.m_masksOgg)
-        count = ssize_t(input.m_oggMask.apply({buffer, size_t(count)}, input.m_offset,
-            [&input](std::int64_t position, std::span<std::uint8_t> bytes) {
-                return input.look(position, bytes);
-            }));
-    if (input.m_masksFlac && count > 0)
-        input.maskFlacComments({buffer, size_t(count)});
+    if (input.m_mask && count > 0) {
+        const auto look = [&input](std::int64_t position, std::span<std::uint8_t> bytes) {
+            return input.look(position, bytes);
+        };
+        count = ssize_t(input.m_mask->apply({buffer, size_t(count)}, input.m_offset, look));
+    }
     input.m_offset += count;
     input.m_stepBytesLeft -= count;
     return count > 0 ? int(count) : AVERROR_EOF;

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "decoder/ContainerMask.h"
 #include "decoder/DecoderModule.h"
-#include "decoder/MatroskaMask.h"
-#include "decoder/OggMask.h"
 
 #include <cstdint>
 #include <memory>
@@ -23,8 +22,7 @@ struct AVStream;
 /// 4. Until the container is open, the bytes that are read, the streams, the time and the memory are bounded.
 /// 5. No ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others
 ///    are masked for as long as FFmpeg looks for them.
-/// 6. Costly elements of Matroska's headers and costly comments are masked (see MatroskaMask, OggMask), and so are
-///    all comments of FLAC.
+/// 6. What would cost FFmpeg too much in the headers of FLAC, Matroska and Ogg is hidden (see ContainerMask).
 /// 7. The stop flag ends every operation.
 ///
 /// Only the best audio stream is read; the others are discarded before they cost anything. One thread at a
@@ -75,7 +73,6 @@ private:
     bool allocateContexts();
     /// Fills `bytes` with the container's from `position` on; answers how many there were.
     std::size_t look(std::int64_t position, std::span<std::uint8_t> bytes) const;
-    void maskFlacComments(std::span<std::uint8_t> bytes);
     void dropReadAhead();
     void startStep();
     bool chooseAudioStream();
@@ -92,12 +89,7 @@ private:
     std::int64_t m_begin = 0; ///< of the container in the file, behind its leading tags
     std::int64_t m_offset = 0; ///< of the next read, from there
     bool m_masksTags = false;
-    bool m_masksMatroska = false;
-    MatroskaMask m_matroskaMask;
-    bool m_masksOgg = false;
-    OggMask m_oggMask;
-    bool m_masksFlac = false;
-    std::int64_t m_nextFlacBlock = 4; ///< where the next header of a block stands, behind "fLaC"
+    std::unique_ptr<ContainerMask> m_mask; ///< none if nothing has to be hidden
     std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
     std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
     std::int64_t m_stepEnd = INT64_MAX; ///< of the thread's own time for a packet or a seek

@@ -1,4 +1,4 @@
-#include "decoder/MatroskaMask.h"
+#include "decoder/ContainerMask.h"
 
 #include <algorithm>
 #include <array>
@@ -60,7 +60,7 @@ std::int64_t toSecondFlacBlock(std::span<const std::uint8_t> bytes)
 
 } // namespace
 
-std::size_t MatroskaMask::apply(std::span<std::uint8_t> bytes)
+std::size_t MatroskaMask::apply(std::span<std::uint8_t> bytes, std::int64_t position, const Look &)
 {
     constexpr std::uint8_t unknown = 0x40; // instead of an identifier's first byte, of the same width
     constexpr std::uint8_t unknownWide = 0x11;
@@ -76,12 +76,13 @@ std::size_t MatroskaMask::apply(std::span<std::uint8_t> bytes)
             bytes[i] = unknownWide;
         const std::int64_t distance = id == 0x63A2 ? toSecondFlacBlock(bytes.subspan(i + IdSize)) : 0;
         if (distance > 0)
-            m_flacBlockSize = std::int64_t(i + IdSize) + distance;
+            m_flacBlockSize = position + std::int64_t(i + IdSize) + distance;
     }
-    for (const std::int64_t position : {m_flacBlockSize, m_flacBlockSize + 1, m_flacBlockSize + 2}) {
-        if (position >= 0 && position < std::int64_t(bytes.size()))
-            bytes[std::size_t(position)] = 0xFF;
+    if (m_flacBlockSize >= 0) {
+        for (std::int64_t i = m_flacBlockSize - position; i < m_flacBlockSize - position + 3; ++i) {
+            if (i >= 0 && i < std::int64_t(bytes.size()))
+                bytes[std::size_t(i)] = 0xFF;
+        }
     }
-    m_flacBlockSize -= std::int64_t(ready);
     return ready;
 }

@@ -1,4 +1,4 @@
-#include "decoder/OggMask.h"
+#include "decoder/ContainerMask.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "decoder/OggMask.h"
+#include "decoder/ContainerMask.h"
 #include "tests/OggPage.h"
 #include "tests/TestProgram.h"
 
