@@ -1,43 +1,19 @@
 #include "desktop/AudioFileDialog.h"
 
-#include "desktop/NameOnlyIconProvider.h"
-
-#include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QRegularExpression>
-#include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The name patterns of all audio types, from the lists of the desktop's type database (Shared MIME-info
-/// Database, "The glob files": weight, type and pattern of a line). The toolkit's reader of it would keep
-/// 0.7 MiB of what it has read.
-QStringList audioPatterns()
-{
-    QStringList patterns;
-    const auto lists = QStandardPaths::locateAll(QStandardPaths::GenericDataLocation, u"mime/globs2"_s);
-    for (const QString &path : lists) {
-        QFile list(path);
-        if (!list.open(QIODevice::ReadOnly))
-            continue;
-        for (const QByteArray &line : list.readAll().split('\n')) {
-            const QList<QByteArray> fields = line.split(':');
-            if (fields.size() >= 3 && fields[1].startsWith("audio/") && fields[2] != "__NOGLOBS__")
-                patterns += QString::fromUtf8(fields[2]);
-        }
-    }
-    patterns.removeDuplicates();
-    return patterns;
-}
-
-/// All files, where the desktop has no type database.
-QString audioFilter()
-{
-    const QStringList patterns = audioPatterns();
-    return u"Archivos de audio (%1)"_s.arg(patterns.isEmpty() ? u"*"_s : patterns.join(u' '));
-}
+/// How the names of the files end that the decoder opens.
+constexpr QStringView Endings = u"aa3 aac ac3 adts aif aifc aiff aiffc amr ape at3 au awb axa caf dff dsf "
+                                u"dts dtshd ec3 eac3 f4a f4b flac loas "
+                                "m4a m4b m4r mka mlp mp+ mp1 mp2 mp3 mpc mpga mpp oga ogg oma opus ra shn "
+                                "snd sox spx tak thd tta voc w64 wav weba "
+                                "wma wv xwma";
 
 /// Never destroyed: the thread that lists folders may use it as long as any dialog lives.
 NameOnlyIconProvider *nameOnlyIcons()
@@ -68,6 +44,16 @@ QStringList namesIn(const QString &text)
 
 } // namespace
 
+QIcon NameOnlyIconProvider::icon(const QFileInfo &info) const
+{
+    return info.isDir() ? m_folder : m_file;
+}
+
+QString NameOnlyIconProvider::type(const QFileInfo &info) const
+{
+    return info.isDir() ? u"Carpeta"_s : u"Archivo %1"_s.arg(info.suffix().toUpper()).trimmed();
+}
+
 QList<QUrl> typedAddresses(const QString &text)
 {
     QList<QUrl> addresses;
@@ -86,7 +72,7 @@ AudioFileDialog::AudioFileDialog(QWidget *parent, const QUrl &folder)
     setFileMode(QFileDialog::ExistingFiles);
     setOption(QFileDialog::HideNameFilterDetails);
     setOption(QFileDialog::ReadOnly);
-    setNameFilter(audioFilter());
+    setNameFilter(u"Archivos de audio (*.%1)"_s.arg(Endings.toString().replace(u' ', u" *."_s)));
     setIconProvider(nameOnlyIcons());
     setDirectoryUrl(folder);
 }

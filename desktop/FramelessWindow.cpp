@@ -1,9 +1,11 @@
 #include "desktop/FramelessWindow.h"
 
 #include "desktop/AccessibleFactory.h"
+#include "desktop/Foreground.h"
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScreen>
 
 namespace {
@@ -12,6 +14,25 @@ constexpr int Margin = 8; // beside the menus and the buttons
 constexpr int ButtonGap = 4;
 
 } // namespace
+
+void MenuStrip::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (QAction *menu : actions())
+        drawTitle(painter, *menu, actionGeometry(menu));
+}
+
+void MenuStrip::drawTitle(QPainter &painter, const QAction &menu, const QRect &place) const
+{
+    if (activeAction() == &menu) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(foreground(palette(), HoverOpacity));
+        painter.drawRoundedRect(place, 6, 6);
+    }
+    painter.setPen(foreground(palette(), isActiveWindow() || activeAction() ? 0.8F : 0.62F));
+    painter.drawText(place, Qt::AlignCenter | Qt::TextHideMnemonic, menu.text());
+}
 
 FramelessWindow::FramelessWindow(WindowSystem system)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)

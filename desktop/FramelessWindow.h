@@ -1,13 +1,33 @@
 #pragma once
 
-#include "desktop/ButtonLayout.h"
-#include "desktop/MenuStrip.h"
-#include "desktop/WindowButton.h"
+#include "desktop/DesktopSettings.h"
 #include "desktop/WindowFrame.h"
-#include "desktop/WindowSystem.h"
 
-#include <QWidget>
+#include <QMenuBar>
+#include <QWindow>
+#include <functional>
 #include <optional>
+
+/// What a window without a title bar asks of the window system, which then follows the pointer by itself; fakes
+/// in tests. False where the window system cannot do it.
+struct WindowSystem {
+    std::function<bool(QWindow &)> startMove = [](QWindow &window) { return window.startSystemMove(); };
+    std::function<bool(QWindow &, Qt::Edges)> startResize = [](QWindow &window, Qt::Edges edges) {
+        return window.startSystemResize(edges);
+    };
+};
+
+/// A menu bar that lies over a window's content: drawn without a background of its own, whatever the desktop's
+/// style. On desktops with a global menu its menus go there and it never shows.
+class MenuStrip : public QMenuBar {
+    Q_OBJECT
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void drawTitle(QPainter &painter, const QAction &menu, const QRect &place) const;
+};
 
 /// A window without a title bar. Its content reaches to all edges; over the content's first points lie the menus
 /// and the standard buttons.

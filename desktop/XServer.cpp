@@ -2,17 +2,7 @@
 
 #include <QGuiApplication>
 
-namespace {
-
-xcb_atom_t internAtom(xcb_connection_t *server, std::string_view name, bool onlyIfExists)
-{
-    const auto size = static_cast<std::uint16_t>(name.size());
-    const auto request = xcb_intern_atom(server, onlyIfExists ? 1 : 0, size, name.data());
-    const auto reply = XServer::owned(xcb_intern_atom_reply(server, request, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
-
-} // namespace
+using namespace Qt::StringLiterals;
 
 xcb_connection_t *XServer::connection()
 {
@@ -22,10 +12,21 @@ xcb_connection_t *XServer::connection()
 
 xcb_atom_t XServer::atom(xcb_connection_t *server, std::string_view name)
 {
-    return internAtom(server, name, false);
+    const auto request = xcb_intern_atom(server, 0, static_cast<std::uint16_t>(name.size()), name.data());
+    const auto reply = owned(xcb_intern_atom_reply(server, request, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-xcb_atom_t XServer::existingAtom(xcb_connection_t *server, std::string_view name)
+xcb_window_t XServer::owner(xcb_connection_t *server, std::string_view selection)
 {
-    return internAtom(server, name, true);
+    const auto request = xcb_get_selection_owner(server, atom(server, selection));
+    const auto reply = owned(xcb_get_selection_owner_reply(server, request, nullptr));
+    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+bool isComposited()
+{
+    if (xcb_connection_t *server = XServer::connection())
+        return XServer::owner(server, "_NET_WM_CM_S0") != XCB_WINDOW_NONE; // Extended Window Manager Hints
+    return QGuiApplication::platformName().startsWith(u"wayland"_s);
 }

@@ -20,7 +20,11 @@ template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Rep
 /// The number that the server has, or now makes, for a name; 0 if it does not answer.
 [[nodiscard]] xcb_atom_t atom(xcb_connection_t *server, std::string_view name);
 
-/// The number of a name; 0 if nobody has ever used it.
-[[nodiscard]] xcb_atom_t existingAtom(xcb_connection_t *server, std::string_view name);
+/// The window that owns the selection of this name; 0 if none does.
+[[nodiscard]] xcb_window_t owner(xcb_connection_t *server, std::string_view selection);
 
 } // namespace XServer
+
+/// Whether the window system shows what lies behind the translucent parts of a window; without that, they are black.
+/// It does on Wayland, and on X11 while a compositor runs. Main thread only.
+[[nodiscard]] bool isComposited();

@@ -52,7 +52,6 @@ XSettings::XSettings(DesktopSettings::Follower follower)
     xcb_connection_t *server = XServer::connection();
     if (!server)
         return;
-    m_selection = XServer::atom(server, "_XSETTINGS_S0");
     m_property = XServer::atom(server, "_XSETTINGS_SETTINGS");
     m_arrival = XServer::atom(server, "MANAGER");
     qGuiApp->installNativeEventFilter(this);
@@ -62,16 +61,14 @@ XSettings::XSettings(DesktopSettings::Follower follower)
 void XSettings::read()
 {
     xcb_connection_t *server = XServer::connection();
-    const auto owner = XServer::owned(
-        xcb_get_selection_owner_reply(server, xcb_get_selection_owner(server, m_selection), nullptr));
-    m_publisher = owner ? owner->owner : xcb_window_t{XCB_WINDOW_NONE};
-    if (!m_publisher)
+    const xcb_window_t publisher = XServer::owner(server, "_XSETTINGS_S0");
+    if (!publisher)
         return;
     // The toolkit wants these events of it, too.
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_change_window_attributes(server, m_publisher, XCB_CW_EVENT_MASK, &events);
+    xcb_change_window_attributes(server, publisher, XCB_CW_EVENT_MASK, &events);
     const auto request =
-        xcb_get_property(server, 0, m_publisher, m_property, XCB_GET_PROPERTY_TYPE_ANY, 0, MostWords);
+        xcb_get_property(server, 0, publisher, m_property, XCB_GET_PROPERTY_TYPE_ANY, 0, MostWords);
     const auto property = XServer::owned(xcb_get_property_reply(server, request, nullptr));
     if (!property)
         return;
@@ -111,13 +108,11 @@ QVariantHash XSettings::parse(const QByteArray &property)
 bool XSettings::nativeEventFilter(const QByteArray &, void *message, qintptr *)
 {
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
-    const int kind = event->response_type & 0x7f;
+    const int kind = event->response_type & 0x7f; // without the mark of those that programs send
     const auto *property = static_cast<const xcb_property_notify_event_t *>(message);
     const auto *client = static_cast<const xcb_client_message_event_t *>(message);
-    const bool hasChanged =
-        kind == XCB_PROPERTY_NOTIFY && property->window == m_publisher && property->atom == m_property;
-    const bool hasCome =
-        kind == XCB_CLIENT_MESSAGE && client->type == m_arrival && client->data.data32[1] == m_selection;
+    const bool hasChanged = kind == XCB_PROPERTY_NOTIFY && property->atom == m_property;
+    const bool hasCome = kind == XCB_CLIENT_MESSAGE && client->type == m_arrival;
     if (hasChanged || hasCome)
         read();
     return false;

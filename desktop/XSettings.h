@@ -27,8 +27,6 @@ private:
     void read();
 
     DesktopSettings::Follower m_follower;
-    std::uint32_t m_selection = 0; ///< owned by the window that has the settings
-    std::uint32_t m_property = 0;
-    std::uint32_t m_arrival = 0; ///< the message that such a window has come
-    std::uint32_t m_publisher = 0; ///< that window
+    std::uint32_t m_property = 0; ///< that has the settings
+    std::uint32_t m_arrival = 0; ///< the message that a window with settings has come
 };

@@ -109,6 +109,5 @@ void ContentView::makeImportAlert()
     connect(m_importAlert, &QDialog::finished, this, [this] {
         m_importAlert.clear();
         m_importerError.reset();
-        m_renderer.markOutOfDate();
     });
 }

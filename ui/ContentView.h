@@ -3,7 +3,6 @@
 #include "files/Result.h"
 #include "metadata/ArtworkLoader.h"
 #include "ui/PlaylistModel.h"
-#include "ui/PlaylistRow.h"
 #include "ui/ViewRenderer.h"
 
 #include <QPointer>

@@ -79,7 +79,7 @@ QBoxLayout *ContentView::trackTexts()
 QString ContentView::trackPositionText() const
 {
     const std::optional<qsizetype> index = m_player.currentIndex();
-    if (!index || m_player.playlist().isEmpty())
+    if (!index)
         return u"Sin canciones"_s;
     return u"Canción %1 de %2"_s.arg(*index + 1).arg(m_player.playlist().size());
 }
@@ -166,15 +166,11 @@ double ContentView::seekValue() const
 
 void ContentView::seekBarEditing(bool isPressed)
 {
-    if (isPressed) {
-        m_isDraggingSlider = true;
+    m_isDraggingSlider = isPressed;
+    if (isPressed)
         m_temporaryProgress = m_player.currentTime();
-    } else {
-        // Seek first: what the bar returns to showing is the new position already.
+    else
         m_player.seek(m_temporaryProgress);
-        m_isDraggingSlider = false;
-    }
-    m_renderer.markOutOfDate();
 }
 
 QBoxLayout *ContentView::times()

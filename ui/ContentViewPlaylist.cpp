@@ -57,7 +57,7 @@ Label *centeredText(const QString &text, const QFont &font, Label::Tone tone)
 void showInstead(QWidget *former, QWidget *shown)
 {
     const QWidget *keyboard = former->window()->focusWidget();
-    const bool hadKeyboard = keyboard && (keyboard == former || former->isAncestorOf(keyboard));
+    const bool hadKeyboard = keyboard && former->isAncestorOf(keyboard);
     former->setVisible(false);
     shown->setVisible(true);
     if (hadKeyboard)
@@ -96,7 +96,7 @@ QBoxLayout *ContentView::playlistHeader()
             return;
         summed = playlist;
         subtitle->setText(playlistSubtitle());
-        total->setText(playlist.isEmpty() ? QString() : m_player.formattedTime(totalDuration(playlist)));
+        total->setText(m_player.formattedTime(totalDuration(playlist)));
         total->setVisible(!playlist.isEmpty());
     });
     return padded(horizontal(8, {vertical(3, {heading, subtitle}), Spacer(), total}), {24, 17, 24, 17});

@@ -1,7 +1,7 @@
 #include "ui/PlaylistAccessible.h"
 
 #include "ui/PlaylistModel.h"
-#include "ui/PlaylistRowGeometry.h"
+#include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
 
 using namespace Qt::StringLiterals;

@@ -2,6 +2,16 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
+QString PlaylistRow::spoken() const
+{
+    QStringList parts{title, artist, length};
+    if (isCurrent())
+        parts << u"actual"_s << (marker == Marker::Playing ? u"reproduciendo"_s : u"en pausa"_s);
+    return parts.join(u", "_s);
+}
+
 PlaylistModel::PlaylistModel(RowBuilder rowBuilder)
     : m_rowBuilder(std::move(rowBuilder))
 {

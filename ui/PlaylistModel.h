@@ -1,11 +1,33 @@
 #pragma once
 
 #include "player/Track.h"
-#include "ui/PlaylistRow.h"
 
 #include <QAbstractListModel>
 #include <functional>
 #include <optional>
+
+/// What one row of the playlist shows.
+struct PlaylistRow {
+    enum class Marker {
+        Number,
+        Playing, ///< the current track, sounding
+        Paused, ///< the current track, silent
+    };
+
+    Marker marker = Marker::Number;
+    qsizetype number = 1; ///< position in the list, from 1
+    QString title;
+    QString artist;
+    QString length; ///< as "3:05"
+    std::optional<Artwork> artwork = std::nullopt;
+
+    [[nodiscard]] bool isCurrent() const { return marker != Marker::Number; }
+
+    /// The row as assistive technology reads it.
+    [[nodiscard]] QString spoken() const;
+};
+
+Q_DECLARE_METATYPE(PlaylistRow)
 
 /// The playlist as rows keyed by the tracks' ids. A change of the list reaches the view as inserted, removed
 /// or moved rows, never as a reset, so that the view keeps its place.

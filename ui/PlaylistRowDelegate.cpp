@@ -3,7 +3,6 @@
 #include "metadata/ArtworkLoader.h"
 #include "ui/DisplayText.h"
 #include "ui/PlaylistModel.h"
-#include "ui/PlaylistRowGeometry.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/ControlState.h"
 #include "ui/drawing/Fonts.h"
@@ -12,14 +11,27 @@
 
 #include <QFontMetrics>
 #include <QPainter>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int SidePadding = 12;
+constexpr int VerticalPadding = 8;
+constexpr int Spacing = 12;
+constexpr int MarkerWidth = 28;
+constexpr int CoverSide = 42;
+constexpr int LineSpacing = 3;
+constexpr int MenuSide = 26;
 constexpr double RowCornerRadius = 9;
 constexpr double CoverCornerRadius = 6;
 constexpr int SymbolSize = 13;
+
+int centered(const QRect &row, int height)
+{
+    return row.top() + (row.height() - height) / 2;
+}
 
 int titleHeight()
 {
@@ -39,7 +51,6 @@ void drawLine(
     painter.setPen(color);
     painter.setLayoutDirection(writingDirection(text));
     painter.drawText(area.left(), area.top() + QFontMetrics(font).ascent(), line);
-    painter.setLayoutDirection(Qt::LeftToRight);
 }
 
 void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, const QPalette &palette)
@@ -69,6 +80,33 @@ void drawTexts(
 
 } // namespace
 
+PlaylistRowGeometry::PlaylistRowGeometry(const QRect &row, int lengthWidth, int titleHeight, int artistHeight)
+    : menu(playlistRowMenu(row))
+{
+    marker = QRect(row.left() + SidePadding, row.top(), MarkerWidth, row.height());
+    const int coverLeft = marker.left() + MarkerWidth + Spacing;
+    cover = QRect(coverLeft, centered(row, CoverSide), CoverSide, CoverSide);
+    length = QRect(menu.left() - Spacing - lengthWidth, row.top(), lengthWidth, row.height());
+
+    // Two gaps: the flexible space between texts and length has one on either side.
+    const int textLeft = cover.left() + CoverSide + Spacing;
+    const int textWidth = std::max(0, length.left() - 2 * Spacing - textLeft);
+    const int textTop = centered(row, titleHeight + LineSpacing + artistHeight);
+    title = QRect(textLeft, textTop, textWidth, titleHeight);
+    artist = QRect(textLeft, textTop + titleHeight + LineSpacing, textWidth, artistHeight);
+}
+
+int playlistRowHeight(int titleHeight, int artistHeight)
+{
+    return std::max(CoverSide, titleHeight + LineSpacing + artistHeight) + 2 * VerticalPadding;
+}
+
+QRect playlistRowMenu(const QRect &row)
+{
+    const int left = row.left() + row.width() - SidePadding - MenuSide;
+    return {left, centered(row, MenuSide), MenuSide, MenuSide};
+}
+
 PlaylistRowDelegate::PlaylistRowDelegate(ArtworkLoader &artworks, QObject *parent)
     : QStyledItemDelegate(parent)
     , m_artworks(artworks)
@@ -94,7 +132,6 @@ void PlaylistRowDelegate::drawMenu(
         painter.drawEllipse(area);
     }
     drawSymbol(painter, area, u"ellipsis"_s, SymbolSize, inactiveColor(palette));
-    painter.setOpacity(1);
 }
 
 void PlaylistRowDelegate::drawSmallArtwork(

@@ -3,7 +3,6 @@
 #include "metadata/ArtworkLoader.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
-#include "ui/PlaylistRowGeometry.h"
 #include "ui/controls/ScrollBar.h"
 #include "ui/drawing/ControlState.h"
 
@@ -42,11 +41,9 @@ PlaylistView::PlaylistView(PlaylistModel &model, ArtworkLoader &artworks)
     setFrameShape(QFrame::NoFrame);
     viewport()->setAutoFillBackground(false);
     viewport()->setMouseTracking(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
     setAutoScroll(false);
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &PlaylistView::followPointer);
-    setEditTriggers(NoEditTriggers);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
@@ -188,7 +185,7 @@ void PlaylistView::mouseReleaseEvent(QMouseEvent *event)
     const QModelIndex pressed = std::exchange(m_pressedMenu, QModelIndex());
     const QModelIndex released = menuSquareAt(event->pos());
     pointAtMenu(released);
-    if (event->button() == Qt::LeftButton && pressed.isValid() && released == pressed)
+    if (pressed.isValid() && released == pressed)
         openMenu(pressed, playlistRowMenu(visualRect(pressed)), true);
 }
 

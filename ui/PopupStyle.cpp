@@ -1,6 +1,6 @@
 #include "ui/PopupStyle.h"
 
-#include "desktop/Compositor.h"
+#include "desktop/XServer.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/ControlState.h"
 #include "ui/drawing/DevicePixels.h"

@@ -1,4 +1,4 @@
-#include "desktop/ButtonLayout.h"
+#include "desktop/DesktopSettings.h"
 #include "tests/TestProgram.h"
 
 using namespace Qt::StringLiterals;

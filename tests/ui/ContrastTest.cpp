@@ -1,6 +1,6 @@
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/PlaylistRowGeometry.h"
+#include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"

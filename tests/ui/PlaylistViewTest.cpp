@@ -3,7 +3,7 @@
 #include "tests/TestProgram.h"
 #include "tests/files/FaultyMedium.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/PlaylistRowGeometry.h"
+#include "ui/PlaylistRowDelegate.h"
 #include "ui/controls/TextButton.h"
 #include "ui/drawing/Colors.h"
 

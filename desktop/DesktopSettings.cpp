@@ -1,4 +1,4 @@
-#include "desktop/ButtonLayout.h"
+#include "desktop/DesktopSettings.h"
 
 #include <QHash>
 
