@@ -334,6 +334,10 @@ private Q_SLOTS:
         QCOMPARE(menu->role(), QAccessible::PopupMenu);
         QCOMPARE(options->indexOfChild(menu), 0);
         QCOMPARE(options->indexOfChild(options), -1);
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        options->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+        QVERIFY(f.find<MenuButton>(u"Más opciones"_s)->hasFocus());
         QCOMPARE(menu->text(QAccessible::Name), u"Más opciones"_s);
         QAccessibleInterface *clear = menu->child(0);
         QCOMPARE(clear->text(QAccessible::Name), u"Eliminar todas las canciones"_s);

@@ -359,6 +359,25 @@ private Q_SLOTS:
         menu->actions().at(0)->trigger();
         menu->close();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"Alba en el río"_s);
+
+        QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {5, 5}, titleOf(f).mapToGlobal(QPoint(5, 5)));
+        QCoreApplication::sendEvent(&titleOf(f), &byKey);
+        menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        QCOMPARE(menu->activeAction(), menu->actions().first());
+        menu->close();
+    }
+
+    void selectionGoesWithTheFocusButNotForAMenuOrAnotherWindow()
+    {
+        ViewFixture f;
+        f.showTrackCalled(u"Alba en el río"_s);
+        titleOf(f).selectAll();
+        for (const auto reason : {Qt::PopupFocusReason, Qt::ActiveWindowFocusReason, Qt::TabFocusReason}) {
+            QFocusEvent out(QEvent::FocusOut, reason);
+            QCoreApplication::sendEvent(&titleOf(f), &out);
+            QCOMPARE(titleOf(f).selectedText().isEmpty(), reason == Qt::TabFocusReason);
+        }
     }
 
     void partOfATitleIsNotSelectedInTheNextOne()

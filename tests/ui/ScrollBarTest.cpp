@@ -3,6 +3,7 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 
+#include <QStyleOptionSlider>
 #include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
@@ -64,6 +65,39 @@ private Q_SLOTS:
             QCOMPARE(image.pixelColor(x, 15).alpha(), x >= 1 && x < 6 ? qRound(0.3 * 255) : 0);
         QCOMPARE(f.inkAt(1), 0);
         QVERIFY(f.inkAt(2) > 40);
+    }
+
+    void itsPartsLieOneUnderTheOtherAndAreAsWideAsIt()
+    {
+        ScrollFixture f;
+        QStyleOptionSlider option;
+        option.initFrom(&f.bar);
+        option.orientation = Qt::Vertical;
+        option.maximum = 100;
+        option.pageStep = 100;
+        option.sliderPosition = 50;
+        int top = 0;
+        for (const auto part :
+            {QStyle::SC_ScrollBarSubPage, QStyle::SC_ScrollBarSlider, QStyle::SC_ScrollBarAddPage}) {
+            const QRect place = f.bar.style()->subControlRect(QStyle::CC_ScrollBar, &option, part, &f.bar);
+            QCOMPARE(place, QRect(0, top, 10, place.height()));
+            top += place.height();
+        }
+        QCOMPARE(top, f.bar.height());
+    }
+
+    void inAllElseItIsAScrollBarOfTheDesktop()
+    {
+        ScrollFixture f;
+        const QStyle &ours = *f.bar.style();
+        const QStyle &desktops = *QApplication::style();
+        QCOMPARE(ours.styleHint(QStyle::SH_ScrollBar_Transient, nullptr, &f.bar), 0);
+        QVERIFY(desktops.styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &f.bar) > 0);
+        for (const auto hint :
+            {QStyle::SH_Widget_Animation_Duration, QStyle::SH_ScrollBar_MiddleClickAbsolutePosition})
+            QCOMPARE(ours.styleHint(hint, nullptr, &f.bar), desktops.styleHint(hint, nullptr, &f.bar));
+        QCOMPARE(f.bar.accessibleName(), u"Desplazamiento"_s);
+        QVERIFY(f.bar.testAttribute(Qt::WA_SetCursor));
     }
 
     void nothingIsDrawnWhereNothingScrolls()

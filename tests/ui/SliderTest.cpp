@@ -398,8 +398,9 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&f.slider));
         f.slider.clearFocus();
         PaintCount paints({&f.slider});
+        f.slider.update(); // with what is due
+        QTRY_VERIFY(paints.count > 0);
         const auto isPaintedAfter = [&](const auto &change) {
-            QCoreApplication::processEvents();
             paints.count = 0;
             change();
             return QTest::qWaitFor([&] { return paints.count > 0; });
@@ -508,13 +509,17 @@ private Q_SLOTS:
             f.slider.render(&painter, QPoint(0, top), {}, QWidget::DrawChildren);
             painter.end();
             const QColor groove = screen.pixelColor(screen.width() / 2, qRound((top + 10) * scale) - 1);
+            QVERIFY(distance(groove, mixed(primaryColor(f.slider.palette()), 0.16, Qt::white)) <= 1);
             int height = 0;
+            int bottom = 0;
             for (int y = 0; y < screen.height(); ++y) {
                 const QColor color = screen.pixelColor(screen.width() / 2, y);
                 height += color == groove ? 1 : 0;
+                bottom = color == groove ? y + 1 : bottom;
                 QVERIFY2(color == groove || color == Qt::white, qPrintable(color.name()));
             }
             QCOMPARE(height, qRound(4 * scale));
+            QVERIFY(std::abs(bottom - height / 2.0 - (top + 10) * scale) <= 0.51);
         }
     }
 };

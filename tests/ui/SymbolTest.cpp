@@ -370,6 +370,7 @@ private Q_SLOTS:
             const QImage screen = onScreen(u"pause.fill"_s, 23, area, scale);
             const QRect ink = inkOf(screen);
             QVERIFY(isSharpRow(screen, ink.center().y()));
+            QVERIFY(std::abs(ink.height() / scale - 20) <= 1.6);
             const QPointF middle = QRectF(ink).center() / scale;
             QVERIFY(std::abs(middle.x() - area.center().x()) <= 0.51 / scale);
             QVERIFY(std::abs(middle.y() - area.center().y()) <= 1.01 / scale);

@@ -69,7 +69,6 @@ SelectableLabel::Range SelectableLabel::wordAt(QPointF point) const
     word.setPosition(position);
     const qsizetype start =
         word.isAtBoundary() ? position : std::max<qsizetype>(0, word.toPreviousBoundary());
-    word.setPosition(start);
     const qsizetype end = word.toNextBoundary();
     return {start, end < 0 ? shownText().size() : end};
 }
