@@ -49,7 +49,7 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     content->setMinimumSize(MinimumContentSize);
     m_window.setWindowTitle(u"Lumaverdine"_s);
     m_window.setContent(content);
-    m_window.menuBar().setAccessibleName(u"Menú"_s);
+    m_window.menuBar().setAccessibleName(tr("Menú"));
     buildFileMenu();
     buildPlaybackMenu();
     for (const QAction *menu : m_window.menuBar().actions())
@@ -69,22 +69,22 @@ void LumaverdineApp::follow(const DesktopSettings &desktop)
 
 void LumaverdineApp::buildFileMenu()
 {
-    QMenu &menu = addMenu(m_window.menuBar(), u"Archivo"_s);
-    const QAction *addMusic = addCommand(menu, u"Añadir música…"_s, Qt::CTRL | Qt::Key_O);
-    const QAction *quit = addCommand(menu, u"Salir"_s, Qt::CTRL | Qt::Key_Q);
+    QMenu &menu = addMenu(m_window.menuBar(), tr("Archivo"));
+    const QAction *addMusic = addCommand(menu, tr("Añadir música…"), Qt::CTRL | Qt::Key_O);
+    const QAction *quit = addCommand(menu, tr("Salir"), Qt::CTRL | Qt::Key_Q);
     QObject::connect(addMusic, &QAction::triggered, &m_player, [this] { m_player.showFileImporter = true; });
     QObject::connect(quit, &QAction::triggered, &m_window, &QWidget::close);
 }
 
 void LumaverdineApp::buildPlaybackMenu()
 {
-    QMenu &menu = addMenu(m_window.menuBar(), u"Reproducción"_s);
+    QMenu &menu = addMenu(m_window.menuBar(), tr("Reproducción"));
     QAction *toggle = addCommand(menu, {}, Qt::Key_Space);
-    const QAction *previous = addCommand(menu, u"Canción anterior"_s, Qt::CTRL | Qt::Key_Left);
-    const QAction *next = addCommand(menu, u"Canción siguiente"_s, Qt::CTRL | Qt::Key_Right);
+    const QAction *previous = addCommand(menu, tr("Canción anterior"), Qt::CTRL | Qt::Key_Left);
+    const QAction *next = addCommand(menu, tr("Canción siguiente"), Qt::CTRL | Qt::Key_Right);
     QObject::connect(toggle, &QAction::triggered, &m_player, &PlayerManager::togglePlayback);
     QObject::connect(previous, &QAction::triggered, &m_player, &PlayerManager::previous);
     QObject::connect(next, &QAction::triggered, &m_player, &PlayerManager::next);
     m_renderer.follow(
-        [this, toggle] { toggle->setText(m_player.isPlaying() ? u"Pausar"_s : u"Reproducir"_s); });
+        [this, toggle] { toggle->setText(m_player.isPlaying() ? tr("Pausar") : tr("Reproducir")); });
 }

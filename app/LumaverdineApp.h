@@ -5,6 +5,8 @@
 #include "player/PayerManager.h"
 #include "ui/ViewRenderer.h"
 
+#include <QCoreApplication>
+
 class QAction;
 class QMenu;
 class ProgramStyle;
@@ -13,6 +15,8 @@ class ProgramStyle;
 ///
 /// The player outlives the window. Closing the window ends the event loop. Main thread only.
 class LumaverdineApp {
+    Q_DECLARE_TR_FUNCTIONS(LumaverdineApp)
+
 public:
     /// A player and a window on the system's own services; tests pass fakes.
     explicit LumaverdineApp(PlatformServices services = {}, WindowSystem windowSystem = {});

@@ -2,12 +2,11 @@
 #include "desktop/SettingsPortal.h"
 #include "desktop/XSettings.h"
 #include "files/StandardStreams.h"
+#include "ui/Translation.h"
 
 #include <QApplication>
 #include <QIcon>
-#include <QLibraryInfo>
 #include <QTimer>
-#include <QTranslator>
 #include <chrono>
 
 using namespace Qt::StringLiterals;
@@ -18,8 +17,8 @@ namespace {
 // The window's picture is drawn in four sizes, by a plugin; the content need not wait for that.
 constexpr auto AfterFirstContent = 150ms;
 
-/// Where no session bus is named, only the user's own may be joined: the bus library would start one, and
-/// note it in a file under the home folder.
+/// If no session bus is named, only the user's own may be joined: the bus library would start one, and note it in a
+/// file under the home folder.
 void startNoSessionBus()
 {
     if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
@@ -39,13 +38,7 @@ int main(int argc, char *argv[])
     QApplication::setDesktopFileName(u"lumaverdine"_s);
     QApplication application(argc, argv);
 
-    // The toolkit's own dialogs and menus speak the window's language, whatever the system's is.
-    if (QLocale().language() != QLocale::Spanish)
-        QLocale::setDefault(QLocale(QLocale::Spanish));
-    QTranslator spanish;
-    if (spanish.load(u"qtbase_es"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&spanish);
-
+    const Translation translation;
     LumaverdineApp app;
     const auto follow = [&app](const DesktopSettings &desktop) { app.follow(desktop); };
     const XSettings settingsOnX11(follow);

@@ -51,7 +51,8 @@ QIcon NameOnlyIconProvider::icon(const QFileInfo &info) const
 
 QString NameOnlyIconProvider::type(const QFileInfo &info) const
 {
-    return info.isDir() ? u"Carpeta"_s : u"Archivo %1"_s.arg(info.suffix().toUpper()).trimmed();
+    return info.isDir() ? AudioFileDialog::tr("Carpeta")
+                        : AudioFileDialog::tr("Archivo %1").arg(info.suffix().toUpper()).trimmed();
 }
 
 QList<QUrl> typedAddresses(const QString &text)
@@ -68,11 +69,11 @@ QList<QUrl> typedAddresses(const QString &text)
 AudioFileDialog::AudioFileDialog(QWidget *parent, const QUrl &folder)
     : QFileDialog(parent)
 {
-    setWindowTitle(u"Añadir música"_s);
+    setWindowTitle(tr("Añadir música"));
     setFileMode(QFileDialog::ExistingFiles);
     setOption(QFileDialog::HideNameFilterDetails);
     setOption(QFileDialog::ReadOnly);
-    setNameFilter(u"Archivos de audio (*.%1)"_s.arg(Endings.toString().replace(u' ', u" *."_s)));
+    setNameFilter(tr("Archivos de audio") + u" (*.%1)"_s.arg(Endings.toString().replace(u' ', u" *."_s)));
     setIconProvider(nameOnlyIcons());
     setDirectoryUrl(folder);
 }

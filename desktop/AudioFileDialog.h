@@ -16,7 +16,7 @@ private:
     QIcon m_file = QFileIconProvider::icon(File);
 };
 
-/// The file dialog for audio files: the portal's where that is offered, the toolkit's elsewhere.
+/// The file dialog for audio files: the portal's if that is offered, else the toolkit's.
 ///
 /// Several files at a time, audio types only. The toolkit's own dialog does not list files whose names are not
 /// valid UTF-8; their file:// address can be typed into its name field.
@@ -36,9 +36,9 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    QList<QUrl> m_typedAddresses; ///< the name field's content where it was accepted as addresses
+    QList<QUrl> m_typedAddresses; ///< the name field's content if that was accepted as addresses
 };
 
 /// The addresses ("smb://server/a.mp3", "file:///m/%FF.mp3") in what was typed into a name field: one, or
-/// several in quotation marks. Empty where anything in it is not an address, but a file name.
+/// several in quotation marks. Empty if anything in it is not an address, but a file name.
 QList<QUrl> typedAddresses(const QString &text);

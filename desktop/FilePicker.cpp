@@ -44,7 +44,7 @@ Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
         std::find_if(urls.begin(), urls.end(), [](const QUrl &url) { return localFilePath(url).isEmpty(); });
     if (remote == urls.end())
         return urls;
-    return Error{u"«%1» no es un archivo de este equipo."_s.arg(remote->toDisplayString())};
+    return Error{FilePicker::tr("«%1» no es un archivo de este equipo.").arg(remote->toDisplayString())};
 }
 
 /// Whether the folder is there, and its medium answers: in one that does not, the dialog would hang.

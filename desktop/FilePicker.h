@@ -20,11 +20,10 @@ public:
     explicit FilePicker(QWidget &window);
     ~FilePicker() override;
 
-    /// Shows the picker, in the user's music folder the first time; brings it to the front where it is
-    /// showing.
+    /// Shows the picker, in the user's music folder the first time; brings it to the front if it is showing.
     void open();
 
-    /// Closes it without a choice; nothing where it is not showing.
+    /// Closes it without a choice; nothing if it is not showing.
     void close();
 
 Q_SIGNALS:

@@ -23,13 +23,13 @@ QString nameOf(WindowButton::Kind kind)
 {
     switch (kind) {
     case WindowButton::Kind::Close:
-        return u"Cerrar"_s;
+        return WindowButton::tr("Cerrar");
     case WindowButton::Kind::Minimize:
-        return u"Minimizar"_s;
+        return WindowButton::tr("Minimizar");
     case WindowButton::Kind::Zoom:
-        return u"Ampliar"_s;
+        return WindowButton::tr("Ampliar");
     case WindowButton::Kind::Restore:
-        return u"Restaurar"_s;
+        return WindowButton::tr("Restaurar");
     }
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include "files/LocalFile.h"
 
+#include <QCoreApplication>
 #include <cmath>
 
 namespace {
@@ -12,6 +13,20 @@ QString withoutPathExtension(const QString &fileName)
     const qsizetype dot = fileName.lastIndexOf(u'.');
     const bool hasExtension = dot > 0 && dot < fileName.size() - 1;
     return hasExtension ? fileName.first(dot) : fileName;
+}
+
+// All tracks share these.
+
+const QString &unknownArtist()
+{
+    static const QString text = QCoreApplication::translate("Track", "Artista desconocido");
+    return text;
+}
+
+const QString &unknownAlbum()
+{
+    static const QString text = QCoreApplication::translate("Track", "Álbum desconocido");
+    return text;
 }
 
 void replaceUnlessEmpty(QString &field, const std::optional<QString> &value)
@@ -34,6 +49,8 @@ Track::Track(const QUrl &url)
 
 Track::Track(const QUrl &url, const MediaAsset &asset)
     : title(withoutPathExtension(localFileName(url)))
+    , artist(unknownArtist())
+    , album(unknownAlbum())
     , m_url(url)
     , m_filePath(standardizedFilePath(url))
 {

@@ -9,7 +9,7 @@
 #include <QUuid>
 #include <optional>
 
-/// The length that is shown for a container's duration: seconds, 0 where that is not numeric or not finite.
+/// The length that is shown for a container's duration: seconds, 0 if that is not numeric or not finite.
 double displayedDuration(const MediaTime &time);
 
 /// One entry of the playlist: an audio file and what its metadata say of it.
@@ -22,7 +22,7 @@ public:
     /// read, keeps its default. Main thread, which it blocks meanwhile.
     explicit Track(const QUrl &url);
 
-    /// The same where the file has been opened already: `asset` is its.
+    /// The same if the file has been opened already as `asset`.
     Track(const QUrl &url, const MediaAsset &asset);
 
     [[nodiscard]] const QUuid &id() const { return m_id; }
@@ -30,9 +30,9 @@ public:
     /// standardizedFilePath() of the URL.
     [[nodiscard]] const QByteArray &filePath() const { return m_filePath; }
 
-    QString title; ///< the file name without its last extension where no title is stored
-    QString artist = QStringLiteral("Artista desconocido");
-    QString album = QStringLiteral("Álbum desconocido");
+    QString title; ///< the file name without its last extension if no title is stored
+    QString artist; ///< "Artista desconocido" if none is stored
+    QString album; ///< "Álbum desconocido" if none is stored
     double duration = 0; ///< seconds, always finite; the container's, not the audio player's
     std::optional<Artwork> artwork;
 

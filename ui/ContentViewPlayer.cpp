@@ -39,12 +39,12 @@ QBoxLayout *ContentView::trackInformation()
 
 QWidget *ContentView::trackAnnouncer()
 {
-    auto *announcer = new Announcer(u"Sin reproducción"_s);
+    auto *announcer = new Announcer(tr("Sin reproducción"));
     m_renderer.follow([=, this, announced = std::optional<Track>()]() mutable {
         const std::optional<Track> &track = m_player.currentTrack();
         if (std::exchange(announced, track) == track)
             return;
-        announcer->announce(track ? u"%1, %2"_s.arg(track->title, track->artist) : u"Sin reproducción"_s);
+        announcer->announce(track ? tr("%1, %2").arg(track->title, track->artist) : tr("Sin reproducción"));
     });
     return announcer;
 }
@@ -67,9 +67,9 @@ QBoxLayout *ContentView::trackTexts()
     auto *position = new Label(systemFont(13, QFont::Medium), Label::Tone::Secondary);
     m_renderer.follow([=, this] {
         const std::optional<Track> &track = m_player.currentTrack();
-        title->setText(track ? track->title : u"Sin reproducción"_s);
-        artist->setText(track ? track->artist : u"Añade música para comenzar"_s);
-        album->setText(track ? track->album : u"La playlist está vacía"_s);
+        title->setText(track ? track->title : tr("Sin reproducción"));
+        artist->setText(track ? track->artist : tr("Añade música para comenzar"));
+        album->setText(track ? track->album : tr("La playlist está vacía"));
         position->setText(trackPositionText());
     });
     auto *positionLine = horizontal(9, {new SymbolView(u"music.note"_s, 13), position, Spacer()});
@@ -80,8 +80,8 @@ QString ContentView::trackPositionText() const
 {
     const std::optional<qsizetype> index = m_player.currentIndex();
     if (!index)
-        return u"Sin canciones"_s;
-    return u"Canción %1 de %2"_s.arg(*index + 1).arg(m_player.playlist().size());
+        return tr("Sin canciones");
+    return tr("Canción %1 de %2").arg(*index + 1).arg(m_player.playlist().size());
 }
 
 // The transport buttons
@@ -96,13 +96,13 @@ QBoxLayout *ContentView::transportControls()
     const auto next = [this] { m_player.next(); };
     return horizontal(18,
         {
-            controlButton(u"shuffle"_s, u"Reproducción aleatoria"_s, isShuffling, 16, flipShuffling),
+            controlButton(u"shuffle"_s, tr("Reproducción aleatoria"), isShuffling, 16, flipShuffling),
             Spacer(),
-            controlButton(u"backward.end.fill"_s, u"Canción anterior"_s, {}, 23, previous),
+            controlButton(u"backward.end.fill"_s, tr("Canción anterior"), {}, 23, previous),
             playButton(),
-            controlButton(u"forward.end.fill"_s, u"Canción siguiente"_s, {}, 23, next),
+            controlButton(u"forward.end.fill"_s, tr("Canción siguiente"), {}, 23, next),
             Spacer(),
-            controlButton(u"repeat"_s, u"Repetir canción"_s, isRepeating, 16, flipRepeating),
+            controlButton(u"repeat"_s, tr("Repetir canción"), isRepeating, 16, flipRepeating),
         });
 }
 
@@ -140,10 +140,10 @@ QBoxLayout *ContentView::progressSection()
 
 QWidget *ContentView::seekBar()
 {
-    auto *bar = new Slider(u"Posición"_s);
+    auto *bar = new Slider(tr("Posición"));
     bar->setSteps(SeekStep, SeekPageStep);
     bar->setSpokenWords([this](double value) {
-        return u"%1 de %2"_s.arg(spokenTime(value), spokenTime(m_player.duration()));
+        return tr("%1 de %2").arg(spokenTime(value), spokenTime(m_player.duration()));
     });
     connect(bar, &Slider::editingBegan, this, [this] { seekBarEditing(true); });
     connect(bar, &Slider::editingEnded, this, [this] { seekBarEditing(false); });
@@ -197,23 +197,23 @@ QBoxLayout *ContentView::tools()
     m_renderer.follow([=, this] {
         speaker->setSymbol(volumeSymbol());
         // Cut, not rounded.
-        percentage->setText(u"%1 %"_s.arg(static_cast<int>(m_player.volume() * 100)));
+        percentage->setText(tr("%1 %").arg(static_cast<int>(m_player.volume() * 100)));
     });
     return horizontal(10, {importButton(), optionsMenu(), Spacer(), speaker, volumeSlider(), percentage});
 }
 
 QWidget *ContentView::importButton()
 {
-    auto *button = new TextButton(TextButton::Look::Bordered, u"Añadir música"_s, u"plus"_s);
-    button->setHelp(u"Añadir archivos de audio"_s);
+    auto *button = new TextButton(TextButton::Look::Bordered, tr("Añadir música"), u"plus"_s);
+    button->setHelp(tr("Añadir archivos de audio"));
     connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
     return button;
 }
 
 QWidget *ContentView::optionsMenu()
 {
-    auto *button = new MenuButton(u"ellipsis"_s, u"Más opciones"_s);
-    QAction *clear = button->menu().addDestructive(u"Eliminar todas las canciones"_s);
+    auto *button = new MenuButton(u"ellipsis"_s, tr("Más opciones"));
+    QAction *clear = button->menu().addDestructive(tr("Eliminar todas las canciones"));
     connect(clear, &QAction::triggered, &m_player, &PlayerManager::clearPlaylist);
     m_renderer.follow([=, this] { clear->setEnabled(!m_player.playlist().isEmpty()); });
     return button;
@@ -221,8 +221,8 @@ QWidget *ContentView::optionsMenu()
 
 QWidget *ContentView::volumeSlider()
 {
-    auto *slider = new Slider(u"Volumen"_s);
-    slider->setToolTip(u"Volumen"_s);
+    auto *slider = new Slider(tr("Volumen"));
+    slider->setToolTip(tr("Volumen"));
     slider->setFixedWidth(145);
     slider->setSteps(VolumeStep, VolumePageStep);
     slider->setSpokenUnit(0.01);

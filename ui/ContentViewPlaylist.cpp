@@ -86,7 +86,7 @@ QWidget *ContentView::playlistSection()
 QBoxLayout *ContentView::playlistHeader()
 {
     auto *heading = new Label(systemFont(20, QFont::Bold), Label::Tone::Primary);
-    heading->setText(u"Playlist"_s);
+    heading->setText(tr("Playlist"));
     auto *subtitle = new Label(systemFont(12), Label::Tone::Secondary);
     auto *total = new Label(fixedFont(12), Label::Tone::Secondary);
     m_renderer.follow([=, this, summed = std::optional<QList<Track>>()]() mutable {
@@ -104,14 +104,8 @@ QBoxLayout *ContentView::playlistHeader()
 
 QString ContentView::playlistSubtitle() const
 {
-    switch (const qsizetype count = m_player.playlist().size()) {
-    case 0:
-        return u"Sin canciones"_s;
-    case 1:
-        return u"1 canción"_s;
-    default:
-        return u"%1 canciones"_s.arg(count);
-    }
+    const auto count = static_cast<int>(m_player.playlist().size());
+    return count == 0 ? tr("Sin canciones") : tr("%n canciones", nullptr, count);
 }
 
 QWidget *ContentView::playlistRows()
@@ -145,9 +139,9 @@ PlaylistRow ContentView::playlistRow(const Track &track, qsizetype number) const
 QWidget *ContentView::emptyPlaylist()
 {
     const QFont headline = systemFont(13, QFont::Bold);
-    const QString empty = u"La playlist está vacía"_s;
-    const QString formats = u"Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles."_s;
-    auto *button = new TextButton(TextButton::Look::Prominent, u"Seleccionar música…"_s);
+    const QString empty = tr("La playlist está vacía");
+    const QString formats = tr("Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles.");
+    auto *button = new TextButton(TextButton::Look::Prominent, tr("Seleccionar música…"));
     button->setAccessibleDescription(empty); // who comes here by keys has not seen it
     connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
 

@@ -1,7 +1,8 @@
 #include "ui/DisplayText.h"
 
+#include <QCoreApplication>
 #include <QStringList>
-#include <cmath>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -32,11 +33,6 @@ QString cutBeforeShaping(const QString &text)
     return text.first(LongestShown - (splitsPair ? 1 : 0)) + u'…';
 }
 
-QString counted(qint64 number, const QString &unit)
-{
-    return u"%1 %2%3"_s.arg(number).arg(unit, number == 1 ? u""_s : u"s"_s);
-}
-
 } // namespace
 
 Qt::LayoutDirection writingDirection(const QString &text)
@@ -58,12 +54,15 @@ QString displayText(const QString &text)
 
 QString spokenTime(double seconds)
 {
-    const bool isSpeakable = std::isfinite(seconds) && seconds >= 0 && seconds < 0x1p63;
-    const qint64 whole = isSpeakable ? static_cast<qint64>(seconds) : 0;
+    const bool isSpeakable = seconds >= 0 && seconds < std::numeric_limits<int>::max();
+    const int whole = isSpeakable ? static_cast<int>(seconds) : 0;
+    // lupdate reads simple arguments only.
+    const int minutes = whole / 60;
+    const int rest = whole % 60;
     QStringList parts;
-    if (whole >= 60)
-        parts << counted(whole / 60, u"minuto"_s);
-    if (whole % 60 != 0 || whole < 60)
-        parts << counted(whole % 60, u"segundo"_s);
+    if (minutes > 0)
+        parts << QCoreApplication::translate("DisplayText", "%n minutos", nullptr, minutes);
+    if (rest > 0 || minutes == 0)
+        parts << QCoreApplication::translate("DisplayText", "%n segundos", nullptr, rest);
     return parts.join(u' ');
 }

@@ -29,12 +29,12 @@ ImportAlert::ImportAlert(QWidget *view)
     : QDialog(view)
     , m_message(wrappedLabel(systemFont(13)))
 {
-    const QString title = u"No se pudieron importar los archivos"_s;
+    const QString title = tr("No se pudieron importar los archivos");
     setWindowTitle(u"Lumaverdine"_s);
     setAccessibleName(title);
     Label *headline = wrappedLabel(systemFont(14, QFont::Bold));
     headline->setText(title);
-    auto *accept = new TextButton(TextButton::Look::Prominent, u"Aceptar"_s);
+    auto *accept = new TextButton(TextButton::Look::Prominent, tr("Aceptar"));
     connect(accept, &QAbstractButton::clicked, this, &QDialog::reject);
     QLayout *texts = vertical(8, {headline, m_message});
     setLayout(padded(vertical(18, {texts, horizontal(0, {Spacer(), accept})}), {20, 20, 20, 20}));
@@ -42,7 +42,7 @@ ImportAlert::ImportAlert(QWidget *view)
 
 void ImportAlert::setError(const std::optional<QString> &error)
 {
-    m_message->setText(error.value_or(u"Error desconocido"_s));
+    m_message->setText(error.value_or(tr("Error desconocido")));
     setFixedSize(Width, layout()->heightForWidth(Width));
 }
 

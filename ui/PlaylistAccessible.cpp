@@ -74,7 +74,7 @@ public:
     {
         if (kind != QAccessible::Name)
             return {};
-        return u"Más opciones de %1"_s.arg(index().data(Qt::DisplayRole).toString());
+        return PlaylistView::tr("Más opciones de %1").arg(index().data(Qt::DisplayRole).toString());
     }
 
     [[nodiscard]] QRect rect() const override { return playlistRowMenu(PlaylistRowPart::rect()); }
@@ -163,15 +163,16 @@ public:
     [[nodiscard]] QString localizedActionName(const QString &name) const override
     {
         if (name == pressAction())
-            return u"Reproducir"_s;
-        return name == showMenuAction() ? u"Más opciones"_s : u"Ir a la fila"_s;
+            return PlaylistView::tr("Reproducir");
+        return name == showMenuAction() ? PlaylistView::tr("Más opciones") : PlaylistView::tr("Ir a la fila");
     }
 
     [[nodiscard]] QString localizedActionDescription(const QString &name) const override
     {
         if (name == pressAction())
-            return u"Reproduce la canción desde el principio"_s;
-        return name == showMenuAction() ? u"Abre el menú de la canción"_s : u"Lleva el teclado a la fila"_s;
+            return PlaylistView::tr("Reproduce la canción desde el principio");
+        return name == showMenuAction() ? PlaylistView::tr("Abre el menú de la canción")
+                                        : PlaylistView::tr("Lleva el teclado a la fila");
     }
 
     void doAction(const QString &name) override

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-using namespace Qt::StringLiterals;
-
 QString PlaylistRow::spoken() const
 {
-    QStringList parts{title, artist, length};
-    if (isCurrent())
-        parts << u"actual"_s << (marker == Marker::Playing ? u"reproduciendo"_s : u"en pausa"_s);
-    return parts.join(u", "_s);
+    QString text = PlaylistModel::tr("%1, %2, %3");
+    if (marker == Marker::Playing)
+        text = PlaylistModel::tr("%1, %2, %3, actual, reproduciendo");
+    else if (marker == Marker::Paused)
+        text = PlaylistModel::tr("%1, %2, %3, actual, en pausa");
+    return text.arg(title, artist, length);
 }
 
 PlaylistModel::PlaylistModel(RowBuilder rowBuilder)
@@ -58,8 +58,8 @@ void PlaylistModel::setTracks(const QList<Track> &tracks)
     m_tracks = tracks;
 }
 
-/// Where the rows first…first+count differ from `tracks` only in that two neighbouring blocks have changed
-/// places, moves the one before the other.
+/// Moves one of two neighbouring blocks before the other, if that is all in which the rows first…first+count differ from
+/// `tracks`. Returns whether it is.
 bool PlaylistModel::moveBlock(qsizetype first, qsizetype count, const QList<Track> &tracks)
 {
     const auto begin = m_tracks.cbegin() + first;

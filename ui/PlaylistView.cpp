@@ -31,7 +31,7 @@ PlaylistView::PlaylistView(PlaylistModel &model, ArtworkLoader &artworks)
     connect(&artworks, &ArtworkLoader::changed, this, &PlaylistView::showArtwork);
     setModel(&model);
     setItemDelegate(m_delegate);
-    setAccessibleName(u"Playlist"_s);
+    setAccessibleName(tr("Playlist"));
     setUniformItemSizes(true);
     setSpacing(SpacingAround);
     // The bar lies in the padding, and keeps its place when there is nothing to scroll.
@@ -112,11 +112,11 @@ void PlaylistView::openMenu(const QModelIndex &index, const QRect &opener, bool 
     const Track track = m_model.track(index);
     auto *menu = new Menu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setAccessibleName(u"Más opciones de %1"_s.arg(track.title));
-    menu->addAction(u"Reproducir"_s, this, [this, track] { Q_EMIT playRequested(track); });
+    menu->setAccessibleName(tr("Más opciones de %1").arg(track.title));
+    menu->addAction(tr("Reproducir"), this, [this, track] { Q_EMIT playRequested(track); });
     if (hasSeparator)
         menu->addSeparator();
-    const QAction *remove = menu->addDestructive(u"Eliminar de la playlist"_s);
+    const QAction *remove = menu->addDestructive(tr("Eliminar de la playlist"));
     connect(remove, &QAction::triggered, this, [this, track] { Q_EMIT removalRequested(track); });
     connect(menu, &QMenu::aboutToHide, this, &PlaylistView::followPointer);
     m_menu = menu;
@@ -242,7 +242,7 @@ void PlaylistView::paintEvent(QPaintEvent *event)
 
 // Keyboard
 
-/// Where the keyboard arrives in a list that it has not been in yet: at the current track if that is in sight.
+/// The row at which the keyboard arrives in a list that it has not been in yet: the current track's if that is in sight.
 QModelIndex PlaylistView::firstFocus() const
 {
     const QModelIndex top = topRow();

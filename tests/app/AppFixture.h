@@ -2,6 +2,7 @@
 
 #include "app/LumaverdineApp.h"
 #include "tests/player/FakeAudioPlayer.h"
+#include "ui/Translation.h"
 
 #include <QAction>
 #include <QMenu>
@@ -11,6 +12,7 @@
 /// The program on a fake platform, its window shown and active.
 struct AppFixture {
     FakePlatform platform;
+    Translation translation;
     int windowMoves = 0; ///< how often the window system was asked to move the window
     LumaverdineApp app{platform.services(), {.startMove = [this](QWindow &) { return ++windowMoves > 0; }}};
     PlayerManager &player = app.player();

@@ -44,7 +44,7 @@ private Q_SLOTS:
             QVERIFY(f.window.menuBar().rect().contains(f.window.menuBar().actionGeometry(menu)));
     }
 
-    void nothingMovesWhereTheUserWantsNoAnimations()
+    void nothingMovesIfTheUserWantsNoAnimations()
     {
         ProgramStyle style;
         const auto duration = [&] { return style.styleHint(QStyle::SH_Widget_Animation_Duration); };

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The exit code of the event loop in which `action` runs; -1 where the loop does not end by itself.
+/// The exit code of the event loop in which `action` runs; -1 if the loop does not end by itself.
 int exitCodeAfter(const std::function<void()> &action)
 {
     QTimer::singleShot(0, qApp, action);

@@ -245,7 +245,7 @@ private Q_SLOTS:
         f.render();
         QCOMPARE(f.spoken.child(1), c);
         QCOMPARE(f.spoken.indexOfChild(c), 1);
-        // The toolkit tells it where somebody listens.
+        // The toolkit tells it if somebody listens.
         QAccessibleTableModelChangeEvent removal(&f.list, QAccessibleTableModelChangeEvent::RowsRemoved);
         f.spoken.tableInterface()->modelChange(&removal);
         QCOMPARE(QAccessible::accessibleInterface(a), nullptr);

@@ -1,5 +1,6 @@
 #include "ui/DisplayText.h"
 #include "tests/TestProgram.h"
+#include "ui/Translation.h"
 
 #include <limits>
 
@@ -60,6 +61,7 @@ private Q_SLOTS:
     void timeIsSaidInMinutesAndSeconds()
     {
         QFETCH(const double, seconds);
+        const Translation translation;
         QTEST(spokenTime(seconds), "spoken");
     }
 };

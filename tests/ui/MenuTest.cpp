@@ -171,7 +171,7 @@ private Q_SLOTS:
         QCOMPARE(button.menu().pos(), button.mapToGlobal(QPoint(0, button.height())));
     }
 
-    void goesToItsFirstEntryWhereAKeyOpensIt()
+    void goesToItsFirstEntryIfAKeyOpensIt()
     {
         MenuButton button(u"ellipsis"_s, u"Más opciones"_s);
         const QAction *first = button.menu().addAction(u"Reproducir"_s);

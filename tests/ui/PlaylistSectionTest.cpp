@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The texts below the player: the header's, and the empty view's where it is shown.
+/// The texts below the player: the header's, and the empty view's if it is shown.
 QStringList playlistTexts(const ViewFixture &f)
 {
     return f.texts().sliced(7);

@@ -757,7 +757,7 @@ private Q_SLOTS:
         }
     }
 
-    void keyboardArrivesAtTheCurrentTrackWhereThatIsInSight()
+    void keyboardArrivesAtTheCurrentTrackIfThatIsInSight()
     {
         ListFixture f;
         f.add("abc");

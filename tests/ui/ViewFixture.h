@@ -2,6 +2,7 @@
 
 #include "tests/player/PlayerFixture.h"
 #include "ui/ContentView.h"
+#include "ui/Translation.h"
 #include "ui/controls/Label.h"
 
 #include <QApplication>
@@ -20,6 +21,7 @@ inline QStringList shownLines(const Label &label)
 
 /// The window's content over a player on a fake platform, shown at its least size.
 struct ViewFixture : PlayerFixture {
+    Translation translation;
     ContentView view{player};
 
     ViewFixture()

@@ -51,7 +51,7 @@ Cover::Cover(ArtworkLoader &artworks)
     , m_shadow(new CoverShadow(Extent, CornerRadius))
 {
     installAccessible<Cover, QAccessibleWidget, QAccessible::Graphic>();
-    setAccessibleName(u"Portada"_s);
+    setAccessibleName(tr("Portada"));
     setFixedSize(Extent);
     m_fade.setStartValue(0.0);
     m_fade.setEndValue(1.0);

@@ -8,7 +8,7 @@
 using namespace Qt::StringLiterals;
 
 PlayButton::PlayButton()
-    : Button(u"Reproducir"_s)
+    : Button(tr("Reproducir"))
 {
 }
 
@@ -17,7 +17,7 @@ void PlayButton::setPlaying(bool isPlaying)
     if (isPlaying == m_isPlaying)
         return;
     m_isPlaying = isPlaying;
-    setHelp(isPlaying ? u"Pausar"_s : u"Reproducir"_s);
+    setHelp(isPlaying ? tr("Pausar") : tr("Reproducir"));
     update();
 }
 

@@ -82,7 +82,7 @@ ScrollBar::ScrollBar()
     setStyle(&style);
     setAttribute(Qt::WA_Hover);
     setAttribute(Qt::WA_OpaquePaintEvent, false);
-    setAccessibleName(u"Desplazamiento"_s);
+    setAccessibleName(tr("Desplazamiento"));
     setCursor(Qt::ArrowCursor);
 }
 

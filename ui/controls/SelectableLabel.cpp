@@ -171,10 +171,10 @@ void SelectableLabel::contextMenuEvent(QContextMenuEvent *event)
 {
     auto *menu = new Menu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setAccessibleName(u"Título"_s);
-    QAction *copyAction = menu->addAction(u"Copiar"_s, this, &SelectableLabel::copy);
+    menu->setAccessibleName(tr("Título"));
+    QAction *copyAction = menu->addAction(tr("Copiar"), this, &SelectableLabel::copy);
     copyAction->setEnabled(m_anchor != m_end);
-    menu->addAction(u"Seleccionar todo"_s, this, &SelectableLabel::selectAll);
+    menu->addAction(tr("Seleccionar todo"), this, &SelectableLabel::selectAll);
     menu->popup(event->globalPos());
     if (event->reason() == QContextMenuEvent::Keyboard)
         menu->goToFirst();

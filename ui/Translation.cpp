@@ -1,0 +1,19 @@
+#include "ui/Translation.h"
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+
+using namespace Qt::StringLiterals;
+
+Translation::Translation(const QLocale &user)
+{
+    const auto catalogues = u":/translations"_s;
+    if (!m_texts.load(user, {}, {}, catalogues))
+        (void)m_texts.load(u"es"_s, catalogues); // it has the plurals
+    const QLocale language(m_texts.language());
+    if (QLocale().language() != language.language())
+        QLocale::setDefault(language);
+    (void)m_toolkit.load(language, u"qtbase"_s, u"_"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath));
+    QCoreApplication::installTranslator(&m_toolkit);
+    QCoreApplication::installTranslator(&m_texts);
+}
