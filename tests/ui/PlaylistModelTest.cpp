@@ -108,19 +108,6 @@ private Q_SLOTS:
         QCOMPARE(f.changes(), QList<qsizetype>({2, 1, 0}));
     }
 
-    void tenThousandAppendedRowsAreOneInsertion()
-    {
-        PlaylistModel model(plainRow);
-        QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
-        QList<Track> tracks = tracksNamed(u"a"_s);
-        model.setTracks(tracks);
-        tracks += QList<Track>(10'000, Track(PlayerFixture::url(u"b"_s)));
-        model.setTracks(tracks);
-        QCOMPARE(inserted.size(), 2);
-        QCOMPARE(inserted.last().at(1).toInt(), 1);
-        QCOMPARE(inserted.last().at(2).toInt(), 10'000);
-    }
-
     void rowsAreNumberedFromOneAndRenumbered()
     {
         ModelFixture f;

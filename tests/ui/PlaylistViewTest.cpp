@@ -128,21 +128,6 @@ private Q_SLOTS:
             "the corner is rounded off");
     }
 
-    void withoutACoverANoteStandsOnAFaintSquare()
-    {
-        ListFixture f;
-        f.add("ab");
-        const QImage list = f.list.viewport()->grab().toImage();
-        const QRect cover = f.coverOf(1);
-        const int square = list.pixelColor(cover.left() + 4, cover.center().y()).lightness();
-        const int around = list.pixelColor(cover.left() - 4, cover.center().y()).lightness();
-        QVERIFY(square < around && square > around - 40);
-        int darkest = 255;
-        for (int x = cover.left(); x <= cover.right(); ++x)
-            darkest = std::min(darkest, list.pixelColor(x, cover.center().y()).lightness());
-        QVERIFY(darkest < square - 60);
-    }
-
     void currentRowIsMarkedByWhetherItPlays()
     {
         using Marker = PlaylistRow::Marker;
@@ -172,19 +157,6 @@ private Q_SLOTS:
         f.player.playlist = {Track(f.track(0).url())};
         f.render();
         QVERIFY(!f.content(0).isCurrent());
-    }
-
-    void changedMarkIsRepainted()
-    {
-        ListFixture f;
-        f.add("ab");
-        const auto look = [&f](int row) { return f.list.viewport()->grab(f.row(row)).toImage(); };
-        const QImage paused = look(0);
-        const QImage plain = look(1);
-        f.player.play();
-        f.render();
-        QVERIFY(look(0) != paused);
-        QCOMPARE(look(1), plain);
     }
 
     void doubleClickLoadsAndPlaysASingleOneDoesNothing()
