@@ -6,6 +6,8 @@
 
 #include <QTemporaryDir>
 #include <algorithm>
+#include <cmath>
+#include <malloc.h>
 
 using namespace Qt::StringLiterals;
 
@@ -97,6 +99,34 @@ private Q_SLOTS:
         QCOMPARE(decoder->format().rate, 192'000);
         const auto frames = qint64(readAll(*decoder).size());
         QVERIFY2(std::abs(frames - 192'000) <= 32, qPrintable(QString::number(frames)));
+    }
+
+    void resamplingGoesOnFromFrameToFrame()
+    {
+        const auto sine = [](size_t frame, int ofRate) {
+            return 0.5F * float(std::sin(2 * M_PI * 10'000 * double(frame) / ofRate));
+        };
+        std::vector<float> sound(384'000);
+        for (size_t i = 0; i < sound.size(); ++i)
+            sound[i] = sine(i, 384'000);
+        const auto samples = readAll(*openDecoder(saveWav(sound, 1, 384'000)).take());
+        for (size_t i = 100; i + 100 < samples.size(); ++i)
+            QVERIFY2(std::abs(samples[i] - sine(i, 192'000)) < 0.001F, qPrintable(QString::number(i)));
+    }
+
+    void memoryOfWhatWasPlayedIsGivenBack()
+    {
+        const QString path = saveWav(std::vector<float>(384'000, 0.5F), 1, 384'000);
+        const auto play = [&path] {
+            (void)readAll(*openDecoder(path).take());
+            (void)openDecoder(path).take()->read(); // and is closed on the way
+        };
+        play(); // what is made once for all
+        const auto before = mallinfo2().uordblks;
+        for (int round = 0; round < 20; ++round)
+            play();
+        const auto kept = qint64(mallinfo2().uordblks) - qint64(before);
+        QVERIFY2(kept < 200'000, qPrintable(QString::number(kept)));
     }
 
     void seekLandsOnTheSample_data()
