@@ -26,15 +26,13 @@ void Wakeup::signal()
 
 bool Wakeup::wait(std::optional<std::chrono::milliseconds> time)
 {
-    int result = 0;
+    timespec moment = {};
     if (time) {
         const auto deadline = std::chrono::steady_clock::now().time_since_epoch() + *time;
         const auto seconds = std::chrono::floor<std::chrono::seconds>(deadline);
-        const timespec moment{seconds.count(), (deadline - seconds).count()};
-        result = sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment);
-    } else {
-        result = sem_wait(&m_semaphore);
+        moment = {seconds.count(), (deadline - seconds).count()};
     }
+    const int result = time ? sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment) : sem_wait(&m_semaphore);
     m_isSignalled.exchange(false);
     return result == 0;
 }

@@ -47,7 +47,7 @@ public:
     /// Longest stretch, in frames, that change() can make anew.
     [[nodiscard]] std::int64_t memory() const { return m_memory; }
 
-    /// Appends `frames` frames.
+    /// Appends `frames` frames; none if that is negative.
     void render(std::int64_t frames);
 
     /// Counts on to `frame` without sound: it was never rendered, and the output has played silence there.

@@ -298,10 +298,7 @@ void PulseStream::fillQueue(std::int64_t readFrame)
 {
     m_mixer.skipTo(readFrame);
     const std::int64_t from = m_mixer.rendered();
-    const std::int64_t target = readFrame + m_feed->format().frames(QueueLength);
-    if (target <= from)
-        return;
-    m_mixer.render(target - from);
+    m_mixer.render(readFrame + m_feed->format().frames(QueueLength) - from);
     write(from);
 }
 
