@@ -357,8 +357,10 @@ private Q_SLOTS:
         m_output->apply({false, 1});
         m_server.answer();
         const std::int64_t silent = m_server.stream().readFrame + milliseconds(15) + fade;
+        const int asked = m_server.looks;
         while (!m_server.stream().isCorked)
             m_server.pass(1);
+        QVERIFY2(m_server.looks - asked <= 3, qPrintable(QString::number(m_server.looks - asked)));
         QCOMPARE(firstSilence(milliseconds(10)), silent);
         // The silence is heard, and a little of it has been read ahead of that.
         const std::int64_t corked = m_server.heardFrame() - silent;
@@ -441,6 +443,19 @@ private Q_SLOTS:
         m_output->apply({false, 1});
         m_server.pass(3);
         QVERIFY(m_server.stream().isCorked);
+    }
+
+    void changeWhileTheDeviceSleepsIsWrittenWhereItStopped()
+    {
+        m_server.transport = 40;
+        offer(0, 96000);
+        play(300);
+        m_server.suspend(true);
+        m_server.answer();
+        m_server.stream().aheads.clear();
+        m_output->apply({true, 0.5F});
+        m_server.answer();
+        QCOMPARE(m_server.stream().aheads.front(), milliseconds(15));
     }
 
     void anotherDeviceIsAskedAtOnce()
