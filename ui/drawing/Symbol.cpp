@@ -124,7 +124,8 @@ void drawShapes(QPainter &painter, const QString &name, QFont::Weight weight, in
     Q_ASSERT_X(isKnown, "drawShapes", qPrintable(name));
 }
 
-QPixmap render(const QString &name, int pixels, const QColor &color, QFont::Weight weight)
+/// The symbol in black.
+QImage render(const QString &name, int pixels, QFont::Weight weight)
 {
     QImage ink(QSize(pixels, pixels) * Fineness, QImage::Format_Alpha8);
     ink.fill(Qt::transparent);
@@ -133,10 +134,8 @@ QPixmap render(const QString &name, int pixels, const QColor &color, QFont::Weig
     painter.scale(ink.width() / Grid, ink.height() / Grid);
     drawShapes(painter, name, weight, pixels);
     painter.end();
-    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(color);
-    image.setAlphaChannel(ink.scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    return QPixmap::fromImage(image);
+    return ink.scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
 } // namespace
@@ -154,7 +153,13 @@ QPixmap symbolPixmap(const QString &name, int pixels, const QColor &color, QFont
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap))
         return pixmap;
-    pixmap = render(name, pixels, color, weight);
+    QImage image = color == Qt::black ? render(name, pixels, weight)
+                                      : symbolPixmap(name, pixels, Qt::black, weight).toImage();
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(image.rect(), color);
+    painter.end();
+    pixmap = QPixmap::fromImage(image);
     QPixmapCache::insert(key, pixmap);
     return pixmap;
 }
