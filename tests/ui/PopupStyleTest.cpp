@@ -314,6 +314,8 @@ private Q_SLOTS:
         PopupStyle ours;
         const std::unique_ptr<QStyle> desktops(QStyleFactory::create(ours.baseStyle()->name()));
         QCOMPARE(drawn(&ours), drawn(desktops.get()));
+        const auto hint = QStyle::SH_Widget_Animation_Duration;
+        QCOMPARE(ours.styleHint(hint, nullptr, nullptr, nullptr), desktops->styleHint(hint));
     }
 
     void keysStandAtTheRightWithRoomBetween()
