@@ -1,5 +1,6 @@
 #include "tests/files/FaultyMedium.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <condition_variable>
@@ -31,6 +32,8 @@ Medium &medium()
     return *instance;
 }
 
+constexpr int Portion = -1; // in place of an error
+
 /// The error of a call for the file of `status`, 0 if it succeeds; returns once it is known.
 int errorOf(const struct stat &status, bool isOpening, long offset)
 {
@@ -44,6 +47,8 @@ int errorOf(const struct stat &status, bool isOpening, long offset)
     m.changed.wait(lock, [&m] { return m.fault != Fault::Silence && m.fault != Fault::Absence; });
     if (m.fault == Fault::Interruption)
         return std::exchange(m.interruptedOffset, offset) == offset ? 0 : EINTR;
+    if (m.fault == Fault::Portions)
+        return Portion;
     return m.fault == Fault::Error ? EIO : 0;
 }
 
@@ -54,6 +59,8 @@ extern "C" __attribute__((visibility("default"))) ssize_t pread(
 {
     struct stat status = {};
     const int error = fstat(descriptor, &status) == 0 ? errorOf(status, false, offset) : 0;
+    if (error == Portion)
+        return syscall(SYS_pread64, descriptor, buffer, std::min(size, size_t(100)), offset);
     if (error != 0) {
         errno = error;
         return -1;

@@ -12,6 +12,7 @@ public:
         None,
         Error, ///< EIO
         Interruption, ///< EINTR, unless the same place is read again
+        Portions, ///< no more than 100 bytes at once
         Silence, ///< no answer until the fault is gone
         Absence, ///< the same, from the opening of the file on
     };

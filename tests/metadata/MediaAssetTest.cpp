@@ -311,7 +311,24 @@ const Crowded crowdedFiles[] = {
             const QByteArray object = asfObject("40a4d0d207e3d21197f000a0c95ea850",
                 littleEndian<quint16>(entries) + asfAttribute({}, {}).repeated(entries - 1)
                     + asfAttribute(u"Title"_s, utf16(u"Title"_s)));
-            return asfObject("3026b2758e66cf11a6d900aa0062ce6c", QByteArray(6, '\0') + object);
+            return asfHeader(object);
+        },
+        10'000},
+    {"ASF metadata",
+        [](qsizetype entries) {
+            const auto attribute = [](const QByteArray &name, const QByteArray &value) {
+                return QByteArray(4, '\0') + littleEndian<quint16>(name.size()) + QByteArray(2, '\0')
+                    + littleEndian(value.size()) + name + value;
+            };
+            return asfHeader(asfObject("eacbf8c5af5b77488467aa8c44fa4cca",
+                littleEndian<quint16>(entries) + attribute({}, {}).repeated(entries - 1)
+                    + attribute(utf16(u"Title"_s), utf16(u"Title"_s))));
+        },
+        10'000},
+    {"ASF objects",
+        [](qsizetype entries) {
+            return asfHeader(asfObject("00112233445566778899aabbccddeeff", {}).repeated(entries - 1)
+                + asfAttributes(asfAttribute(u"Title"_s, utf16(u"Title"_s))));
         },
         10'000},
     {"MP4",
@@ -471,6 +488,7 @@ private Q_SLOTS:
         row("adts-after-id3.aac", {u"ADTS title"_s}, {u"ADTS artist"_s}, none, none, 2, priming);
         row("trueaudio.tta", title, artist, album, none, 1, exact);
         row("matroska.mka", title, artist, album, none, 2, 0.01);
+        row("matroska-cover.mka", none, none, none, jpg, 1, 0.01);
         row("core.caf", none, none, none, none, 1, exact);
         row("dolby.ac3", none, none, none, none, 1, 0.05);
         row("partly-fragmented.m4a", title, artist, album, none, 2, priming);
@@ -1192,6 +1210,8 @@ private Q_SLOTS:
         QTest::newRow("MP4, long size of an atom")
             << kind + bigEndian(1) + "moov" + bigEndian(0) + bigEndian(movie.size() + 16) + movie << 2.5;
         QTest::newRow("MP4, open atom") << kind + bigEndian(0) + "moov" + movie << 2.5;
+        QTest::newRow("MP4, atom shorter than its header")
+            << kind + bigEndian(7) + "fre" + mp4(Movie()) << unknown;
         QTest::newRow("MP4, second movie") << mp4(Movie()) + mp4(Movie{.length = 8}) << 2.5;
         QTest::newRow("MP4, no units") << mp4(Movie{.mediaScale = 0}) << unknown;
         QTest::newRow("MP4, no length") << mp4(Movie{.length = 0}) << unknown;
@@ -1221,6 +1241,16 @@ private Q_SLOTS:
         if (seconds >= 0)
             QVERIFY2(qAbs(asset.duration().seconds() - seconds) < 1e-5,
                 qPrintable(QString::number(asset.duration().seconds(), 'f')));
+    }
+
+    void onlyTheFirstMovieHasTags()
+    {
+        const auto movie = [](const QByteArray &title) {
+            return mp4WithItems(
+                atom("ilst", atom("\251nam", atom("data", bigEndian(1) + bigEndian(0) + title))));
+        };
+        const MediaAsset asset = read(temporaryFile(u"movies"_s, movie("First") + movie("Second")));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"First"_s}));
     }
 
     void pictureIsFoundBehindAStrayZero()

@@ -207,6 +207,19 @@ private Q_SLOTS:
         QCOMPARE(asset.duration().seconds(), 2.0);
     }
 
+    void readThatComesInPortionsGoesOnToItsEnd()
+    {
+        const SilentFiles files;
+        const QByteArray whole = MediaAsset(readMedia(QUrl::fromLocalFile(files.silent))).firstPicture();
+        FaultyMedium medium(files.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Portions);
+        const MediaAsset asset(readMedia(QUrl::fromLocalFile(files.silent)));
+        QVERIFY(medium.faults() > 10);
+        QVERIFY(!whole.isEmpty());
+        QCOMPARE(asset.firstPicture(), whole);
+        QCOMPARE(asset.duration().seconds(), 2.0);
+    }
+
     void batchMayEndWhileAMediumIsSilent()
     {
         const SilentFiles files;
