@@ -219,12 +219,10 @@ void PlayerManager::previous()
 void PlayerManager::playRandomTrack()
 {
     // Drawn among the others: the positions behind the current track move up by one.
-    const std::optional<qsizetype> current = currentIndex();
-    const qsizetype candidates = playlist().size() - (current ? 1 : 0);
-    qsizetype pick = QRandomGenerator::system()->bounded(candidates);
-    if (current && pick >= *current)
-        ++pick;
-    load(playlist().at(pick));
+    const qsizetype last = playlist().size() - 1;
+    const qsizetype current = currentIndex().value_or(last + 1);
+    const qsizetype pick = QRandomGenerator::system()->bounded(current > last ? last + 1 : last);
+    load(playlist().at(pick >= current ? pick + 1 : pick));
 }
 
 void PlayerManager::audioPlayerDidFinishPlaying(AudioPlayer &, bool)
