@@ -1,4 +1,4 @@
-#include "metadata/JpegPicture.h"
+#include "metadata/EncodedPicture.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -2,11 +2,14 @@
 
 #include "metadata/EncodedPicture.h"
 
+#include <QDeadlineTimer>
+#include <QIODevice>
 #include <QImage>
 #include <QRect>
 #include <QSize>
 #include <atomic>
 #include <chrono>
+#include <vector>
 
 /// The picture in `bytes`, or nothing if they are not a JPEG, PNG, WebP, GIF or BMP, by content, or not one that
 /// can be decoded within reason: 32 MiB of bytes, 96 MiB of memory with them, 16,384 pixels a side and 16
@@ -24,3 +27,31 @@ QRect centredRegion(QSize size, QSize target);
 /// than `limit` or has been abandoned. Any thread.
 QImage decodedPicture(const QByteArray &bytes, QSize pixels, const std::atomic<bool> &isAbandoned,
     std::chrono::milliseconds limit = DecodingLimit);
+
+/// The parts of a picture as one file, which ends before its end once its time is up, so that a decoder gives
+/// up. Borrows both arguments.
+class PictureInput : public QIODevice {
+public:
+    /// Ends at `deadline`, or as soon as `isAbandoned`.
+    PictureInput(
+        const EncodedPicture &picture, QDeadlineTimer deadline, const std::atomic<bool> &isAbandoned);
+
+    [[nodiscard]] bool isCutOff() const { return m_isCutOff; }
+    [[nodiscard]] qint64 size() const override { return m_size; }
+
+protected:
+    qint64 readData(char *data, qint64 most) override;
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    struct Part {
+        qint64 begin; ///< offset in the file
+        QByteArrayView bytes;
+    };
+
+    std::vector<Part> m_parts;
+    qint64 m_size = 0;
+    QDeadlineTimer m_deadline;
+    const std::atomic<bool> &m_isAbandoned;
+    bool m_isCutOff = false;
+};

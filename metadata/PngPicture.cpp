@@ -1,4 +1,4 @@
-#include "metadata/PngPicture.h"
+#include "metadata/EncodedPicture.h"
 
 #include <QtEndian>
 #include <algorithm>

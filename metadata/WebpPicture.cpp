@@ -1,4 +1,4 @@
-#include "metadata/WebpPicture.h"
+#include "metadata/EncodedPicture.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -1,5 +1,4 @@
 #include "metadata/PictureDecoder.h"
-#include "metadata/PictureInput.h"
 #include "tests/NumberBytes.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
