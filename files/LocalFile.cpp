@@ -56,7 +56,7 @@ QByteArray standardizedFilePath(const QUrl &url)
     const std::filesystem::path path(localFilePath(url).toStdString());
     if (path.empty())
         return url.toEncoded();
-    const auto normal = path.lexically_normal(); // ends in a slash where a '.' or '..' did
+    const auto normal = path.lexically_normal(); // ends in a slash if a '.' or '..' was last
     return QByteArray::fromStdString((normal.has_filename() ? normal : normal.parent_path()).string());
 }
 

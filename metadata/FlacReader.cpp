@@ -1,4 +1,4 @@
-#include "metadata/FlacReader.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
 #include "metadata/VorbisComment.h"

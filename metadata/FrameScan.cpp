@@ -1,4 +1,4 @@
-#include "metadata/FrameScan.h"
+#include "metadata/FormatReaders.h"
 
 #include <QtEndian>
 #include <algorithm>

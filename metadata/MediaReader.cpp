@@ -2,20 +2,89 @@
 
 #include "decoder/DecoderModule.h"
 #include "files/LocalFile.h"
-#include "metadata/AsfReader.h"
-#include "metadata/FlacReader.h"
-#include "metadata/FrameScan.h"
+#include "metadata/FormatReaders.h"
 #include "metadata/Id3v2Tag.h"
-#include "metadata/MediaFormat.h"
 #include "metadata/MediaSource.h"
-#include "metadata/Mp4Duration.h"
-#include "metadata/Mp4Tags.h"
-#include "metadata/OggReader.h"
-#include "metadata/RiffReader.h"
-#include "metadata/StatedDuration.h"
-#include "metadata/TrailingTags.h"
+
+#include <array>
 
 namespace {
+
+enum class MediaFormat {
+    Flac,
+    OggVorbis,
+    OggOpus,
+    OggSpeex,
+    OggFlac,
+    Mp4,
+    Asf,
+    Wav,
+    Aiff,
+    Dsf,
+    Dsdiff,
+    WavPack,
+    Musepack,
+    Other, ///< MPEG audio and ADTS AAC, which have no mark but their frames, and everything else
+};
+
+struct Mark {
+    qsizetype offset;
+    QByteArrayView bytes;
+    MediaFormat format;
+};
+
+constexpr qsizetype OggPayload = 28; // behind the header of a first page, which holds one packet
+
+constexpr std::array Marks{
+    Mark{0, "fLaC", MediaFormat::Flac},
+    Mark{OggPayload, "\x01vorbis", MediaFormat::OggVorbis},
+    Mark{OggPayload, "OpusHead", MediaFormat::OggOpus},
+    Mark{OggPayload, "Speex   ", MediaFormat::OggSpeex},
+    Mark{OggPayload,
+        "\x7f"
+        "FLAC",
+        MediaFormat::OggFlac},
+    Mark{4, "ftyp", MediaFormat::Mp4},
+    Mark{0, "\x30\x26\xb2\x75\x8e\x66\xcf\x11", MediaFormat::Asf},
+    Mark{8, "WAVE", MediaFormat::Wav},
+    Mark{8, "AIFF", MediaFormat::Aiff},
+    Mark{8, "AIFC", MediaFormat::Aiff},
+    Mark{0, "DSD ", MediaFormat::Dsf},
+    Mark{12, "DSD ", MediaFormat::Dsdiff},
+    Mark{0, "wvpk", MediaFormat::WavPack},
+    Mark{0, "MPCKSH", MediaFormat::Musepack},
+};
+
+/// What encloses a mark that could stand in any file by chance.
+QByteArrayView enclosure(MediaFormat format)
+{
+    switch (format) {
+    case MediaFormat::OggVorbis:
+    case MediaFormat::OggOpus:
+    case MediaFormat::OggSpeex:
+    case MediaFormat::OggFlac:
+        return "OggS";
+    case MediaFormat::Wav:
+        return "RIFF";
+    case MediaFormat::Aiff:
+        return "FORM";
+    case MediaFormat::Dsdiff:
+        return "FRM8";
+    default:
+        return {};
+    }
+}
+
+/// The format of a file by its first bytes, whatever its name is.
+MediaFormat mediaFormat(QByteArrayView head)
+{
+    for (const Mark &mark : Marks) {
+        if (head.size() >= mark.offset && head.sliced(mark.offset).startsWith(mark.bytes)
+            && head.startsWith(enclosure(mark.format)))
+            return mark.format;
+    }
+    return MediaFormat::Other;
+}
 
 /// Some writers put a new tag in front of the old one instead of in its place.
 QList<MetadataItem> takeId3v2Tags(MediaSource &source)
@@ -34,15 +103,18 @@ QList<MetadataItem> takeId3v2Tags(MediaSource &source)
 
 MediaContents readContent(MediaSource &source)
 {
-    const MediaFormat format = mediaFormat(source.read(0, MediaFormatHeadSize));
-    switch (format) {
+    constexpr qint64 headSize = 64; // bytes, with all marks
+    switch (mediaFormat(source.read(0, headSize))) {
     case MediaFormat::Flac:
         return readFlac(source);
     case MediaFormat::OggVorbis:
+        return readOgg(source, OggCodec::Vorbis);
     case MediaFormat::OggOpus:
+        return readOgg(source, OggCodec::Opus);
     case MediaFormat::OggSpeex:
+        return readOgg(source, OggCodec::Speex);
     case MediaFormat::OggFlac:
-        return readOgg(source, format);
+        return readOgg(source, OggCodec::Flac);
     case MediaFormat::Mp4:
         return {mp4Duration(source), mp4Items(source)};
     case MediaFormat::Asf:
@@ -75,7 +147,7 @@ MediaContents readFile(MediaSource &source)
     return {content.duration, mergedTags({content.items, id3v2, ape, id3v1})};
 }
 
-/// Slower by a hundred times than the readers above, and so only asked where these cannot tell the length.
+/// Slower by a hundred times than the readers above, and so only asked if these cannot tell the length.
 MediaContents readByDecoder(FileDescriptor file)
 {
     const auto module = DecoderModule::load();

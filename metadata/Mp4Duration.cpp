@@ -1,4 +1,4 @@
-#include "metadata/Mp4Duration.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Mp4Atoms.h"
 

@@ -1,4 +1,4 @@
-#include "metadata/Mp4Tags.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
 #include "metadata/Mp4Atoms.h"

@@ -1,7 +1,6 @@
-#include "metadata/OggReader.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
-#include "metadata/FlacReader.h"
 #include "metadata/VorbisComment.h"
 
 #include <algorithm>
@@ -132,7 +131,7 @@ MediaTime durationOf(MediaSource &source, quint32 stream, qint64 skipped, quint3
 
 } // namespace
 
-MediaContents readOgg(MediaSource &source, MediaFormat format)
+MediaContents readOgg(MediaSource &source, OggCodec codec)
 {
     PacketReader packets(source);
     const QByteArray head = packets.take();
@@ -141,7 +140,7 @@ MediaContents readOgg(MediaSource &source, MediaFormat format)
         fields.take(offset);
         return fields;
     };
-    if (format == MediaFormat::OggFlac) {
+    if (codec == OggCodec::Flac) {
         Fields streamInfo = field(17);
         const MediaTime stated = flacDuration(streamInfo.rest());
         streamInfo.take(10); // sizes of blocks and frames
@@ -156,9 +155,9 @@ MediaContents readOgg(MediaSource &source, MediaFormat format)
         fields.take(markSize);
         return vorbisCommentItems(fields.rest());
     };
-    if (format == MediaFormat::OggOpus) // counts 48,000 samples a second, whatever is encoded (RFC 7845)
+    if (codec == OggCodec::Opus) // counts 48,000 samples a second, whatever is encoded (RFC 7845)
         return {durationOf(source, packets.stream(), field(10).number<quint16_le>(), 48'000), comment(8)};
-    if (format == MediaFormat::OggSpeex)
+    if (codec == OggCodec::Speex)
         return {durationOf(source, packets.stream(), 0, field(36).number<quint32_le>()), comment(0)};
     return {durationOf(source, packets.stream(), 0, field(12).number<quint32_le>()), comment(7)};
 }

@@ -1,8 +1,7 @@
-#include "metadata/RiffReader.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
 #include "metadata/Id3v2Tag.h"
-#include "metadata/StatedDuration.h"
 #include "metadata/TagValues.h"
 
 #include <QtEndian>

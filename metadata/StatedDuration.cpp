@@ -1,4 +1,4 @@
-#include "metadata/StatedDuration.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
 

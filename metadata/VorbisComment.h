@@ -15,3 +15,9 @@ std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes);
 /// The picture in a picture block (xiph.org, "FLAC format"): all that stands behind its description, because
 /// writers get the length wrong.
 QByteArrayView flacPicture(QByteArrayView block);
+
+/// The two kinds of metadata blocks that hold tags (xiph.org, "FLAC format").
+enum class FlacBlock { VorbisComment = 4, Picture = 6 };
+
+/// The length that a stream info block states; not numeric if it does not.
+MediaTime flacDuration(QByteArrayView streamInfo);

@@ -14,7 +14,7 @@ struct Chunk {
     QByteArrayView content;
 };
 
-/// Takes the first chunk off `bytes`, cut where these end; they have to hold its header.
+/// Takes the first chunk off `bytes`, cut off at their end; they have to hold its header.
 Chunk takeChunk(QByteArrayView &bytes)
 {
     const qsizetype length =

@@ -244,7 +244,7 @@ void PlayerManager::handleEndOfTrack()
 
 void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::optional<Error> &error)
 {
-    // Told in any case, also where this player is gone by then.
+    // Printed in any case, also if this player is gone by then.
     const auto handle = [self = QPointer<PlayerManager>(this), error] {
         if (self) {
             self->isPlaying = false;

@@ -1,15 +1,27 @@
 #pragma once
 
-#include "player/PlatformServices.h"
+#include "playback/AudioPlayer.h"
 #include "player/Published.h"
 #include "player/Track.h"
 
 #include <QHash>
 #include <QList>
 #include <QTimer>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
+
+/// What the player asks of the system it runs on; the system's own by default, fakes in tests.
+struct PlatformServices {
+    std::function<Result<std::unique_ptr<AudioPlayer>>(const QUrl &, const SoundLabel &)> openAudioPlayer =
+        AudioPlayer::open;
+
+    /// Takes the access grant that a sandbox asks for before a chosen file may be read, and gives it back; returns
+    /// whether there is one. No sandbox stands between this program and the user's files: it always is.
+    std::function<bool(const QUrl &)> startAccessing = [](const QUrl &) { return true; };
+    std::function<void(const QUrl &)> stopAccessing = [](const QUrl &) {};
+};
 
 /// The player: the playlist, the current track, its sound, and every operation that changes them.
 ///
@@ -33,16 +45,16 @@ public:
     Published<bool> isShuffling{*this, false};
     Published<bool> showFileImporter{*this, false}; ///< asks the window for the file picker
 
-    /// Position of the current track in the playlist, found by its id; none where it is not there.
+    /// Position of the current track in the playlist, found by its id; none if it is not there.
     [[nodiscard]] std::optional<qsizetype> currentIndex() const;
 
     // Playback
 
-    /// Puts `track` in the audio player and makes it current at 0, sounding or ready. Where its file cannot
+    /// Puts `track` in the audio player and makes it current at 0, sounding or ready. If its file cannot
     /// be opened, says so in one line on standard output; what was loaded before stays and goes on sounding.
     void load(const Track &track, bool autoplay = true);
 
-    void play(); ///< loads the first track where none is loaded
+    void play(); ///< loads the first track if none is loaded
     void pause();
     void togglePlayback();
     void stop(); ///< back to 0; the track stays loaded
@@ -56,13 +68,13 @@ public:
     // Playlist editing
 
     /// Appends the files in natural order of their names, without those that are listed already; loads the
-    /// first track of the list, paused, where none is current.
+    /// first track of the list, paused, if none is current.
     void addFiles(const QList<QUrl> &urls);
     void removeTrack(const Track &track); ///< removing the current one loads the first, paused
     void clearPlaylist();
 
     /// Moves the tracks at the positions `from`, as one block in their order, before the track that stood at
-    /// position `to`; to the end where `to` is the count.
+    /// position `to`; to the end if `to` is the count.
     void moveTrack(const std::set<qsizetype> &from, qsizetype to);
 
     /// Minutes and two-digit seconds ("62:05"), "0:00" for a negative or not finite time. A time beyond the

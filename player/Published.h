@@ -1,9 +1,21 @@
 #pragma once
 
-#include "player/ObservableObject.h"
-
+#include <QObject>
 #include <functional>
 #include <utility>
+
+/// An object whose state is made of Published properties and whose observers hear of every change before it
+/// is stored. Main thread only.
+class ObservableObject : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+Q_SIGNALS:
+    /// One of the properties is about to be written.
+    void objectWillChange();
+};
 
 /// A property of an ObservableObject: read with a call, written with an assignment.
 ///
@@ -30,7 +42,7 @@ public:
         return *this;
     }
 
-    /// One write that changes the value where it stands, without a copy.
+    /// One write that changes the value in place, without a copy.
     template <typename Change> void mutate(Change change)
     {
         Q_EMIT m_owner.objectWillChange();

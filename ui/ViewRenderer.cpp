@@ -1,6 +1,6 @@
 #include "ui/ViewRenderer.h"
 
-#include "player/ObservableObject.h"
+#include "player/Published.h"
 
 ViewRenderer::ViewRenderer(ObservableObject &observed)
 {

@@ -1,5 +1,4 @@
 #include "files/LocalFile.h"
-#include "files/FileAccess.h"
 #include "tests/TestProgram.h"
 
 #include <QFile>
@@ -64,7 +63,6 @@ private Q_SLOTS:
         const QByteArray path = folder.path().toUtf8() + "/\xff#%.mp3";
         close(::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
         const QUrl url(u"file://"_s + QString::fromLatin1(path.toPercentEncoding("/")));
-        QVERIFY(startAccessingSecurityScopedResource(url));
         QVERIFY(!openRegularFile(url).isError());
     }
 

@@ -1,6 +1,6 @@
 #include "metadata/MediaAsset.h"
+#include "metadata/FormatReaders.h"
 #include "metadata/MediaReader.h"
-#include "metadata/StatedDuration.h"
 #include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 
@@ -259,7 +259,7 @@ struct Crowded {
     qsizetype limit; ///< entries that are looked at
 };
 
-const Crowded crowdedFiles[] = {
+const Crowded CrowdedFiles[] = {
     {"ID3v2 frames",
         [](qsizetype entries) {
             return id3v24Tag(id3v24Frame("TXXX", {}).repeated(entries) + id3v24Frame("TIT2", "\3Title"));
@@ -1080,7 +1080,7 @@ private Q_SLOTS:
     void nothingIsLookedAtBehindTooManyEntries_data()
     {
         QTest::addColumn<const Crowded *>("file");
-        for (const Crowded &file : crowdedFiles)
+        for (const Crowded &file : CrowdedFiles)
             QTest::newRow(file.name) << &file;
     }
     void nothingIsLookedAtBehindTooManyEntries()
@@ -1241,6 +1241,15 @@ private Q_SLOTS:
         if (seconds >= 0)
             QVERIFY2(qAbs(asset.duration().seconds() - seconds) < 1e-5,
                 qPrintable(QString::number(asset.duration().seconds(), 'f')));
+    }
+
+    void emptyFirstValueCountsAndIsNoTitle()
+    {
+        const QByteArray title = id3v24Frame("TIT2", "\3\0Title"_ba),
+                         artist = id3v24Frame("TPE1", "\3A\0\0B"_ba);
+        const MediaAsset asset = read(temporaryFile(u"empty"_s, id3v24Tag(title + artist)));
+        QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList());
+        QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"A"_s, QString(), u"B"_s}));
     }
 
     void onlyTheFirstMovieHasTags()

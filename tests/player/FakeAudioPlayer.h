@@ -1,6 +1,6 @@
 #pragma once
 
-#include "player/PlatformServices.h"
+#include "player/PayerManager.h"
 
 #include <QStringList>
 #include <vector>

@@ -22,6 +22,14 @@ private Q_SLOTS:
         QVERIFY(!player.currentIndex());
     }
 
+    void everyFileMayBeReadWithoutASandbox()
+    {
+        const PlatformServices services;
+        const QUrl url = PlayerFixture::url(u"a.mp3"_s);
+        QVERIFY(services.startAccessing(url));
+        services.stopAccessing(url);
+    }
+
     void currentIndexFollowsTheCurrentTrack()
     {
         PlayerFixture f;

@@ -30,7 +30,7 @@ private:
     }
 
     /// Lets the tracks play one after the other, all of them `seconds` long; answers how long the silence
-    /// between two of them was in the middle of `steps`, in milliseconds. Nothing where a frame was missing.
+    /// between two of them was in the middle of `steps`, in milliseconds. Nothing if a frame was missing.
     std::optional<double> medianSilence(int steps, double seconds)
     {
         m_player->play();
