@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <condition_variable>
 #include <cstdarg>
@@ -9,6 +10,7 @@
 #include <mutex>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -49,6 +51,11 @@ int errorOf(const struct stat &status, bool isOpening, long offset)
         return std::exchange(m.interruptedOffset, offset) == offset ? 0 : EINTR;
     if (m.fault == Fault::Portions)
         return Portion;
+    if (m.fault == Fault::Slowness) {
+        lock.unlock();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return 0;
+    }
     return m.fault == Fault::Error ? EIO : 0;
 }
 
@@ -60,7 +67,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t pread(
     struct stat status = {};
     const int error = fstat(descriptor, &status) == 0 ? errorOf(status, false, offset) : 0;
     if (error == Portion)
-        return syscall(SYS_pread64, descriptor, buffer, std::min(size, size_t(100)), offset);
+        return syscall(SYS_pread64, descriptor, buffer, std::min(size, size_t(117)), offset);
     if (error != 0) {
         errno = error;
         return -1;

@@ -12,7 +12,8 @@ public:
         None,
         Error, ///< EIO
         Interruption, ///< EINTR, unless the same place is read again
-        Portions, ///< no more than 100 bytes at once
+        Portions, ///< no more than 117 bytes at once, so that a block of 4,096 ends with a single one
+        Slowness, ///< 50 milliseconds for each answer
         Silence, ///< no answer until the fault is gone
         Absence, ///< the same, from the opening of the file on
     };

@@ -17,11 +17,11 @@ namespace {
 
 using MatroskaFile::element;
 
-constexpr qint64 longestWait = 3000; // milliseconds of work until an answer, on a busy machine, too
+constexpr qint64 LongestWait = 3000; // milliseconds of work until an answer, on a busy machine, too
 #ifdef __SANITIZE_ADDRESS__ // it fences each piece of memory in
-constexpr qint64 mostMemory = 150 * 1024; // KiB
+constexpr qint64 MostMemory = 150 * 1024; // KiB
 #else
-constexpr qint64 mostMemory = 100 * 1024;
+constexpr qint64 MostMemory = 100 * 1024;
 #endif
 
 QByteArray mediaFile(const QString &name)
@@ -250,7 +250,7 @@ QByteArray flacBlock(quint32 type, const QByteArray &content)
     return bigEndian(type << 24 | content.size()) + content;
 }
 
-constexpr qsizetype endOfFirstFlacBlock = 42;
+constexpr qsizetype EndOfFirstFlacBlock = 42;
 
 /// The frames of a FLAC file.
 QByteArray flacFrames(const QByteArray &file)
@@ -269,7 +269,7 @@ QByteArray flacHeader(int count, int each)
 {
     constexpr quint32 type = 4;
     constexpr quint32 last = 0x80;
-    QByteArray header = mediaFile(u"flac.flac"_s).first(endOfFirstFlacBlock);
+    QByteArray header = mediaFile(u"flac.flac"_s).first(EndOfFirstFlacBlock);
     for (int i = 0; i < count; i += each)
         header += flacBlock(i + each >= count ? type | last : type, comments(each, i));
     return header;
@@ -336,7 +336,7 @@ struct OggFile {
     QByteArray mark; ///< in front of the comments
 };
 
-const OggFile oggFiles[] = {
+const OggFile OggFiles[] = {
     {"Vorbis", u"vorbis.ogg"_s, "\3vorbis"},
     {"Opus", u"opus.opus"_s, "OpusTags"},
     {"Speex", u"speex.spx"_s, {}},
@@ -348,7 +348,7 @@ struct Place {
     QByteArray (*file)(const QByteArray &tag);
 };
 
-const Place places[] = {
+const Place Places[] = {
     {"before MP3", [](const QByteArray &tag) { return tag + mediaFile(u"song.mp3"_s); }},
     {"before FLAC", [](const QByteArray &tag) { return tag + mediaFile(u"flac.flac"_s); }},
     {"before AC-3", [](const QByteArray &tag) { return tag + mediaFile(u"dolby.ac3"_s); }},
@@ -371,7 +371,7 @@ struct Weight {
     qint64 memory;
 };
 
-/// What a child process needs for each step of adding and playing `bytes`; less than two steps where it crashed.
+/// What a child process needs for each step of adding and playing `bytes`; less than two steps if it crashed.
 QList<Weight> weights(const QByteArray &bytes)
 {
     const QTemporaryDir folder;
@@ -398,8 +398,8 @@ void verifyBounded(const QByteArray &bytes, const QByteArray &name)
     for (const Weight &step : steps) {
         const QByteArray figures = name + ", " + step.step + ": " + QByteArray::number(step.wait) + " ms, "
             + QByteArray::number(step.memory) + " KiB";
-        QVERIFY2(step.wait < longestWait, figures);
-        QVERIFY2(step.memory < mostMemory, figures);
+        QVERIFY2(step.wait < LongestWait, figures);
+        QVERIFY2(step.memory < MostMemory, figures);
     }
 }
 
@@ -444,7 +444,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, frame);
         QFETCH(QByteArray, beginning);
         const QByteArray tag = inflatingTag(frame, beginning);
-        for (const Place &place : places)
+        for (const Place &place : Places)
             verifyBounded(place.file(tag), place.name);
     }
 
@@ -476,7 +476,7 @@ private Q_SLOTS:
         QTest::newRow("comments of FLAC") << flacWithComments(100'000, 100'000);
         QTest::newRow("comments of FLAC in many blocks") << flacWithComments(100'000, 3000);
         QTest::newRow("comments of FLAC in Matroska") << matroskaFlac(flacHeader(100'000, 100'000));
-        for (const OggFile &ogg : oggFiles)
+        for (const OggFile &ogg : OggFiles)
             QTest::addRow("comments of %s in Ogg", ogg.codec)
                 << oggWithComments(ogg.name, ogg.mark, comments(100'000));
         QTest::newRow("long comment in Ogg")
@@ -518,14 +518,14 @@ private Q_SLOTS:
 
     void manyCommentsLeaveTheSoundOfMatroska()
     {
-        const auto sound = soundOf(matroskaFlac(mediaFile(u"flac.flac"_s).first(endOfFirstFlacBlock)));
+        const auto sound = soundOf(matroskaFlac(mediaFile(u"flac.flac"_s).first(EndOfFirstFlacBlock)));
         QVERIFY(!sound.empty());
         QVERIFY(soundOf(matroskaFlac(flacHeader(20'000, 20'000))) == sound);
     }
 
     void commentsOfOggLeaveTheSound()
     {
-        for (const OggFile &ogg : oggFiles) {
+        for (const OggFile &ogg : OggFiles) {
             const auto sound = soundOf(mediaFile(ogg.name));
             QVERIFY2(!sound.empty(), ogg.codec);
             QVERIFY2(soundOf(oggWithComments(ogg.name, ogg.mark, comments(20'000))) == sound, ogg.codec);
@@ -551,7 +551,7 @@ private Q_SLOTS:
     void tagLeavesTheSound_data()
     {
         QTest::addColumn<const Place *>("place");
-        for (const Place &place : places) {
+        for (const Place &place : Places) {
             if (place.name != QByteArrayView("before noise")) // which has none
                 QTest::newRow(place.name) << &place;
         }

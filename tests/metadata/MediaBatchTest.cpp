@@ -120,12 +120,15 @@ private Q_SLOTS:
 
     void batchMayEndBeforeItsFiles()
     {
+        const auto threads = [] { return QDir(u"/proc/self/task"_s).count(); };
+        const auto before = threads();
         for (const int taken : {0, 1, 10}) {
             MediaBatch media(filesOf(QStringLiteral(TEST_MEDIA)));
             for (int i = 0; i < taken; ++i)
                 (void)media.take();
         }
-        MediaBatch nothing({});
+        QVERIFY(!MediaBatch({}).take());
+        QTRY_COMPARE(threads(), before);
     }
 
     void timeoutsAreThese()
@@ -158,6 +161,21 @@ private Q_SLOTS:
         for (int i = 0; i < 40; ++i)
             QCOMPARE(taken(media), QString::number(i) + (i % 13 == 0 ? u"!"_s : QString()));
         QCOMPARE(medium.faults(), 4);
+    }
+
+    void mediumThatIsSlowIsNotSilent()
+    {
+        SilentFiles files;
+        for (int i = 0; i < 10; ++i)
+            files.add(u"a"_s, true);
+        FaultyMedium medium(files.silent.toUtf8());
+        medium.set(FaultyMedium::Fault::Slowness);
+        QElapsedTimer timer;
+        timer.start();
+        MediaBatch media(files.urls, {.file = 1500ms, .batch = 1500ms});
+        for (int i = 0; i < 10; ++i)
+            QCOMPARE(taken(media), QString::number(i));
+        QVERIFY(timer.elapsed() > 1500);
     }
 
     void batchGivesUpOnceItHasWaitedTooLongInAll()

@@ -3,6 +3,8 @@
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -185,18 +187,25 @@ private Q_SLOTS:
                 20'000);
         row("BMP, 52", bmp(52, littleEndian(100) + littleEndian(50)), none, 0);
         row("BMP, old", bmp(12, littleEndian<qint16>(100) + littleEndian<qint16>(-50)), size, 20'000);
+        const auto tall = [&](int height) { return bmp(40, littleEndian(1) + littleEndian(height)); };
+        row("BMP, as tall as may be", tall(-16'384), {1, 16'384}, 65'536);
+        row("BMP, too tall", tall(-16'385), none, 0);
+        row("BMP, tallest", tall(std::numeric_limits<int>::min()), none, 0);
         row("BMP, cut off", bmp(40, littleEndian(100) + littleEndian(50)).chopped(1), none, 0);
 
         const QByteArray sides = littleEndian<quint16>(100) + littleEndian<quint16>(50);
         row("GIF", "GIF89a" + sides + "xxx", size, 20'000);
         row("GIF, cut off", "GIF89a" + sides + "xx", none, 0);
 
-        const auto png = [](char depth) {
-            return "\x89PNG\r\n\x1a\n" + bigEndian(13) + "IHDR" + bigEndian(100) + bigEndian(50) + depth
-                + "xxxxxxxx";
+        const auto png = [](char depth, QSize pixels) {
+            return "\x89PNG\r\n\x1a\n" + bigEndian(13) + "IHDR" + bigEndian(pixels.width())
+                + bigEndian(pixels.height()) + depth + "xxxxxxxx";
         };
-        row("PNG", png(8), size, 20'000);
-        row("PNG, 16 bits", png(16), size, 40'000);
+        row("PNG", png(8, size), size, 20'000);
+        row("PNG, 16 bits", png(16, size), size, 40'000);
+        constexpr QSize large(4096, 3071); // a row less than 96 MiB
+        row("PNG, as much memory as may be", png(16, large), large, (96 << 20) - 32'768);
+        row("PNG, too much memory", png(16, {4096, 3072}), none, 0);
 
         const QByteArray lossy = "xxx\x9d\x01\x2a" + sides, lossless = "\x2f" + littleEndian(49 << 14 | 99);
         row("WebP", riff(riffChunk("VP8 ", lossy)), size, 20'000 + 30);
@@ -230,6 +239,8 @@ private Q_SLOTS:
         QTest::newRow("JPEG mark only") << QByteArray("\xff\xd8\xff\xe0");
         QTest::newRow("PNG mark only") << QByteArray("\x89PNG\r\n\x1a\n");
         QTest::newRow("WebP mark only") << QByteArray("RIFF\4\0\0\0WEBP", 12);
+        QTest::newRow("WebP in another RIFF") << mediaFile("cover.webp").replace(8, 4, "WAVE");
+        QTest::newRow("WebP in another frame") << mediaFile("cover.webp").replace(0, 4, "RIFX");
         QTest::newRow("GIF mark only") << QByteArray("GIF89a");
         QTest::newRow("bitmap mark only") << QByteArray("BM and what follows is a text");
         QTest::newRow("bitmap with a text for a header")

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::size_t mostSamples = 20'000'000; // some codecs write hours of silence into a few bytes
+constexpr std::size_t MostSamples = 20'000'000; // some codecs write hours of silence into a few bytes
 
 qint64 memory(const char *figure)
 {
@@ -67,7 +67,7 @@ qint64 play(const QUrl &url)
         wait = std::max(wait, worked() - before);
     };
     seek(decoder.duration() / 2);
-    for (std::size_t samples = 0; samples < mostSamples;) {
+    for (std::size_t samples = 0; samples < MostSamples;) {
         const qint64 before = worked();
         const auto block = decoder.read();
         wait = std::max(wait, worked() - before);
