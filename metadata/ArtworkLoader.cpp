@@ -198,7 +198,7 @@ void ArtworkLoader::take(const Job &job, const QImage &image)
     m_waiting.remove(job.request);
     if (job.request.picture == m_held && !job.bytes.isEmpty())
         m_heldBytes = job.bytes;
-    constexpr qsizetype leastCost = 256; // of a picture that there is not
+    constexpr qsizetype leastCost = 256; // bytes, of a missing picture
     const bool isFinal = !job.bytes.isEmpty();
     m_results.insert(job.request,
         new Result{
@@ -207,7 +207,7 @@ void ArtworkLoader::take(const Job &job, const QImage &image)
     Q_EMIT changed(job.request.picture);
 }
 
-/// Says so of all that has become late; it may be time for a placeholder.
+/// Announces the pictures that have become late: it is time for their placeholders.
 void ArtworkLoader::noteLateness()
 {
     QList<Fingerprint> late;

@@ -40,14 +40,14 @@ public:
     /// its body is damaged or takes too long to decode, and not before the next try if no file has it any more.
     [[nodiscard]] Loaded image(const Artwork &artwork, QSize pixels);
 
-    /// Drops what was asked for, but for these and for what is held.
+    /// Drops all requests but those for these pictures and for the one that is held.
     void keepOnly(const QList<Artwork> &visible);
 
     /// Keeps the bytes of this one picture, so that it outlives its files. It is loaded before all others.
     void hold(const std::optional<Artwork> &artwork);
 
 Q_SIGNALS:
-    /// Something else is to be drawn for a picture than was before, at some size.
+    /// What is to be drawn for a picture has changed, at some size.
     void changed(const Fingerprint &picture);
 
     void delivered(QPrivateSignal); ///< by the worker's thread

@@ -52,8 +52,8 @@ public:
         }
     }
 
-    /// What the content description says comes before the extended one, then the metadata, then their library,
-    /// as other readers have it: wherever each stands, all fields come from the same one if it has them.
+    /// The content description counts first, then the extended one, the metadata and the metadata library, in
+    /// whichever order the file stores them.
     [[nodiscard]] MediaContents contents() const
     {
         const auto pictures =

@@ -18,7 +18,7 @@ struct EncodedPicture {
     qint64 pixelLimit = 16'000'000;
     qint64 decodingMemory = 0; ///< bytes, at most
 
-    QByteArray head; ///< stands in for the one in the bytes
+    QByteArray head; ///< in place of the one in the bytes
     QList<QByteArrayView> parts;
 
     /// Appends a part; neighbours become one.

@@ -113,7 +113,7 @@ private:
         return end - block.offset;
     }
 
-    /// The items of a comment somewhere behind `offset`, in front of which a size has led astray.
+    /// The items of the first comment behind `offset`, past which a wrong size has led.
     [[nodiscard]] QList<MetadataItem> lostComment(qint64 offset) const
     {
         int attemptsLeft = 1000;

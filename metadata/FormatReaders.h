@@ -32,7 +32,7 @@ MediaContents readWav(MediaSource &source);
 /// Length of `dataSize` bytes of sound in a WAV file by its "fmt " chunk: uncompressed, companded, or in the blocks of
 /// IMA ADPCM, Microsoft ADPCM and GSM. Not numeric for other codecs, of which the size tells nothing.
 ///
-/// The rate of bytes and the "fact" chunk are of no use: writers of blocks get the one wrong, those of PCM the other.
+/// Ignores the rate of bytes, which many writers of ADPCM get wrong, and the "fact" chunk, which those of PCM do.
 MediaTime wavDuration(QByteArrayView format, qint64 dataSize);
 
 /// Reads an AIFF or AIFF-C file: length from the COMM chunk, tags from ID3 chunks, before title and artist from

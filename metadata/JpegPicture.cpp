@@ -102,7 +102,7 @@ std::optional<EncodedPicture> readJpeg(const QByteArray &bytes)
     QByteArrayView rest = QByteArrayView(bytes).sliced(markerSize);
     while (rest.size() >= markerSize + lengthSize && rest.startsWith('\xff')) {
         const auto marker = quint8(rest[1]);
-        if (marker == 0xFF) { // fills up
+        if (marker == 0xFF) { // padding
             rest = rest.sliced(1);
             continue;
         }
