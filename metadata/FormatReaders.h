@@ -3,7 +3,7 @@
 #include "metadata/MediaContents.h"
 #include "metadata/MediaSource.h"
 
-// One reader for each format of files; MediaReader chooses among them. What a file lacks is missing.
+// One reader for each format of files, among which readMedia() chooses. What a file lacks is missing.
 
 /// Reads a FLAC file: length from its stream info, pictures from its picture blocks, before those of its Vorbis
 /// comment, all texts from that. A block whose size is wrong is read by the lengths that it holds.
@@ -63,6 +63,14 @@ MediaTime musepackDuration(MediaSource &source);
 /// By the frame count of a Xing, Info or VBRI header, less the encoder's delay and padding if it states them; by
 /// the size if the bit rate is constant; else by counting the frames (ISO/IEC 11172-3, 13818-3, 13818-7).
 MediaTime scannedDuration(MediaSource &source);
+
+/// Title, artist, album and pictures of the ID3v2 tag (versions 2.2 to 2.4, id3.org) in `tag`, every value of
+/// a frame an item of its own.
+///
+/// Written out here because a reader for strangers' files must not inflate a compressed frame of 40 KB to 40
+/// MB nor follow frames embedded in frames: compressed and encrypted frames are passed over, all others but
+/// the four are not looked into.
+QList<MetadataItem> id3v2Items(QByteArrayView tag);
 
 /// The items of the ID3v1 tag that ends `source`, which is dropped from it; none if none does.
 QList<MetadataItem> takeId3v1Tag(MediaSource &source);

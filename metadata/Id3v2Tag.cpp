@@ -1,5 +1,5 @@
-#include "metadata/Id3v2Tag.h"
-
+#include "decoder/Id3v2Header.h"
+#include "metadata/FormatReaders.h"
 #include "metadata/TagValues.h"
 
 #include <algorithm>

@@ -4,6 +4,10 @@
 
 #include <QUrl>
 
+/// Reads the media file behind `url`, and opens no other. What cannot be read is missing. Any thread; blocks
+/// for as long as the file's medium does.
+MediaContents readMedia(const QUrl &url);
+
 /// The media container behind a file URL, read once, when it is opened.
 ///
 /// Opening never fails: what cannot be read is missing. Only the chosen regular file is opened. Many files are

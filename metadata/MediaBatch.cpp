@@ -1,7 +1,6 @@
 #include "metadata/MediaBatch.h"
 
 #include "files/LocalFile.h"
-#include "metadata/MediaReader.h"
 
 #include <algorithm>
 #include <condition_variable>

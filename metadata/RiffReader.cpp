@@ -1,7 +1,6 @@
 #include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
-#include "metadata/Id3v2Tag.h"
 #include "metadata/TagValues.h"
 
 #include <QtEndian>

@@ -3,7 +3,6 @@
 
 #include "decoder/DecoderModule.h"
 #include "metadata/MediaAsset.h"
-#include "metadata/MediaReader.h"
 
 #include <QCoreApplication>
 #include <QFile>
