@@ -1,10 +1,10 @@
 #include "desktop/FilePicker.h"
 #include "tests/TestProgram.h"
+#include "tests/ui/Listener.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/ImportAlert.h"
 #include "ui/controls/TextButton.h"
 
-#include <QAccessible>
 #include <QDialog>
 #include <QScreen>
 #include <algorithm>
@@ -298,6 +298,14 @@ private Q_SLOTS:
         QSpontaneKeyEvent::setSpontaneous(&shownAgain);
         qApp->notify(f.alert(), &shownAgain);
         QCOMPARE(f.alert()->pos(), place);
+    }
+
+    void alertIsAnnounced()
+    {
+        ImportFixture f;
+        const Listener listener;
+        f.fail(u"uno"_s);
+        QCOMPARE(listener.news(), QStringList(u"alert"_s));
     }
 
     void alertWithoutATextSaysSo()

@@ -1,6 +1,7 @@
 #include "ui/controls/Slider.h"
 #include "tests/PaintCount.h"
 #include "tests/TestProgram.h"
+#include "tests/ui/Listener.h"
 #include "tests/ui/TestColors.h"
 #include "ui/drawing/Colors.h"
 
@@ -68,20 +69,6 @@ struct SliderFixture {
     }
 };
 
-/// Assistive technology that listens to the program, in place of the toolkit, which reaches nobody without a bus.
-class Listener {
-public:
-    Listener() { isListening = true; }
-    ~Listener() { isListening = false; }
-    Q_DISABLE_COPY_MOVE(Listener)
-
-    /// What it has been told since it was asked last: values, each with the words that it read then.
-    static QStringList news() { return std::exchange(told, {}); }
-
-    static inline bool isListening = false;
-    static inline QStringList told;
-};
-
 /// Of all pixels.
 int distance(const QImage &a, const QImage &b)
 {
@@ -124,6 +111,8 @@ void QAccessible::updateAccessibility(QAccessibleEvent *event)
         return;
     if (event->type() == QAccessible::ValueChanged)
         Listener::told.append(static_cast<QAccessibleValueChangeEvent *>(event)->value().toString());
+    else if (event->type() == QAccessible::Alert)
+        Listener::told.append(u"alert"_s);
     else if (event->type() == QAccessible::DescriptionChanged)
         Listener::told.last() += u": "_s + event->accessibleInterface()->text(QAccessible::Value);
 }
