@@ -1,5 +1,7 @@
 #include "decoder/DecoderModule.h"
 #include "tests/MemoryFile.h"
+#include "tests/NumberBytes.h"
+#include "tests/OggPage.h"
 #include "tests/TestProgram.h"
 
 #include <QDir>
@@ -91,6 +93,28 @@ qsizetype oggPage(const QByteArray &bytes, int number)
     for (; number > 0; --number)
         offset = bytes.indexOf("OggS", offset + 1);
     return offset;
+}
+
+/// One stream of so many times the sound of an Ogg file, whose headers take two pages.
+QByteArray repeatedOgg(const QByteArray &file, int times, qint64 frames)
+{
+    constexpr qsizetype flags = 5;
+    constexpr qsizetype time = 6;
+    constexpr qsizetype number = 18;
+    QByteArray result = file.first(oggPage(file, 2));
+    quint32 pages = 2;
+    for (int i = 0; i < times; ++i) {
+        for (qsizetype from = oggPage(file, 2), next = 0; from >= 0; from = next) {
+            next = file.indexOf("OggS", from + 1);
+            QByteArray page = file.sliced(from, (next < 0 ? file.size() : next) - from);
+            const auto end = qFromLittleEndian<qint64>(page.constData() + time);
+            page.replace(time, 8, littleEndian<qint64>(end + i * frames));
+            page.replace(number, 4, littleEndian(pages++));
+            page[flags] = 0;
+            result += withOggChecksum(page);
+        }
+    }
+    return result;
 }
 
 double difference(std::span<const float> one, std::span<const float> other)
@@ -262,6 +286,18 @@ private Q_SLOTS:
         QCOMPARE(block.position, qint64(100'000));
         QVERIFY(std::ranges::equal(block.samples, std::span(whole).subspan(100'000, block.samples.size())));
         QCOMPARE(block.samples.size() + decode(*decoder).size(), whole.size() - 100'000);
+    }
+
+    void lateSeekInOggDecodesLittleOfWhatLiesBefore()
+    {
+        const MemoryFile file(repeatedOgg(contentOf(u"vorbis.ogg"_s), 30, 88'200));
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        QCOMPARE(decoder->duration(), 60.0);
+        int asked = 0; // once a packet
+        const qint64 target = 50 * 44'100;
+        QVERIFY(decoder->seek(target, [&asked] { return ++asked < 0; }));
+        QCOMPARE(decoder->read().take().position, target);
+        QVERIFY2(asked < 500, qPrintable(QString::number(asked)));
     }
 
     void lengthInWholePacketsIsAGuess()
