@@ -1,4 +1,6 @@
 #include "metadata/MediaBatch.h"
+#include "metadata/MediaSource.h"
+#include "tests/MemoryFile.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 #include "tests/files/FaultyMedium.h"
@@ -125,6 +127,7 @@ private Q_SLOTS:
             MediaBatch media(filesOf(QStringLiteral(TEST_MEDIA)));
             for (int i = 0; i < taken; ++i)
                 (void)media.take();
+            QTRY_VERIFY(othersSleep());
         }
         QVERIFY(!MediaBatch({}).take());
         QTRY_COMPARE(threads(), before);
@@ -235,6 +238,13 @@ private Q_SLOTS:
         QVERIFY(!whole.isEmpty());
         QCOMPARE(asset.firstPicture(), whole);
         QCOMPARE(asset.duration().seconds(), 2.0);
+    }
+
+    void lastByteIsRead()
+    {
+        const MemoryFile bytes("x");
+        const FileDescriptor file = bytes.open();
+        QCOMPARE(MediaSource(file.get()).read(0, 9), QByteArray("x"));
     }
 
     void batchMayEndWhileAMediumIsSilent()
