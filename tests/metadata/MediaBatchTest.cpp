@@ -180,6 +180,20 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() > 1500);
     }
 
+    void timeoutDoesNotCountWhileThereIsEnoughRead()
+    {
+        SilentFiles files;
+        for (int i = 0; i < 40; ++i)
+            files.add(u"a"_s, false);
+        MediaBatch media(files.urls, Short);
+        QTRY_VERIFY(othersSleep());
+        QElapsedTimer timer;
+        timer.start();
+        QTRY_VERIFY(timer.hasExpired(Short.file.count()));
+        for (int i = 0; i < 40; ++i)
+            QCOMPARE(taken(media), QString::number(i));
+    }
+
     void batchGivesUpOnceItHasWaitedTooLongInAll()
     {
         SilentFiles files;
