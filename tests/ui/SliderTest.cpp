@@ -400,6 +400,7 @@ private Q_SLOTS:
         QVERIFY(isPaintedAfter([&] { f.point(QPoint(107, 10)); }));
         QVERIFY(isPaintedAfter([&] { f.point(std::nullopt); }));
         QVERIFY(isPaintedAfter([&] { QTest::mousePress(&f.slider, Qt::LeftButton, {}, {107, 10}); }));
+        QVERIFY(isPaintedAfter([&] { QTest::mouseMove(&f.slider, QPoint(127, 10)); }));
         QVERIFY(isPaintedAfter([&] { QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, {107, 10}); }));
         f.slider.clearFocus();
         QVERIFY(isPaintedAfter([&] { f.slider.setFocus(Qt::TabFocusReason); }));
