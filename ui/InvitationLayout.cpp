@@ -44,7 +44,6 @@ InvitationLengths invitationLengths(double room, double texts, double symbol)
 
 InvitationLayout::InvitationLayout(QWidget *symbol, QWidget *heading, QWidget *text, QWidget *button)
 {
-    setContentsMargins({});
     for (QWidget *piece : {symbol, heading, text, button})
         addWidget(piece);
 }

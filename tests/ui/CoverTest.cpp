@@ -8,6 +8,7 @@
 
 #include <QPalette>
 #include <QProxyStyle>
+#include <QSignalSpy>
 #include <QVariantAnimation>
 #include <cmath>
 
@@ -274,9 +275,14 @@ private Q_SLOTS:
         CoverFixture f;
         StillStyle still;
         f.cover->setStyle(&still);
-        f.show(Qt::red);
+        const Track track = f.loadedTrack(Qt::red);
+        f.setTrack(track);
+        const QSignalSpy loads(&f.artworks, &ArtworkLoader::changed);
         f.cover->setFixedSize(200, 200);
         QCOMPARE(f.center(), QColor(Qt::red));
+        QTRY_VERIFY(!loads.isEmpty());
+        const QSize pixels = f.cover->size() * f.cover->devicePixelRatioF();
+        QVERIFY(!f.artworks.image(*track.artwork, pixels).image.isNull());
     }
 
     void coverThatIsStillLoadingFadesInWhenItComes()

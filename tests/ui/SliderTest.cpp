@@ -423,6 +423,14 @@ private Q_SLOTS:
         QCOMPARE(nearest(f.look(scale), accent) < 10, true);
     }
 
+    void emptyRangeShowsItsStart()
+    {
+        SliderFixture f;
+        const QImage start = f.look();
+        f.slider.setMaximum(0);
+        QCOMPARE(f.look(), start);
+    }
+
     void thumbAnswersToTheMouseAndTheGrooveDoesNot()
     {
         SliderFixture f;
