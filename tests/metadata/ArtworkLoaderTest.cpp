@@ -226,6 +226,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!f.image(*blue).isNull() && !f.image(*held).isNull());
         for (const auto &change : std::as_const(changes))
             QVERIFY(change.first().value<Fingerprint>() != red->fingerprint());
+        QTRY_VERIFY(!f.image(*red).isNull()); // it is visible again
     }
 
     void heldPictureOutlivesItsFile()
