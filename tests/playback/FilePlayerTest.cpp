@@ -343,7 +343,8 @@ private Q_SLOTS:
         FrameFeed *feed = nullptr;
         OutputScript script;
         script.state = AudioOutput::State::Ready;
-        const auto player = makePlayer({.blocksOn = pipe[0]}, [&](const auto &made) {
+        const auto isGone = std::make_shared<std::atomic<bool>>(false);
+        auto player = makePlayer({.isGone = isGone, .blocksOn = pipe[0]}, [&](const auto &made) {
             feed = made.get();
             return std::make_unique<ScriptedOutput>(made, script);
         });
@@ -366,6 +367,8 @@ private Q_SLOTS:
         QVERIFY(letRead("56"));
         QCOMPARE(script.refreshes, 2);
         close(pipe[1]);
+        player.reset();
+        QTRY_VERIFY(*isGone);
         close(pipe[0]);
     }
 
