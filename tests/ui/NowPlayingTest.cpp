@@ -222,7 +222,7 @@ private Q_SLOTS:
         };
         click(QEvent::MouseButtonDblClick, {20, 10}, 1000);
         click(QEvent::MouseButtonRelease, {20, 10}, 1050);
-        const auto time = static_cast<quint64>(1000 + pause);
+        const auto time = 1000 + static_cast<quint64>(pause);
         click(QEvent::MouseButtonPress, {20 + way, 10}, time);
         QCOMPARE(title.selectedText(), isAll ? LongTitle : QString());
         if (!isAll)
