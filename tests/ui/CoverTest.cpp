@@ -57,14 +57,14 @@ struct CoverFixture {
     /// A track whose cover can be drawn at once.
     [[nodiscard]] Track loadedTrack(const QColor &color)
     {
-        const Track track = this->track(color);
+        Track track = this->track(color);
         const auto isLoaded = [&] { return !artworks.image(*track.artwork, cover->size()).image.isNull(); };
         if (!QTest::qWaitFor(isLoaded))
             qFatal("the cover is not loaded");
         return track;
     }
 
-    void setTrack(const Track &track) { cover->setPicture(track.id(), track.artwork); }
+    void setTrack(const Track &track) const { cover->setPicture(track.id(), track.artwork); }
 
     /// Shows a cover and waits until nothing moves any more.
     void show(const QColor &color)
