@@ -212,7 +212,7 @@ void PulseStream::handleEvent(const char *name)
 
 void PulseStream::fail()
 {
-    m_clock.set(pa_rtclock_now(), heardFrame(), false);
+    stopClock();
     m_state = State::Failed;
     m_feed->decoderWakeup().signal();
 }
@@ -277,11 +277,16 @@ void PulseStream::followServer(const pa_timing_info &info)
 {
     const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
     const std::int64_t heard = info.read_index / m_frameSize - latency + framesSince(info);
-    const bool isMoving = info.playing && !m_isCorked;
-    if (isMoving)
+    if (info.playing && !m_isCorked)
         m_clock.set(pa_rtclock_now(), heard, true);
     else
-        m_clock.set(pa_rtclock_now(), heardFrame(), false);
+        stopClock();
+}
+
+/// What is heard now is heard until further notice.
+void PulseStream::stopClock()
+{
+    m_clock.set(pa_rtclock_now(), heardFrame(), false);
 }
 
 /// Makes what the server has queued anew, as late as it still can be.
@@ -317,7 +322,7 @@ void PulseStream::setCorked(bool isCorked)
     if (isCorked == m_isCorked)
         return;
     if (isCorked)
-        m_clock.set(pa_rtclock_now(), heardFrame(), false);
+        stopClock();
     m_isCorked = isCorked;
     if (pa_operation *operation = pa_stream_cork(m_stream, isCorked ? 1 : 0, nullptr, nullptr))
         pa_operation_unref(operation);
@@ -339,7 +344,7 @@ void PulseStream::schedule()
     const pa_usec_t now = pa_rtclock_now();
     pa_usec_t next = now + (m_clock.isMoving() ? UsualLook : StartingLook);
     if (m_clock.isMoving() && !shouldPlay())
-        next = std::min(next, m_clock.timeOf(m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin)) + 1000);
+        next = std::min(next, m_clock.timeOf(silentFrame()) + 1000);
     else if (m_clock.isMoving() && m_mixer.end() && !m_isEndNoted)
         next = std::min(next, m_clock.timeOf(*m_mixer.end()) + 1000);
 
@@ -363,13 +368,18 @@ bool PulseStream::isSilenceHeard() const
 {
     if (m_isCorked || isSuspended())
         return !m_isCorked;
-    const std::int64_t silent = m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin);
-    return heardFrame() >= std::min(silent, m_mixer.rendered());
+    return heardFrame() >= std::min(silentFrame(), m_mixer.rendered());
+}
+
+/// From which on the stream may be corked after a fade.
+std::int64_t PulseStream::silentFrame() const
+{
+    return m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin);
 }
 
 bool PulseStream::isEndHeard() const
 {
-    return m_mixer.end() && heardFrame() >= *m_mixer.end();
+    return m_mixer.isEndedAt(heardFrame());
 }
 
 std::int64_t PulseStream::heardFrame() const

@@ -91,6 +91,7 @@ private:
     void act();
     [[nodiscard]] std::int64_t framesSince(const pa_timing_info &info) const;
     void followServer(const pa_timing_info &info);
+    void stopClock();
     void changeQueued(std::int64_t readFrame, double margin, const Mix &mix);
     void fillQueue(std::int64_t readFrame);
     void write(std::int64_t from);
@@ -101,6 +102,7 @@ private:
     [[nodiscard]] bool shouldPlay() const { return m_mix.isPlaying && !m_isHeld && !m_isClosing; }
     [[nodiscard]] bool isSuspended() const;
     [[nodiscard]] bool isSilenceHeard() const;
+    [[nodiscard]] std::int64_t silentFrame() const;
     [[nodiscard]] bool isEndHeard() const;
     [[nodiscard]] std::int64_t heardFrame() const;
 
