@@ -42,10 +42,7 @@ constexpr std::array Marks{
     Mark{OggPayload, "\x01vorbis", MediaFormat::OggVorbis},
     Mark{OggPayload, "OpusHead", MediaFormat::OggOpus},
     Mark{OggPayload, "Speex   ", MediaFormat::OggSpeex},
-    Mark{OggPayload,
-        "\x7f"
-        "FLAC",
-        MediaFormat::OggFlac},
+    Mark{OggPayload, "\177FLAC", MediaFormat::OggFlac},
     Mark{4, "ftyp", MediaFormat::Mp4},
     Mark{0, "\x30\x26\xb2\x75\x8e\x66\xcf\x11", MediaFormat::Asf},
     Mark{8, "WAVE", MediaFormat::Wav},

@@ -19,7 +19,7 @@ struct Mix {
 /// Turns the frames of a FrameFeed into the endless frames of an output: sound with its gain, silence if
 /// there is none, and a fade wherever one gives way to the other.
 ///
-/// Output frames are counted from 0, when the renderer is made. Life of an output frame:
+/// Output frames are counted from 0, when the mixer is made. Life of an output frame:
 /// 1. render() makes it from the next frame of the track and appends it.
 /// 2. As long as it has not been heard, change() may make it anew, for another mix or another place in the
 ///    track: the output then overwrites what it has queued.

@@ -20,5 +20,5 @@ struct SymbolShape {
 };
 
 /// The shapes of all drawings, those of one in the order in which they are drawn. Made from the SVG files by
-/// ui/symbols/makeOutlines.cpp.
+/// ui/symbols/outlines.
 [[nodiscard]] std::span<const SymbolShape> symbolShapes();
