@@ -2,7 +2,7 @@
 // run, and the memory that they add, for 1,000 and for 10,000 tagged MP3 files, twelve of which share a cover, and
 // for 3,000 with larger covers. Needs 1.2 GB in the temporary folder.
 
-#include "metadata/MediaContents.h"
+#include "metadata/MediaAsset.h"
 #include "player/PayerManager.h"
 #include "tests/TaggedFile.h"
 
@@ -213,7 +213,7 @@ void measureOneMore(const QList<QUrl> &urls)
     const auto manager = admit(urls.first(1));
     QList<Track> tracks;
     for (int number = 0; number < 100'000; ++number)
-        tracks.append(Track(QUrl(u"file:///music/%1 track.mp3"_s.arg(number)), MediaAsset(MediaContents())));
+        tracks.append(Track(QUrl(u"file:///music/%1 track.mp3"_s.arg(number)), MediaAsset()));
     manager->playlist = std::move(tracks);
     double first = 0, least = 1e9;
     for (int number = 1; number < 100; ++number) {

@@ -1,7 +1,7 @@
 #include "metadata/ArtworkLoader.h"
 
 #include "files/DetachedThread.h"
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaReader.h"
 #include "metadata/PictureDecoder.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 QByteArray readFrom(const QList<QUrl> &files, const Fingerprint &picture, QDeadlineTimer deadline)
 {
     for (const QUrl &file : files) {
-        QByteArray bytes = MediaAsset(file).firstPicture();
+        QByteArray bytes = openMedia(file).firstPicture();
         if (!bytes.isEmpty() && Fingerprint(bytes) == picture)
             return bytes;
         if (deadline.hasExpired())

@@ -5,36 +5,23 @@
 
 #include <algorithm>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr quint64 ObjectHeaderSize = 24; // what it is, and its size
 constexpr qsizetype IdentifierSize = 16;
 
 // Identifiers as they stand in a file.
-constexpr QByteArrayView FileProperties(
-    "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4\x00\xC0\x0C\x20\x53\x65", IdentifierSize);
-constexpr QByteArrayView ContentDescription(
-    "\x33\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C", IdentifierSize);
-constexpr QByteArrayView ExtendedContentDescription(
-    "\x40\xA4\xD0\xD2\x07\xE3\xD2\x11\x97\xF0\x00\xA0\xC9\x5E\xA8\x50", IdentifierSize);
-constexpr QByteArrayView HeaderExtension(
-    "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3\x00\xC0\x0C\x20\x53\x65", IdentifierSize);
-constexpr QByteArrayView Metadata(
-    "\xEA\xCB\xF8\xC5\xAF\x5B\x77\x48\x84\x67\xAA\x8C\x44\xFA\x4C\xCA", IdentifierSize);
-constexpr QByteArrayView MetadataLibrary(
-    "\x94\x1C\x23\x44\x98\x94\xD1\x49\xA1\x41\x1D\x13\x4E\x45\x70\x54", IdentifierSize);
+constexpr QByteArrayView FileProperties = "a1dcab8c47a9cf118ee400c00c205365";
+constexpr QByteArrayView ContentDescription = "3326b2758e66cf11a6d900aa0062ce6c";
+constexpr QByteArrayView ExtendedContentDescription = "40a4d0d207e3d21197f000a0c95ea850";
+constexpr QByteArrayView HeaderExtension = "b503bf5f2ea9cf118ee300c00c205365";
+constexpr QByteArrayView Metadata = "eacbf8c5af5b77488467aa8c44fa4cca";
+constexpr QByteArrayView MetadataLibrary = "941c23449894d149a1411d134e457054";
 
 /// Takes a text and the U+0000 that ends it.
 void skipText(Fields &fields)
 {
     while (fields.number<quint16_le>() != 0) { } // 0 at the end too
-}
-
-QString takeText(Fields &fields, quint64 length)
-{
-    return decodedText(fields.take(length), TextEncoding::Utf16);
 }
 
 class HeaderReader {
@@ -44,7 +31,7 @@ public:
     {
         Fields fields(objects);
         while (!fields.isEmpty() && m_entriesLeft-- > 0) {
-            const QByteArrayView identifier = fields.take(IdentifierSize);
+            const QByteArray identifier = fields.take(IdentifierSize).toByteArray().toHex();
             const auto size = fields.number<quint64_le>();
             if (size < ObjectHeaderSize)
                 return;
@@ -54,7 +41,7 @@ public:
 
     /// The content description counts first, then the extended one, the metadata and the metadata library, in
     /// whichever order the file stores them.
-    [[nodiscard]] MediaContents contents() const
+    [[nodiscard]] MediaAsset asset() const
     {
         const auto pictures =
             metadataItems(m_extendedDescription + m_metadata + m_library, CommonIdentifier::Artwork);
@@ -63,7 +50,7 @@ public:
     }
 
 private:
-    void readObject(QByteArrayView identifier, QByteArrayView content)
+    void readObject(const QByteArray &identifier, QByteArrayView content)
     {
         Fields fields(content);
         if (identifier == FileProperties) {
@@ -107,7 +94,7 @@ private:
     {
         fields.take(2); // count
         while (!fields.isEmpty() && m_entriesLeft-- > 0) {
-            const QString name = takeText(fields, fields.number<quint16_le>());
+            const QByteArrayView name = fields.take(fields.number<quint16_le>());
             const auto type = fields.number<quint16_le>();
             readAttribute(m_extendedDescription, name, type, fields.take(fields.number<quint16_le>()));
         }
@@ -121,41 +108,37 @@ private:
             const auto nameLength = fields.number<quint16_le>();
             const auto type = fields.number<quint16_le>();
             const auto length = fields.number<quint32_le>();
-            const QString name = takeText(fields, nameLength);
+            const QByteArrayView name = fields.take(nameLength);
             readAttribute(items, name, type, fields.take(length));
         }
     }
 
-    static void readAttribute(QList<MetadataItem> &items, QStringView name, int type, QByteArrayView value)
+    static void readAttribute(QList<MetadataItem> &items, QByteArrayView name, int type, QByteArrayView value)
     {
+        constexpr FieldNames names{"Title", "Author", "WM/AlbumTitle", "WM/Picture"};
         constexpr int text = 0;
         constexpr int bytes = 1;
-        while (name.endsWith(QChar::Null))
-            name.chop(1);
-        if (name == u"Title"_s && type == text)
-            append(items, CommonIdentifier::Title, value);
-        else if (name == u"Author"_s && type == text)
-            append(items, CommonIdentifier::Artist, value);
-        else if (name == u"WM/AlbumTitle"_s && type == text)
-            append(items, CommonIdentifier::AlbumName, value);
-        else if (name == u"WM/Picture"_s && type == bytes)
-            appendPicture(items, Fields(value));
+        const QString decoded = decodedText(name, TextEncoding::Utf16); // may end in zeros
+        const auto identifier = identifierOf(decoded.toUtf8().constData(), names);
+        if (identifier == CommonIdentifier::Artwork && type == bytes)
+            readPicture(items, Fields(value));
+        else if (identifier && identifier != CommonIdentifier::Artwork && type == text)
+            append(items, *identifier, value);
     }
 
     static void append(QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView text)
     {
         if (text.size() >= 2 && !text.startsWith(QByteArrayView("\0\0", 2)))
-            appendTextValues(items, identifier, text, TextEncoding::Utf16);
+            appendText(items, identifier, text, TextEncoding::Utf16);
     }
 
-    static void appendPicture(QList<MetadataItem> &items, Fields picture)
+    static void readPicture(QList<MetadataItem> &items, Fields picture)
     {
         picture.take(1); // what it shows
         const auto size = picture.number<quint32_le>();
         skipText(picture); // MIME type
         skipText(picture); // description
-        if (items.size() < MaxItemsPerTag)
-            items.append({CommonIdentifier::Artwork, picture.take(size).toByteArray()});
+        appendPicture(items, picture.take(size));
     }
 
     MediaTime m_duration;
@@ -169,15 +152,14 @@ private:
 
 } // namespace
 
-MediaContents readAsf(MediaSource &source)
+MediaAsset readAsf(MediaSource &source)
 {
     constexpr qint64 fixedSize = 30; // of the header object, before the objects that it holds
-    const QByteArray head = source.read(0, fixedSize);
-    Fields fields(head);
+    Fields fields(source.read(0, fixedSize));
     fields.take(IdentifierSize);
     const auto size = qint64(std::min(fields.number<quint64_le>(), quint64(source.size())));
     const QByteArray objects = source.readTag(fixedSize, size - fixedSize);
     HeaderReader reader;
     reader.readObjects(objects);
-    return reader.contents();
+    return reader.asset();
 }

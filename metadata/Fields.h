@@ -1,18 +1,25 @@
 #pragma once
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QtEndian>
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 /// Takes fields from the front of bytes; what these do not hold is empty or 0.
 class Fields {
 public:
+    /// Borrows the bytes.
     explicit Fields(QByteArrayView bytes)
         : m_rest(bytes)
     {
     }
-    explicit Fields(QByteArray &&) = delete; ///< would not live as long
+    explicit Fields(QByteArray bytes)
+        : m_bytes(std::move(bytes))
+        , m_rest(m_bytes)
+    {
+    }
 
     [[nodiscard]] bool isEmpty() const { return m_rest.isEmpty(); }
     [[nodiscard]] QByteArrayView rest() const { return m_rest; }
@@ -35,5 +42,6 @@ public:
     }
 
 private:
+    QByteArray m_bytes;
     QByteArrayView m_rest;
 };

@@ -17,7 +17,6 @@ struct Block {
     qint64 size = 0; ///< of its content
 
     [[nodiscard]] qint64 end() const { return offset + size; }
-    [[nodiscard]] bool is(FlacBlock kind) const { return type == int(kind); }
 };
 
 class FlacReader {
@@ -27,7 +26,7 @@ public:
     {
     }
 
-    MediaContents contents()
+    MediaAsset asset()
     {
         constexpr qint64 markSize = 4; // "fLaC"
         Block block{.offset = markSize};
@@ -38,9 +37,9 @@ public:
             block = *next;
             take(block);
         }
-        if (m_comment.isEmpty() && !isFrame(block.end()))
-            m_comment = lostComment(block.offset);
-        return {m_duration, m_pictures + m_comment};
+        if (m_metadata.comment.isEmpty() && !isFrame(block.end()))
+            m_metadata.comment = lostComment(block.offset);
+        return {m_metadata.duration, m_metadata.pictures + m_metadata.comment};
     }
 
 private:
@@ -79,22 +78,15 @@ private:
 
     void take(Block &block)
     {
-        if (block.type == 0) {
-            m_duration = flacDuration(m_source.read(block.offset, block.size));
+        const bool isPicture = block.type == FlacMetadata::Picture;
+        if (!isPicture && block.type != FlacMetadata::Comment && block.type != FlacMetadata::StreamInfo)
             return;
-        }
-        if (!block.is(FlacBlock::VorbisComment) && !block.is(FlacBlock::Picture))
-            return;
-        if (!leadsToSound(block.end())) {
-            const qint64 size = block.is(FlacBlock::Picture) ? pictureSize(block) : commentSize(block);
+        if (block.type != FlacMetadata::StreamInfo && !leadsToSound(block.end())) {
+            const qint64 size = isPicture ? pictureSize(block) : commentSize(block);
             if (leadsToSound(block.offset + size))
                 block.size = size;
         }
-        const QByteArray content = m_source.readTag(block.offset, block.size);
-        if (block.is(FlacBlock::VorbisComment))
-            m_comment += vorbisCommentItems(content);
-        else if (m_pictures.size() < MaxItemsPerTag)
-            m_pictures.append({CommonIdentifier::Artwork, flacPicture(content).toByteArray()});
+        m_metadata.take(block.type, m_source.readTag(block.offset, block.size));
     }
 
     [[nodiscard]] qint64 commentSize(const Block &block) const
@@ -107,8 +99,8 @@ private:
     {
         qint64 end = block.offset + 4; // what it shows
         for (const qint64 fixed : {0, 0, 16}) { // MIME type; description; dimensions and the picture
-            const QByteArray length = m_source.read(end + fixed, 4);
-            end += fixed + 4 + Fields(QByteArrayView(length)).number<quint32_be>();
+            Fields length(m_source.read(end + fixed, 4));
+            end += fixed + 4 + length.number<quint32_be>();
         }
         return end - block.offset;
     }
@@ -119,7 +111,7 @@ private:
         int attemptsLeft = 1000;
         const QByteArray bytes = m_source.readTag(offset, m_source.size());
         for (qsizetype i = 0; i + 2 * HeaderSize < bytes.size() && attemptsLeft > 0; ++i) {
-            if ((bytes[i] & 0x7F) != int(FlacBlock::VorbisComment))
+            if ((bytes[i] & 0x7F) != FlacMetadata::Comment)
                 continue;
             const qsizetype size = qFromBigEndian<quint32>(bytes.constData() + i) & 0xFF'FFFF;
             const qsizetype writerSize = qFromLittleEndian<quint32>(bytes.constData() + i + HeaderSize);
@@ -134,24 +126,12 @@ private:
     }
 
     MediaSource &m_source;
-    MediaTime m_duration;
-    QList<MetadataItem> m_pictures;
-    QList<MetadataItem> m_comment;
+    FlacMetadata m_metadata;
 };
 
 } // namespace
 
-MediaContents readFlac(MediaSource &source)
+MediaAsset readFlac(MediaSource &source)
 {
-    return FlacReader(source).contents();
-}
-
-MediaTime flacDuration(QByteArrayView streamInfo)
-{
-    Fields fields(streamInfo);
-    fields.take(10); // sizes of blocks and frames
-    const quint64 number = fields.number<quint64_be>(); // rate 20 bits, channels 3, sample size 5, samples 36
-    const auto rate = qint32(number >> 44);
-    const auto samples = qint64(number & 0xF'FFFF'FFFF);
-    return rate > 0 && samples > 0 ? MediaTime{samples, rate} : MediaTime{};
+    return FlacReader(source).asset();
 }

@@ -1,33 +1,31 @@
 #pragma once
 
-#include "metadata/MediaContents.h"
+#include "metadata/MediaAsset.h"
 #include "metadata/MediaSource.h"
 
 // One reader for each format of files, among which readMedia() chooses. What a file lacks is missing.
 
 /// Reads a FLAC file: length from its stream info, pictures from its picture blocks, before those of its Vorbis
 /// comment, all texts from that. A block whose size is wrong is read by the lengths that it holds.
-MediaContents readFlac(MediaSource &source);
+MediaAsset readFlac(MediaSource &source);
 
-enum class OggCodec { Vorbis, Opus, Speex, Flac };
+/// Reads an Ogg file (RFC 3533) of Vorbis, Opus, Speex or FLAC: tags from its comment packet, length from its last
+/// page, or from the stream info of FLAC.
+MediaAsset readOgg(MediaSource &source);
 
-/// Reads an Ogg file (RFC 3533): tags from its comment packet, length from its last page.
-MediaContents readOgg(MediaSource &source, OggCodec codec);
-
-/// How long the first audio track of an MP4 or QuickTime file plays (ISO/IEC 14496-12): what an edit list leaves of
-/// its media. Not numeric if there are fragments, which tell their lengths one by one all over the file.
-MediaTime mp4Duration(MediaSource &source);
-
-/// Title, artist, album and pictures of an MP4 or QuickTime file: those of its item list, then those under named
-/// keys, then the user data of QuickTime and 3GPP (ISO/IEC 14496-12, "QuickTime File Format", 3GPP TS 26.244).
-QList<MetadataItem> mp4Items(MediaSource &source);
+/// Reads an MP4 or QuickTime file (ISO/IEC 14496-12, "QuickTime File Format", 3GPP TS 26.244).
+///
+/// Its length is how long the first audio track plays: what an edit list leaves of its media. Not numeric if there are
+/// fragments, which tell their lengths one by one all over the file. Tags are those of the item list, then those under
+/// named keys, then the user data of QuickTime and 3GPP.
+MediaAsset readMp4(MediaSource &source);
 
 /// Reads an ASF file (WMA), as Microsoft's "Advanced Systems Format Specification" lays it out: length, title,
 /// artist, album and pictures, all from the header object. Takes time and memory in proportion to that.
-MediaContents readAsf(MediaSource &source);
+MediaAsset readAsf(MediaSource &source);
 
 /// Reads a WAV file: length from its format and data, tags from ID3 chunks, before those of LIST INFO chunks.
-MediaContents readWav(MediaSource &source);
+MediaAsset readWav(MediaSource &source);
 
 /// Length of `dataSize` bytes of sound in a WAV file by its "fmt " chunk: uncompressed, companded, or in the blocks of
 /// IMA ADPCM, Microsoft ADPCM and GSM. Not numeric for other codecs, of which the size tells nothing.
@@ -37,26 +35,26 @@ MediaTime wavDuration(QByteArrayView format, qint64 dataSize);
 
 /// Reads an AIFF or AIFF-C file: length from the COMM chunk, tags from ID3 chunks, before title and artist from
 /// the NAME and AUTH chunks.
-MediaContents readAiff(MediaSource &source);
+MediaAsset readAiff(MediaSource &source);
 
 /// Length of an AIFF or AIFF-C file by its "COMM" chunk, which counts frames or, of IMA 4:1, packets. Not numeric for
 /// other compressed codecs.
 MediaTime aiffDuration(QByteArrayView common);
 
 /// Reads a DSF file: length from its header, tags from the ID3v2 tag that the header points to.
-MediaContents readDsf(MediaSource &source);
+MediaAsset readDsf(MediaSource &source);
 
 /// Reads a DSDIFF file: length from its properties unless the sound is compressed, tags from ID3 chunks, before
 /// title and artist from the DIIN chunk.
-MediaContents readDsdiff(MediaSource &source);
+MediaAsset readDsdiff(MediaSource &source);
 
 /// The length that the first block of a WavPack file states (wavpack.com, "WavPack 4 & 5 Binary File / Block
 /// Format"); not numeric if it does not, or if the sample rate is an unusual one, which stands elsewhere.
-MediaTime wavPackDuration(MediaSource &source);
+MediaAsset readWavPack(MediaSource &source);
 
 /// The length that the header of a Musepack file of stream version 8 states (musepack.net, "SV8"), which
 /// is always its first packet.
-MediaTime musepackDuration(MediaSource &source);
+MediaAsset readMusepack(MediaSource &source);
 
 /// Length of the MPEG audio (layers I to III) or ADTS AAC stream in `source`; not numeric if it holds none.
 ///

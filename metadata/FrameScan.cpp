@@ -67,8 +67,9 @@ std::optional<Frame> mpegFrame(qint64 position, quint32 bits)
 
 std::optional<Frame> frameAt(MediaSource &source, qint64 position)
 {
-    std::array<char, 8> header{};
-    if (source.readInto(header.data(), position, header.size()) < qint64(header.size()))
+    constexpr qint64 headerSize = 8;
+    const QByteArray header = source.read(position, headerSize);
+    if (header.size() < headerSize)
         return std::nullopt;
     const auto bits = qFromBigEndian<quint32>(header.data());
     if ((bits & 0xFFE0'0000) != 0xFFE0'0000)

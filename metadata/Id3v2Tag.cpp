@@ -43,29 +43,6 @@ bool isFrameIdentifier(QByteArrayView bytes)
         bytes.begin(), bytes.end(), [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); });
 }
 
-std::optional<CommonIdentifier> commonIdentifier(QByteArrayView frame)
-{
-    struct Name {
-        QByteArrayView frame;
-        CommonIdentifier identifier;
-    };
-    static constexpr std::array names{
-        Name{"TIT2", CommonIdentifier::Title},
-        Name{"TPE1", CommonIdentifier::Artist},
-        Name{"TALB", CommonIdentifier::AlbumName},
-        Name{"APIC", CommonIdentifier::Artwork},
-        Name{"TT2", CommonIdentifier::Title},
-        Name{"TP1", CommonIdentifier::Artist},
-        Name{"TAL", CommonIdentifier::AlbumName},
-        Name{"PIC", CommonIdentifier::Artwork},
-    };
-    for (const Name &name : names) {
-        if (name.frame == frame)
-            return name.identifier;
-    }
-    return std::nullopt;
-}
-
 TextEncoding textEncoding(char code)
 {
     static constexpr std::array encodings{
@@ -98,8 +75,8 @@ public:
 
     QList<MetadataItem> items()
     {
-        for (int i = 0; i < MaxEntriesPerTag && m_items.size() < MaxItemsPerTag
-             && isFrameIdentifier(m_rest.first(std::min(idSize(), m_rest.size())))
+        for (int i = 0;
+             i < MaxEntriesPerTag && isFrameIdentifier(m_rest.first(std::min(idSize(), m_rest.size())))
              && m_rest.size() > headerSize();
              ++i)
             readFrame();
@@ -112,7 +89,8 @@ private:
 
     void readFrame()
     {
-        const auto identifier = commonIdentifier(m_rest.first(idSize()));
+        constexpr FieldNames names{"TIT2", "TPE1", "TALB", "APIC"}, shortNames{"TT2", "TP1", "TAL", "PIC"};
+        const auto identifier = identifierOf(m_rest.first(idSize()), m_version == 2 ? shortNames : names);
         const quint8 flags = m_version == 2 ? 0 : static_cast<quint8>(m_rest[9]);
         const qsizetype size = std::min(frameSize(), m_rest.size() - headerSize());
         if (identifier)
@@ -157,7 +135,7 @@ private:
         if (identifier == CommonIdentifier::Artwork)
             readPicture(data);
         else
-            appendTextValues(m_items, identifier, data.sliced(1), textEncoding(data[0]));
+            appendText(m_items, identifier, data.sliced(1), textEncoding(data[0]));
     }
 
     void readPicture(QByteArrayView data)
@@ -166,7 +144,7 @@ private:
         if (kind >= data.size())
             return;
         const qsizetype begin = endOfText(data[0], data, kind + 1);
-        m_items.append({CommonIdentifier::Artwork, pictureFrom(data, begin).toByteArray()});
+        appendPicture(m_items, pictureFrom(data, begin));
     }
 
     int m_version;

@@ -1,35 +1,45 @@
 #pragma once
 
-#include "metadata/MediaContents.h"
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <cstdint>
+#include <optional>
 
-#include <QUrl>
+/// A rational media time: value / timescale seconds.
+struct MediaTime {
+    std::int64_t value = 0;
+    std::int32_t timescale = -1; ///< units per second; negative if the time is not known
 
-/// Reads the media file behind `url`, and opens no other. What cannot be read is missing. Any thread; blocks
-/// for as long as the file's medium does.
-MediaContents readMedia(const QUrl &url);
+    /// The time nearest to `seconds`, in millionths; not numeric if that is infinite, NaN or beyond reason.
+    [[nodiscard]] static MediaTime fromSeconds(double seconds);
 
-/// The media container behind a file URL, read once, when it is opened.
-///
-/// Opening never fails: what cannot be read is missing. Only the chosen regular file is opened. Many files are
-/// opened by a MediaBatch.
-class MediaAsset {
-public:
-    /// Reads the file on a thread of its own and waits for it: for 3 seconds at most if its medium does not
-    /// answer. Any thread.
-    explicit MediaAsset(const QUrl &url);
+    /// Whether the time is known. A numeric time need not be finite.
+    [[nodiscard]] bool isNumeric() const { return timescale >= 0; }
 
-    explicit MediaAsset(MediaContents contents);
+    /// Only means something if isNumeric(); infinite or NaN if the timescale is 0.
+    [[nodiscard]] double seconds() const { return static_cast<double>(value) / timescale; }
+};
 
-    /// Length of the container; not numeric if it is unknown.
-    [[nodiscard]] MediaTime duration() const { return m_duration; }
+/// The keys that all tag formats are mapped to.
+enum class CommonIdentifier { Title, Artist, AlbumName, Artwork };
 
-    /// The metadata under the common keys, in the order in which the file stores them.
-    [[nodiscard]] const QList<MetadataItem> &commonMetadata() const { return m_commonMetadata; }
+/// One value of a file's metadata: text or raw bytes.
+struct MetadataItem {
+    CommonIdentifier identifier;
+    std::optional<QString> stringValue = {}; ///< nothing if the value is of another kind
+    std::optional<QByteArray> dataValue = {}; ///< the same
+};
+
+/// Those of `items` that carry `identifier`, in their order.
+[[nodiscard]] QList<MetadataItem> metadataItems(
+    const QList<MetadataItem> &items, CommonIdentifier identifier);
+
+/// What a media container says of itself. Opening one never fails: what cannot be read is missing.
+struct MediaAsset {
+    MediaTime duration; ///< not numeric if it is unknown
+    QList<MetadataItem> commonMetadata; ///< in stored order
 
     /// The bytes of the first picture; empty if there is none.
     [[nodiscard]] QByteArray firstPicture() const;
-
-private:
-    MediaTime m_duration;
-    QList<MetadataItem> m_commonMetadata;
 };

@@ -1,6 +1,7 @@
 #include "metadata/MediaBatch.h"
 
 #include "files/LocalFile.h"
+#include "metadata/MediaReader.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -19,8 +20,8 @@ constexpr std::size_t FilesPerWakeup = 4; // that are worth it
 qsizetype pictureBytes(const MediaAsset &asset)
 {
     qsizetype bytes = 0;
-    for (const MetadataItem &item : asset.commonMetadata())
-        bytes += item.dataValue() ? item.dataValue()->size() : 0;
+    for (const MetadataItem &item : asset.commonMetadata)
+        bytes += item.dataValue ? item.dataValue->size() : 0;
     return bytes;
 }
 
@@ -47,7 +48,7 @@ struct MediaBatch::Shared {
 
     /// False if there is no file to take when the time of the one that is being read is up.
     bool waitForNext(std::unique_lock<std::mutex> &lock);
-    void finishNext(MediaContents contents);
+    void finishNext(MediaAsset asset);
 
     const std::chrono::milliseconds fileTimeout;
     std::mutex mutex; ///< guards all below
@@ -76,18 +77,18 @@ void MediaBatch::Shared::readNext(int self, std::unique_lock<std::mutex> &lock)
     const QUrl url = unread.front();
     begin = Clock::now();
     lock.unlock();
-    MediaContents contents = readMedia(url);
+    MediaAsset asset = readMedia(url);
     lock.lock();
     if (self != reader)
         return;
-    finishNext(std::move(contents));
+    finishNext(std::move(asset));
     if (hasEnough())
         changed.notify_all();
 }
 
-void MediaBatch::Shared::finishNext(MediaContents contents)
+void MediaBatch::Shared::finishNext(MediaAsset asset)
 {
-    ready.push_back({unread.front(), MediaAsset(std::move(contents))});
+    ready.push_back({unread.front(), std::move(asset)});
     bytesAhead += pictureBytes(ready.back().asset);
     unread.pop_front();
 }

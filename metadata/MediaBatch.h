@@ -3,6 +3,7 @@
 #include "files/DetachedThread.h"
 #include "metadata/MediaAsset.h"
 
+#include <QUrl>
 #include <memory>
 #include <optional>
 

@@ -20,16 +20,11 @@ public:
     /// a time; what lies behind is missing.
     [[nodiscard]] QByteArray readTag(qint64 offset, qint64 length);
 
-    /// As read(), into `buffer`; returns the number of bytes that were read.
-    qint64 readInto(char *buffer, qint64 offset, qint64 length);
-
     /// Moves an end inwards; later offsets count from the new beginning.
     void dropFront(qint64 length);
     void dropBack(qint64 length);
 
 private:
-    [[nodiscard]] bool isCached(qint64 position, qint64 length) const;
-
     int m_descriptor;
     qint64 m_begin = 0;
     qint64 m_end = 0;

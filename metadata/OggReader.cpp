@@ -4,6 +4,7 @@
 #include "metadata/VorbisComment.h"
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 namespace {
@@ -101,27 +102,6 @@ qint64 lastGranulePosition(MediaSource &source, quint32 stream)
     return 0;
 }
 
-/// The metadata blocks of FLAC, one a packet.
-QList<MetadataItem> flacItems(PacketReader &packets)
-{
-    constexpr int blockLimit = 1000;
-    QList<MetadataItem> pictures, comment;
-    for (int i = 0; i < blockLimit; ++i) {
-        const QByteArray block = packets.take();
-        if (block.size() < 4)
-            break;
-        const auto content = QByteArrayView(block).sliced(4);
-        const int type = block[0] & 0x7F;
-        if (type == int(FlacBlock::VorbisComment))
-            comment += vorbisCommentItems(content);
-        else if (type == int(FlacBlock::Picture) && pictures.size() < MaxItemsPerTag)
-            pictures.append({CommonIdentifier::Artwork, flacPicture(content).toByteArray()});
-        if (block[0] & 0x80)
-            break;
-    }
-    return pictures + comment;
-}
-
 /// The length by the end's position, less the samples that are skipped at the start.
 MediaTime durationOf(MediaSource &source, quint32 stream, qint64 skipped, quint32 rate)
 {
@@ -129,10 +109,39 @@ MediaTime durationOf(MediaSource &source, quint32 stream, qint64 skipped, quint3
     return rate > 0 && samples > 0 ? MediaTime{samples, qint32(rate)} : MediaTime{};
 }
 
+/// Of FLAC, whose first packet is its stream info and each further one a metadata block.
+MediaAsset readFlacPackets(MediaSource &source, PacketReader &packets, Fields streamInfo)
+{
+    constexpr int blockLimit = 1000;
+    FlacMetadata metadata;
+    metadata.take(FlacMetadata::StreamInfo, streamInfo.rest());
+    streamInfo.take(10); // sizes of blocks and frames
+    if (!metadata.duration.isNumeric())
+        metadata.duration = durationOf(source, packets.stream(), 0, streamInfo.number<quint32_be>() >> 12);
+    QByteArray block;
+    for (int i = 0; i < blockLimit && (i == 0 || !(block[0] & 0x80)); ++i) {
+        block = packets.take();
+        if (block.size() < 4)
+            break;
+        metadata.take(block[0] & 0x7F, QByteArrayView(block).sliced(4));
+    }
+    return {metadata.duration, metadata.pictures + metadata.comment};
+}
+
 } // namespace
 
-MediaContents readOgg(MediaSource &source, OggCodec codec)
+MediaAsset readOgg(MediaSource &source)
 {
+    struct Codec {
+        QByteArrayView mark; ///< of the first packet
+        quint64 rateOffset; ///< in it
+        quint64 commentOffset; ///< in the second packet
+    };
+    static constexpr std::array codecs{
+        Codec{"\x01vorbis", 12, 7},
+        Codec{"Speex   ", 36, 0},
+        Codec{"OpusHead", 12, 8},
+    };
     PacketReader packets(source);
     const QByteArray head = packets.take();
     const auto field = [&head](quint64 offset) {
@@ -140,24 +149,18 @@ MediaContents readOgg(MediaSource &source, OggCodec codec)
         fields.take(offset);
         return fields;
     };
-    if (codec == OggCodec::Flac) {
-        Fields streamInfo = field(17);
-        const MediaTime stated = flacDuration(streamInfo.rest());
-        streamInfo.take(10); // sizes of blocks and frames
-        const quint32 rate = streamInfo.number<quint32_be>() >> 12;
-        return {
-            stated.isNumeric() ? stated : durationOf(source, packets.stream(), 0, rate), flacItems(packets)};
+    if (head.startsWith("\177FLAC"))
+        return readFlacPackets(source, packets, field(17));
+    for (const Codec &codec : codecs) {
+        if (!head.startsWith(codec.mark))
+            continue;
+        Fields comment(packets.take());
+        comment.take(codec.commentOffset);
+        // Opus counts 48,000 samples a second, whatever is encoded (RFC 7845).
+        const bool isOpus = codec.mark == "OpusHead";
+        const quint32 rate = isOpus ? 48'000 : field(codec.rateOffset).number<quint32_le>();
+        const qint64 skipped = isOpus ? field(10).number<quint16_le>() : 0;
+        return {durationOf(source, packets.stream(), skipped, rate), vorbisCommentItems(comment.rest())};
     }
-
-    const QByteArray second = packets.take();
-    const auto comment = [&second](quint64 markSize) {
-        Fields fields(second);
-        fields.take(markSize);
-        return vorbisCommentItems(fields.rest());
-    };
-    if (codec == OggCodec::Opus) // counts 48,000 samples a second, whatever is encoded (RFC 7845)
-        return {durationOf(source, packets.stream(), field(10).number<quint16_le>(), 48'000), comment(8)};
-    if (codec == OggCodec::Speex)
-        return {durationOf(source, packets.stream(), 0, field(36).number<quint32_le>()), comment(0)};
-    return {durationOf(source, packets.stream(), 0, field(12).number<quint32_le>()), comment(7)};
+    return {};
 }

@@ -55,30 +55,22 @@ public:
     {
     }
 
-    /// Takes the tag in `chunk` if it is an ID3 chunk, the text if it is `title` or `artist`.
-    void take(const Chunk &chunk, QByteArrayView title, QByteArrayView artist, QByteArrayView album = {})
+    /// Takes the tag in `chunk` if it is an ID3 chunk, the text if it is one of `names`.
+    void take(const Chunk &chunk, const FieldNames &names = {})
     {
         constexpr qsizetype tagLimit = 64;
         const bool isId3 = chunk.name == "ID3 " || chunk.name == "id3 ";
+        const auto identifier = identifierOf(chunk.name, names);
         if (isId3 && m_id3.size() < tagLimit)
             m_id3.append(id3v2Items(m_source.readTag(chunk.offset, chunk.size)));
-        else if (chunk.name == title)
-            append(CommonIdentifier::Title, chunk);
-        else if (chunk.name == artist)
-            append(CommonIdentifier::Artist, chunk);
-        else if (chunk.name == album)
-            append(CommonIdentifier::AlbumName, chunk);
+        else if (identifier)
+            appendText(
+                m_texts, *identifier, m_source.readTag(chunk.offset, chunk.size), TextEncoding::Unstated);
     }
 
     [[nodiscard]] QList<MetadataItem> merged() const { return mergedTags(QList(m_id3) << m_texts); }
 
 private:
-    void append(CommonIdentifier identifier, const Chunk &chunk)
-    {
-        const QByteArray text = m_source.readTag(chunk.offset, chunk.size);
-        appendTextValues(m_texts, identifier, text, TextEncoding::Unstated);
-    }
-
     MediaSource &m_source;
     QList<QList<MetadataItem>> m_id3;
     QList<MetadataItem> m_texts;
@@ -86,7 +78,7 @@ private:
 
 } // namespace
 
-MediaContents readWav(MediaSource &source)
+MediaAsset readWav(MediaSource &source)
 {
     QByteArray format;
     qint64 dataSize = 0;
@@ -97,30 +89,31 @@ MediaContents readWav(MediaSource &source)
         else if (chunk.name == "data" && dataSize == 0)
             dataSize = chunk.size;
         else if (chunk.name == "LIST" && source.read(chunk.offset, 4) == "INFO")
-            forEachChunk<quint32_le>(source, chunk.offset + 4, chunk.offset + chunk.size,
-                [&tags](const Chunk &text) { tags.take(text, "INAM", "IART", "IPRD"); });
+            forEachChunk<quint32_le>(
+                source, chunk.offset + 4, chunk.offset + chunk.size, [&tags](const Chunk &text) {
+                    tags.take(text, {"INAM", "IART", "IPRD"});
+                });
         else
-            tags.take(chunk, {}, {});
+            tags.take(chunk);
     });
     return {wavDuration(format, dataSize), tags.merged()};
 }
 
-MediaContents readAiff(MediaSource &source)
+MediaAsset readAiff(MediaSource &source)
 {
     MediaTime duration;
     ChunkTags tags(source);
     forEachChunk<quint32_be>(source, FileHeaderSize, source.size(), [&](const Chunk &chunk) {
-        tags.take(chunk, "NAME", "AUTH");
+        tags.take(chunk, {"NAME", "AUTH"});
         if (chunk.name == "COMM")
             duration = aiffDuration(readDescription(source, chunk));
     });
     return {duration, tags.merged()};
 }
 
-MediaContents readDsf(MediaSource &source)
+MediaAsset readDsf(MediaSource &source)
 {
-    const QByteArray header = source.read(0, 72);
-    Fields fields(header);
+    Fields fields(source.read(0, 72));
     fields.take(20); // "DSD ", size of this chunk, of the file
     const auto tag = qint64(std::min(fields.number<quint64_le>(), quint64(source.size())));
     fields.take(28); // "fmt ", its size, version, kind of sound and of channels, number of channels
@@ -130,34 +123,33 @@ MediaContents readDsf(MediaSource &source)
     return {MediaTime::fromSeconds(samples / rate), id3v2Items(source.readTag(tag, source.size()))};
 }
 
-MediaContents readDsdiff(MediaSource &source)
+MediaAsset readDsdiff(MediaSource &source)
 {
     constexpr qint64 fileHeaderSize = 16; // "FRM8", size, kind of file
     constexpr qint64 countSize = 4; // of a text's bytes, in front of them
     double bytesPerSecond = 0, channels = 0, dataSize = 0;
     ChunkTags tags(source);
     const auto takeProperty = [&](const Chunk &property) {
-        const QByteArray content = readDescription(source, property);
-        Fields fields(content);
+        Fields fields(readDescription(source, property));
         if (property.name == "FS  ")
             bytesPerSecond = fields.number<quint32_be>() / 8.0;
         else if (property.name == "CHNL")
             channels = fields.number<quint16_be>();
         else
-            tags.take(property, {}, {});
+            tags.take(property);
     };
     forEachChunk<quint64_be>(source, fileHeaderSize, source.size(), [&](const Chunk &chunk) {
         if (chunk.name == "DIIN")
             forEachChunk<quint64_be>(source, chunk.offset, chunk.offset + chunk.size, [&](const Chunk &text) {
                 const qint64 size = std::min(text.size, countSize);
-                tags.take({text.name, text.offset + size, text.size - size}, "DITI", "DIAR");
+                tags.take({text.name, text.offset + size, text.size - size}, {"DITI", "DIAR"});
             });
         else if (chunk.name == "PROP")
             forEachChunk<quint64_be>(source, chunk.offset + 4, chunk.offset + chunk.size, takeProperty);
         else if (chunk.name == "DSD ")
             dataSize = double(chunk.size);
         else
-            tags.take(chunk, {}, {});
+            tags.take(chunk);
     });
     const double seconds = dataSize / (bytesPerSecond * channels);
     return {dataSize > 0 ? MediaTime::fromSeconds(seconds) : MediaTime{}, tags.merged()};

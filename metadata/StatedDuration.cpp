@@ -137,14 +137,13 @@ MediaTime aiffDuration(QByteArrayView common)
     return length > 0 ? MediaTime::fromSeconds(length) : MediaTime{};
 }
 
-MediaTime wavPackDuration(MediaSource &source)
+MediaAsset readWavPack(MediaSource &source)
 {
     static constexpr std::array rates{6000, 8000, 9600, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
         48000, 64000, 88200, 96000, 192000};
     constexpr quint32 unknown = 0xFFFF'FFFF;
     constexpr quint32 directStream = 0x8000'0000; // counts bytes of eight samples each
-    const QByteArray header = source.read(0, 32);
-    Fields fields(header);
+    Fields fields(source.read(0, 32));
     fields.take(11); // "wvpk", size, version, the upper bits of where the block starts
     const qint64 high = fields.number<quint8>();
     const quint32 low = fields.number<quint32_le>();
@@ -153,14 +152,13 @@ MediaTime wavPackDuration(MediaSource &source)
     const std::size_t rate = flags >> 23 & 0xF;
     if (low == 0 || low == unknown || rate >= rates.size() || (flags & directStream))
         return {};
-    return {high * unknown + low, rates[rate]};
+    return {{high * unknown + low, rates[rate]}, {}};
 }
 
-MediaTime musepackDuration(MediaSource &source)
+MediaAsset readMusepack(MediaSource &source)
 {
     static constexpr std::array rates{44100, 48000, 37800, 32000};
-    const QByteArray header = source.read(0, 64);
-    Fields fields(header);
+    Fields fields(source.read(0, 64));
     fields.take(6); // "MPCK", "SH"
     takeMusepackNumber(fields); // size of the packet
     fields.take(5); // checksum, version
@@ -169,5 +167,5 @@ MediaTime musepackDuration(MediaSource &source)
     const std::size_t rate = std::size_t(fields.number<quint8>()) >> 5;
     if (samples <= silence || rate >= rates.size())
         return {};
-    return {samples - silence, rates[rate]};
+    return {{samples - silence, rates[rate]}, {}};
 }

@@ -2,7 +2,6 @@
 
 #include <QStringDecoder>
 #include <algorithm>
-#include <array>
 
 namespace {
 
@@ -15,7 +14,22 @@ bool startsWithMark(QByteArrayView data)
         Marks.begin(), Marks.end(), [data](QByteArrayView mark) { return data.startsWith(mark); });
 }
 
+bool isEmpty(const MetadataItem &item)
+{
+    return item.stringValue.value_or(QString()).isEmpty() && item.dataValue.value_or(QByteArray()).isEmpty();
+}
+
 } // namespace
+
+std::optional<CommonIdentifier> identifierOf(
+    QByteArrayView name, const FieldNames &names, Qt::CaseSensitivity sensitivity)
+{
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (!name.isEmpty() && name.compare(names[i], sensitivity) == 0)
+            return CommonIdentifier(i);
+    }
+    return std::nullopt;
+}
 
 QString decodedText(QByteArrayView bytes, TextEncoding encoding)
 {
@@ -36,7 +50,7 @@ QString decodedText(QByteArrayView bytes, TextEncoding encoding)
     return {};
 }
 
-void appendTextValues(
+void appendText(
     QList<MetadataItem> &items, CommonIdentifier identifier, QByteArrayView bytes, TextEncoding encoding)
 {
     const QString text = decodedText(bytes, encoding);
@@ -53,6 +67,12 @@ void appendTextValues(
     }
 }
 
+void appendPicture(QList<MetadataItem> &items, QByteArrayView picture)
+{
+    if (items.size() < MaxItemsPerTag)
+        items.append({CommonIdentifier::Artwork, {}, picture.toByteArray()});
+}
+
 QByteArrayView pictureFrom(QByteArrayView data, qsizetype begin)
 {
     constexpr qsizetype searchLimit = 1024; // longer than the descriptions that people write
@@ -64,4 +84,20 @@ QByteArrayView pictureFrom(QByteArrayView data, qsizetype begin)
             return data.sliced(i);
     }
     return data.sliced(begin);
+}
+
+QList<MetadataItem> mergedTags(const QList<QList<MetadataItem>> &tags)
+{
+    QList<MetadataItem> merged;
+    for (const auto field : {CommonIdentifier::Title, CommonIdentifier::Artist, CommonIdentifier::AlbumName,
+             CommonIdentifier::Artwork}) {
+        for (const QList<MetadataItem> &tag : tags) {
+            const QList<MetadataItem> items = metadataItems(tag, field);
+            if (items.isEmpty() || isEmpty(items.first()))
+                continue;
+            merged += items;
+            break;
+        }
+    }
+    return merged;
 }

@@ -33,33 +33,26 @@ void appendId3v1Field(QList<MetadataItem> &items, CommonIdentifier identifier, Q
         items.append({identifier, text});
 }
 
-void appendApeItem(QList<MetadataItem> &items, const QByteArray &key, bool isBinary, QByteArrayView value)
+void appendApeItem(QList<MetadataItem> &items, QByteArrayView key, bool isBinary, QByteArrayView value)
 {
-    if (isBinary && key.startsWith("cover art")) {
-        const qsizetype nameEnd = value.indexOf('\0');
-        items.append({CommonIdentifier::Artwork, value.sliced(nameEnd + 1).toByteArray()});
-        return;
-    }
-    if (isBinary)
-        return;
-    if (key == "title")
-        appendTextValues(items, CommonIdentifier::Title, value, TextEncoding::Utf8);
-    else if (key == "artist")
-        appendTextValues(items, CommonIdentifier::Artist, value, TextEncoding::Utf8);
-    else if (key == "album")
-        appendTextValues(items, CommonIdentifier::AlbumName, value, TextEncoding::Utf8);
+    constexpr QByteArrayView picture = "cover art"; // and which one
+    const auto identifier = identifierOf(key.first(std::min(key.size(), picture.size())),
+        {"title", "artist", "album", picture}, Qt::CaseInsensitive);
+    if (isBinary && identifier == CommonIdentifier::Artwork)
+        appendPicture(items, value.sliced(value.indexOf('\0') + 1)); // behind its name
+    else if (!isBinary && identifier && identifier != CommonIdentifier::Artwork)
+        appendText(items, *identifier, value, TextEncoding::Utf8);
 }
 
 /// The items one after another: value size, flags, key, zero, value; all but the key in little endian.
-QList<MetadataItem> apeItems(QByteArrayView data)
+QList<MetadataItem> apeItems(Fields &fields)
 {
     QList<MetadataItem> items;
-    Fields fields(data);
-    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty() && items.size() < MaxItemsPerTag; ++i) {
+    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty(); ++i) {
         const qsizetype size = fields.number<quint32_le>();
         const bool isBinary = (fields.number<quint32_le>() >> 1 & 3) == 1;
         const auto keySize = quint64(fields.rest().indexOf('\0')); // all if it does not end
-        const QByteArray key = fields.take(keySize).toByteArray().toLower();
+        const QByteArrayView key = fields.take(keySize);
         fields.take(1);
         const QByteArrayView value = fields.take(quint64(size));
         if (value.size() == size)
@@ -86,8 +79,7 @@ QList<MetadataItem> takeId3v1Tag(MediaSource &source)
 
 QList<MetadataItem> takeApeTag(MediaSource &source)
 {
-    const QByteArray footer = source.read(source.size() - ApeEdgeSize, ApeEdgeSize);
-    Fields fields(footer);
+    Fields fields(source.read(source.size() - ApeEdgeSize, ApeEdgeSize));
     if (fields.take(8) != "APETAGEX")
         return {};
     fields.take(4); // version
@@ -97,7 +89,7 @@ QList<MetadataItem> takeApeTag(MediaSource &source)
     if (size > source.size())
         return {};
 
-    const QByteArray data = source.readTag(source.size() - size, size - ApeEdgeSize);
+    Fields items(source.readTag(source.size() - size, size - ApeEdgeSize));
     source.dropBack(size + (hasHeader ? ApeEdgeSize : 0));
-    return apeItems(data);
+    return apeItems(items);
 }

@@ -10,24 +10,32 @@ QByteArray decodedBytes(QByteArrayView base64)
     return QByteArray::fromBase64(QByteArray::fromRawData(base64.data(), base64.size()));
 }
 
+/// The picture in a picture block: all that stands behind its description, because writers get the length wrong.
+QByteArrayView flacPicture(QByteArrayView block)
+{
+    Fields fields(block);
+    fields.take(4); // what it shows
+    fields.take(fields.number<quint32_be>()); // MIME type
+    fields.take(fields.number<quint32_be>()); // description
+    fields.take(20); // width, height, depth, colours, length
+    return pictureFrom(block, block.size() - fields.rest().size());
+}
+
 void appendField(QList<MetadataItem> &items, QByteArrayView field)
 {
+    constexpr FieldNames names{"TITLE", "ARTIST", "ALBUM", "METADATA_BLOCK_PICTURE"};
+    constexpr FieldNames oldNames{"", "", "", "COVERART"};
     const qsizetype nameEnd = field.indexOf('=');
     if (nameEnd < 0)
         return;
-    const auto value = field.sliced(nameEnd + 1);
-    const auto isNamed = [name = field.first(nameEnd)](
-                             QByteArrayView other) { return name.compare(other, Qt::CaseInsensitive) == 0; };
-    if (isNamed("TITLE"))
-        appendTextValues(items, CommonIdentifier::Title, value, TextEncoding::Utf8);
-    else if (isNamed("ARTIST"))
-        appendTextValues(items, CommonIdentifier::Artist, value, TextEncoding::Utf8);
-    else if (isNamed("ALBUM"))
-        appendTextValues(items, CommonIdentifier::AlbumName, value, TextEncoding::Utf8);
-    else if (isNamed("METADATA_BLOCK_PICTURE"))
-        items.append({CommonIdentifier::Artwork, flacPicture(decodedBytes(value)).toByteArray()});
-    else if (isNamed("COVERART"))
-        items.append({CommonIdentifier::Artwork, decodedBytes(value)});
+    const auto name = field.first(nameEnd), value = field.sliced(nameEnd + 1);
+    const auto identifier = identifierOf(name, names, Qt::CaseInsensitive);
+    if (identifier == CommonIdentifier::Artwork)
+        appendPicture(items, flacPicture(decodedBytes(value)));
+    else if (identifier)
+        appendText(items, *identifier, value, TextEncoding::Utf8);
+    else if (identifierOf(name, oldNames, Qt::CaseInsensitive))
+        appendPicture(items, decodedBytes(value));
 }
 
 } // namespace
@@ -38,7 +46,7 @@ QList<MetadataItem> vorbisCommentItems(QByteArrayView block)
     Fields fields(block);
     fields.take(fields.number<quint32_le>()); // who wrote it
     fields.take(4); // count
-    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty() && items.size() < MaxItemsPerTag; ++i)
+    for (int i = 0; i < MaxEntriesPerTag && !fields.isEmpty(); ++i)
         appendField(items, fields.take(fields.number<quint32_le>()));
     return items;
 }
@@ -61,12 +69,19 @@ std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes)
     return size <= bytes.size() ? std::optional(size) : std::nullopt;
 }
 
-QByteArrayView flacPicture(QByteArrayView block)
+void FlacMetadata::take(int blockType, QByteArrayView content)
 {
-    Fields fields(block);
-    fields.take(4); // what it shows
-    fields.take(fields.number<quint32_be>()); // MIME type
-    fields.take(fields.number<quint32_be>()); // description
-    fields.take(20); // width, height, depth, colours, length
-    return pictureFrom(block, block.size() - fields.rest().size());
+    if (blockType == Comment) {
+        comment += vorbisCommentItems(content);
+    } else if (blockType == Picture) {
+        appendPicture(pictures, flacPicture(content));
+    } else if (blockType == StreamInfo) {
+        Fields fields(content);
+        fields.take(10); // sizes of blocks and frames
+        const quint64 number =
+            fields.number<quint64_be>(); // rate 20 bits, channels 3, sample size 5, samples 36
+        const auto rate = qint32(number >> 44);
+        const auto samples = qint64(number & 0xF'FFFF'FFFF);
+        duration = rate > 0 && samples > 0 ? MediaTime{samples, rate} : MediaTime{};
+    }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "metadata/MediaContents.h"
+#include "metadata/MediaAsset.h"
 
 #include <QByteArrayView>
 #include <optional>
@@ -12,12 +12,13 @@ QList<MetadataItem> vorbisCommentItems(QByteArrayView block);
 /// Bytes of the Vorbis comment that `bytes` start with; nothing if they do not hold all of it.
 std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes);
 
-/// The picture in a picture block (xiph.org, "FLAC format"): all that stands behind its description, because
-/// writers get the length wrong.
-QByteArrayView flacPicture(QByteArrayView block);
+/// What the metadata blocks of a FLAC stream say (xiph.org, "FLAC format").
+struct FlacMetadata {
+    enum BlockType { StreamInfo = 0, Comment = 4, Picture = 6 };
 
-/// The two kinds of metadata blocks that hold tags (xiph.org, "FLAC format").
-enum class FlacBlock { VorbisComment = 4, Picture = 6 };
+    MediaTime duration; ///< not numeric if it is not stated
+    QList<MetadataItem> pictures; ///< count before those of the comment
+    QList<MetadataItem> comment;
 
-/// The length that a stream info block states; not numeric if it does not.
-MediaTime flacDuration(QByteArrayView streamInfo);
+    void take(int blockType, QByteArrayView content);
+};

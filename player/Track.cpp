@@ -1,6 +1,7 @@
 #include "player/Track.h"
 
 #include "files/LocalFile.h"
+#include "metadata/MediaReader.h"
 
 #include <QCoreApplication>
 #include <cmath>
@@ -43,7 +44,7 @@ double displayedDuration(const MediaTime &time)
 }
 
 Track::Track(const QUrl &url)
-    : Track(url, MediaAsset(url))
+    : Track(url, openMedia(url))
 {
 }
 
@@ -59,9 +60,9 @@ Track::Track(const QUrl &url, const MediaAsset &asset)
 
 void Track::loadMetadata(const MediaAsset &asset)
 {
-    duration = displayedDuration(asset.duration());
+    duration = displayedDuration(asset.duration);
 
-    const QList<MetadataItem> &metadata = asset.commonMetadata();
+    const QList<MetadataItem> &metadata = asset.commonMetadata;
     replaceUnlessEmpty(title, metadataValue(CommonIdentifier::Title, metadata));
     replaceUnlessEmpty(artist, metadataValue(CommonIdentifier::Artist, metadata));
     replaceUnlessEmpty(album, metadataValue(CommonIdentifier::AlbumName, metadata));
@@ -72,5 +73,5 @@ void Track::loadMetadata(const MediaAsset &asset)
 std::optional<QString> Track::metadataValue(CommonIdentifier identifier, const QList<MetadataItem> &items)
 {
     const QList<MetadataItem> matches = metadataItems(items, identifier);
-    return matches.isEmpty() ? std::nullopt : matches.first().stringValue();
+    return matches.isEmpty() ? std::nullopt : matches.first().stringValue;
 }

@@ -1,6 +1,6 @@
 // Reads the metadata of any bytes, as a file is read that is added to the playlist.
 
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaReader.h"
 #include "metadata/PictureDecoder.h"
 #include "tests/MemoryFile.h"
 #include "tests/fuzz/FuzzTarget.h"
@@ -10,16 +10,16 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const MemoryFile file(QByteArray::fromRawData(reinterpret_cast<const char *>(data), qsizetype(size)));
-    const MediaContents contents = readMedia(file.url());
-    if (contents.duration.isNumeric() && contents.duration.seconds() < 0)
+    const MediaAsset asset = readMedia(file.url());
+    if (asset.duration.isNumeric() && asset.duration.seconds() < 0)
         qFatal("A length is negative.");
-    for (const MetadataItem &item : contents.items) {
-        if (item.stringValue().has_value() == item.dataValue().has_value())
+    for (const MetadataItem &item : asset.commonMetadata) {
+        if (item.stringValue.has_value() == item.dataValue.has_value())
             qFatal("An item is neither text nor data.");
-        if (!item.dataValue())
+        if (!item.dataValue)
             continue;
         const std::atomic<bool> isAbandoned = false;
-        (void)decodedPicture(*item.dataValue(), {64, 64}, isAbandoned);
+        (void)decodedPicture(*item.dataValue, {64, 64}, isAbandoned);
     }
     return 0;
 }

@@ -1,4 +1,5 @@
 #include "metadata/MediaBatch.h"
+#include "metadata/MediaReader.h"
 #include "metadata/MediaSource.h"
 #include "tests/MemoryFile.h"
 #include "tests/TaggedFile.h"
@@ -18,8 +19,8 @@ namespace {
 
 QString title(const MediaAsset &asset)
 {
-    const auto titles = metadataItems(asset.commonMetadata(), CommonIdentifier::Title);
-    return titles.isEmpty() ? QString() : titles.first().stringValue().value_or(QString());
+    const auto titles = metadataItems(asset.commonMetadata, CommonIdentifier::Title);
+    return titles.isEmpty() ? QString() : titles.first().stringValue.value_or(QString());
 }
 
 QList<QUrl> filesOf(const QString &folder)
@@ -90,11 +91,11 @@ private Q_SLOTS:
         MediaBatch media(urls);
         for (const QUrl &url : urls) {
             const auto file = media.take();
-            const MediaAsset alone(readMedia(url));
+            const MediaAsset alone = readMedia(url);
             QCOMPARE(file->url, url);
-            QCOMPARE(file->asset.duration().value, alone.duration().value);
-            QCOMPARE(file->asset.duration().timescale, alone.duration().timescale);
-            QCOMPARE(file->asset.commonMetadata().size(), alone.commonMetadata().size());
+            QCOMPARE(file->asset.duration.value, alone.duration.value);
+            QCOMPARE(file->asset.duration.timescale, alone.duration.timescale);
+            QCOMPARE(file->asset.commonMetadata.size(), alone.commonMetadata.size());
             QCOMPARE(title(file->asset), title(alone));
         }
         QVERIFY(!media.take());
@@ -235,23 +236,23 @@ private Q_SLOTS:
         const SilentFiles files;
         FaultyMedium medium(files.silent.toUtf8());
         medium.set(FaultyMedium::Fault::Interruption);
-        const MediaAsset asset(readMedia(QUrl::fromLocalFile(files.silent)));
+        const MediaAsset asset = readMedia(QUrl::fromLocalFile(files.silent));
         QVERIFY(medium.faults() > 1);
         QCOMPARE(title(asset), u"Título 2.3"_s);
-        QCOMPARE(asset.duration().seconds(), 2.0);
+        QCOMPARE(asset.duration.seconds(), 2.0);
     }
 
     void readThatComesInPortionsGoesOnToItsEnd()
     {
         const SilentFiles files;
-        const QByteArray whole = MediaAsset(readMedia(QUrl::fromLocalFile(files.silent))).firstPicture();
+        const QByteArray whole = readMedia(QUrl::fromLocalFile(files.silent)).firstPicture();
         FaultyMedium medium(files.silent.toUtf8());
         medium.set(FaultyMedium::Fault::Portions);
-        const MediaAsset asset(readMedia(QUrl::fromLocalFile(files.silent)));
+        const MediaAsset asset = readMedia(QUrl::fromLocalFile(files.silent));
         QVERIFY(medium.faults() > 10);
         QVERIFY(!whole.isEmpty());
         QCOMPARE(asset.firstPicture(), whole);
-        QCOMPARE(asset.duration().seconds(), 2.0);
+        QCOMPARE(asset.duration.seconds(), 2.0);
     }
 
     void lastByteIsRead()

@@ -3,7 +3,7 @@
 
 #include "decoder/DecoderModule.h"
 #include "metadata/Artwork.h"
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaReader.h"
 
 #include <QCoreApplication>
 #include <unistd.h>
@@ -12,10 +12,10 @@ namespace {
 
 void readFile(const QUrl &url)
 {
-    const MediaContents contents = readMedia(url);
-    const auto pictures = metadataItems(contents.items, CommonIdentifier::Artwork);
+    const MediaAsset asset = readMedia(url);
+    const auto pictures = metadataItems(asset.commonMetadata, CommonIdentifier::Artwork);
     if (!pictures.isEmpty())
-        Artwork::decode(*pictures.first().dataValue(), url);
+        Artwork::decode(*pictures.first().dataValue, url);
 }
 
 void openDecoder(const QUrl &url)

@@ -1,5 +1,5 @@
 #include "decoder/DecoderModule.h"
-#include "metadata/MediaAsset.h"
+#include "metadata/MediaReader.h"
 #include "playback/FilePlayer.h"
 #include "playback/output/NullOutput.h"
 #include "tests/MemoryFile.h"

@@ -1,4 +1,5 @@
 #include "metadata/MediaBatch.h"
+#include "metadata/MediaReader.h"
 #include "playback/AudioPlayer.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/PulseDaemon.h"
@@ -43,10 +44,10 @@ private Q_SLOTS:
     void metadataAreReadWithoutAThread()
     {
         const ScarceThreads scarce;
-        QCOMPARE(MediaAsset(song).commonMetadata().size(), 4);
+        QCOMPARE(openMedia(song).commonMetadata.size(), 4);
         MediaBatch media({song, song});
         for (int i = 0; i < 2; ++i)
-            QCOMPARE(media.take()->asset.commonMetadata().size(), 4);
+            QCOMPARE(media.take()->asset.commonMetadata.size(), 4);
         QVERIFY(!media.take());
         QVERIFY(scarce.refused() > 0);
     }

@@ -1,5 +1,5 @@
 #include "files/LocalFile.h"
-#include "metadata/MediaContents.h"
+#include "metadata/MediaAsset.h"
 #include "tests/TestProgram.h"
 #include "tests/player/PlayerFixture.h"
 
@@ -72,7 +72,7 @@ private Q_SLOTS:
     {
         QList<Track> tracks;
         for (int i = 0; i < 100'000; ++i)
-            tracks.append(Track(PlayerFixture::url(QString::number(i)), MediaAsset(MediaContents())));
+            tracks.append(Track(PlayerFixture::url(QString::number(i)), MediaAsset()));
         PlayerFixture f;
         f.player.playlist = std::move(tracks);
         f.add("a"_L1); // the first one after a write from outside may take longer

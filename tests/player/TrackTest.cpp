@@ -1,5 +1,5 @@
 #include "player/Track.h"
-#include "metadata/MediaContents.h"
+#include "metadata/MediaAsset.h"
 #include "tests/TestProgram.h"
 
 #include <QFile>
@@ -64,11 +64,11 @@ private Q_SLOTS:
     {
         const QByteArray bytes("x");
         const Track track(QUrl(u"file:///m/song.mp3"_s),
-            MediaAsset(MediaContents{{3, 2},
+            MediaAsset{{3, 2},
                 {{CommonIdentifier::Title, QString()}, {CommonIdentifier::Title, u"Later"_s},
-                    {CommonIdentifier::Artist, bytes}, {CommonIdentifier::Artist, u"Later"_s},
-                    {CommonIdentifier::Artwork, u"text"_s}, {CommonIdentifier::Artwork, bytes},
-                    {CommonIdentifier::AlbumName, u"Album"_s}, {CommonIdentifier::AlbumName, u"Later"_s}}}));
+                    {CommonIdentifier::Artist, {}, bytes}, {CommonIdentifier::Artist, u"Later"_s},
+                    {CommonIdentifier::Artwork, u"text"_s}, {CommonIdentifier::Artwork, {}, bytes},
+                    {CommonIdentifier::AlbumName, u"Album"_s}, {CommonIdentifier::AlbumName, u"Later"_s}}});
         QCOMPARE(track.title, u"song"_s);
         QCOMPARE(track.artist, UnknownArtist);
         QCOMPARE(track.album, u"Album"_s);
