@@ -7,7 +7,7 @@
 template <typename Widget, typename Interface, QAccessible::Role... Role> void installAccessible()
 {
     QAccessible::installFactory([](const QString &, QObject *object) -> QAccessibleInterface * {
-        auto *widget = qobject_cast<Widget *>(object);
+        auto *widget = dynamic_cast<Widget *>(object);
         return widget ? new Interface(widget, Role...) : nullptr;
     });
 }

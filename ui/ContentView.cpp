@@ -18,6 +18,7 @@ ContentView::ContentView(PlayerManager &player, QWidget *parent)
 {
     setLayout(body());
     setAccessibleName(u"Lumaverdine"_s);
+    attachTrackAnnouncer();
     attachFileImporter();
     attachImportAlert();
 }
@@ -41,16 +42,11 @@ void ContentView::showEvent(QShowEvent *)
         setFocus();
 }
 
-QLayout *ContentView::body()
+QBoxLayout *ContentView::body()
 {
-    QWidget *root = background();
-    root->setLayout(vertical(0, {playerSection(), new Divider(0.55), playlistSection()}));
-    return overlay({root, trackAnnouncer()});
-}
-
-QWidget *ContentView::background()
-{
-    return new Backdrop;
+    auto *background = new Backdrop;
+    background->setLayout(vertical(0, {playerSection(), new Divider(0.55), playlistSection()}));
+    return vertical(0, {background});
 }
 
 QBoxLayout *ContentView::playerSection()

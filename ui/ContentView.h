@@ -34,14 +34,13 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    QLayout *body();
-    QWidget *background();
+    QBoxLayout *body();
     QBoxLayout *playerSection();
 
     // What is playing
     QBoxLayout *trackInformation();
     QBoxLayout *trackTexts();
-    QWidget *trackAnnouncer();
+    void attachTrackAnnouncer();
     QWidget *artwork();
     [[nodiscard]] QString trackPositionText() const;
 

@@ -1,17 +1,16 @@
 // The upper block of the window: what is playing, the transport buttons, progress and volume.
 
+#include "desktop/AccessibleFactory.h"
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
 #include "ui/DisplayText.h"
 #include "ui/Layout.h"
-#include "ui/controls/Announcer.h"
+#include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/MenuButton.h"
-#include "ui/controls/PlayButton.h"
 #include "ui/controls/SelectableLabel.h"
 #include "ui/controls/Slider.h"
 #include "ui/controls/SymbolView.h"
-#include "ui/controls/TextButton.h"
 #include "ui/drawing/Fonts.h"
 
 #include <QAction>
@@ -28,6 +27,31 @@ constexpr double SeekPageStep = 30;
 constexpr double VolumeStep = 0.05;
 constexpr double VolumePageStep = 0.2;
 
+/// Tells the users of assistive technology what has happened. Nobody sees it.
+///
+/// Before Qt 6.8, which has an event for this, it is a notification that shows itself anew.
+class Announcer : public QWidget {
+public:
+    explicit Announcer(QWidget *parent)
+        : QWidget(parent)
+    {
+        installAccessible<Announcer, QAccessibleWidget, QAccessible::Notification>();
+        setFixedSize(1, 1); // what has no size does not show, for assistive technology either
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+    void announce(const QString &text)
+    {
+        setAccessibleName(text);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+        QAccessibleAnnouncementEvent event(this, text);
+#else
+        QAccessibleEvent event(this, QAccessible::ObjectShow);
+#endif
+        QAccessible::updateAccessibility(&event);
+    }
+};
+
 } // namespace
 
 // What is playing
@@ -37,16 +61,16 @@ QBoxLayout *ContentView::trackInformation()
     return horizontal(25, {artwork(), trackTexts()});
 }
 
-QWidget *ContentView::trackAnnouncer()
+void ContentView::attachTrackAnnouncer()
 {
-    auto *announcer = new Announcer(tr("Sin reproducción"));
+    auto *announcer = new Announcer(this);
+    announcer->setAccessibleName(tr("Sin reproducción"));
     m_renderer.follow([=, this, announced = std::optional<Track>()]() mutable {
         const std::optional<Track> &track = m_player.currentTrack();
-        if (std::exchange(announced, track) == track)
-            return;
-        announcer->announce(track ? tr("%1, %2").arg(track->title, track->artist) : tr("Sin reproducción"));
+        if (std::exchange(announced, track) != track)
+            announcer->announce(
+                track ? tr("%1, %2").arg(track->title, track->artist) : tr("Sin reproducción"));
     });
-    return announcer;
 }
 
 QWidget *ContentView::artwork()
@@ -108,10 +132,12 @@ QBoxLayout *ContentView::transportControls()
 
 QWidget *ContentView::playButton()
 {
-    auto *button = new PlayButton;
+    auto *button =
+        new Button(Button::Look::Disc, {u"play.fill"_s, 23, QFont::Bold}, tr("Reproducir"), {58, 58});
     connect(button, &QAbstractButton::clicked, &m_player, &PlayerManager::togglePlayback);
     m_renderer.follow([=, this] {
-        button->setPlaying(m_player.isPlaying());
+        button->setSymbol(m_player.isPlaying() ? u"pause.fill"_s : u"play.fill"_s);
+        button->setHelp(m_player.isPlaying() ? tr("Pausar") : tr("Reproducir"));
         button->setEnabled(!m_player.playlist().isEmpty());
     });
     return button;
@@ -121,7 +147,7 @@ QWidget *ContentView::playButton()
 QWidget *ContentView::controlButton(const QString &symbol, const QString &help,
     const std::function<bool()> &isActive, int size, const std::function<void()> &action)
 {
-    auto *button = new SymbolButton(symbol, size, QFont::DemiBold, help, QSize(36, 36));
+    auto *button = new Button(Button::Look::Plain, {symbol, size, QFont::DemiBold}, help, {36, 36});
     button->setCheckable(static_cast<bool>(isActive));
     connect(button, &QAbstractButton::clicked, this, action);
     m_renderer.follow([=, this] {
@@ -204,7 +230,7 @@ QBoxLayout *ContentView::tools()
 
 QWidget *ContentView::importButton()
 {
-    auto *button = new TextButton(TextButton::Look::Bordered, tr("Añadir música"), u"plus"_s);
+    auto *button = new Button(Button::Look::Bordered, tr("Añadir música"), u"plus"_s);
     button->setHelp(tr("Añadir archivos de audio"));
     connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
     return button;

@@ -1,16 +1,14 @@
 // The lower block of the window: the playlist with its header, or the invitation to fill it.
 
-#include "desktop/AccessibleFactory.h"
 #include "player/PayerManager.h"
 #include "ui/ContentView.h"
-#include "ui/InvitationLayout.h"
+#include "ui/Invitation.h"
 #include "ui/Layout.h"
-#include "ui/PlaylistAccessible.h"
 #include "ui/PlaylistView.h"
+#include "ui/controls/Button.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/Label.h"
 #include "ui/controls/SymbolView.h"
-#include "ui/controls/TextButton.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/Fonts.h"
 
@@ -110,7 +108,6 @@ QString ContentView::playlistSubtitle() const
 
 QWidget *ContentView::playlistRows()
 {
-    installAccessible<PlaylistView, PlaylistAccessible>();
     auto *view = new PlaylistView(m_playlistModel, m_artworks);
     connect(view, &PlaylistView::playRequested, this, [this](const Track &track) { m_player.load(track); });
     connect(view, &PlaylistView::removalRequested, &m_player, &PlayerManager::removeTrack);
@@ -141,13 +138,13 @@ QWidget *ContentView::emptyPlaylist()
     const QFont headline = systemFont(13, QFont::Bold);
     const QString empty = tr("La playlist está vacía");
     const QString formats = tr("Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles.");
-    auto *button = new TextButton(TextButton::Look::Prominent, tr("Seleccionar música…"));
+    auto *button = new Button(Button::Look::Prominent, tr("Seleccionar música…"));
     button->setAccessibleDescription(empty); // who comes here by keys has not seen it
     connect(button, &QAbstractButton::clicked, this, [this] { m_player.showFileImporter = true; });
 
-    QWidget *view = widgetOf(new InvitationLayout(new SymbolView(u"music.note.list"_s, 42, QFont::Light),
+    auto *view = new Invitation(new SymbolView(u"music.note.list"_s, 42, QFont::Light),
         centeredText(empty, headline, Label::Tone::Primary),
-        centeredText(formats, systemFont(13), Label::Tone::Secondary), button));
+        centeredText(formats, systemFont(13), Label::Tone::Secondary), button);
     view->setFocusProxy(button);
     return view;
 }

@@ -1,8 +1,8 @@
 #include "ui/ImportAlert.h"
 
 #include "ui/Layout.h"
+#include "ui/controls/Button.h"
 #include "ui/controls/Label.h"
-#include "ui/controls/TextButton.h"
 #include "ui/drawing/Fonts.h"
 
 #include <QAccessible>
@@ -34,7 +34,7 @@ ImportAlert::ImportAlert(QWidget *view)
     setAccessibleName(title);
     Label *headline = wrappedLabel(systemFont(14, QFont::Bold));
     headline->setText(title);
-    auto *accept = new TextButton(TextButton::Look::Prominent, tr("Aceptar"));
+    auto *accept = new Button(Button::Look::Prominent, tr("Aceptar"));
     connect(accept, &QAbstractButton::clicked, this, &QDialog::reject);
     QLayout *texts = vertical(8, {headline, m_message});
     setLayout(padded(vertical(18, {texts, horizontal(0, {Spacer(), accept})}), {20, 20, 20, 20}));

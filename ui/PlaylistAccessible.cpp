@@ -1,8 +1,11 @@
-#include "ui/PlaylistAccessible.h"
+// The playlist as assistive technology meets it.
 
+#include "desktop/AccessibleFactory.h"
 #include "ui/PlaylistModel.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
+
+#include <QHash>
 
 using namespace Qt::StringLiterals;
 
@@ -192,110 +195,138 @@ private:
     mutable QAccessible::Id m_menuButton = 0; ///< 0 until somebody asks for it
 };
 
+/// A list of rows, and the menu of a row while it is open.
+///
+/// A row's interface is made when it is asked for and stays with its track. The table of one column is how
+/// clients learn that there may be more rows than they should keep copies of.
+class PlaylistAccessible : public QAccessibleWidget, public QAccessibleTableInterface {
+public:
+    explicit PlaylistAccessible(PlaylistView *view)
+        : QAccessibleWidget(view, QAccessible::List)
+        , m_view(*view)
+    {
+    }
+
+    ~PlaylistAccessible() override
+    {
+        for (const QAccessible::Id row : std::as_const(m_rows))
+            QAccessible::deleteAccessibleInterface(row);
+    }
+
+    void *interface_cast(QAccessible::InterfaceType type) override
+    {
+        if (type == QAccessible::TableInterface)
+            return static_cast<QAccessibleTableInterface *>(this);
+        return QAccessibleWidget::interface_cast(type);
+    }
+
+    // Rows first, then the menu that is open.
+
+    [[nodiscard]] int childCount() const override { return rowCount() + (m_view.openedMenu() ? 1 : 0); }
+
+    [[nodiscard]] QAccessibleInterface *child(int index) const override
+    {
+        if (index >= 0 && index == rowCount())
+            return QAccessible::queryAccessibleInterface(m_view.openedMenu());
+        return cellAt(index, 0);
+    }
+
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *child) const override
+    {
+        if (!child)
+            return -1;
+        if (child->object())
+            return child->object() == m_view.openedMenu() ? rowCount() : -1;
+        return static_cast<const PlaylistRowAccessible *>(child)->index().row();
+    }
+
+    [[nodiscard]] QAccessibleInterface *childAt(int x, int y) const override
+    {
+        return cellAt(m_view.indexAt(m_view.viewport()->mapFromGlobal(QPoint(x, y))).row(), 0);
+    }
+
+    [[nodiscard]] QAccessibleInterface *focusChild() const override
+    {
+        return m_view.hasFocus() ? cellAt(m_view.currentIndex().row(), 0) : nullptr;
+    }
+
+    // Rows
+
+    [[nodiscard]] int rowCount() const override { return m_view.playlist().rowCount(); }
+
+    [[nodiscard]] QAccessibleInterface *cellAt(int row, int column) const override
+    {
+        if (row < 0 || row >= rowCount() || column != 0)
+            return nullptr;
+        const QModelIndex index = m_view.playlist().index(row);
+        QAccessible::Id &id = m_rows[m_view.playlist().track(index).id()];
+        if (auto *known = id ? QAccessible::accessibleInterface(id) : nullptr; known && known->isValid())
+            return known;
+        if (id)
+            QAccessible::deleteAccessibleInterface(id);
+        auto *made = new PlaylistRowAccessible(m_view, index);
+        id = QAccessible::registerAccessibleInterface(made);
+        return made;
+    }
+
+    [[nodiscard]] QList<int> selectedRows() const override
+    {
+        const QModelIndex current = m_view.currentIndex();
+        return m_view.selectionModel()->isSelected(current) ? QList<int>{current.row()} : QList<int>();
+    }
+
+    [[nodiscard]] QList<QAccessibleInterface *> selectedCells() const override
+    {
+        QList<QAccessibleInterface *> cells;
+        for (const int row : selectedRows())
+            cells.append(cellAt(row, 0));
+        return cells;
+    }
+
+    bool selectRow(int row) override
+    {
+        m_view.setCurrentIndex(m_view.playlist().index(row));
+        return isRowSelected(row);
+    }
+
+    [[nodiscard]] int selectedRowCount() const override { return static_cast<int>(selectedRows().size()); }
+    [[nodiscard]] int selectedCellCount() const override { return selectedRowCount(); }
+    [[nodiscard]] bool isRowSelected(int row) const override { return selectedRows().contains(row); }
+
+    /// Forgets the rows of tracks that are gone.
+    void modelChange(QAccessibleTableModelChangeEvent *) override
+    {
+        m_rows.removeIf([](const auto &entry) {
+            const QAccessibleInterface *row = QAccessible::accessibleInterface(entry.value());
+            const bool isGone = !row || !row->isValid();
+            if (row && isGone)
+                QAccessible::deleteAccessibleInterface(entry.value());
+            return isGone;
+        });
+    }
+
+    // There is one column, without a name, and rows are selected one at a time.
+
+    [[nodiscard]] int columnCount() const override { return 1; }
+    [[nodiscard]] QAccessibleInterface *caption() const override { return nullptr; }
+    [[nodiscard]] QAccessibleInterface *summary() const override { return nullptr; }
+    [[nodiscard]] QString columnDescription(int) const override { return {}; }
+    [[nodiscard]] QString rowDescription(int) const override { return {}; }
+    [[nodiscard]] QList<int> selectedColumns() const override { return {}; }
+    [[nodiscard]] int selectedColumnCount() const override { return 0; }
+    [[nodiscard]] bool isColumnSelected(int) const override { return false; }
+    bool selectColumn(int) override { return false; }
+    bool unselectRow(int) override { return false; }
+    bool unselectColumn(int) override { return false; }
+
+private:
+    PlaylistView &m_view;
+    mutable QHash<QUuid, QAccessible::Id> m_rows; ///< by track, those that have been asked for
+};
+
 } // namespace
 
-PlaylistAccessible::PlaylistAccessible(PlaylistView *view)
-    : QAccessibleWidget(view, QAccessible::List)
-    , m_view(*view)
+void PlaylistView::installPlaylistAccessible()
 {
-}
-
-PlaylistAccessible::~PlaylistAccessible()
-{
-    for (const QAccessible::Id row : std::as_const(m_rows))
-        QAccessible::deleteAccessibleInterface(row);
-}
-
-void *PlaylistAccessible::interface_cast(QAccessible::InterfaceType type)
-{
-    if (type == QAccessible::TableInterface)
-        return static_cast<QAccessibleTableInterface *>(this);
-    return QAccessibleWidget::interface_cast(type);
-}
-
-// Rows first, then the menu that is open.
-
-int PlaylistAccessible::childCount() const
-{
-    return rowCount() + (m_view.openedMenu() ? 1 : 0);
-}
-
-QAccessibleInterface *PlaylistAccessible::child(int index) const
-{
-    if (index >= 0 && index == rowCount())
-        return QAccessible::queryAccessibleInterface(m_view.openedMenu());
-    return cellAt(index, 0);
-}
-
-int PlaylistAccessible::indexOfChild(const QAccessibleInterface *child) const
-{
-    if (!child)
-        return -1;
-    if (child->object())
-        return child->object() == m_view.openedMenu() ? rowCount() : -1;
-    return static_cast<const PlaylistRowAccessible *>(child)->index().row();
-}
-
-QAccessibleInterface *PlaylistAccessible::childAt(int x, int y) const
-{
-    const QModelIndex index = m_view.indexAt(m_view.viewport()->mapFromGlobal(QPoint(x, y)));
-    return index.isValid() ? cellAt(index.row(), 0) : nullptr;
-}
-
-QAccessibleInterface *PlaylistAccessible::focusChild() const
-{
-    return m_view.hasFocus() ? cellAt(m_view.currentIndex().row(), 0) : nullptr;
-}
-
-// Rows
-
-int PlaylistAccessible::rowCount() const
-{
-    return m_view.playlist().rowCount();
-}
-
-QAccessibleInterface *PlaylistAccessible::cellAt(int row, int column) const
-{
-    if (row < 0 || row >= rowCount() || column != 0)
-        return nullptr;
-    const QModelIndex index = m_view.playlist().index(row);
-    QAccessible::Id &id = m_rows[m_view.playlist().track(index).id()];
-    if (auto *known = id ? QAccessible::accessibleInterface(id) : nullptr; known && known->isValid())
-        return known;
-    if (id)
-        QAccessible::deleteAccessibleInterface(id);
-    auto *made = new PlaylistRowAccessible(m_view, index);
-    id = QAccessible::registerAccessibleInterface(made);
-    return made;
-}
-
-QList<int> PlaylistAccessible::selectedRows() const
-{
-    const QModelIndex current = m_view.currentIndex();
-    return m_view.selectionModel()->isSelected(current) ? QList<int>{current.row()} : QList<int>();
-}
-
-QList<QAccessibleInterface *> PlaylistAccessible::selectedCells() const
-{
-    QList<QAccessibleInterface *> cells;
-    for (const int row : selectedRows())
-        cells.append(cellAt(row, 0));
-    return cells;
-}
-
-bool PlaylistAccessible::selectRow(int row)
-{
-    m_view.setCurrentIndex(m_view.playlist().index(row));
-    return isRowSelected(row);
-}
-
-void PlaylistAccessible::modelChange(QAccessibleTableModelChangeEvent *)
-{
-    m_rows.removeIf([](const auto &entry) {
-        const QAccessibleInterface *row = QAccessible::accessibleInterface(entry.value());
-        const bool isGone = !row || !row->isValid();
-        if (row && isGone)
-            QAccessible::deleteAccessibleInterface(entry.value());
-        return isGone;
-    });
+    installAccessible<PlaylistView, PlaylistAccessible>();
 }

@@ -28,6 +28,7 @@ PlaylistView::PlaylistView(PlaylistModel &model, ArtworkLoader &artworks)
     , m_artworks(artworks)
     , m_delegate(new PlaylistRowDelegate(artworks, this))
 {
+    installPlaylistAccessible();
     connect(&artworks, &ArtworkLoader::changed, this, &PlaylistView::showArtwork);
     setModel(&model);
     setItemDelegate(m_delegate);

@@ -55,6 +55,7 @@ protected:
     [[nodiscard]] int verticalOffset() const override;
 
 private:
+    static void installPlaylistAccessible(); ///< in PlaylistAccessible.cpp
     [[nodiscard]] QModelIndex menuSquareAt(const QPoint &position) const;
     [[nodiscard]] QModelIndex topRow() const;
     [[nodiscard]] QModelIndexList visibleRows() const;

@@ -278,6 +278,12 @@ private Q_SLOTS:
     {
         ViewFixture f;
         QCOMPARE(named(f, QAccessible::Notification), QStringList(u"Sin reproducción"_s));
+        for (QWidget *piece : f.view.findChildren<QWidget *>()) {
+            if (QAccessible::queryAccessibleInterface(piece)->role() == QAccessible::Notification) {
+                QCOMPARE(piece->size(), QSize(1, 1));
+                QVERIFY(piece->testAttribute(Qt::WA_TransparentForMouseEvents));
+            }
+        }
         f.add("ab");
         f.player.next();
         f.render();

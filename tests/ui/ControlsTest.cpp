@@ -3,7 +3,6 @@
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
 #include "ui/PopupStyle.h"
-#include "ui/controls/Announcer.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/controls/SelectableLabel.h"
 
@@ -205,15 +204,6 @@ private Q_SLOTS:
                 QTest::mouseClick(&opened, Qt::LeftButton, {}, opened.actionGeometry(action).center());
         }
         QTEST(f.state(), "state");
-    }
-
-    void announcerIsThereForAssistiveTechnologyOnly()
-    {
-        Announcer announcer(u"Sin reproducción"_s);
-        QCOMPARE(announcer.size(), QSize(1, 1));
-        QVERIFY(announcer.testAttribute(Qt::WA_TransparentForMouseEvents));
-        announcer.announce(u"Alba"_s);
-        QCOMPARE(announcer.accessibleName(), u"Alba"_s);
     }
 
     void inviteAsksForFiles()

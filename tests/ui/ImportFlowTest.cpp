@@ -3,7 +3,7 @@
 #include "tests/ui/Listener.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/ImportAlert.h"
-#include "ui/controls/TextButton.h"
+#include "ui/controls/Button.h"
 
 #include <QDialog>
 #include <QScreen>
@@ -271,7 +271,7 @@ private Q_SLOTS:
         ImportFixture f;
         f.fail(u"uno"_s);
         const QList<Label *> labels = f.alert()->findChildren<Label *>();
-        const auto &accept = *f.alert()->findChild<TextButton *>();
+        const auto &accept = *f.alert()->findChild<Button *>();
         const auto below = [](const QWidget &piece) { return piece.y() + piece.height(); };
         QCOMPARE(labels[0]->pos(), QPoint(20, 20));
         QCOMPARE(labels[1]->y() - below(*labels[0]), 8);
@@ -280,7 +280,7 @@ private Q_SLOTS:
         QCOMPARE(f.alert()->width() - accept.x() - accept.width(), 20);
         QCOMPARE(labels[0]->font().pixelSize(), 14);
         QCOMPARE(labels[1]->font().pixelSize(), 13);
-        TextButton prominent(TextButton::Look::Prominent, u"Aceptar"_s);
+        Button prominent(Button::Look::Prominent, u"Aceptar"_s);
         prominent.resize(accept.size());
         const auto fill = [](const QWidget &button) {
             return const_cast<QWidget &>(button).grab().toImage().pixelColor(6, button.height() / 2);

@@ -1,7 +1,7 @@
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
-#include "ui/controls/TextButton.h"
+#include "ui/controls/Button.h"
 
 using namespace Qt::StringLiterals;
 
@@ -18,9 +18,9 @@ bool showsRows(const ViewFixture &f)
     return f.view.findChild<PlaylistView *>()->isVisible();
 }
 
-TextButton *selectMusic(const ViewFixture &f)
+Button *selectMusic(const ViewFixture &f)
 {
-    for (auto *button : f.view.findChildren<TextButton *>()) {
+    for (auto *button : f.view.findChildren<Button *>()) {
         if (button->text() == u"Seleccionar música…" && button->isVisible())
             return button;
     }

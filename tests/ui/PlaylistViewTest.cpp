@@ -4,7 +4,7 @@
 #include "tests/files/FaultyMedium.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowDelegate.h"
-#include "ui/controls/TextButton.h"
+#include "ui/controls/Button.h"
 #include "ui/drawing/Colors.h"
 
 #include <QAccessible>
@@ -692,7 +692,7 @@ private Q_SLOTS:
         f.list.setFocus();
         QTest::keyClick(&f.list, Qt::Key_Delete);
         f.render();
-        const auto *invitation = qobject_cast<TextButton *>(QApplication::focusWidget());
+        const auto *invitation = qobject_cast<Button *>(QApplication::focusWidget());
         QVERIFY(invitation);
         QCOMPARE(invitation->text(), u"Seleccionar música…"_s);
         f.add("ab");
@@ -705,7 +705,7 @@ private Q_SLOTS:
         ListFixture f;
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
-        for (auto *button : f.view.findChildren<TextButton *>()) {
+        for (auto *button : f.view.findChildren<Button *>()) {
             if (button->text() == u"Seleccionar música…")
                 button->setFocus();
         }

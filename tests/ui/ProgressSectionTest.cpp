@@ -1,9 +1,9 @@
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
+#include "ui/controls/Button.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/controls/Slider.h"
 #include "ui/controls/SymbolView.h"
-#include "ui/controls/TextButton.h"
 
 #include <QAccessible>
 
@@ -265,7 +265,7 @@ private Q_SLOTS:
     void importButtonOnlyAsksForFiles()
     {
         ViewFixture f;
-        auto &import = *f.find<TextButton>(u"Añadir archivos de audio"_s);
+        auto &import = *f.find<Button>(u"Añadir archivos de audio"_s);
         QCOMPARE(import.text(), u"Añadir música"_s);
         QCOMPARE(import.toolTip(), u"Añadir archivos de audio"_s);
         QTest::mouseClick(&import, Qt::LeftButton);

@@ -3,7 +3,6 @@
 #include "ui/PlaylistView.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
-#include "ui/controls/PlayButton.h"
 #include "ui/controls/Slider.h"
 #include "ui/controls/SymbolView.h"
 
@@ -114,7 +113,7 @@ private Q_SLOTS:
             [](const SymbolView *view) { return view->symbol().startsWith(u"speaker"); });
         QVERIFY(isPaintedAfter(*speaker, [&f] { f.player.volume = 0; }));
         QVERIFY(isPaintedAfter(f.find<Slider>(u"Volumen"_s), [&f] { f.player.volume = 0.5; }));
-        QVERIFY(isPaintedAfter(f.view.findChild<PlayButton *>(), [&f] { f.player.pause(); }));
+        QVERIFY(isPaintedAfter(f.find<Button>(u"Pausar"_s), [&f] { f.player.pause(); }));
         QVERIFY(isPaintedAfter(
             f.find<Button>(u"Reproducción aleatoria"_s), [&f] { f.player.isShuffling = true; }));
         QVERIFY(isPaintedAfter(f.list.viewport(), [&f] { f.player.load(f.track(1), false); }));

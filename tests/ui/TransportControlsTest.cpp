@@ -1,7 +1,6 @@
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/controls/PlayButton.h"
-#include "ui/controls/SymbolButton.h"
+#include "ui/controls/Button.h"
 
 #include <cmath>
 
@@ -131,7 +130,7 @@ private Q_SLOTS:
     {
         ViewFixture f;
         f.add("a");
-        auto &play = *f.view.findChild<PlayButton *>();
+        Button &play = button(f, u"Reproducir"_s);
         click(play);
         f.render();
         QVERIFY(f.player.isPlaying());

@@ -2,7 +2,6 @@
 
 #include "desktop/AccessibleFactory.h"
 #include "ui/drawing/Colors.h"
-#include "ui/drawing/CoverShadow.h"
 #include "ui/drawing/DevicePixels.h"
 #include "ui/drawing/Fonts.h"
 #include "ui/drawing/SmoothCorners.h"
@@ -12,6 +11,10 @@
 #include <QPainter>
 #include <QStyle>
 #include <QtMath>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +23,13 @@ namespace {
 constexpr QSize Extent(190, 190);
 constexpr double CornerRadius = 18;
 constexpr int FadeDuration = 250; // milliseconds
+
+constexpr double ShadowOpacity = 52.0 / 256; // of which the rasteriser, in whole steps, makes 51 of 255: 0.2
+constexpr double ShadowDeviation = 9; // points: half of the blur's radius
+constexpr int ShadowMargin = 27; // three deviations: nothing is seen of what lies farther out
+constexpr int ShadowDrop = 8;
+
+constexpr int ShadowStep = 4; // points a pixel: what is blurred has no finer details
 
 QLinearGradient groundTint(const QRectF &area, const QPalette &palette)
 {
@@ -44,11 +54,83 @@ QImage faded(QImage image, double opacity)
     return image;
 }
 
+/// Every row blurred by a bell curve, in a picture turned about its diagonal.
+QImage blurredRows(const QImage &image)
+{
+    constexpr int Reach = ShadowMargin / ShadowStep;
+    std::array<double, 2 * Reach + 1> bell{};
+    for (int i = 0; i <= 2 * Reach; ++i)
+        bell[i] = std::exp(-std::pow((i - Reach) * ShadowStep / ShadowDeviation, 2) / 2);
+    const double sum = std::accumulate(bell.begin(), bell.end(), 0.0);
+    QImage blurred(image.height(), image.width(), QImage::Format_Alpha8);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const int first = std::max(0, x - Reach);
+            const uchar *row = image.constScanLine(y);
+            const double density = std::inner_product(row + first,
+                row + std::min(x + Reach + 1, image.width()), bell.begin() + (first - x + Reach), 0.0);
+            blurred.scanLine(x)[y] = static_cast<uchar>(std::lround(density / sum));
+        }
+    }
+    return blurred;
+}
+
 } // namespace
+
+/// Lies behind everything in the cover's parent and takes no room in the layout.
+class Cover::Shadow : public QWidget {
+public:
+    Shadow();
+
+    /// Moves behind `cover`; hidden if the cover is, or has no parent.
+    void follow(const QWidget &cover);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QRect m_cover{QPoint(ShadowMargin, ShadowMargin - ShadowDrop), Extent}; ///< where it lies on the shadow
+    QImage m_density;
+};
+
+Cover::Shadow::Shadow()
+{
+    resize(Extent + 2 * QSize(ShadowMargin, ShadowMargin));
+    QImage shape(size() / ShadowStep, QImage::Format_Alpha8);
+    shape.fill(Qt::transparent);
+    QPainter painter(&shape);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(1.0 / ShadowStep, 1.0 / ShadowStep);
+    painter.fillPath(smoothCorners(m_cover.translated(0, ShadowDrop), CornerRadius), Qt::black);
+    painter.end();
+    m_density = blurredRows(blurredRows(shape));
+}
+
+void Cover::Shadow::follow(const QWidget &cover)
+{
+    if (parentWidget() != cover.parentWidget())
+        setParent(cover.parentWidget());
+    move(cover.pos() - m_cover.topLeft());
+    lower();
+    setVisible(parentWidget() && !cover.isHidden());
+}
+
+void Cover::Shadow::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    painter.setOpacity(ShadowOpacity);
+    // The cover lets its background shine through, which must not be darker there.
+    QPainterPath around = smoothCorners(onWholePixels(painter, m_cover), CornerRadius);
+    around.addRect(rect());
+    QBrush brush(m_density);
+    brush.setTransform(QTransform::fromScale(ShadowStep, ShadowStep));
+    painter.fillPath(around, brush);
+}
 
 Cover::Cover(ArtworkLoader &artworks)
     : m_artworks(artworks)
-    , m_shadow(new CoverShadow(Extent, CornerRadius))
+    , m_shadow(new Shadow)
 {
     installAccessible<Cover, QAccessibleWidget, QAccessible::Graphic>();
     setAccessibleName(tr("Portada"));

@@ -8,8 +8,6 @@
 #include <QWidget>
 #include <optional>
 
-class CoverShadow;
-
 /// The large square cover of the current track, or a placeholder, with a shadow around it.
 ///
 /// What it shows fades into what comes next, unless the desktop asks for no animations: one track's cover into
@@ -32,6 +30,8 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    class Shadow;
+
     struct Face {
         bool isPlaceholder = true;
         std::optional<Fingerprint> picture; ///< the one of `image`
@@ -51,5 +51,5 @@ private:
     Face m_face;
     QImage m_former; ///< what was seen when the fade began
     QVariantAnimation m_fade{this}; ///< from 0 to 1
-    QPointer<CoverShadow> m_shadow; ///< may go before the cover, with the parent of both
+    QPointer<Shadow> m_shadow; ///< may go before the cover, with the parent of both
 };

@@ -53,7 +53,7 @@ private:
 } // namespace
 
 MenuButton::MenuButton(const QString &symbol, const QString &help)
-    : SymbolButton(symbol, 13, QFont::Normal, help, QSize(20, 24))
+    : Button(Look::Plain, {symbol, 13}, help, {20, 24})
     , m_menu(new Menu(this))
 {
     installAccessible<MenuButton, MenuButtonAccessible>();
@@ -64,7 +64,7 @@ MenuButton::MenuButton(const QString &symbol, const QString &help)
 
 void MenuButton::keyPressEvent(QKeyEvent *event)
 {
-    SymbolButton::keyPressEvent(event);
+    Button::keyPressEvent(event);
     if (m_menu->isVisible())
         m_menu->goToFirst();
 }

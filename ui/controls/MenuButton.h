@@ -1,10 +1,10 @@
 #pragma once
 
+#include "ui/controls/Button.h"
 #include "ui/controls/Menu.h"
-#include "ui/controls/SymbolButton.h"
 
 /// A symbol without a frame that pulls down a menu.
-class MenuButton : public SymbolButton {
+class MenuButton : public Button {
     Q_OBJECT
 
 public:

@@ -1,17 +1,37 @@
 #include "ui/drawing/Symbol.h"
 
 #include "ui/drawing/DevicePixels.h"
-#include "ui/drawing/SymbolOutline.h"
 
 #include <QPainter>
+#include <QPainterPath>
 #include <QPixmapCache>
 #include <QtMath>
 #include <algorithm>
 #include <cmath>
+#include <span>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// A part of a drawing in ui/symbols: an outline in a grid of 24 units a side, with a stroke along it.
+struct SymbolShape {
+    /// What is laid on whole pixels: circles, which stay as large as each other, or the extent of some points.
+    enum class Fit { None, Circle, Points };
+
+    std::u16string_view symbol; ///< the name of the drawing
+    Fit fit;
+    bool isFilled;
+    bool isErased; ///< takes away what was drawn before it
+    Qt::PenCapStyle ends;
+    double stroke; ///< units; 0 for what suits the weight of a font
+    std::span<const QPainterPath::Element> outline;
+};
+
+// SymbolShapes: those of all drawings, those of one in the order in which they are drawn. The build makes it from the
+// SVG files.
+#include "ui/SymbolShapes.inc"
 
 constexpr double Grid = 24; // units a side of a drawing
 constexpr double Tie = 1e-6; // what is this near to a half is one
@@ -107,7 +127,7 @@ void fit(QPainterPath &path, double &stroke, SymbolShape::Fit kind, int pixels)
 void drawShapes(QPainter &painter, const QString &name, QFont::Weight weight, int pixels)
 {
     [[maybe_unused]] bool isKnown = false;
-    for (const SymbolShape &shape : symbolShapes()) {
+    for (const SymbolShape &shape : SymbolShapes) {
         if (name != QStringView(shape.symbol))
             continue;
         isKnown = true;

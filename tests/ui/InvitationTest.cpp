@@ -1,4 +1,4 @@
-#include "ui/InvitationLayout.h"
+#include "ui/Invitation.h"
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Button.h"
@@ -68,7 +68,7 @@ int below(const QRect &rect)
 
 } // namespace
 
-class InvitationLayoutTest : public QObject {
+class InvitationTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -144,24 +144,16 @@ private Q_SLOTS:
         QCOMPARE(f.formats().height(), 2 * oneLine);
     }
 
-    void layoutMeasuresWhatItHoldsAndGivesItBack()
+    void sizeIsMeasuredFromThePieces()
     {
-        QWidget window;
         QList<QWidget *> pieces;
         for (const int width : {30, 50, 30, 40}) {
-            pieces.append(new QWidget);
-            pieces.last()->setFixedSize(width, 10);
+            pieces.append(new Button(Button::Look::Plain, {u"plus"_s, 10}, {}, {width, 10}));
         }
-        auto *layout = new InvitationLayout(pieces[0], pieces[1], pieces[2], pieces[3]);
-        window.setLayout(layout);
-        window.show();
-        QCOMPARE(layout->sizeHint(), QSize(50 + 2 * 30, 4 * 10 + 2 * 30 + 3 * 14));
-        QCOMPARE(layout->minimumSize(), QSize(50 + 2 * 30, 4 * 10 + 2 * 12 + 2 * 2));
-        QCOMPARE(layout->expandingDirections(), Qt::Horizontal | Qt::Vertical);
-        QCOMPARE(layout->takeAt(4), nullptr);
-        const std::unique_ptr<QLayoutItem> text(layout->takeAt(2));
-        QCOMPARE(text->widget(), pieces[2]);
-        QCOMPARE(layout->count(), 3);
+        const Invitation invitation(pieces[0], pieces[1], pieces[2], pieces[3]);
+        QCOMPARE(invitation.sizeHint(), QSize(50 + 2 * 30, 4 * 10 + 2 * 30 + 3 * 14));
+        QCOMPARE(invitation.minimumSizeHint(), QSize(50 + 2 * 30, 4 * 10 + 2 * 12 + 2 * 2));
+        QCOMPARE(invitation.sizePolicy().expandingDirections(), Qt::Horizontal | Qt::Vertical);
     }
 
     void symbolFadesAsItShrinks()
@@ -187,5 +179,5 @@ private Q_SLOTS:
     }
 };
 
-LUMAVERDINE_TEST(InvitationLayoutTest)
-#include "InvitationLayoutTest.moc"
+LUMAVERDINE_TEST(InvitationTest)
+#include "InvitationTest.moc"

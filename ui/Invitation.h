@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QLayout>
+#include <QWidget>
+#include <array>
 
 /// The lengths of the invitation to an empty playlist from top to bottom, in points.
 struct InvitationLengths {
@@ -16,23 +17,18 @@ struct InvitationLengths {
 [[nodiscard]] InvitationLengths invitationLengths(double room, double texts, double symbol);
 
 /// A symbol, a heading, a line of text and a button, centred one below the other.
-class InvitationLayout : public QLayout {
+class Invitation : public QWidget {
+    Q_OBJECT
+
 public:
-    InvitationLayout(QWidget *symbol, QWidget *heading, QWidget *text, QWidget *button);
-    ~InvitationLayout() override;
+    Invitation(QWidget *symbol, QWidget *heading, QWidget *text, QWidget *button);
 
     [[nodiscard]] QSize sizeHint() const override;
-    [[nodiscard]] QSize minimumSize() const override;
-    [[nodiscard]] Qt::Orientations expandingDirections() const override;
-    void setGeometry(const QRect &area) override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
 
-    void addItem(QLayoutItem *item) override { m_items.append(item); }
-    [[nodiscard]] QLayoutItem *itemAt(int index) const override { return m_items.value(index); }
-    QLayoutItem *takeAt(int index) override;
-    [[nodiscard]] int count() const override { return static_cast<int>(m_items.size()); }
+protected:
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
-    [[nodiscard]] int heightOf(int index, int width) const;
-
-    QList<QLayoutItem *> m_items;
+    std::array<QWidget *, 4> m_pieces;
 };

@@ -1,0 +1,91 @@
+#include "ui/Invitation.h"
+
+#include <QtMath>
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace {
+
+constexpr int Padding = 30; // on every side, if there is room
+constexpr int Gap = 14;
+constexpr int LeastEnd = 12;
+constexpr int SmallGap = 8;
+constexpr int LeastGap = 2;
+
+/// Part of the way from `start` on, kept between 0 and 1.
+double share(double value, double start, double length)
+{
+    return std::clamp((value - start) / length, 0.0, 1.0);
+}
+
+int heightOf(const QWidget &piece, int width)
+{
+    return piece.hasHeightForWidth() ? piece.heightForWidth(width) : piece.sizeHint().height();
+}
+
+} // namespace
+
+InvitationLengths invitationLengths(double room, double texts, double symbol)
+{
+    const double least = texts + 2 * LeastEnd + 2 * SmallGap;
+    if (room < least) {
+        const double gap = std::max<double>(LeastGap, (room - texts - 2 * LeastEnd) / 2);
+        return {.end = LeastEnd, .symbol = 0, .symbolGap = 0, .gap = gap};
+    }
+    const double symbolShare = share(room, least, symbol + SmallGap);
+    const double withSymbol = least + symbol + SmallGap;
+    const double full = texts + symbol + 2 * Padding + 3 * Gap;
+    const double gapShare = share(room, withSymbol, full - withSymbol);
+    const double gap = std::lerp(SmallGap, Gap, gapShare);
+    const double height = symbolShare * symbol;
+    const double symbolGap = symbolShare * gap;
+    return {.end = (room - texts - height - symbolGap - 2 * gap) / 2,
+        .symbol = height,
+        .symbolGap = symbolGap,
+        .gap = gap};
+}
+
+Invitation::Invitation(QWidget *symbol, QWidget *heading, QWidget *text, QWidget *button)
+    : m_pieces{symbol, heading, text, button}
+{
+    for (QWidget *piece : m_pieces)
+        piece->setParent(this);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+}
+
+QSize Invitation::sizeHint() const
+{
+    QSize size(0, 2 * Padding + 3 * Gap);
+    for (const QWidget *piece : m_pieces)
+        size = {
+            std::max(size.width(), piece->sizeHint().width()), size.height() + piece->sizeHint().height()};
+    return size + QSize(2 * Padding, 0);
+}
+
+QSize Invitation::minimumSizeHint() const
+{
+    QSize size(0, 2 * LeastEnd + 2 * LeastGap);
+    for (const QWidget *piece : m_pieces)
+        size = {std::max(size.width(), piece->minimumSizeHint().width()),
+            size.height() + piece->minimumSizeHint().height()};
+    return size + QSize(2 * Padding, 0);
+}
+
+void Invitation::resizeEvent(QResizeEvent *)
+{
+    const auto [symbol, heading, text, button] = m_pieces;
+    const int room = width() - 2 * Padding;
+    const int texts = heightOf(*heading, room) + heightOf(*text, room) + heightOf(*button, room);
+    const InvitationLengths lengths = invitationLengths(height(), texts, heightOf(*symbol, room));
+    double top = lengths.end;
+    const auto place = [&](QWidget &piece, int pieceWidth, double pieceHeight, double gap) {
+        const int from = qFloor(top);
+        piece.setGeometry((width() - pieceWidth) / 2, from, pieceWidth, qFloor(top + pieceHeight) - from);
+        top += pieceHeight + gap;
+    };
+    place(*symbol, symbol->sizeHint().width(), lengths.symbol, lengths.symbolGap);
+    place(*heading, room, heightOf(*heading, room), lengths.gap);
+    place(*text, room, heightOf(*text, room), lengths.gap);
+    place(*button, button->sizeHint().width(), heightOf(*button, room), 0);
+}
