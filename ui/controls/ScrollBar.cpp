@@ -6,73 +6,37 @@
 #include <QCommonStyle>
 #include <QPainter>
 #include <QStyleOptionSlider>
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int ShortestThumb = 32;
 constexpr QMargins Inset(1, 2, 4, 2); // around the drawn thumb
 
-/// The sizes and places of a bar's parts.
+/// What a click does is left to the desktop's style.
 class ThinStyle : public QCommonStyle {
 public:
-    int pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const override;
+    int pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const override
+    {
+        switch (metric) {
+        case PM_ScrollBarExtent:
+            return 0; // of the arrows
+        case PM_ScrollBarSliderMin:
+            return 32;
+        default:
+            return QCommonStyle::pixelMetric(metric, option, widget);
+        }
+    }
+
     int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
-        QStyleHintReturn *data) const override;
-    QRect subControlRect(ComplexControl control, const QStyleOptionComplex *option, SubControl part,
-        const QWidget *widget) const override;
+        QStyleHintReturn *data) const override
+    {
+        if (hint == SH_ScrollBar_Transient)
+            return 0;
+        return QApplication::style()->styleHint(hint, option, widget, data);
+    }
 };
 
-int ThinStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const
-{
-    switch (metric) {
-    case PM_ScrollBarExtent:
-        return ScrollBar::Width;
-    case PM_ScrollBarSliderMin:
-        return ShortestThumb;
-    default:
-        return QCommonStyle::pixelMetric(metric, option, widget);
-    }
-}
-
-// What a click does is left to the desktop's style.
-int ThinStyle::styleHint(
-    StyleHint hint, const QStyleOption *option, const QWidget *widget, QStyleHintReturn *data) const
-{
-    if (hint == SH_ScrollBar_Transient)
-        return 0;
-    return QApplication::style()->styleHint(hint, option, widget, data);
-}
-
-QRect ThinStyle::subControlRect(
-    ComplexControl control, const QStyleOptionComplex *option, SubControl part, const QWidget *widget) const
-{
-    const auto *bar = qstyleoption_cast<const QStyleOptionSlider *>(option);
-    if (control != CC_ScrollBar || !bar)
-        return QCommonStyle::subControlRect(control, option, part, widget);
-
-    const int room = bar->rect.height();
-    const qint64 range = bar->maximum - bar->minimum;
-    const int share =
-        static_cast<int>(qint64(room) * bar->pageStep / std::max<qint64>(range + bar->pageStep, 1));
-    const int length = std::clamp(share, std::min(ShortestThumb, room), room);
-    const int start = sliderPositionFromValue(
-        bar->minimum, bar->maximum, bar->sliderPosition, room - length, bar->upsideDown);
-    switch (part) {
-    case SC_ScrollBarGroove:
-        return bar->rect;
-    case SC_ScrollBarSlider:
-        return {0, start, bar->rect.width(), length};
-    case SC_ScrollBarSubPage:
-        return {0, 0, bar->rect.width(), start};
-    case SC_ScrollBarAddPage:
-        return {0, start + length, bar->rect.width(), room - start - length};
-    default:
-        return {};
-    }
-}
 } // namespace
 
 ScrollBar::ScrollBar()
