@@ -1,7 +1,7 @@
 #include "app/LumaverdineApp.h"
 
-#include "app/ProgramStyle.h"
 #include "ui/ContentView.h"
+#include "ui/ProgramStyle.h"
 #include "ui/controls/Menu.h"
 
 #include <QApplication>
