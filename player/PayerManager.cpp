@@ -176,7 +176,7 @@ void PlayerManager::updateProgress()
     }
 }
 
-QString PlayerManager::formattedTime(double seconds) const
+QString PlayerManager::formattedTime(double seconds)
 {
     if (!std::isfinite(seconds) || seconds < 0)
         return u"0:00"_s;

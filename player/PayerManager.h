@@ -79,7 +79,7 @@ public:
 
     /// Minutes and two-digit seconds ("62:05"), "0:00" for a negative or not finite time. A time beyond the
     /// range of 64-bit seconds ends the program.
-    [[nodiscard]] QString formattedTime(double seconds) const;
+    [[nodiscard]] static QString formattedTime(double seconds);
 
 private:
     void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) override;

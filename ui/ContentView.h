@@ -68,7 +68,6 @@ private:
     QWidget *playlistRows();
     QWidget *emptyPlaylist();
     [[nodiscard]] QString playlistSubtitle() const;
-    [[nodiscard]] PlaylistRow playlistRow(const Track &track, qsizetype number) const;
 
     // Importing files
     void attachFileImporter();
@@ -83,8 +82,7 @@ private:
 
     ArtworkLoader m_artworks;
     ViewRenderer m_renderer;
-    PlaylistModel m_playlistModel{
-        [this](const Track &track, qsizetype number) { return playlistRow(track, number); }};
+    PlaylistModel m_playlistModel;
     FilePicker *m_filePicker = nullptr;
     bool m_isPickerShown = false;
     QPointer<ImportAlert> m_importAlert; ///< null while no error is shown

@@ -205,8 +205,8 @@ QBoxLayout *ContentView::times()
     auto *elapsed = new Label(font, Label::Tone::Secondary);
     auto *total = new Label(font, Label::Tone::Secondary);
     m_renderer.follow([=, this] {
-        elapsed->setText(m_player.formattedTime(seekValue()));
-        total->setText(m_player.formattedTime(m_player.duration()));
+        elapsed->setText(PlayerManager::formattedTime(seekValue()));
+        total->setText(PlayerManager::formattedTime(m_player.duration()));
     });
     return horizontal(8, {elapsed, Spacer(), total});
 }

@@ -94,7 +94,7 @@ QBoxLayout *ContentView::playlistHeader()
             return;
         summed = playlist;
         subtitle->setText(playlistSubtitle());
-        total->setText(m_player.formattedTime(totalDuration(playlist)));
+        total->setText(PlayerManager::formattedTime(totalDuration(playlist)));
         total->setVisible(!playlist.isEmpty());
     });
     return padded(horizontal(8, {vertical(3, {heading, subtitle}), Spacer(), total}), {24, 17, 24, 17});
@@ -116,21 +116,6 @@ QWidget *ContentView::playlistRows()
         m_playlistModel.setCurrent(m_player.currentTrack(), m_player.isPlaying());
     });
     return view;
-}
-
-PlaylistRow ContentView::playlistRow(const Track &track, qsizetype number) const
-{
-    using Marker = PlaylistRow::Marker;
-    const bool isCurrent = m_player.currentTrack() == track;
-    const Marker currentMarker = m_player.isPlaying() ? Marker::Playing : Marker::Paused;
-    return {
-        .marker = isCurrent ? currentMarker : Marker::Number,
-        .number = number,
-        .title = track.title,
-        .artist = track.artist,
-        .length = m_player.formattedTime(track.duration),
-        .artwork = track.artwork,
-    };
 }
 
 QWidget *ContentView::emptyPlaylist()

@@ -147,7 +147,7 @@ public:
 
     [[nodiscard]] QAccessible::State state() const override
     {
-        const auto row = index().data(PlaylistModel::RowRole).value<PlaylistRow>();
+        const PlaylistRow row = m_view.playlist().row(index());
         QAccessible::State state = PlaylistRowPart::state();
         state.focusable = true;
         state.selectable = true;

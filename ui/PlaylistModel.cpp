@@ -1,5 +1,7 @@
 #include "ui/PlaylistModel.h"
 
+#include "player/PayerManager.h"
+
 #include <algorithm>
 
 QString PlaylistRow::spoken() const
@@ -12,9 +14,19 @@ QString PlaylistRow::spoken() const
     return text.arg(title, artist, length);
 }
 
-PlaylistModel::PlaylistModel(RowBuilder rowBuilder)
-    : m_rowBuilder(std::move(rowBuilder))
+PlaylistRow PlaylistModel::row(const QModelIndex &index) const
 {
+    using Marker = PlaylistRow::Marker;
+    const Track &track = this->track(index);
+    const Marker currentMarker = m_isPlaying ? Marker::Playing : Marker::Paused;
+    return {
+        .marker = m_current == track ? currentMarker : Marker::Number,
+        .number = index.row() + 1,
+        .title = track.title,
+        .artist = track.artist,
+        .length = PlayerManager::formattedTime(track.duration),
+        .artwork = track.artwork,
+    };
 }
 
 int PlaylistModel::rowCount(const QModelIndex &parent) const
@@ -27,12 +39,10 @@ QVariant PlaylistModel::data(const QModelIndex &index, int role) const
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
     switch (role) {
-    case RowRole:
-        return QVariant::fromValue(m_rowBuilder(track(index), index.row() + 1));
     case Qt::DisplayRole:
         return track(index).title;
     case Qt::AccessibleTextRole:
-        return m_rowBuilder(track(index), index.row() + 1).spoken();
+        return row(index).spoken();
     default:
         return {};
     }

@@ -3,7 +3,6 @@
 #include "player/Track.h"
 
 #include <QAbstractListModel>
-#include <functional>
 #include <optional>
 
 /// What one row of the playlist shows.
@@ -27,21 +26,12 @@ struct PlaylistRow {
     [[nodiscard]] QString spoken() const;
 };
 
-Q_DECLARE_METATYPE(PlaylistRow)
-
 /// The playlist as rows keyed by the tracks' ids. A change of the list reaches the view as inserted, removed
 /// or moved rows, never as a reset, so that the view keeps its place.
 class PlaylistModel : public QAbstractListModel {
     Q_OBJECT
 
 public:
-    /// Builds the row of a track at its one-based position, when it is shown.
-    using RowBuilder = std::function<PlaylistRow(const Track &track, qsizetype number)>;
-
-    enum Role { RowRole = Qt::UserRole }; ///< a PlaylistRow
-
-    explicit PlaylistModel(RowBuilder rowBuilder);
-
     /// Shows these tracks. Costs nothing if they are the list that is shown already.
     void setTracks(const QList<Track> &tracks);
 
@@ -50,6 +40,7 @@ public:
 
     [[nodiscard]] QModelIndex currentIndex() const; ///< of the marked row; invalid if none is
     [[nodiscard]] const Track &track(const QModelIndex &index) const { return m_tracks.at(index.row()); }
+    [[nodiscard]] PlaylistRow row(const QModelIndex &index) const;
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
@@ -60,7 +51,6 @@ private:
     [[nodiscard]] QModelIndex indexOf(const std::optional<Track> &track) const;
     void announce(const std::optional<Track> &track);
 
-    RowBuilder m_rowBuilder;
     QList<Track> m_tracks;
     std::optional<Track> m_current;
     bool m_isPlaying = false;

@@ -1,4 +1,4 @@
-#include "ui/PopupStyle.h"
+#include "ui/ProgramStyle.h"
 
 #include "desktop/XServer.h"
 #include "ui/drawing/Colors.h"
@@ -153,7 +153,7 @@ QPoint toolTipPlace(const QRect &control, const QSize &tip, const QRect &room)
         fitsUnder ? under : control.top() - TipGap - tip.height()};
 }
 
-void PopupStyle::polish(QWidget *widget)
+void ProgramStyle::polish(QWidget *widget)
 {
     QProxyStyle::polish(widget);
     if (!isMenu(widget) && !isToolTip(widget))
@@ -168,7 +168,7 @@ void PopupStyle::polish(QWidget *widget)
     widget->installEventFilter(this);
 }
 
-bool PopupStyle::eventFilter(QObject *watched, QEvent *event)
+bool ProgramStyle::eventFilter(QObject *watched, QEvent *event)
 {
     auto &popup = static_cast<QWidget &>(*watched);
     // A tooltip is moved while it shows when it names one control after the other.
@@ -183,7 +183,7 @@ bool PopupStyle::eventFilter(QObject *watched, QEvent *event)
     return QProxyStyle::eventFilter(watched, event);
 }
 
-void PopupStyle::drawPrimitive(
+void ProgramStyle::drawPrimitive(
     PrimitiveElement element, const QStyleOption *option, QPainter *painter, const QWidget *widget) const
 {
     if (element == PE_FrameMenu && isMenu(widget))
@@ -196,7 +196,7 @@ void PopupStyle::drawPrimitive(
     }
 }
 
-void PopupStyle::drawControl(
+void ProgramStyle::drawControl(
     ControlElement element, const QStyleOption *option, QPainter *painter, const QWidget *widget) const
 {
     const auto *entry = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
@@ -215,7 +215,7 @@ void PopupStyle::drawControl(
     painter->restore();
 }
 
-QSize PopupStyle::sizeFromContents(
+QSize ProgramStyle::sizeFromContents(
     ContentsType type, const QStyleOption *option, const QSize &size, const QWidget *widget) const
 {
     const auto *entry = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
@@ -224,7 +224,7 @@ QSize PopupStyle::sizeFromContents(
     return QProxyStyle::sizeFromContents(type, option, size, widget);
 }
 
-int PopupStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const
+int ProgramStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const
 {
     if (metric == PM_ToolTipLabelFrameWidth)
         return TipPadding;
@@ -237,12 +237,24 @@ int PopupStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, cons
     return QProxyStyle::pixelMetric(metric, option, widget);
 }
 
-int PopupStyle::styleHint(
+int ProgramStyle::styleHint(
     StyleHint hint, const QStyleOption *option, const QWidget *widget, QStyleHintReturn *answer) const
 {
     if (hint == SH_Menu_Mask || hint == SH_ToolTip_Mask)
         return 0;
     if (hint == SH_ToolTipLabel_Opacity)
         return 255;
+    if (hint == SH_Menu_SpaceActivatesItem)
+        return 1;
+    if (hint == SH_Widget_Animation_Duration && !m_isAnimated)
+        return 0;
     return QProxyStyle::styleHint(hint, option, widget, answer);
+}
+
+QIcon ProgramStyle::standardIcon(
+    StandardPixmap symbol, const QStyleOption *option, const QWidget *widget) const
+{
+    if (symbol == SP_ToolBarHorizontalExtensionButton)
+        return {};
+    return QProxyStyle::standardIcon(symbol, option, widget);
 }

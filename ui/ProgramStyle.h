@@ -6,12 +6,21 @@
 
 class QStyleOptionMenuItem;
 
-/// The desktop's style, but menus and tooltips are of the window's own material: its ground with a hairline around it
-/// and round corners. A tooltip stands clear of the control that it names.
-class PopupStyle : public QProxyStyle {
+/// The desktop's style, with differences:
+///
+/// 1. Menus and tooltips are of the window's own material: its ground with a hairline around it and round corners. A
+///    tooltip stands clear of the control that it names.
+/// 2. The space bar, which toggles playback everywhere else, chooses a menu's entry.
+/// 3. Nothing is animated if the user wants no animations.
+/// 4. There is no picture for menus that do not fit into their bar. Every menu bar asks for it when it is made, and to
+///    read it the toolkit loads each picture format that is installed, with the libraries behind it. Ours always fits.
+class ProgramStyle : public QProxyStyle {
     Q_OBJECT
 
 public:
+    /// Whether the user wants animations; by default the desktop's style decides alone.
+    void setAnimated(bool isAnimated) { m_isAnimated = isAnimated; }
+
     using QProxyStyle::polish;
     void polish(QWidget *widget) override;
 
@@ -23,12 +32,16 @@ public:
         const QWidget *widget) const override;
     [[nodiscard]] int pixelMetric(
         PixelMetric metric, const QStyleOption *option, const QWidget *widget) const override;
-    [[nodiscard]] int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
-        QStyleHintReturn *answer) const override;
+    [[nodiscard]] int styleHint(StyleHint hint, const QStyleOption *option = nullptr,
+        const QWidget *widget = nullptr, QStyleHintReturn *answer = nullptr) const override;
+    [[nodiscard]] QIcon standardIcon(
+        StandardPixmap symbol, const QStyleOption *option, const QWidget *widget) const override;
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    bool m_isAnimated = true;
+
     /// What lies under each popup that shows and cannot be translucent; it is seen around the corners.
     QHash<const QWidget *, QPixmap> m_under;
 };

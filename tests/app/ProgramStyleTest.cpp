@@ -1,4 +1,4 @@
-#include "app/ProgramStyle.h"
+#include "ui/ProgramStyle.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"

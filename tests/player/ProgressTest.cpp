@@ -37,7 +37,7 @@ private Q_SLOTS:
     {
         QFETCH(double, seconds);
         QFETCH(QString, text);
-        QCOMPARE(PlayerManager().formattedTime(seconds), text);
+        QCOMPARE(PlayerManager::formattedTime(seconds), text);
     }
 
     void timeBeyondSixtyFourBitsIsFatal()
@@ -47,7 +47,7 @@ private Q_SLOTS:
             close(STDOUT_FILENO);
             close(STDERR_FILENO);
             signal(SIGABRT, SIG_DFL);
-            static_cast<void>(PlayerManager().formattedTime(0x1p63));
+            static_cast<void>(PlayerManager::formattedTime(0x1p63));
             _exit(0);
         }
         int status = 0;

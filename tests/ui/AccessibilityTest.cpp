@@ -123,6 +123,7 @@ private Q_SLOTS:
         QVERIFY(f.stateOfRow(0).active && !f.stateOfRow(0).animated);
         QVERIFY(!f.stateOfRow(1).active);
         f.player.play();
+        f.render();
         QVERIFY(f.stateOfRow(0).animated);
         QVERIFY(f.stateOfRow(1).focusable && !f.stateOfRow(1).focused);
         f.list.setFocus();

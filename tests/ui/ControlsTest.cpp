@@ -2,7 +2,7 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
-#include "ui/PopupStyle.h"
+#include "ui/ProgramStyle.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/controls/SelectableLabel.h"
 
@@ -113,7 +113,7 @@ class ControlsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+    void initTestCase() { QApplication::setStyle(new ProgramStyle); }
 
     void everyButtonDoesOneThing_data()
     {

@@ -1,7 +1,7 @@
 #include "ui/controls/Menu.h"
 #include "tests/TestProgram.h"
 
-#include "ui/PopupStyle.h"
+#include "ui/ProgramStyle.h"
 #include "ui/controls/MenuButton.h"
 #include "ui/drawing/Colors.h"
 
@@ -62,7 +62,7 @@ class MenuTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+    void initTestCase() { QApplication::setStyle(new ProgramStyle); }
 
     void destructiveEntryIsRedAndReads_data()
     {

@@ -29,7 +29,8 @@ struct ListFixture : ViewFixture {
 
     [[nodiscard]] PlaylistRow content(int number) const
     {
-        return list.model()->index(number, 0).data(PlaylistModel::RowRole).value<PlaylistRow>();
+        render();
+        return static_cast<const PlaylistModel &>(*list.model()).row(list.model()->index(number, 0));
     }
 
     [[nodiscard]] QRect coverOf(int number) const { return PlaylistRowGeometry(row(number), 0, 0, 0).cover; }

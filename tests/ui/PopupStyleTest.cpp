@@ -1,6 +1,6 @@
-#include "ui/PopupStyle.h"
 #include "tests/TestProgram.h"
 #include "tests/ui/TestColors.h"
+#include "ui/ProgramStyle.h"
 
 #include "ui/controls/Menu.h"
 #include "ui/drawing/Colors.h"
@@ -133,7 +133,7 @@ class PopupStyleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+    void initTestCase() { QApplication::setStyle(new ProgramStyle); }
 
     void menuIsAPanelOfTheWindowsGroundWithAHairline_data()
     {
@@ -311,7 +311,7 @@ private Q_SLOTS:
                 widget->setStyle(style);
             return window.grab().toImage();
         };
-        PopupStyle ours;
+        ProgramStyle ours;
         const std::unique_ptr<QStyle> desktops(QStyleFactory::create(ours.baseStyle()->name()));
         QCOMPARE(drawn(&ours), drawn(desktops.get()));
         const auto hint = QStyle::SH_Widget_Animation_Duration;

@@ -105,7 +105,7 @@ private Q_SLOTS:
         f.player.currentTime = 77;
         f.render();
         QCOMPARE(seekBar(f).value(), held);
-        QCOMPARE(times(f).first(), f.player.formattedTime(held));
+        QCOMPARE(times(f).first(), PlayerManager::formattedTime(held));
         QTest::mouseRelease(&seekBar(f), Qt::LeftButton, {}, at(seekBar(f), 0.3));
     }
 

@@ -2,7 +2,7 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
-#include "ui/PopupStyle.h"
+#include "ui/ProgramStyle.h"
 #include "ui/controls/Cover.h"
 #include "ui/controls/Divider.h"
 #include "ui/drawing/Fonts.h"
@@ -76,7 +76,7 @@ class WindowLookTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setStyle(new PopupStyle); }
+    void initTestCase() { QApplication::setStyle(new ProgramStyle); }
 
     void everyTextHasItsFontAndTone_data()
     {
