@@ -11,12 +11,6 @@
 #include <chrono>
 #include <vector>
 
-/// The picture in `bytes`, or nothing if they are not a JPEG, PNG, WebP, GIF or BMP, by content, or not one that
-/// can be decoded within reason: 32 MiB of bytes, 96 MiB of memory with them, 16,384 pixels a side and 16
-/// million in all; 50 million in a JPEG, whose limits for several scans readJpeg() states. Reads headers only.
-/// Any thread.
-std::optional<EncodedPicture> readPicture(const QByteArray &bytes);
-
 constexpr std::chrono::seconds DecodingLimit(2);
 
 /// The largest region of a picture of `size` that has the proportions of `target`, at its centre.
