@@ -114,7 +114,7 @@ std::unique_ptr<PlayerManager> admit(const QList<QUrl> &urls)
 {
     PlatformServices services;
     services.openAudioPlayer = [](const QUrl &, const SoundLabel &) {
-        return std::unique_ptr<AudioPlayer>(new SilentPlayer);
+        return std::shared_ptr<AudioPlayer>(new SilentPlayer);
     };
     auto manager = std::make_unique<PlayerManager>(services);
     manager->addFiles(urls);

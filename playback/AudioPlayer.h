@@ -50,7 +50,7 @@ public:
     ///
     /// Main thread, which waits while the file is opened and its first frames are decoded on another one: for
     /// 3 seconds at most if its medium does not answer. That is a failure, too.
-    static Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label = {});
+    static Result<std::shared_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label = {});
 
     /// The receiver of the callbacks, borrowed, or null for none. Once this returns, the former one is not
     /// called any more.

@@ -1,7 +1,9 @@
 #include "playback/Session.h"
 
+#include "decoder/DecoderModule.h"
 #include "files/DetachedThread.h"
 #include "playback/output/NullOutput.h"
+#include "playback/output/PulseStream.h"
 
 #include <QtGlobal>
 #include <algorithm>
@@ -20,6 +22,14 @@ constexpr auto FallbackPolling = 10ms; // an output that wakes nobody is asked t
 // What has to be ready before the sound of another position begins.
 constexpr double EnoughToBegin = 0.05; // seconds
 
+Result<std::unique_ptr<Decoder>> openDecoder(const DecoderModule &module, const QUrl &url, StopFlag stop)
+{
+    auto file = openRegularFile(url);
+    if (file.isError())
+        return file.error();
+    return module.open(file.take(), std::move(stop));
+}
+
 void warnOfSilence()
 {
     static std::atomic<bool> hasWarned = false;
@@ -28,6 +38,26 @@ void warnOfSilence()
 }
 
 } // namespace
+
+Result<std::shared_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const SoundLabel &label)
+{
+    const auto module = DecoderModule::load();
+    if (module.isError())
+        return module.error();
+    const auto stop = std::make_shared<std::atomic<bool>>(false);
+    auto decoder =
+        callWithTimeout([module = module.value(), url, stop] { return openDecoder(*module, url, stop); });
+    if (!decoder) {
+        stop->store(true);
+        return Error{u"El archivo no responde."_s};
+    }
+    if (decoder->isError())
+        return decoder->error();
+    const auto makeOutput = [label](std::shared_ptr<FrameFeed> feed) {
+        return PulseStream::open(std::move(feed), label);
+    };
+    return std::shared_ptr<AudioPlayer>(Session::make(decoder->take(), stop, makeOutput));
+}
 
 void ReconnectBackoff::connected()
 {
@@ -69,22 +99,35 @@ Session::Session(
     m_feed->request(m_request.generation);
 }
 
-void Session::setDelegate(AudioPlayer *player, AudioPlayerDelegate *delegate)
+std::shared_ptr<Session> Session::make(
+    std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
+{
+    const std::shared_ptr<Session> session(
+        new Session(std::move(decoder), std::move(stop), std::move(makeOutput)));
+    return {session.get(), [session](Session *) { session->close(); }};
+}
+
+void Session::setDelegate(AudioPlayerDelegate *delegate)
 {
     const std::lock_guard lock(m_delegateMutex);
-    m_player = player;
     m_delegate = delegate;
 }
 
-void Session::prepare()
+void Session::setVolume(float volume)
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_output)
-        makeOutput();
+    m_mix.gain = std::isfinite(volume) ? std::clamp(volume, 0.0F, 1.0F) : 0.0F;
+    if (m_output)
+        m_output->apply(m_mix);
 }
 
-bool Session::startDecoding()
+bool Session::prepareToPlay()
 {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_output)
+            makeOutput();
+    }
     if (!m_isDecoding)
         m_isDecoding = startDetachedThread([self = shared_from_this()] { self->run(); });
     return m_isDecoding;
@@ -92,11 +135,13 @@ bool Session::startDecoding()
 
 bool Session::play()
 {
+    if (!prepareToPlay())
+        return false;
     const std::lock_guard lock(m_mutex);
     if (m_isAtEnd)
         requestPosition(0);
     m_mix.isPlaying = true;
-    if (!m_output || m_isFallback || m_output->status().state == AudioOutput::State::Failed)
+    if (m_isFallback || m_output->status().state == AudioOutput::State::Failed)
         makeOutput();
     else
         m_output->apply(m_mix);
@@ -111,16 +156,10 @@ void Session::pause()
         m_output->apply(m_mix);
 }
 
-void Session::setGain(float gain)
+void Session::setCurrentTime(double seconds)
 {
-    const std::lock_guard lock(m_mutex);
-    m_mix.gain = gain;
-    if (m_output)
-        m_output->apply(m_mix);
-}
-
-void Session::seek(double seconds)
-{
+    if (!std::isfinite(seconds))
+        seconds = 0;
     const std::lock_guard lock(m_mutex);
     // The caller may know more of the track than its container says.
     if (m_isLengthUnknown)
@@ -130,7 +169,7 @@ void Session::seek(double seconds)
 
 void Session::close()
 {
-    setDelegate(nullptr, nullptr);
+    setDelegate(nullptr);
     m_isStopped->store(true);
     std::shared_ptr<AudioOutput> output;
     {
@@ -140,7 +179,7 @@ void Session::close()
     m_feed->decoderWakeup().signal();
 }
 
-AudioPlayer::State Session::state()
+AudioPlayer::State Session::state() const
 {
     const std::lock_guard lock(m_mutex);
     return {std::min(heardTime(), m_duration), m_duration, m_mix.isPlaying};
@@ -161,7 +200,7 @@ void Session::requestPosition(double seconds)
     m_feed->decoderWakeup().signal();
 }
 
-double Session::heardTime()
+double Session::heardTime() const
 {
     if (!m_output)
         return m_request.seconds;
@@ -244,9 +283,9 @@ void Session::reportEnd(const Ending &ending)
     if (!m_delegate)
         return;
     if (ending.error)
-        m_delegate->audioPlayerDecodeErrorDidOccur(*m_player, ending.error);
+        m_delegate->audioPlayerDecodeErrorDidOccur(*this, ending.error);
     else
-        m_delegate->audioPlayerDidFinishPlaying(*m_player, !ending.isDamaged);
+        m_delegate->audioPlayerDidFinishPlaying(*this, !ending.isDamaged);
 }
 
 // The decoder thread

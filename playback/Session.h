@@ -43,40 +43,37 @@ private:
 /// that sounds the feed.
 ///
 /// 1. Made with an open decoder: no thread runs, no sound server is asked.
-/// 2. prepare() makes the output, startDecoding() the decoder thread, which reads ahead into the feed.
-/// 3. play(), pause(), setGain() and seek() say what is wanted. A seek is a request with a number of its own; the
-///    decoder thread answers the newest one.
+/// 2. prepareToPlay() makes the output and starts the decoder thread, which reads ahead into the feed.
+/// 3. The other calls of the main thread say what is wanted. A seek is a request with a number of its own; the decoder
+///    thread answers the newest one.
 /// 4. The decoder thread also watches the output: it replaces one that has failed, and reports the end once that
 ///    was heard. If there is nothing to do it sleeps, without a timer.
 /// 5. close() ends the sound and the callbacks. The decoder thread ends by itself, however long the file keeps it
 ///    waiting, and whichever thread is left last destroys the session.
 ///
 /// One mutex guards what both threads use; it is never held while a file is read or the delegate is called.
-class Session : public std::enable_shared_from_this<Session> {
+class Session final : public AudioPlayer, public std::enable_shared_from_this<Session> {
 public:
     struct Request {
         std::uint32_t generation = 0; ///< its number
         double seconds = 0;
     };
 
-    /// `stop` is the flag that `decoder` gives up at; close() sets it.
-    Session(
+    /// A session that is closed when what this returns is destroyed. `stop` is the flag that `decoder` gives up at;
+    /// close() sets it.
+    static std::shared_ptr<Session> make(
         std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput);
 
-    // Main thread
+    void setDelegate(AudioPlayerDelegate *delegate) override;
+    void setVolume(float volume) override;
+    bool prepareToPlay() override;
+    bool play() override;
+    void pause() override;
+    void stop() override { pause(); }
+    void setCurrentTime(double seconds) override;
+    [[nodiscard]] State state() const override;
 
-    void setDelegate(AudioPlayer *player, AudioPlayerDelegate *delegate);
-    void prepare();
-
-    /// False if the system has no thread left. Does nothing once the thread runs.
-    [[nodiscard]] bool startDecoding();
-
-    bool play();
-    void pause();
-    void setGain(float gain);
-    void seek(double seconds);
     void close();
-    [[nodiscard]] AudioPlayer::State state();
 
     // Any thread
 
@@ -95,12 +92,15 @@ private:
         std::optional<Error> error;
     };
 
+    Session(
+        std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput);
+
     void requestPosition(double seconds);
     void makeOutput();
     void setOutput(std::shared_ptr<AudioOutput> output, bool isFallback);
     void fallBack();
     std::optional<std::chrono::milliseconds> recoverOutput();
-    [[nodiscard]] double heardTime();
+    [[nodiscard]] double heardTime() const;
     void reportEnd(const Ending &ending);
 
     void run();
@@ -120,7 +120,7 @@ private:
     const std::shared_ptr<std::atomic<bool>> m_isStopped;
     bool m_isDecoding = false; ///< the main thread's
 
-    std::mutex m_mutex; ///< guards all up to the next mutex
+    mutable std::mutex m_mutex; ///< guards all up to the next mutex
     std::shared_ptr<AudioOutput> m_output; ///< none before the session is prepared
     bool m_isFallback = false; ///< whether m_output is one that sounds nothing
     ReconnectBackoff m_reconnect;
@@ -131,7 +131,6 @@ private:
     bool m_isAtEnd = false; ///< the end was reported, and no other position requested since
 
     std::mutex m_delegateMutex; ///< held while the delegate is called
-    AudioPlayer *m_player = nullptr;
     AudioPlayerDelegate *m_delegate = nullptr;
 
     // The decoder thread's alone

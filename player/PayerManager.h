@@ -14,7 +14,7 @@
 
 /// What the player asks of the system it runs on; the system's own by default, fakes in tests.
 struct PlatformServices {
-    std::function<Result<std::unique_ptr<AudioPlayer>>(const QUrl &, const SoundLabel &)> openAudioPlayer =
+    std::function<Result<std::shared_ptr<AudioPlayer>>(const QUrl &, const SoundLabel &)> openAudioPlayer =
         AudioPlayer::open;
 
     /// Takes the access grant that a sandbox asks for before a chosen file may be read, and gives it back; returns
@@ -98,7 +98,7 @@ private:
     void updateProgress();
 
     PlatformServices m_services;
-    std::unique_ptr<AudioPlayer> m_audioPlayer;
+    std::shared_ptr<AudioPlayer> m_audioPlayer;
     QTimer m_progressTimer{this}; ///< active only while isPlaying
     QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end
     /// How many tracks a path has, kept in step by the operations; none after a write from outside.

@@ -1,6 +1,6 @@
 #include "decoder/DecoderModule.h"
 #include "metadata/MediaReader.h"
-#include "playback/FilePlayer.h"
+#include "playback/Session.h"
 #include "playback/output/NullOutput.h"
 #include "tests/MemoryFile.h"
 #include "tests/TestProgram.h"
@@ -64,16 +64,17 @@ bool isPlayedToItsEnd(const MemoryFile &file)
         return true;
     NullOutput *output = nullptr;
     RecordingDelegate delegate;
-    FilePlayer player(opened.take(), std::make_shared<std::atomic<bool>>(false), [&](auto feed) {
-        auto made = std::make_unique<NullOutput>(std::move(feed), NullOutput::Clock::ByHand);
-        output = made.get();
-        return made;
-    });
-    player.setDelegate(&delegate);
-    player.play();
+    const auto player =
+        Session::make(opened.take(), std::make_shared<std::atomic<bool>>(false), [&](auto feed) {
+            auto made = std::make_unique<NullOutput>(std::move(feed), NullOutput::Clock::ByHand);
+            output = made.get();
+            return made;
+        });
+    player->setDelegate(&delegate);
+    player->play();
     return QTest::qWaitFor([&] {
         output->advance(24'000);
-        return delegate.finishes() + delegate.errors() == 1 && !player.isPlaying();
+        return delegate.finishes() + delegate.errors() == 1 && !player->isPlaying();
     });
 }
 

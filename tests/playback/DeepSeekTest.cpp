@@ -1,5 +1,5 @@
 #include "decoder/DecoderModule.h"
-#include "playback/FilePlayer.h"
+#include "playback/Session.h"
 #include "playback/output/NullOutput.h"
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
@@ -113,7 +113,7 @@ private:
         return usage.ru_nvcsw;
     }
 
-    static Cost seekAndArrive(FilePlayer &player, double target)
+    static Cost seekAndArrive(AudioPlayer &player, double target)
     {
         Cost cost;
         const double allBefore = processorTime(CLOCK_PROCESS_CPUTIME_ID);
@@ -167,12 +167,12 @@ private Q_SLOTS:
         QRandomGenerator random(6);
         for (int round = 0; round < 5; ++round) {
             auto decoder = DecoderModule::load().value()->open(memory.open(), nullptr).take();
-            FilePlayer player(std::move(decoder), std::make_shared<std::atomic<bool>>(false),
+            const auto player = Session::make(std::move(decoder), std::make_shared<std::atomic<bool>>(false),
                 [](auto feed) { return std::make_unique<NullOutput>(std::move(feed)); });
-            QVERIFY(player.play());
+            QVERIFY(player->play());
             for (int i = 0; i < 4; ++i) {
                 const double target = i == 0 ? twoHours - 10 : random.bounded(twoHours - 10);
-                const Cost cost = seekAndArrive(player, target);
+                const Cost cost = seekAndArrive(*player, target);
                 QVERIFY2(cost.isRight, qPrintable(QString::number(target)));
                 waited += cost.hasWaited ? 1 : 0;
                 call = std::max(call, cost.call);

@@ -66,7 +66,7 @@ private:
         return urls;
     }
 
-    static std::unique_ptr<AudioPlayer> open(const QUrl &url)
+    static std::shared_ptr<AudioPlayer> open(const QUrl &url)
     {
         auto opened = AudioPlayer::open(url);
         return opened.isError() ? nullptr : opened.take();

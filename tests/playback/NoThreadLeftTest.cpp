@@ -25,7 +25,7 @@ private Q_SLOTS:
         PulseDaemon daemon;
         QVERIFY(daemon.start());
         QTest::failOnWarning(QRegularExpression(u"No sound server answers"_s));
-        std::unique_ptr<AudioPlayer> player;
+        std::shared_ptr<AudioPlayer> player;
         {
             const ScarceThreads scarce;
             auto opened = AudioPlayer::open(song);

@@ -30,5 +30,5 @@ protected:
     QTemporaryDir m_folder;
     QString m_path;
     std::unique_ptr<PulseDaemon> m_daemon;
-    std::unique_ptr<AudioPlayer> m_player;
+    std::shared_ptr<AudioPlayer> m_player;
 };

@@ -12,7 +12,7 @@ class PulseOutputTest : public SoundServerFixture {
     Q_OBJECT
 
 private:
-    std::unique_ptr<AudioPlayer> m_player;
+    std::shared_ptr<AudioPlayer> m_player;
 
     void stopSound() override { m_player.reset(); }
 

@@ -97,7 +97,7 @@ PlatformServices FakePlatform::services()
     };
 }
 
-Result<std::unique_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url, const SoundLabel &label)
+Result<std::shared_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url, const SoundLabel &label)
 {
     observer(u"open "_s + nameOf(url));
     if (unplayableNames.contains(url.fileName()))
@@ -107,5 +107,5 @@ Result<std::unique_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url, const S
     state->label = label;
     state->duration = nextDuration;
     opened.push_back(state);
-    return std::unique_ptr<AudioPlayer>(std::make_unique<FakeAudioPlayer>(*this, state));
+    return std::shared_ptr<AudioPlayer>(std::make_shared<FakeAudioPlayer>(*this, state));
 }

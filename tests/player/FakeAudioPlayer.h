@@ -43,5 +43,5 @@ public:
     [[nodiscard]] FakePlayerState &latest() const { return *opened.back(); }
 
 private:
-    Result<std::unique_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label);
+    Result<std::shared_ptr<AudioPlayer>> open(const QUrl &url, const SoundLabel &label);
 };

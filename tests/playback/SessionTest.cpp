@@ -1,4 +1,4 @@
-#include "playback/FilePlayer.h"
+#include "playback/Session.h"
 #include "playback/output/NullOutput.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/FakeDecoder.h"
@@ -64,30 +64,60 @@ OutputFactory factoryOf(OutputScript &script)
     return [&script](const auto &feed) { return std::make_unique<ScriptedOutput>(feed, script); };
 }
 
-/// Without its decoder thread.
-std::shared_ptr<Session> makeSession(OutputScript &script, const std::shared_ptr<std::atomic<bool>> &stop)
-{
-    return std::make_shared<Session>(
-        std::make_unique<FakeDecoder>(FakeDecoder::Script{}), stop, factoryOf(script));
-}
+/// A session whose decoder thread waits for its medium once it has been started, so that the test does its work.
+class WaitingSession {
+public:
+    explicit WaitingSession(OutputScript &script)
+    {
+        if (pipe2(m_pipe, O_CLOEXEC) != 0)
+            qFatal("No pipe.");
+        session = Session::make(std::make_unique<FakeDecoder>(FakeDecoder::Script{
+                                    .isReading = m_isReading, .isGone = m_isGone, .blocksOn = m_pipe[0]}),
+            stop, factoryOf(script));
+    }
+    ~WaitingSession()
+    {
+        session.reset();
+        close(m_pipe[1]);
+        if (*m_isReading) [[maybe_unused]]
+            const bool isGone = QTest::qWaitFor([this] { return m_isGone->load(); });
+        close(m_pipe[0]);
+    }
+    WaitingSession(const WaitingSession &) = delete;
+    WaitingSession &operator=(const WaitingSession &) = delete;
+
+    /// Makes the output and starts the decoder thread.
+    bool prepare()
+    {
+        return session->prepareToPlay() && QTest::qWaitFor([this] { return m_isReading->load(); });
+    }
+
+    const std::shared_ptr<std::atomic<bool>> stop = std::make_shared<std::atomic<bool>>(false);
+    std::shared_ptr<Session> session;
+
+private:
+    int m_pipe[2] = {};
+    const std::shared_ptr<std::atomic<bool>> m_isReading = std::make_shared<std::atomic<bool>>(false);
+    const std::shared_ptr<std::atomic<bool>> m_isGone = std::make_shared<std::atomic<bool>>(false);
+};
 
 } // namespace
 
 /// A player on a decoder and an output of the test's own.
-class FilePlayerTest : public QObject {
+class SessionTest : public QObject {
     Q_OBJECT
 
 private:
     HandOutputs m_outputs;
 
-    std::unique_ptr<FilePlayer> makePlayer(const FakeDecoder::Script &script = {})
+    std::shared_ptr<AudioPlayer> makePlayer(const FakeDecoder::Script &script = {})
     {
         return makePlayer(script, m_outputs.factory());
     }
 
-    std::unique_ptr<FilePlayer> makePlayer(const FakeDecoder::Script &script, OutputFactory factory)
+    std::shared_ptr<AudioPlayer> makePlayer(const FakeDecoder::Script &script, OutputFactory factory)
     {
-        return std::make_unique<FilePlayer>(std::make_unique<FakeDecoder>(script),
+        return Session::make(std::make_unique<FakeDecoder>(script),
             std::make_shared<std::atomic<bool>>(false), std::move(factory));
     }
 
@@ -387,9 +417,10 @@ private Q_SLOTS:
     void outputThatIsLostIsReplacedWhereItWasHeardLast()
     {
         OutputScript script;
-        const auto stop = std::make_shared<std::atomic<bool>>(false);
-        const auto session = makeSession(script, stop);
         script.state = AudioOutput::State::Connecting;
+        WaitingSession waiting(script);
+        Session *const session = waiting.session.get();
+        QVERIFY(waiting.prepare());
         QVERIFY(session->play());
         QCOMPARE(session->watchOutput(), std::nullopt);
         script.state = AudioOutput::State::Ready;
@@ -425,19 +456,18 @@ private Q_SLOTS:
     {
         OutputScript script;
         RecordingDelegate delegate;
-        const auto player = makePlayer();
-        const auto stop = std::make_shared<std::atomic<bool>>(false);
-        const auto session = makeSession(script, stop);
-        session->setDelegate(player.get(), &delegate);
         script.state = AudioOutput::State::Ready;
         script.isEndHeard = true;
         script.generation = 1;
-        session->prepare();
-        session->prepare();
+        WaitingSession waiting(script);
+        Session *const session = waiting.session.get();
+        session->setDelegate(&delegate);
+        QVERIFY(waiting.prepare());
+        QVERIFY(waiting.prepare());
         QCOMPARE(script.made, 1);
         session->watchOutput();
         session->play();
-        session->seek(3);
+        session->setCurrentTime(3);
         session->watchOutput();
         QCOMPARE(delegate.finishes(), 0);
         script.generation = session->request().generation;
@@ -450,13 +480,13 @@ private Q_SLOTS:
             return session->feed().decoderWakeup().wait(std::chrono::milliseconds(0));
         };
         QVERIFY(isWoken() && !isWoken());
-        session->seek(2);
+        session->setCurrentTime(2);
         QVERIFY(isWoken());
         session->play();
         QCOMPARE(session->request().seconds, 2.0);
         session->close();
         QCOMPARE(script.alive, 0);
-        QVERIFY(*stop);
+        QVERIFY(*waiting.stop);
         QVERIFY(isWoken());
         QCOMPARE(delegate.finishes(), 1);
     }
@@ -465,13 +495,13 @@ private Q_SLOTS:
     {
         OutputScript script;
         RecordingDelegate delegate;
-        const auto player = makePlayer();
-        const auto stop = std::make_shared<std::atomic<bool>>(false);
-        const auto session = makeSession(script, stop);
         script.state = AudioOutput::State::Ready;
         script.isEndHeard = true;
         script.generation = 1;
-        session->setDelegate(player.get(), &delegate);
+        WaitingSession waiting(script);
+        Session *const session = waiting.session.get();
+        session->setDelegate(&delegate);
+        QVERIFY(waiting.prepare());
         session->close();
         session->play();
         session->watchOutput();
@@ -694,5 +724,5 @@ private Q_SLOTS:
     }
 };
 
-LUMAVERDINE_TEST(FilePlayerTest)
-#include "FilePlayerTest.moc"
+LUMAVERDINE_TEST(SessionTest)
+#include "SessionTest.moc"
