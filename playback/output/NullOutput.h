@@ -3,32 +3,42 @@
 #include "playback/output/AudioOutput.h"
 
 #include <chrono>
-#include <mutex>
 
-/// Plays into nothing, in real time or by hand: for machines without a sound server, and for tests. Time passes as far
-/// as anybody asks for it; nobody is woken.
+/// Plays into nothing, in real time, on machines without a sound server. Time passes as far as anybody asks for it;
+/// nobody is woken.
 class NullOutput final : public AudioOutput {
 public:
-    enum class Clock { RealTime, ByHand };
+    explicit NullOutput(std::shared_ptr<FrameFeed> feed)
+        : m_mixer(std::move(feed))
+    {
+    }
 
-    explicit NullOutput(std::shared_ptr<FrameFeed> feed, Clock clock = Clock::RealTime);
-
-    void apply(const Mix &mix) override;
-    void refresh() override;
-    [[nodiscard]] Status status() override;
-
-    /// Lets `frames` frames be heard, whether playing or not, wakes the decoder thread and returns them: a second's at
-    /// most. For a clock by hand; any thread.
-    std::vector<float> advance(std::int64_t frames);
+    void apply(const Mix &mix) override
+    {
+        catchUp();
+        m_started = std::chrono::steady_clock::now();
+        m_startFrame = m_heard;
+        m_mix = mix;
+        if (m_mixer.needsChange(mix))
+            m_mixer.change(m_heard, mix);
+    }
+    void refresh() override { apply(m_mix); }
+    [[nodiscard]] Status status() override
+    {
+        catchUp();
+        return {State::Ready, m_mixer.positionAt(m_heard), m_mixer.isEndedAt(m_heard)};
+    }
 
 private:
-    void update();
-    void hear(std::int64_t frame);
-    void catchUp();
+    void catchUp()
+    {
+        if (!m_mix.isPlaying)
+            return;
+        const std::chrono::duration<double> played = std::chrono::steady_clock::now() - m_started;
+        m_heard = m_startFrame + m_mixer.format().frames(played.count());
+        m_mixer.render(m_heard - m_mixer.rendered());
+    }
 
-    const std::shared_ptr<FrameFeed> m_feed;
-    const Clock m_clock;
-    std::mutex m_mutex; ///< guards all below
     Mixer m_mixer;
     Mix m_mix;
     std::int64_t m_heard = 0;

@@ -1,10 +1,9 @@
 #include "decoder/DecoderModule.h"
 #include "metadata/MediaReader.h"
-#include "playback/Session.h"
-#include "playback/output/NullOutput.h"
 #include "tests/MemoryFile.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/DamagedBytes.h"
+#include "tests/playback/HandOutput.h"
 #include "tests/playback/RecordingDelegate.h"
 
 #include <QDir>
@@ -62,14 +61,10 @@ bool isPlayedToItsEnd(const MemoryFile &file)
     auto opened = openDecoder(file);
     if (opened.isError())
         return true;
-    NullOutput *output = nullptr;
+    HandOutput *output = nullptr;
     RecordingDelegate delegate;
     const auto player =
-        Session::make(opened.take(), std::make_shared<std::atomic<bool>>(false), [&](auto feed) {
-            auto made = std::make_unique<NullOutput>(std::move(feed), NullOutput::Clock::ByHand);
-            output = made.get();
-            return made;
-        });
+        Session::make(opened.take(), std::make_shared<std::atomic<bool>>(false), HandOutput::factory(output));
     player->setDelegate(&delegate);
     player->play();
     return QTest::qWaitFor([&] {

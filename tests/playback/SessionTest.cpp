@@ -1,7 +1,7 @@
-#include "playback/Session.h"
 #include "playback/output/NullOutput.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/FakeDecoder.h"
+#include "tests/playback/HandOutput.h"
 #include "tests/playback/RecordingDelegate.h"
 
 #include <QElapsedTimer>
@@ -12,20 +12,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-/// Hands out outputs whose clock the test moves by hand, and remembers the newest.
-struct HandOutputs {
-    NullOutput *newest = nullptr; ///< owned by its player
-
-    OutputFactory factory()
-    {
-        return [this](std::shared_ptr<FrameFeed> feed) {
-            auto output = std::make_unique<NullOutput>(std::move(feed), NullOutput::Clock::ByHand);
-            newest = output.get();
-            return output;
-        };
-    }
-};
 
 /// What an output answers, and what was asked of all that follow the same script.
 struct OutputScript {
@@ -108,11 +94,11 @@ class SessionTest : public QObject {
     Q_OBJECT
 
 private:
-    HandOutputs m_outputs;
+    HandOutput *m_output = nullptr; ///< the newest; owned by its player
 
     std::shared_ptr<AudioPlayer> makePlayer(const FakeDecoder::Script &script = {})
     {
-        return makePlayer(script, m_outputs.factory());
+        return makePlayer(script, HandOutput::factory(m_output));
     }
 
     std::shared_ptr<AudioPlayer> makePlayer(const FakeDecoder::Script &script, OutputFactory factory)
@@ -125,7 +111,7 @@ private:
     template <typename Condition> bool playUntil(Condition condition)
     {
         return QTest::qWaitFor([&] {
-            m_outputs.newest->advance(1920);
+            m_output->advance(1920);
             return condition();
         });
     }
@@ -138,7 +124,7 @@ private Q_SLOTS:
         QVERIFY(!player->isPlaying());
         QCOMPARE(player->currentTime(), 0.0);
         QCOMPARE(player->duration(), 10.0);
-        QCOMPARE(m_outputs.newest->advance(100), std::vector<float>(200, 0.0F));
+        QCOMPARE(m_output->advance(100), std::vector<float>(200, 0.0F));
     }
 
     void playsFromTheStartWithItsVolume()
@@ -148,7 +134,7 @@ private Q_SLOTS:
         QVERIFY(player->play());
         QVERIFY(player->isPlaying());
         QVERIFY(playUntil([&] { return player->currentTime() > 0.1; }));
-        const auto samples = m_outputs.newest->advance(10);
+        const auto samples = m_output->advance(10);
         QVERIFY(std::abs(samples[1] - 0.4F) < 1e-6F);
     }
 
@@ -158,13 +144,13 @@ private Q_SLOTS:
         player->setVolume(7);
         player->play();
         QVERIFY(playUntil([&] { return player->currentTime() > 0.1; }));
-        QVERIFY(std::abs(m_outputs.newest->advance(1)[1] - 0.8F) < 1e-6F);
+        QVERIFY(std::abs(m_output->advance(1)[1] - 0.8F) < 1e-6F);
         player->setVolume(0.1F);
-        m_outputs.newest->advance(480);
-        QVERIFY(std::abs(m_outputs.newest->advance(1)[1] - 0.08F) < 1e-6F);
+        m_output->advance(480);
+        QVERIFY(std::abs(m_output->advance(1)[1] - 0.08F) < 1e-6F);
         player->setVolume(std::nanf(""));
-        m_outputs.newest->advance(480);
-        QCOMPARE(m_outputs.newest->advance(1)[1], 0.0F);
+        m_output->advance(480);
+        QCOMPARE(m_output->advance(1)[1], 0.0F);
     }
 
     void pauseKeepsThePosition_data()
@@ -185,12 +171,12 @@ private Q_SLOTS:
         else
             player->pause();
         QVERIFY(!player->isPlaying());
-        m_outputs.newest->advance(4800);
+        m_output->advance(4800);
         const double paused = player->currentTime();
-        m_outputs.newest->advance(48000);
+        m_output->advance(48000);
         QCOMPARE(player->currentTime(), paused);
         QVERIFY(player->play());
-        m_outputs.newest->advance(4800);
+        m_output->advance(4800);
         QVERIFY(std::abs(player->currentTime() - paused - 0.1) < 1e-6);
     }
 
@@ -204,7 +190,7 @@ private Q_SLOTS:
         QVERIFY(playUntil([&] { return player->currentTime() != 7; }));
         QVERIFY(player->currentTime() > 7);
         QVERIFY(playUntil([&] { return player->currentTime() > 7.2; }));
-        const auto samples = m_outputs.newest->advance(1);
+        const auto samples = m_output->advance(1);
         QVERIFY(std::abs(double(samples[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);
     }
 
@@ -216,11 +202,10 @@ private Q_SLOTS:
         QVERIFY(playUntil([&] { return player->currentTime() > 0.5; }));
         QCOMPARE(*seeks, 0);
         player->setCurrentTime(0);
-        m_outputs.newest->advance(1); // what follows is the start, however soon
+        m_output->advance(1); // what follows is the start, however soon
         QVERIFY(playUntil([&] { return *seeks == 1 && player->currentTime() > 0.1; }));
         QVERIFY(player->currentTime() < 0.4);
-        QVERIFY(
-            std::abs(double(m_outputs.newest->advance(1)[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);
+        QVERIFY(std::abs(double(m_output->advance(1)[0]) - 0.2 - 0.06 * player->currentTime()) < 1e-4);
     }
 
     void firstPlaceElsewhereIsSought()
@@ -274,7 +259,7 @@ private Q_SLOTS:
         const auto player = makePlayer();
         player->prepareToPlay();
         player->setCurrentTime(3);
-        m_outputs.newest->advance(48000);
+        m_output->advance(48000);
         QVERIFY(!player->isPlaying());
         QCOMPARE(player->currentTime(), 3.0);
         player->play();
@@ -625,7 +610,7 @@ private Q_SLOTS:
         auto player = makePlayer({.isReading = isReading, .isGone = isGone, .blocksOn = pipe[0]});
         player->play();
         QTRY_VERIFY(*isReading);
-        m_outputs.newest->advance(4800);
+        m_output->advance(4800);
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(player->currentTime(), 0.0);
@@ -711,7 +696,7 @@ private Q_SLOTS:
         OutputScript script;
         const auto player = makePlayer({}, [&](auto feed) -> std::shared_ptr<AudioOutput> {
             if (isThere)
-                return m_outputs.factory()(std::move(feed));
+                return HandOutput::factory(m_output)(std::move(feed));
             return std::make_unique<ScriptedOutput>(feed, script);
         });
         QVERIFY(!player->play());

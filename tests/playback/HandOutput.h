@@ -1,0 +1,73 @@
+#pragma once
+
+#include "playback/Session.h"
+
+#include <vector>
+
+/// An output whose clock the test moves by hand.
+class HandOutput final : public AudioOutput {
+public:
+    explicit HandOutput(const std::shared_ptr<FrameFeed> &feed)
+        : m_feed(feed)
+        , m_mixer(feed)
+    {
+    }
+
+    /// A factory that notes the newest of the outputs that it makes in `newest`.
+    static OutputFactory factory(HandOutput *&newest)
+    {
+        return [&newest](const std::shared_ptr<FrameFeed> &feed) {
+            auto output = std::make_shared<HandOutput>(feed);
+            newest = output.get();
+            return output;
+        };
+    }
+
+    void apply(const Mix &mix) override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_mix = mix;
+        update();
+    }
+    void refresh() override
+    {
+        const std::lock_guard lock(m_mutex);
+        update();
+    }
+    [[nodiscard]] Status status() override
+    {
+        const std::lock_guard lock(m_mutex);
+        return {State::Ready, m_mixer.positionAt(m_heard), m_mixer.isEndedAt(m_heard)};
+    }
+
+    /// Lets `frames` frames be heard, a second's at most, wakes the decoder thread and returns them.
+    std::vector<float> advance(std::int64_t frames)
+    {
+        const std::lock_guard lock(m_mutex);
+        const std::int64_t end = m_heard + frames;
+        m_mixer.render(end - m_mixer.rendered());
+        std::vector<float> samples;
+        while (m_heard < end) {
+            const auto run = m_mixer.samplesFrom(m_heard);
+            samples.insert(samples.end(), run.begin(), run.end());
+            m_heard += std::int64_t(run.size()) / m_feed->format().channels;
+        }
+        samples.resize(std::size_t(frames * m_feed->format().channels));
+        m_heard = end;
+        m_feed->decoderWakeup().signal();
+        return samples;
+    }
+
+private:
+    void update()
+    {
+        if (m_mixer.needsChange(m_mix))
+            m_mixer.change(m_heard, m_mix);
+    }
+
+    const std::shared_ptr<FrameFeed> m_feed;
+    std::mutex m_mutex; ///< guards all below
+    Mixer m_mixer;
+    Mix m_mix;
+    std::int64_t m_heard = 0;
+};
