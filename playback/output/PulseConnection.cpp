@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
-#include <algorithm>
 #include <chrono>
 
 using namespace std::chrono_literals;
@@ -88,16 +87,16 @@ bool PulseConnection::startLoop()
     return m_isLooping;
 }
 
-void PulseConnection::add(std::shared_ptr<PulseClient> client)
+void PulseConnection::add(const void *client, Listener listener)
 {
-    m_clients.push_back(std::move(client));
+    m_clients.emplace(client, std::move(listener));
     const std::lock_guard lock(m_fadeMutex);
     m_hasClients = true;
 }
 
-void PulseConnection::remove(const PulseClient &client)
+void PulseConnection::remove(const void *client)
 {
-    std::erase_if(m_clients, [&](const auto &entry) { return entry.get() == &client; });
+    m_clients.erase(client);
     const std::lock_guard lock(m_fadeMutex);
     m_hasClients = !m_clients.empty();
     m_fadeEnded.notify_all();
@@ -131,13 +130,11 @@ void PulseConnection::dropContext()
 void PulseConnection::handleState()
 {
     const pa_context_state_t state = pa_context_get_state(m_context);
-    const auto clients = m_clients;
-    for (const auto &client : clients) {
-        if (state == PA_CONTEXT_READY)
-            client->handleConnected(m_context);
-        else if (!PA_CONTEXT_IS_GOOD(state))
-            client->handleLoss();
-    }
+    if (state != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state))
+        return;
+    const auto clients = m_clients; // some of which remove themselves
+    for (const auto &[client, listener] : clients)
+        listener(state == PA_CONTEXT_READY ? m_context : nullptr);
 }
 
 void PulseConnection::waitForFades()

@@ -1,27 +1,10 @@
 #pragma once
 
 #include <condition_variable>
-#include <memory>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <pulse/pulseaudio.h>
-#include <vector>
-
-/// What lives on the connection and hears of it, with the connection's lock held.
-class PulseClient {
-public:
-    virtual ~PulseClient() = default;
-    PulseClient(const PulseClient &) = delete;
-    PulseClient &operator=(const PulseClient &) = delete;
-
-    /// The connection is ready, for the first time or again.
-    virtual void handleConnected(pa_context *context) = 0;
-
-    /// The connection is lost for good.
-    virtual void handleLoss() = 0;
-
-protected:
-    PulseClient() = default;
-};
 
 /// The process's one connection to the sound server, shared by all its clients.
 ///
@@ -44,9 +27,12 @@ public:
     /// server.
     pa_context *context();
 
-    /// Keeps `client` alive until remove().
-    void add(std::shared_ptr<PulseClient> client);
-    void remove(const PulseClient &client);
+    /// Is told the context whenever it is ready, and null whenever it is lost for good, with the connection's lock held.
+    using Listener = std::function<void(pa_context *)>;
+
+    /// Keeps `listener`, and what it owns, until remove().
+    void add(const void *client, Listener listener);
+    void remove(const void *client);
 
 private:
     struct WaitAtExit;
@@ -63,7 +49,7 @@ private:
     pa_threaded_mainloop *m_loop = nullptr;
     bool m_isLooping = false;
     pa_context *m_context = nullptr;
-    std::vector<std::shared_ptr<PulseClient>> m_clients;
+    std::map<const void *, Listener> m_clients;
 
     std::mutex m_fadeMutex;
     std::condition_variable m_fadeEnded;

@@ -75,7 +75,9 @@ std::shared_ptr<AudioOutput> PulseStream::open(std::shared_ptr<FrameFeed> feed, 
 void PulseStream::connect()
 {
     PulseConnection &connection = PulseConnection::instance();
-    connection.add(shared_from_this());
+    connection.add(this, [self = shared_from_this()](pa_context *ready) {
+        ready ? self->handleConnected(ready) : self->handleLoss();
+    });
     pa_context *context = connection.context();
     if (!context)
         fail();
@@ -235,7 +237,7 @@ void PulseStream::drop()
         pa_stream_unref(m_stream);
         m_stream = nullptr;
     }
-    PulseConnection::instance().remove(*this);
+    PulseConnection::instance().remove(this);
 }
 
 void PulseStream::act()

@@ -60,9 +60,7 @@ private:
 /// 4. A pause fades, lets the silence be heard, and corks the stream then. close() does the same, but drops
 ///    the stream in the end. Until then the connection keeps it alive.
 /// 5. handleLoss() is final: another connection needs another stream.
-class PulseStream final : public AudioOutput,
-                          public PulseClient,
-                          public std::enable_shared_from_this<PulseStream> {
+class PulseStream final : public AudioOutput, public std::enable_shared_from_this<PulseStream> {
 public:
     /// The server is told `label`. What this returns closes the stream when it is destroyed.
     static std::shared_ptr<AudioOutput> open(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
@@ -71,13 +69,12 @@ public:
     void refresh() override;
     [[nodiscard]] Status status() override;
 
-    void handleConnected(pa_context *context) override;
-    void handleLoss() override;
-
 private:
     PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
 
     void connect();
+    void handleConnected(pa_context *context);
+    void handleLoss();
     void close();
     bool connectStream(pa_context *context);
     void setCallbacks();
