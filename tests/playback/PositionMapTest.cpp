@@ -1,4 +1,4 @@
-#include "playback/PositionMap.h"
+#include "playback/Mixer.h"
 #include "playback/Session.h"
 #include "tests/TestProgram.h"
 
