@@ -1,5 +1,6 @@
 #include "files/LocalFile.h"
 
+#include <QCollator>
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -25,6 +26,21 @@ Lookups &lookups()
 {
     static auto *const instance = new Lookups;
     return *instance;
+}
+
+/// In the C locale the collator silently drops numeric order.
+QLocale collationLocale()
+{
+    const QLocale user = QLocale::system().collation();
+    return user.language() == QLocale::C ? QLocale(QLocale::Spanish) : user;
+}
+
+QCollator fileNameCollator()
+{
+    QCollator collator(collationLocale());
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
 }
 
 Error openingError(int number)
@@ -72,6 +88,18 @@ QString localFileName(const QUrl &url)
     if (path.isEmpty())
         return url.fileName();
     return QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1));
+}
+
+QList<QUrl> sortedByFileName(const QList<QUrl> &urls)
+{
+    const QCollator collator = fileNameCollator();
+    std::multimap<QCollatorSortKey, QUrl> sorted;
+    for (const QUrl &url : urls)
+        sorted.emplace(collator.sortKey(localFileName(url)), url);
+    QList<QUrl> result;
+    for (const auto &[key, url] : sorted)
+        result.append(url);
+    return result;
 }
 
 FolderLookup::FolderLookup(const QByteArray &folder, Clock::time_point now)

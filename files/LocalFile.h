@@ -3,6 +3,7 @@
 #include "files/Result.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QUrl>
 #include <chrono>
@@ -23,6 +24,11 @@ QByteArray localFolderPath(const QUrl &url);
 
 /// The last component of the path as text; bytes that are not UTF-8 show as U+FFFD.
 QString localFileName(const QUrl &url);
+
+/// The URLs in the order in which a file browser lists their names: natural ("2" before "10"), without regard
+/// to case, by the rules of the user's language; of Spanish if the locale has none (C, POSIX). Names that
+/// compare equal keep their order.
+QList<QUrl> sortedByFileName(const QList<QUrl> &urls);
 
 /// Owns an open file descriptor.
 class FileDescriptor {

@@ -1,11 +1,11 @@
 #include "player/PayerManager.h"
 
-#include "files/FileOrder.h"
 #include "files/LocalFile.h"
 #include "files/StandardStreams.h"
 #include "metadata/MediaBatch.h"
 
 #include <QCoreApplication>
+#include <QHash>
 #include <QPointer>
 #include <QRandomGenerator>
 #include <algorithm>
@@ -58,12 +58,6 @@ std::optional<qsizetype> PlayerManager::currentIndex() const
         return std::nullopt;
     const qsizetype index = playlist().indexOf(*currentTrack());
     return index < 0 ? std::nullopt : std::optional(index);
-}
-
-void PlayerManager::playlistDidChange()
-{
-    if (!std::exchange(m_keepsListedFiles, false))
-        m_listedFiles.reset();
 }
 
 void PlayerManager::applyVolume(double value)
@@ -152,16 +146,6 @@ void PlayerManager::seek(double time)
 }
 
 // Progress
-
-void PlayerManager::startProgressTimer()
-{
-    m_progressTimer.start();
-}
-
-void PlayerManager::stopProgressTimer()
-{
-    m_progressTimer.stop();
-}
 
 void PlayerManager::updateProgress()
 {
@@ -261,7 +245,9 @@ void PlayerManager::audioPlayerDecodeErrorDidOccur(AudioPlayer &, const std::opt
 void PlayerManager::addFiles(const QList<QUrl> &urls)
 {
     const QList<QUrl> sorted = sortedByFileName(urls);
-    const QHash<QUrl, Track> tracks = readTracks(notListed(sorted));
+    QList<QUrl> unlisted = sorted;
+    unlisted.removeIf([this](const QUrl &url) { return isListed(url); });
+    const QHash<QUrl, Track> tracks = readTracks(unlisted);
     for (const QUrl &url : sorted) {
         if (isListed(url))
             continue;
@@ -275,36 +261,26 @@ void PlayerManager::addFiles(const QList<QUrl> &urls)
         load(playlist().first(), false);
 }
 
-QList<QUrl> PlayerManager::notListed(QList<QUrl> urls)
-{
-    urls.removeIf([this](const QUrl &url) { return isListed(url); });
-    return urls;
-}
-
 bool PlayerManager::isListed(const QUrl &url)
 {
     if (!m_listedFiles) {
         m_listedFiles.emplace();
         for (const Track &track : playlist())
-            ++(*m_listedFiles)[track.filePath()];
+            m_listedFiles->insert(track.filePath());
     }
     return m_listedFiles->contains(standardizedFilePath(url));
 }
 
 void PlayerManager::append(const Track &track)
 {
-    editPlaylist([&track](QList<Track> &tracks) { tracks.append(track); });
-    if (m_listedFiles)
-        ++(*m_listedFiles)[track.filePath()];
-}
-
-/// One write of the playlist after which the caller brings m_listedFiles into step with it.
-template <typename Change> void PlayerManager::editPlaylist(Change change)
-{
-    playlist.mutate([this, &change](QList<Track> &tracks) {
-        change(tracks);
-        m_keepsListedFiles = true;
+    std::optional<QSet<QByteArray>> listedFiles;
+    playlist.mutate([&](QList<Track> &tracks) {
+        tracks.append(track);
+        listedFiles = std::exchange(m_listedFiles, std::nullopt); // or the write would drop it
     });
+    if (listedFiles)
+        listedFiles->insert(track.filePath());
+    m_listedFiles = std::move(listedFiles);
 }
 
 void PlayerManager::removeTrack(const Track &track)
@@ -313,10 +289,7 @@ void PlayerManager::removeTrack(const Track &track)
     if (index < 0)
         return;
     const bool isCurrent = currentTrack() == track;
-    const QByteArray path = playlist().at(index).filePath();
-    editPlaylist([index](QList<Track> &tracks) { tracks.removeAt(index); });
-    if (m_listedFiles && --(*m_listedFiles)[path] == 0)
-        m_listedFiles->remove(path);
+    playlist.mutate([index](QList<Track> &tracks) { tracks.removeAt(index); });
     if (!isCurrent)
         return;
 
@@ -343,7 +316,7 @@ void PlayerManager::clearPlaylist()
 
 void PlayerManager::moveTrack(const std::set<qsizetype> &from, qsizetype to)
 {
-    editPlaylist([&from, to](QList<Track> &tracks) {
+    playlist.mutate([&from, to](QList<Track> &tracks) {
         QList<Track> before, moved, after;
         for (qsizetype i = 0; i < tracks.size(); ++i)
             (from.contains(i) ? moved : i < to ? before : after).append(tracks.at(i));

@@ -4,8 +4,8 @@
 #include "player/Published.h"
 #include "player/Track.h"
 
-#include <QHash>
 #include <QList>
+#include <QSet>
 #include <QTimer>
 #include <functional>
 #include <memory>
@@ -35,7 +35,7 @@ public:
     explicit PlayerManager(PlatformServices services = {});
     ~PlayerManager() override;
 
-    Published<QList<Track>> playlist{*this, {}, [this](const QList<Track> &) { playlistDidChange(); }};
+    Published<QList<Track>> playlist{*this, {}, [this](const auto &) { m_listedFiles.reset(); }};
     Published<std::optional<Track>> currentTrack{*this, std::nullopt}; ///< a copy of the playlist's entry
     Published<bool> isPlaying{*this, false};
     Published<double> currentTime{*this, 0};
@@ -86,22 +86,17 @@ private:
     void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
     void handleEndOfTrack();
 
-    [[nodiscard]] QList<QUrl> notListed(QList<QUrl> urls);
     [[nodiscard]] bool isListed(const QUrl &url);
     void append(const Track &track);
-    template <typename Change> void editPlaylist(Change change);
-    void playlistDidChange();
     void playRandomTrack();
     void applyVolume(double value);
-    void startProgressTimer();
-    void stopProgressTimer();
+    void startProgressTimer() { m_progressTimer.start(); }
+    void stopProgressTimer() { m_progressTimer.stop(); }
     void updateProgress();
 
     PlatformServices m_services;
     std::shared_ptr<AudioPlayer> m_audioPlayer;
     QTimer m_progressTimer{this}; ///< active only while isPlaying
     QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end
-    /// How many tracks a path has, kept in step by the operations; none after a write from outside.
-    std::optional<QHash<QByteArray, qsizetype>> m_listedFiles;
-    bool m_keepsListedFiles = false; ///< of the write that is under way
+    std::optional<QSet<QByteArray>> m_listedFiles; ///< their paths; none after a write that is no append()
 };

@@ -1,4 +1,4 @@
-#include "files/FileOrder.h"
+#include "files/LocalFile.h"
 #include "tests/TestProgram.h"
 
 using namespace Qt::StringLiterals;
