@@ -114,12 +114,12 @@ Wakeup::~Wakeup()
     close(m_event);
 }
 
-void Wakeup::signal()
+void Wakeup::signal() const
 {
     eventfd_write(m_event, 1);
 }
 
-bool Wakeup::wait(std::optional<std::chrono::milliseconds> time)
+bool Wakeup::wait(std::optional<std::chrono::milliseconds> time) const
 {
     pollfd event = {m_event, POLLIN, 0};
     poll(&event, 1, time ? static_cast<int>(time->count()) : -1);

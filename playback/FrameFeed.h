@@ -89,11 +89,11 @@ public:
     Wakeup &operator=(const Wakeup &) = delete;
 
     /// Any thread.
-    void signal();
+    void signal() const;
 
     /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and at times early
     /// without one; answers whether there was one.
-    bool wait(std::optional<std::chrono::milliseconds> time = {});
+    bool wait(std::optional<std::chrono::milliseconds> time = {}) const;
 
 private:
     const int m_event; ///< a descriptor
