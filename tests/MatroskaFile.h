@@ -22,10 +22,10 @@ inline QByteArray track(int number, const QByteArray &fields = {}, const QByteAr
             + element("83", "\2") + element("86", codec) + fields + element("e1", audio));
 }
 
-/// A packet of the first track, at the time 0.
-inline QByteArray block(const QByteArray &packet)
+/// A packet of the first track, so many milliseconds behind the beginning of its cluster.
+inline QByteArray block(const QByteArray &packet, int time = 0)
 {
-    return element("a3", QByteArray("\x81\0\0\x80", 4) + packet);
+    return element("a3", '\x81' + bigEndian<qint16>(qint16(time)) + '\x80' + packet);
 }
 
 /// The file, with more elements before its cluster.

@@ -4,6 +4,7 @@
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cmath>
@@ -112,6 +113,27 @@ private Q_SLOTS:
         const auto samples = readAll(*openDecoder(saveWav(sound, 1, 384'000)).take());
         for (size_t i = 100; i + 100 < samples.size(); ++i)
             QVERIFY2(std::abs(samples[i] - sine(i, 192'000)) < 0.001F, qPrintable(QString::number(i)));
+    }
+
+    /// Of what is resampled, the last frames are still on their way when others come that are not.
+    void changeOfTheRateLosesNoFrame()
+    {
+        QFile file(QStringLiteral(TEST_MEDIA "/adts.aac")); // 22,050 frames a second
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray usual = file.readAll();
+        QByteArray faster = usual;
+        int packets = 0;
+        for (qsizetype i = 0; i < faster.size(); ++packets) {
+            constexpr char rateOf24000 = 6 << 2;
+            faster[i + 2] = char((faster[i + 2] & ~0x3C) | rateOf24000);
+            i += (qFromBigEndian<quint32>(faster.constData() + i + 3) >> 13) & 0x1FFF;
+        }
+        const MemoryFile sound(usual + faster + usual);
+        const auto decoder = DecoderModule::load().value()->open(sound.open(), nullptr).take();
+        QCOMPARE(decoder->format(), (AudioFormat{22050, 1}));
+        const double expected = 1024 * packets * (2 + 22050.0 / 24000);
+        const double surplus = double(readAll(*decoder).size()) - expected;
+        QVERIFY2(std::abs(surplus) < 4, qPrintable(QString::number(surplus)));
     }
 
     void memoryOfWhatWasPlayedIsGivenBack()
