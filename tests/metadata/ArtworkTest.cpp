@@ -3,6 +3,8 @@
 #include "tests/TestProgram.h"
 #include "tests/metadata/HeapSize.h"
 
+#include <array>
+#include <bit>
 #include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
@@ -25,6 +27,12 @@ long peakKilobytes()
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss;
+}
+
+/// Each of which alone tells pictures apart.
+std::array<quint64, 2> halvesOf(const Fingerprint &picture)
+{
+    return std::bit_cast<std::array<quint64, 2>>(picture);
 }
 
 } // namespace
@@ -91,8 +99,12 @@ private Q_SLOTS:
         QFETCH(qsizetype, place);
         QByteArray bytes = mediaFile("cover.jpg");
         const Fingerprint whole(bytes);
+        const auto halves = halvesOf(whole);
+        QVERIFY(halves[0] != halves[1]);
         bytes[place] = static_cast<char>(bytes[place] ^ 1);
         QVERIFY(!(Fingerprint(bytes) == whole));
+        QVERIFY(halvesOf(Fingerprint(bytes))[0] != halves[0]);
+        QVERIFY(halvesOf(Fingerprint(bytes))[1] != halves[1]);
         bytes[place] = static_cast<char>(bytes[place] ^ 1);
         QCOMPARE(Fingerprint(bytes), whole);
     }
