@@ -222,6 +222,21 @@ private Q_SLOTS:
         QCOMPARE(f.at(button, {2, middle}), accentColor(f.view.palette()));
     }
 
+    void ringOfTheFocusIsAsRoundAsTheButton()
+    {
+        LookFixture f;
+        f.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&f.view));
+        Button &button = f.prominentButton();
+        const QColor ground = f.at(button, {0, 0});
+        button.setFocus(Qt::TabFocusReason);
+        const QColor ring = accentMarkColor(f.view.palette());
+        QVERIFY(distance(f.at(button, {2, 2}), ring) < 30);
+        QVERIFY(distance(f.at(button, {1, 1}), ground) < distance(f.at(button, {1, 1}), ring));
+        QVERIFY(distance(f.at(button, {3, 3}), ground) < distance(f.at(button, {3, 3}), ring));
+        f.view.setFocus();
+    }
+
     void ringOfTheFocusHasNoFringe_data() { addButtonScales(); }
 
     void ringOfTheFocusHasNoFringe()
