@@ -556,6 +556,7 @@ private Q_SLOTS:
         player->play();
         QVERIFY(playUntil([&] { return delegate.finishes() == 1; }));
         QCOMPARE(player->duration(), 0.2);
+        QCOMPARE(player->currentTime(), 0.2); // no place is beyond it
     }
 
     void guessGrowsWithTheTrackAndOutlivesAnErrorOrASeekBeyondTheEnd()
