@@ -1,6 +1,5 @@
 #include "app/LumaverdineApp.h"
-#include "desktop/SettingsPortal.h"
-#include "desktop/XSettings.h"
+#include "desktop/XServer.h"
 #include "files/StandardStreams.h"
 #include "ui/Translation.h"
 

@@ -21,17 +21,9 @@ int even(double number)
 
 QString nameOf(WindowButton::Kind kind)
 {
-    switch (kind) {
-    case WindowButton::Kind::Close:
-        return WindowButton::tr("Cerrar");
-    case WindowButton::Kind::Minimize:
-        return WindowButton::tr("Minimizar");
-    case WindowButton::Kind::Zoom:
-        return WindowButton::tr("Ampliar");
-    case WindowButton::Kind::Restore:
-        return WindowButton::tr("Restaurar");
-    }
-    return {};
+    const QString names[] = {WindowButton::tr("Cerrar"), WindowButton::tr("Minimizar"),
+        WindowButton::tr("Ampliar"), WindowButton::tr("Restaurar")};
+    return names[static_cast<std::size_t>(kind)];
 }
 
 void drawRestore(QPainter &painter, const QRectF &square, double point)
@@ -57,20 +49,14 @@ void drawCross(QPainter &painter, const QRectF &square)
 /// In a square of device pixels, so many of which make a point.
 void drawSign(QPainter &painter, WindowButton::Kind kind, const QRectF &square, double point)
 {
-    switch (kind) {
-    case WindowButton::Kind::Close:
+    if (kind == WindowButton::Kind::Close)
         drawCross(painter, square);
-        break;
-    case WindowButton::Kind::Minimize:
+    else if (kind == WindowButton::Kind::Minimize)
         painter.drawLine(QLineF(square.left(), square.center().y(), square.right(), square.center().y()));
-        break;
-    case WindowButton::Kind::Zoom:
+    else if (kind == WindowButton::Kind::Zoom)
         painter.drawRoundedRect(square, 2 * point, 2 * point);
-        break;
-    case WindowButton::Kind::Restore:
+    else
         drawRestore(painter, square, point);
-        break;
-    }
 }
 
 } // namespace

@@ -1,30 +1,36 @@
 #pragma once
 
-#include <cstdlib>
-#include <memory>
-#include <string_view>
-#include <xcb/xcb.h>
+#include "desktop/DesktopSettings.h"
 
-/// The X server that shows the window, asked over the toolkit's connection. Main thread only.
-namespace XServer {
-
-/// A reply of the server, to be freed after its last use.
-template <typename Reply> std::unique_ptr<Reply, decltype(&std::free)> owned(Reply *reply)
-{
-    return {reply, &std::free};
-}
-
-/// Null if the display is no X server.
-[[nodiscard]] xcb_connection_t *connection();
-
-/// The number that the server has, or now makes, for a name; 0 if it does not answer.
-[[nodiscard]] xcb_atom_t atom(xcb_connection_t *server, std::string_view name);
-
-/// The window that owns the selection of this name; 0 if none does.
-[[nodiscard]] xcb_window_t owner(xcb_connection_t *server, std::string_view selection);
-
-} // namespace XServer
+#include <QAbstractNativeEventFilter>
+#include <QVariant>
+#include <cstdint>
 
 /// Whether the window system shows what lies behind the translucent parts of a window; without that, they are black.
 /// It does on Wayland, and on X11 while a compositor runs. Main thread only.
 [[nodiscard]] bool isComposited();
+
+/// The desktop's settings on X11, published by a program of the desktop as a property of one of its windows.
+///
+/// The format is that of https://specifications.freedesktop.org/xsettings-spec. Does nothing if the display is no X
+/// server. Main thread only.
+class XSettings final : public QAbstractNativeEventFilter {
+public:
+    /// If there are settings already, `follower` is called at once.
+    explicit XSettings(DesktopSettings::Follower follower);
+
+    /// The numbers and texts of a property by their names, up to the first bytes that make no sense.
+    [[nodiscard]] static QVariantHash parse(const QByteArray &property);
+
+    /// What of such numbers and texts concerns a window; the default for each that is missing.
+    [[nodiscard]] static DesktopSettings settingsOf(const QVariantHash &published);
+
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+
+private:
+    void read();
+
+    DesktopSettings::Follower m_follower;
+    std::uint32_t m_property = 0; ///< that has the settings
+    std::uint32_t m_arrival = 0; ///< the message that a window with settings has come
+};

@@ -1,4 +1,4 @@
-#include "desktop/AudioFileDialog.h"
+#include "desktop/FilePicker.h"
 #include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "ui/ImportAlert.h"

@@ -1,5 +1,4 @@
-#include "desktop/SettingsPortal.h"
-#include "desktop/XSettings.h"
+#include "desktop/XServer.h"
 #include "tests/TestProgram.h"
 
 #include <QDataStream>

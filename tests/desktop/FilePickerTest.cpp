@@ -1,5 +1,4 @@
 #include "desktop/FilePicker.h"
-#include "desktop/AudioFileDialog.h"
 #include "tests/TestProgram.h"
 
 #include <QApplication>

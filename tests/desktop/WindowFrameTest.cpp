@@ -1,4 +1,4 @@
-#include "desktop/WindowFrame.h"
+#include "desktop/FramelessWindow.h"
 #include "tests/TestProgram.h"
 
 #include <QPainter>
