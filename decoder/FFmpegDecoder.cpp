@@ -1,7 +1,6 @@
 #include "decoder/FFmpegDecoder.h"
 
 #include "decoder/FlacTimestamp.h"
-#include "decoder/Positioning.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -57,14 +56,6 @@ FFmpegDecoder::~FFmpegDecoder()
     avcodec_free_context(&m_codec);
 }
 
-Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(FileDescriptor file, StopFlag stop)
-{
-    auto input = FFmpegInput::open(std::move(file), std::move(stop));
-    if (input.isError())
-        return input.error();
-    return open(input.take());
-}
-
 Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(std::unique_ptr<FFmpegInput> input)
 {
     std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input)));
@@ -72,7 +63,7 @@ Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(std::unique_ptr<FFmpegInput
         return *error;
     if (const auto error = decoder->decodeFirstFrame())
         return *error;
-    decoder->m_canSeek = seeksExactly(decoder->m_input->demuxer(), decoder->m_codec->codec_id);
+    decoder->m_canSeek = decoder->m_input->seeksExactly();
     return std::unique_ptr<Decoder>(std::move(decoder));
 }
 
@@ -161,8 +152,7 @@ void FFmpegDecoder::followTimestamp(std::optional<std::int64_t> position)
         return;
     const std::int64_t jump = *position - m_chunkPosition;
     const bool isJump = std::abs(jump) > m_format.frames(SmallestJump);
-    const bool canBeHole =
-        jump > 0 && (hasLostSound || keepsTime(m_input->demuxer())) && isInTrack(*position);
+    const bool canBeHole = jump > 0 && (hasLostSound || m_input->keepsTime()) && isInTrack(*position);
     if ((isJump && canBeHole) || !m_isPositionKnown)
         m_chunkPosition = *position;
     else if (isJump)

@@ -24,7 +24,6 @@ struct AVPacket;
 class FFmpegDecoder final : public Decoder {
 public:
     /// Decodes the first frame; fails if nothing at all can be decoded.
-    static Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop);
     static Result<std::unique_ptr<Decoder>> open(std::unique_ptr<FFmpegInput> input);
     ~FFmpegDecoder() override;
 

@@ -1,7 +1,6 @@
 #include "decoder/FFmpegInput.h"
 
-#include "decoder/Id3v2Mask.h"
-#include "decoder/Positioning.h"
+#include "decoder/Id3v2Header.h"
 
 #include <algorithm>
 #include <array>
@@ -39,24 +38,6 @@ constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 constexpr char allowedFormats[] =
     "aac,ac3,eac3,aiff,amr,ape,asf,au,caf,dsf,dts,dtshd,flac,iff,loas,matroska,webm,"
     "mov,mp4,m4a,mlp,mp3,mpc,mpc8,ogg,oma,rm,shn,sox,tak,truehd,tta,voc,w64,wav,wv,xwma";
-
-/// Whether the headers of this format may have whole pictures among them.
-bool mayHoldCovers(const AVInputFormat &demuxer)
-{
-    return av_match_list(demuxer.name, "asf,flac,matroska,mov,ogg", ',') > 0;
-}
-
-/// Null if the container needs none.
-std::unique_ptr<ContainerMask> maskFor(std::string_view demuxer)
-{
-    if (demuxer == "flac")
-        return std::make_unique<FlacMask>();
-    if (demuxer == "ogg")
-        return std::make_unique<OggMask>();
-    if (demuxer.starts_with("matroska"))
-        return std::make_unique<MatroskaMask>();
-    return nullptr;
-}
 
 /// What this thread has worked, in nanoseconds.
 std::int64_t threadTime()
@@ -107,7 +88,7 @@ std::optional<Error> FFmpegInput::openContainer()
 {
     if (!allocateContexts())
         return Error{u"No hay memoria suficiente."_s};
-    m_openingEnd = threadTime() + LongestOpening;
+    m_timeEnd = threadTime() + LongestOpening;
     skipLeadingTags();
     m_masksTags = true;
     const AVInputFormat *probed = nullptr;
@@ -115,11 +96,12 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     m_isProbed = true;
     const std::string_view name = probed->name;
-    m_mask = maskFor(name);
-    if (!mayHoldCovers(*probed))
-        m_openingBytesLeft = MostBytesWithoutCovers;
-    else if (name == "ogg")
-        m_openingBytesLeft = MostBytesOfOgg;
+    m_mask = ContainerMask::forDemuxer(name);
+    if (name == "ogg")
+        m_bytesLeft = MostBytesOfOgg;
+    else if (av_match_list(probed->name, "asf,flac,matroska,mov", ',')
+        == 0) // no whole pictures among the headers
+        m_bytesLeft = MostBytesWithoutCovers;
     dropReadAhead();
     // On failure this frees the format context and sets it to null.
     if (avformat_open_input(&m_format, nullptr, probed, nullptr) < 0)
@@ -140,22 +122,16 @@ std::optional<Error> FFmpegInput::openContainer()
 
 void FFmpegInput::skipLeadingTags()
 {
-    std::array<std::uint8_t, 10> header = {};
+    std::array<std::uint8_t, Id3v2HeaderSize> header = {};
     for (int i = 0; i < MostLeadingTags; ++i) {
         m_offset = 0;
-        const std::int64_t size =
-            read(this, header.data(), int(header.size())) > 0 ? Id3v2Mask::tagSize(header) : 0;
+        const bool isRead = read(this, header.data(), int(header.size())) > 0;
+        const std::int64_t size = isRead ? id3v2TagSize(QByteArrayView(header.data(), Id3v2HeaderSize)) : 0;
         m_offset = 0;
         if (size == 0)
             return;
         m_begin += size;
     }
-}
-
-std::size_t FFmpegInput::look(std::int64_t position, std::span<std::uint8_t> bytes) const
-{
-    const ssize_t count = pread(m_file.get(), bytes.data(), bytes.size(), m_begin + position);
-    return count < 0 ? 0 : std::size_t(count);
 }
 
 /// What comes next is read again, by the rules of the next step.
@@ -217,7 +193,7 @@ std::optional<double> FFmpegInput::duration() const
 bool FFmpegInput::isDurationGuessed() const
 {
     // Writers of compressed WAV state what they like, and its reader halves what it takes for a count of channels.
-    const bool isCompressedWav = demuxer() == "wav" && !isPcm(m_audioStream->codecpar->codec_id);
+    const bool isCompressedWav = demuxer() == "wav" && !isPcm();
     return m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || isRoundedDown()
         || isCompressedWav;
 }
@@ -231,6 +207,34 @@ bool FFmpegInput::isRoundedDown() const
 std::string_view FFmpegInput::demuxer() const
 {
     return m_format->iformat->name;
+}
+
+/// Some formats have several names.
+bool FFmpegInput::isDemuxerOneOf(const char *names) const
+{
+    return av_match_list(m_format->iformat->name, names, ',') > 0;
+}
+
+bool FFmpegInput::isPcm() const
+{
+    const AVCodecID codec = m_audioStream->codecpar->codec_id;
+    return codec >= AV_CODEC_ID_FIRST_AUDIO && codec < AV_CODEC_ID_ADPCM_IMA_QT;
+}
+
+bool FFmpegInput::seeksExactly() const
+{
+    const AVCodecID codec = m_audioStream->codecpar->codec_id;
+    const bool isAdpcm = codec >= AV_CODEC_ID_ADPCM_IMA_QT && codec < AV_CODEC_ID_AMR_NB;
+    if (isPcm())
+        return true;
+    if (isOgg())
+        return codec == AV_CODEC_ID_VORBIS || codec == AV_CODEC_ID_OPUS || codec == AV_CODEC_ID_FLAC;
+    return !isAdpcm && isDemuxerOneOf("mov,matroska,aac,ape,asf,caf,dsf,flac,mlp,mp3,tak,truehd,tta,wv");
+}
+
+bool FFmpegInput::keepsTime() const
+{
+    return isDemuxerOneOf("mov,matroska,asf,ogg");
 }
 
 int FFmpegInput::readPacket(AVPacket *packet)
@@ -248,16 +252,15 @@ bool FFmpegInput::seekTo(std::int64_t timestamp)
 {
     startStep();
     if (!isOgg()) // some others read all that lies before
-        m_stepEnd = INT64_MAX;
+        m_timeEnd = INT64_MAX;
     const int stream = m_audioStream->index;
-    return avformat_seek_file(m_format, stream, INT64_MIN, timestamp, timestamp, 0) >= 0
-        && threadTime() <= m_stepEnd && m_stepBytesLeft >= 0;
+    return avformat_seek_file(m_format, stream, INT64_MIN, timestamp, timestamp, 0) >= 0 && isAffordable();
 }
 
 void FFmpegInput::startStep()
 {
-    m_stepEnd = threadTime() + LongestStep;
-    m_stepBytesLeft = isOgg() ? MostBytesOfOgg : INT64_MAX;
+    m_timeEnd = threadTime() + LongestStep;
+    m_bytesLeft = isOgg() ? MostBytesOfOgg : INT64_MAX;
 }
 
 void FFmpegInput::forgetReadError()
@@ -266,12 +269,13 @@ void FFmpegInput::forgetReadError()
     m_io->error = 0;
 }
 
-bool FFmpegInput::isOpeningAffordable() const
+/// While the container is being opened, its indexes count as well.
+bool FFmpegInput::isAffordable() const
 {
     std::int64_t entries = 0;
-    for (unsigned index = 0; index < m_format->nb_streams; ++index)
+    for (unsigned index = 0; !m_isOpen && index < m_format->nb_streams; ++index)
         entries += avformat_index_get_entries_count(m_format->streams[index]);
-    return m_openingBytesLeft >= 0 && threadTime() < m_openingEnd && entries < MostIndexEntries;
+    return m_bytesLeft >= 0 && threadTime() < m_timeEnd && entries < MostIndexEntries;
 }
 
 bool FFmpegInput::isStopped() const
@@ -291,8 +295,8 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
     auto &input = *static_cast<FFmpegInput *>(self);
     if (input.m_isProbed && !input.m_isOpen)
         size = std::min(size, MostHeaderBytes);
-    if (input.m_isOpen && (threadTime() > input.m_stepEnd || input.m_stepBytesLeft < 0))
-        return AVERROR_EOF;
+    if (!input.isAffordable())
+        return input.m_isOpen ? AVERROR_EOF : AVERROR_EXIT;
     ssize_t count = -1;
     do {
         if (input.isStopped())
@@ -303,22 +307,19 @@ int FFmpegInput::read(void *self, std::uint8_t *buffer, int size)
         input.m_readErrorNumber = errno;
         return AVERROR(errno);
     }
-    if (!input.m_isOpen) {
-        input.m_openingBytesLeft -= count;
-        if (!input.isOpeningAffordable())
-            return AVERROR_EXIT;
-    }
+    input.m_bytesLeft -= count;
     if (input.m_masksTags)
-        count = ssize_t(Id3v2Mask::apply({buffer, size_t(count)}));
+        count = ssize_t(hideId3v2Tags({buffer, size_t(count)}));
     // FFmpeg looks for ID3v2 tags only in front of this format: of what is read again, none is left.
     if (input.m_mask && count > 0) {
         const auto look = [&input](std::int64_t position, std::span<std::uint8_t> bytes) {
-            return input.look(position, bytes);
+            const ssize_t found =
+                pread(input.m_file.get(), bytes.data(), bytes.size(), input.m_begin + position);
+            return size_t(std::max<ssize_t>(found, 0));
         };
         count = ssize_t(input.m_mask->apply({buffer, size_t(count)}, input.m_offset, look));
     }
     input.m_offset += count;
-    input.m_stepBytesLeft -= count;
     return count > 0 ? int(count) : AVERROR_EOF;
 }
 

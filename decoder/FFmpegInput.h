@@ -20,7 +20,7 @@ struct AVStream;
 /// 2. No protocol is allowed, and whatever a container refers to is refused.
 /// 3. Only demuxers of audio containers are allowed, by name.
 /// 4. Until the container is open, the bytes that are read, the streams, the time and the memory are bounded.
-/// 5. No ID3v2 tag is handed on (see Id3v2Mask): the container begins behind those in front of it, and the others
+/// 5. No ID3v2 tag is handed on (see hideId3v2Tags()): the container begins behind those in front of it, and the others
 ///    are masked for as long as FFmpeg looks for them.
 /// 6. What would cost FFmpeg too much in the headers of FLAC, Matroska and Ogg is hidden (see ContainerMask).
 /// 7. The stop flag ends every operation.
@@ -38,9 +38,6 @@ public:
     /// The same file from its beginning. Reads from the same descriptor, whatever has become of its name.
     [[nodiscard]] Result<std::unique_ptr<FFmpegInput>> openAgain() const;
 
-    /// FFmpeg's name of the container format.
-    [[nodiscard]] std::string_view demuxer() const;
-
     [[nodiscard]] AVFormatContext *format() { return m_format; }
     [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
 
@@ -49,6 +46,21 @@ public:
 
     /// Whether duration() was estimated, usually from the bit rate.
     [[nodiscard]] bool isDurationGuessed() const;
+
+    /// Whether the stream has no codec, so that bytes are in proportion to time.
+    [[nodiscard]] bool isPcm() const;
+
+    /// Whether a seek leads to the frame that its timestamps name: to the sample, or within the millisecond that the
+    /// container counts in.
+    ///
+    /// Only pairs of container and codec that have been tried are trusted. Of the others some find no place at all, some
+    /// have timestamps that are estimated from a byte rate, and some have codecs that need everything before a frame to
+    /// decode it.
+    [[nodiscard]] bool seeksExactly() const;
+
+    /// Whether the packets carry their time, so that a jump of it is a hole in the sound. In other containers time is the
+    /// sum of what the packets last, or a number that nothing depends on.
+    [[nodiscard]] bool keepsTime() const;
 
     [[nodiscard]] bool isOgg() const { return demuxer() == "ogg"; }
 
@@ -71,12 +83,12 @@ private:
     std::optional<Error> openContainer();
     void skipLeadingTags();
     bool allocateContexts();
-    /// Fills `bytes` with the container's from `position` on; answers how many there were.
-    std::size_t look(std::int64_t position, std::span<std::uint8_t> bytes) const;
     void dropReadAhead();
-    void startStep();
+    void startStep(); ///< a packet or a seek
     bool chooseAudioStream();
-    [[nodiscard]] bool isOpeningAffordable() const;
+    [[nodiscard]] bool isAffordable() const;
+    [[nodiscard]] std::string_view demuxer() const; ///< FFmpeg's name of the container format
+    [[nodiscard]] bool isDemuxerOneOf(const char *names) const;
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] bool isRoundedDown() const;
     [[nodiscard]] Error openingError() const;
@@ -90,10 +102,9 @@ private:
     std::int64_t m_offset = 0; ///< of the next read, from there
     bool m_masksTags = false;
     std::unique_ptr<ContainerMask> m_mask; ///< none if nothing has to be hidden
-    std::int64_t m_openingBytesLeft = 32 << 20; ///< more than any healthy file's headers and covers
-    std::int64_t m_openingEnd = 0; ///< of the thread's own time, in nanoseconds
-    std::int64_t m_stepEnd = INT64_MAX; ///< of the thread's own time for a packet or a seek
-    std::int64_t m_stepBytesLeft = 0; ///< that may be read for them
+    std::int64_t m_bytesLeft =
+        32 << 20; ///< more than any healthy file's headers and covers; then those for a step
+    std::int64_t m_timeEnd = 0; ///< of the thread's own time for opening, then for a step; in nanoseconds
     bool m_isProbed = false;
     bool m_isOpen = false;
     int m_readErrorNumber = 0;

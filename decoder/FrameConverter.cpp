@@ -55,8 +55,7 @@ bool makeReasonable(AVFrame &frame)
 
 FrameConverter::~FrameConverter()
 {
-    swr_free(&m_resampler);
-    av_channel_layout_uninit(&m_inputLayout);
+    reset();
 }
 
 AudioFormat FrameConverter::formatFor(const AVFrame &frame)
@@ -66,22 +65,26 @@ AudioFormat FrameConverter::formatFor(const AVFrame &frame)
 
 bool FrameConverter::convert(AVFrame &frame, std::vector<float> &samples)
 {
-    if (!accepts(frame)) {
-        drain(samples);
-        if (!configure(frame)) {
-            reset();
-            return false;
-        }
-    }
-    if (!makeReasonable(frame))
+    // A layout that only counts its channels cannot be mixed; the usual one for that count can.
+    if (frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
+        av_channel_layout_default(&frame.ch_layout, frame.ch_layout.nb_channels);
+    if (frame.sample_rate <= 0
+        || std::int64_t(frame.nb_samples) * m_output.rate / frame.sample_rate > MostFramesAtOnce
+        || !makeReasonable(frame))
         return false;
-    return run(const_cast<const unsigned char **>(frame.extended_data), frame.nb_samples, samples);
+    int result = run(&frame, samples);
+    if (result == AVERROR_INPUT_CHANGED) {
+        drain(samples);
+        reset();
+        result = run(&frame, samples);
+    }
+    return result >= 0;
 }
 
 void FrameConverter::drain(std::vector<float> &samples)
 {
     if (m_resampler)
-        run(nullptr, 0, samples);
+        run(nullptr, samples);
 }
 
 void FrameConverter::reset()
@@ -89,49 +92,27 @@ void FrameConverter::reset()
     swr_free(&m_resampler);
 }
 
-bool FrameConverter::accepts(const AVFrame &frame) const
+/// Appends what `input` becomes, or what is left if it is null. Negative if that fails: an AVERROR code.
+int FrameConverter::run(const AVFrame *input, std::vector<float> &samples)
 {
-    return m_resampler && frame.sample_rate == m_inputRate && frame.format == m_inputFormat
-        && av_channel_layout_compare(&frame.ch_layout, &m_inputLayout) == 0;
-}
-
-bool FrameConverter::configure(const AVFrame &frame)
-{
-    reset();
-    m_inputRate = frame.sample_rate;
-    m_inputFormat = AVSampleFormat(frame.format);
-    if (m_inputRate <= 0 || av_channel_layout_copy(&m_inputLayout, &frame.ch_layout) < 0)
-        return false;
-
-    AVChannelLayout output = {};
-    av_channel_layout_default(&output, m_output.channels);
-    AVChannelLayout input = {};
-    // A layout that only counts its channels cannot be mixed; the usual one for that count can.
-    if (frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
-        av_channel_layout_default(&input, frame.ch_layout.nb_channels);
-    else
-        av_channel_layout_copy(&input, &frame.ch_layout);
-    int result = swr_alloc_set_opts2(&m_resampler, &output, AV_SAMPLE_FMT_FLT, m_output.rate, &input,
-        m_inputFormat, m_inputRate, 0, nullptr);
-    av_channel_layout_uninit(&input);
-    if (result < 0)
-        return false;
-    // Mixing several channels into one must not exceed full scale.
-    av_opt_set_double(m_resampler, "rematrix_maxval", 1.0, 0);
-    return swr_init(m_resampler) >= 0;
-}
-
-bool FrameConverter::run(const unsigned char **input, int inputFrames, std::vector<float> &samples)
-{
-    const int room = swr_get_out_samples(m_resampler, inputFrames);
-    if (room < 0 || room > MostFramesAtOnce)
-        return false;
-    const auto channels = size_t(m_output.channels);
-    const size_t before = samples.size();
-    samples.resize(before + size_t(room) * channels);
-    auto *output = reinterpret_cast<unsigned char *>(samples.data() + before);
-    const int frames = swr_convert(m_resampler, &output, room, input, inputFrames);
-    samples.resize(before + size_t(std::max(frames, 0)) * channels);
-    makeReasonable(std::span(samples).subspan(before)); // resampling overshoots
-    return frames >= 0;
+    if (!m_resampler) {
+        m_resampler = swr_alloc();
+        // Mixing several channels into one must not exceed full scale.
+        av_opt_set_double(m_resampler, "rematrix_maxval", 1.0, 0);
+    }
+    AVFrame *output = av_frame_alloc();
+    if (!m_resampler || !output)
+        return AVERROR(ENOMEM);
+    output->format = AV_SAMPLE_FMT_FLT;
+    output->sample_rate = m_output.rate;
+    av_channel_layout_default(&output->ch_layout, m_output.channels);
+    const int result = swr_convert_frame(m_resampler, output, input);
+    if (result >= 0) {
+        const std::span sound(reinterpret_cast<float *>(output->data[0]),
+            std::size_t(output->nb_samples) * std::size_t(m_output.channels));
+        makeReasonable(sound); // resampling overshoots
+        samples.insert(samples.end(), sound.begin(), sound.end());
+    }
+    av_frame_free(&output);
+    return result;
 }

@@ -1,13 +1,8 @@
 #pragma once
 
-#include "decoder/AudioFormat.h"
+#include "decoder/Decoder.h"
 
 #include <vector>
-
-extern "C" {
-#include <libavutil/channel_layout.h>
-#include <libavutil/samplefmt.h>
-}
 
 struct AVFrame;
 struct SwrContext;
@@ -27,8 +22,7 @@ public:
 
     void setOutput(AudioFormat format) { m_output = format; }
 
-    /// Appends the sound of `frame`, whose samples it may change, to `samples`; false if it cannot be
-    /// converted.
+    /// Appends the sound of `frame`, which it may change, to `samples`; false if it cannot be converted.
     bool convert(AVFrame &frame, std::vector<float> &samples);
 
     /// Appends what the resampler still holds, at the end of the track.
@@ -38,13 +32,8 @@ public:
     void reset();
 
 private:
-    [[nodiscard]] bool accepts(const AVFrame &frame) const;
-    bool configure(const AVFrame &frame);
-    bool run(const unsigned char **input, int inputFrames, std::vector<float> &samples);
+    int run(const AVFrame *input, std::vector<float> &samples);
 
     AudioFormat m_output;
     SwrContext *m_resampler = nullptr;
-    int m_inputRate = 0;
-    AVSampleFormat m_inputFormat = AV_SAMPLE_FMT_NONE;
-    AVChannelLayout m_inputLayout = {};
 };

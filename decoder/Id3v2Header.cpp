@@ -22,3 +22,22 @@ qint64 id3v2TagSize(QByteArrayView header)
     const bool hasFooter = header[3] == 4 && (header[5] & footer);
     return Id3v2HeaderSize + qint64(syncsafeNumber(size)) + (hasFooter ? Id3v2HeaderSize : 0);
 }
+
+std::size_t hideId3v2Tags(std::span<std::uint8_t> bytes)
+{
+    constexpr std::size_t version = 3; // position in the header
+    if (bytes.size() < Id3v2HeaderSize)
+        return bytes.size();
+    const std::size_t places = bytes.size() - Id3v2HeaderSize + 1;
+    std::size_t ready = places;
+    for (std::size_t i = 0; i < places; ++i) {
+        if (bytes[i + version] < 2 || bytes[i + version] > 4)
+            continue;
+        const auto header = bytes.subspan(i, Id3v2HeaderSize);
+        if (id3v2TagSize(QByteArrayView(header.data(), Id3v2HeaderSize)) == 0)
+            continue;
+        header[version] = 0;
+        ready = std::max(ready, i + version + 1);
+    }
+    return ready;
+}

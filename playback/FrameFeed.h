@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decoder/AudioFormat.h"
+#include "decoder/Decoder.h"
 
 #include <array>
 #include <atomic>

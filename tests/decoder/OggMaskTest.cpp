@@ -46,7 +46,7 @@ public:
         QByteArray result;
         while (from < m_bytes.size()) {
             QByteArray part = m_bytes.sliced(from, std::min(room, m_bytes.size() - from));
-            const auto ready = qsizetype(m_mask.apply(unsignedBytes(part), from, m_look));
+            const auto ready = qsizetype(m_mask->apply(unsignedBytes(part), from, m_look));
             result += part.first(ready);
             from += ready;
         }
@@ -60,8 +60,8 @@ private:
     }
 
     const QByteArray m_bytes;
-    OggMask m_mask;
-    const OggMask::Look m_look = [this](std::int64_t position, std::span<std::uint8_t> bytes) {
+    const std::unique_ptr<ContainerMask> m_mask = ContainerMask::forDemuxer("ogg");
+    const ContainerMask::Look m_look = [this](std::int64_t position, std::span<std::uint8_t> bytes) {
         const auto count = std::min(bytes.size(), std::size_t(m_bytes.size() - position));
         std::copy_n(m_bytes.begin() + position, count, bytes.begin());
         return count;

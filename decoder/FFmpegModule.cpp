@@ -1,12 +1,12 @@
-#include "decoder/FFmpegProbe.h"
-
+#include "decoder/DecoderModule.h"
 #include "decoder/FFmpegDecoder.h"
-#include "decoder/Positioning.h"
 
 #include <chrono>
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/log.h>
+#include <libavutil/mem.h>
 }
 
 namespace {
@@ -64,7 +64,7 @@ std::optional<double> lengthOfSound(const FFmpegInput &input, Clock::time_point 
 std::optional<double> duration(FFmpegInput &input)
 {
     const auto stated = input.duration();
-    if (stated && (!input.isDurationGuessed() || isPcm(input.audioStream()->codecpar->codec_id)))
+    if (stated && (!input.isDurationGuessed() || input.isPcm()))
         return stated;
     const auto deadline = Clock::now() + LongestCount;
     if (const auto packets = lengthOfPackets(input, deadline))
@@ -93,19 +93,43 @@ std::optional<QByteArray> firstPicture(const AVFormatContext &format)
     return std::nullopt;
 }
 
+class FFmpegModule final : public DecoderModule {
+public:
+    FFmpegModule()
+    {
+        av_log_set_level(AV_LOG_QUIET);
+        // A damaged length field must not cost the machine its memory.
+        av_max_alloc(std::size_t(64) << 20);
+    }
+
+    Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop) const override
+    {
+        auto input = FFmpegInput::open(std::move(file), std::move(stop));
+        if (input.isError())
+            return input.error();
+        return FFmpegDecoder::open(input.take());
+    }
+
+    ProbedMedia probe(FileDescriptor file) const override
+    {
+        auto opened = FFmpegInput::open(std::move(file), nullptr);
+        if (opened.isError())
+            return {};
+        FFmpegInput &input = *opened.value();
+        return {
+            .duration = duration(input),
+            .title = textValue(input, "title"),
+            .artist = textValue(input, "artist"),
+            .album = textValue(input, "album"),
+            .picture = firstPicture(*input.format()),
+        };
+    }
+};
+
 } // namespace
 
-ProbedMedia probeMedia(FileDescriptor file)
+extern "C" __attribute__((visibility("default"))) const DecoderModule *lumaverdineDecoderModule()
 {
-    auto opened = FFmpegInput::open(std::move(file), nullptr);
-    if (opened.isError())
-        return {};
-    FFmpegInput &input = *opened.value();
-    return {
-        .duration = duration(input),
-        .title = textValue(input, "title"),
-        .artist = textValue(input, "artist"),
-        .album = textValue(input, "album"),
-        .picture = firstPicture(*input.format()),
-    };
+    static const FFmpegModule module;
+    return &module;
 }

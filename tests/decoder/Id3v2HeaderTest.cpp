@@ -1,4 +1,4 @@
-#include "decoder/Id3v2Mask.h"
+#include "decoder/Id3v2Header.h"
 #include "tests/TestProgram.h"
 
 #include <QByteArray>
@@ -10,7 +10,7 @@ const QByteArray header("ID3\x04\0\0\0\0\x02\x01", 10); // 257 bytes follow
 QByteArray masked(QByteArray bytes)
 {
     const auto ready =
-        Id3v2Mask::apply({reinterpret_cast<std::uint8_t *>(bytes.data()), std::size_t(bytes.size())});
+        hideId3v2Tags({reinterpret_cast<std::uint8_t *>(bytes.data()), std::size_t(bytes.size())});
     return bytes.first(qsizetype(ready));
 }
 
@@ -20,27 +20,21 @@ QByteArray withVersion(QByteArray tag, char version)
     return tag;
 }
 
-std::int64_t tagSize(const QByteArray &bytes)
-{
-    return Id3v2Mask::tagSize(
-        {reinterpret_cast<const std::uint8_t *>(bytes.constData()), std::size_t(bytes.size())});
-}
-
 } // namespace
 
-class Id3v2MaskTest : public QObject {
+class Id3v2HeaderTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void sizeCountsHeaderAndFooter()
     {
-        QCOMPARE(tagSize(header), 10 + 257);
-        QCOMPARE(tagSize("ea3" + header.sliced(3)), 10 + 257);
+        QCOMPARE(id3v2TagSize(header), 10 + 257);
+        QCOMPARE(id3v2TagSize("ea3" + header.sliced(3)), 10 + 257);
         QByteArray withFooter = header;
         withFooter[5] = 0x10;
-        QCOMPARE(tagSize(withFooter), 10 + 257 + 10);
-        QCOMPARE(tagSize(header.first(9)), 0);
-        QCOMPARE(tagSize("TAG" + header.sliced(3)), 0);
+        QCOMPARE(id3v2TagSize(withFooter), 10 + 257 + 10);
+        QCOMPARE(id3v2TagSize(header.first(9)), 0);
+        QCOMPARE(id3v2TagSize("TAG" + header.sliced(3)), 0);
     }
 
     void everyTagGetsAVersionThatNobodyReads()
@@ -92,5 +86,5 @@ private Q_SLOTS:
     }
 };
 
-LUMAVERDINE_TEST(Id3v2MaskTest)
-#include "Id3v2MaskTest.moc"
+LUMAVERDINE_TEST(Id3v2HeaderTest)
+#include "Id3v2HeaderTest.moc"
