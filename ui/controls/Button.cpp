@@ -19,7 +19,7 @@ namespace {
 constexpr int TextSize = 13;
 constexpr int SymbolGap = 6;
 constexpr QSize Padding(12, 6);
-constexpr double CornerRadius = 6;
+constexpr double ButtonCornerRadius = 6;
 
 /// A trace of black or white: on it a text of this colour reads better still.
 QColor opposite(const QColor &textColor)
@@ -131,7 +131,7 @@ void Button::paintEvent(QPaintEvent *)
     const double opacity = !isEnabled() ? DisabledOpacity : isDown() ? PressedOpacity : 1;
     drawAsWhole(*this, opacity, [this](QPainter &painter) {
         QRectF face = onWholePixels(painter, rect());
-        double radius = text().isEmpty() ? std::min(width(), height()) / 2.0 : CornerRadius;
+        double radius = text().isEmpty() ? std::min(width(), height()) / 2.0 : ButtonCornerRadius;
         if (hasFocus()) {
             drawFocusRing(painter, face, palette(), radius);
             face.adjust(FocusRingRoom, FocusRingRoom, -FocusRingRoom, -FocusRingRoom);
