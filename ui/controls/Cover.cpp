@@ -46,14 +46,6 @@ QEasingCurve easeInOut()
     return curve;
 }
 
-QImage faded(QImage image, double opacity)
-{
-    QPainter painter(&image);
-    painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
-    painter.fillRect(image.rect(), QColor::fromRgbF(0, 0, 0, float(opacity)));
-    return image;
-}
-
 /// Every row blurred by a bell curve, in a picture turned about its diagonal.
 QImage blurredRows(const QImage &image)
 {
@@ -235,8 +227,7 @@ void Cover::paintEvent(QPaintEvent *)
     drawHairline(painter, face, CornerRadius, primaryColor(palette(), 0.1));
 }
 
-/// What lies on the ground at this moment of the fade. Parts of both faces add up, so that two pictures never
-/// let the ground shine through.
+/// What lies on the ground at this moment of the fade.
 QImage Cover::seen() const
 {
     QImage face(pixels(), QImage::Format_ARGB32_Premultiplied);
@@ -252,11 +243,12 @@ QImage Cover::seen() const
     if (!isFading())
         return face;
 
-    const double progress = m_fade.currentValue().toDouble();
-    QImage mixed = faded(m_former, 1 - progress);
+    QImage mixed = m_former;
     QPainter mixer(&mixed);
-    mixer.setCompositionMode(QPainter::CompositionMode_Plus);
-    mixer.drawImage(0, 0, faded(face, progress));
+    mixer.setCompositionMode(
+        QPainter::CompositionMode_Source); // two pictures never let the ground shine through
+    mixer.setOpacity(m_fade.currentValue().toDouble());
+    mixer.drawImage(0, 0, face);
     return mixed;
 }
 
