@@ -29,7 +29,7 @@ void SelectableLabel::setText(const QString &text)
     const bool isAllSelected = m_anchor != m_end && selectedText() == this->text();
     Label::setText(text);
     setFocusPolicy(text.isEmpty() ? Qt::NoFocus : Qt::TabFocus);
-    m_drag = Drag::None;
+    m_drag.reset();
     select(0, isAllSelected ? shownText().size() : 0);
 }
 
@@ -62,8 +62,12 @@ void SelectableLabel::select(qsizetype anchor, qsizetype end)
     update();
 }
 
-SelectableLabel::Range SelectableLabel::wordAt(QPointF point) const
+SelectableLabel::Range SelectableLabel::unitAt(QPointF point) const
 {
+    if (m_drag == Unit::Text)
+        return {0, shownText().size()};
+    if (m_drag == Unit::Character)
+        return {positionAt(point), positionAt(point)};
     const qsizetype position = positionAt(point, QTextLine::CursorOnCharacter);
     QTextBoundaryFinder word(QTextBoundaryFinder::Word, shownText());
     word.setPosition(position);
@@ -109,12 +113,9 @@ void SelectableLabel::mousePressEvent(QMouseEvent *event)
         return;
     }
     setFocus(Qt::MouseFocusReason);
-    m_drag = isThirdClick(*event) ? Drag::All : Drag::Characters;
-    const qsizetype position = positionAt(event->position());
-    if (m_drag == Drag::All)
-        selectAll();
-    else
-        select(isExtending ? m_anchor : position, position);
+    m_drag = isThirdClick(*event) ? Unit::Text : Unit::Character;
+    m_origin = isExtending ? Range{m_anchor, m_anchor} : unitAt(event->position());
+    dragTo(event->position());
 }
 
 bool SelectableLabel::isThirdClick(const QMouseEvent &event) const
@@ -127,7 +128,7 @@ bool SelectableLabel::isThirdClick(const QMouseEvent &event) const
 
 void SelectableLabel::mouseMoveEvent(QMouseEvent *event)
 {
-    if (m_drag == Drag::None) {
+    if (!m_drag) {
         setCursor(isOverText(event->position()) ? Qt::IBeamCursor : Qt::ArrowCursor);
         event->ignore();
     } else {
@@ -137,21 +138,17 @@ void SelectableLabel::mouseMoveEvent(QMouseEvent *event)
 
 void SelectableLabel::dragTo(QPointF point)
 {
-    if (m_drag == Drag::Characters) {
-        select(m_anchor, positionAt(point));
-    } else if (m_drag == Drag::Words) {
-        const Range word = wordAt(point);
-        if (word.start < m_word.start)
-            select(m_word.end, word.start);
-        else
-            select(m_word.start, word.end);
-    }
+    const Range unit = unitAt(point);
+    if (unit.start < m_origin.start)
+        select(m_origin.end, unit.start);
+    else
+        select(m_origin.start, unit.end);
 }
 
 void SelectableLabel::mouseReleaseEvent(QMouseEvent *event)
 {
-    event->setAccepted(m_drag != Drag::None);
-    m_drag = Drag::None;
+    event->setAccepted(m_drag.has_value());
+    m_drag.reset();
 }
 
 void SelectableLabel::mouseDoubleClickEvent(QMouseEvent *event)
@@ -160,9 +157,9 @@ void SelectableLabel::mouseDoubleClickEvent(QMouseEvent *event)
         event->ignore();
         return;
     }
-    m_drag = Drag::Words;
-    m_word = wordAt(event->position());
-    select(m_word.start, m_word.end);
+    m_drag = Unit::Word;
+    m_origin = unitAt(event->position());
+    dragTo(event->position());
     m_doubleClick = event->position();
     m_doubleClickTime = event->timestamp();
 }

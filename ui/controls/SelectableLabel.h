@@ -33,8 +33,8 @@ protected:
     void focusOutEvent(QFocusEvent *event) override;
 
 private:
-    /// What a drag selects.
-    enum class Drag { None, Characters, Words, All };
+    /// What a click selects at least, and a drag takes or leaves as a whole.
+    enum class Unit { Character, Word, Text };
 
     /// From the first of its characters to behind its last.
     struct Range {
@@ -47,15 +47,15 @@ private:
     [[nodiscard]] bool isThirdClick(const QMouseEvent &event) const;
     [[nodiscard]] qsizetype positionAt(
         QPointF point, QTextLine::CursorPosition kind = QTextLine::CursorBetweenCharacters) const;
-    [[nodiscard]] Range wordAt(QPointF point) const;
+    [[nodiscard]] Range unitAt(QPointF point) const;
     void select(qsizetype anchor, qsizetype end);
     void dragTo(QPointF point);
     [[nodiscard]] Range selection() const;
 
     qsizetype m_anchor = 0; ///< both in the shown text
     qsizetype m_end = 0;
-    Drag m_drag = Drag::None;
-    Range m_word; ///< in which a drag by words began
+    std::optional<Unit> m_drag; ///< none while the mouse drags nothing
+    Range m_origin; ///< where the drag began
     std::optional<QPointF> m_doubleClick; ///< the place of the last one
     quint64 m_doubleClickTime = 0; ///< milliseconds, of the window system
 };
