@@ -54,22 +54,25 @@ Invitation::Invitation(QWidget *symbol, QWidget *heading, QWidget *text, QWidget
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
+/// Of pieces that are as large as `sizeOf` says, with this height between and around them.
+QSize Invitation::stackedSize(QSize (QWidget::*sizeOf)() const, int gaps) const
+{
+    QSize size(0, gaps);
+    for (const QWidget *piece : m_pieces) {
+        const QSize part = (piece->*sizeOf)();
+        size = {std::max(size.width(), part.width()), size.height() + part.height()};
+    }
+    return size + QSize(2 * Padding, 0);
+}
+
 QSize Invitation::sizeHint() const
 {
-    QSize size(0, 2 * Padding + 3 * Gap);
-    for (const QWidget *piece : m_pieces)
-        size = {
-            std::max(size.width(), piece->sizeHint().width()), size.height() + piece->sizeHint().height()};
-    return size + QSize(2 * Padding, 0);
+    return stackedSize(&QWidget::sizeHint, 2 * Padding + 3 * Gap);
 }
 
 QSize Invitation::minimumSizeHint() const
 {
-    QSize size(0, 2 * LeastEnd + 2 * LeastGap);
-    for (const QWidget *piece : m_pieces)
-        size = {std::max(size.width(), piece->minimumSizeHint().width()),
-            size.height() + piece->minimumSizeHint().height()};
-    return size + QSize(2 * Padding, 0);
+    return stackedSize(&QWidget::minimumSizeHint, 2 * LeastEnd + 2 * LeastGap);
 }
 
 void Invitation::resizeEvent(QResizeEvent *)

@@ -30,5 +30,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    [[nodiscard]] QSize stackedSize(QSize (QWidget::*sizeOf)() const, int gaps) const;
+
     std::array<QWidget *, 4> m_pieces;
 };
