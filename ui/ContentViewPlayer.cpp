@@ -24,8 +24,9 @@ namespace {
 constexpr double ShortestRange = 0.01; // seconds: a range that is valid without a track
 constexpr double SeekStep = 5; // seconds
 constexpr double SeekPageStep = 30;
-constexpr double VolumeStep = 0.05;
-constexpr double VolumePageStep = 0.2;
+constexpr double FullVolume = 100; // percent
+constexpr double VolumeStep = 5;
+constexpr double VolumePageStep = 20;
 
 /// Tells the users of assistive technology what has happened. Nobody sees it.
 ///
@@ -251,9 +252,9 @@ QWidget *ContentView::volumeSlider()
     slider->setToolTip(tr("Volumen"));
     slider->setFixedWidth(145);
     slider->setSteps(VolumeStep, VolumePageStep);
-    slider->setSpokenUnit(0.01);
-    connect(slider, &Slider::edited, this, [this](double value) { m_player.volume = value; });
-    m_renderer.follow([=, this] { slider->setValue(m_player.volume()); });
+    slider->setMaximum(FullVolume);
+    connect(slider, &Slider::edited, this, [this](double value) { m_player.volume = value / FullVolume; });
+    m_renderer.follow([=, this] { slider->setValue(m_player.volume() * FullVolume); });
     return slider;
 }
 

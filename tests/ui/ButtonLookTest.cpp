@@ -362,7 +362,7 @@ private Q_SLOTS:
         Slider &volume = *f.find<Slider>(u"Volumen"_s);
         const QColor accent = accentMarkColor(f.view.palette());
         const auto hasRing = [&] {
-            const QPoint top(qRound(7 + volume.value() * (volume.width() - 14)), 4);
+            const QPoint top(qRound(7 + volume.value() / 100 * (volume.width() - 14)), 4);
             return distance(f.at(volume, top), accent) < 60;
         };
         volume.setFocus(Qt::MouseFocusReason);

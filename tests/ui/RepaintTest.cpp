@@ -128,7 +128,7 @@ private Q_SLOTS:
                 places.append({button, f.place(*button).center()});
         }
         auto &volume = *f.find<Slider>(u"Volumen"_s);
-        const int thumb = qRound(7 + volume.value() * (volume.width() - 14));
+        const int thumb = qRound(7 + volume.value() / 100 * (volume.width() - 14));
         places.append({&volume, f.place(volume).topLeft() + QPoint(thumb, 10)});
         for (const auto &[piece, over] : places) {
             for (const QPoint to : {over, QPoint(1, 1)}) {

@@ -263,22 +263,6 @@ private Q_SLOTS:
         QCOMPARE(value->minimumStepSize().toDouble(), 5);
     }
 
-    void assistiveTechnologyCountsInTheUnitOfTheSlider()
-    {
-        SliderFixture f;
-        f.slider.setMaximum(1);
-        f.slider.setSteps(0.05, 0.2);
-        f.slider.setSpokenUnit(0.01);
-        f.slider.setValue(0.75);
-        QAccessibleValueInterface *value = f.accessible()->valueInterface();
-        QCOMPARE(value->currentValue().toDouble(), 75);
-        QCOMPARE(value->maximumValue().toDouble(), 100);
-        QCOMPARE(value->minimumStepSize().toDouble(), 5);
-        value->setCurrentValue(50);
-        QCOMPARE(f.slider.value(), 0.5);
-        QCOMPARE(f.accessible()->text(QAccessible::Description), QString());
-    }
-
     void disabledOneIsNotMoved()
     {
         SliderFixture f;

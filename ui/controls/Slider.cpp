@@ -83,12 +83,12 @@ public:
         bool isNumber = false;
         const double number = value.toDouble(&isNumber);
         if (isNumber && std::isfinite(number))
-            m_slider.edit(number * m_slider.spokenUnit());
+            m_slider.edit(number);
     }
 
     [[nodiscard]] QVariant currentValue() const override
     {
-        return m_slider.value() / m_slider.spokenUnit();
+        return m_slider.value();
     }
     [[nodiscard]] QVariant minimumValue() const override
     {
@@ -96,11 +96,11 @@ public:
     }
     [[nodiscard]] QVariant maximumValue() const override
     {
-        return m_slider.maximum() / m_slider.spokenUnit();
+        return m_slider.maximum();
     }
     [[nodiscard]] QVariant minimumStepSize() const override
     {
-        return m_slider.step() / m_slider.spokenUnit();
+        return m_slider.step();
     }
 
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)

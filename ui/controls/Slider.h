@@ -29,11 +29,7 @@ public:
     /// How far the arrow keys and the wheel move, and how far the Page keys.
     void setSteps(double step, double pageStep);
 
-    /// What assistive technology counts in: with 0.01 it reads 75 for 0.75. 1 by default.
-    void setSpokenUnit(double unit) { m_spokenUnit = unit; }
-    [[nodiscard]] double spokenUnit() const { return m_spokenUnit; }
-
-    /// The words that it reads besides that number; none by default.
+    /// The words that assistive technology reads instead of the value; none by default.
     void setSpokenWords(std::function<QString(double)> words) { m_spokenWords = std::move(words); }
     [[nodiscard]] QString spokenWords() const { return m_spokenWords ? m_spokenWords(m_value) : QString(); }
 
@@ -80,7 +76,6 @@ private:
     double m_maximum = 1;
     double m_step = 0.05;
     double m_pageStep = 0.1;
-    double m_spokenUnit = 1;
     std::function<QString(double)> m_spokenWords;
     QString m_announced; ///< what assistive technology was told last
     bool m_isHeld = false;
