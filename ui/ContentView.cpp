@@ -20,7 +20,6 @@ ContentView::ContentView(PlayerManager &player, QWidget *parent)
     setAccessibleName(u"Lumaverdine"_s);
     attachTrackAnnouncer();
     attachFileImporter();
-    attachImportAlert();
 }
 
 ContentView::~ContentView()
@@ -76,34 +75,21 @@ void ContentView::attachFileImporter()
 
 void ContentView::handleImportResult(const Result<QList<QUrl>> &result)
 {
-    if (result.isError()) {
-        m_importerError = result.error().description;
-        m_renderer.markOutOfDate();
-    } else {
+    if (result.isError())
+        showImportAlert(result.error().description);
+    else
         m_player.addFiles(result.value());
+}
+
+void ContentView::showImportAlert(const QString &error)
+{
+    if (!m_importAlert) {
+        m_importAlert = new ImportAlert(this);
+        m_importAlert->setAttribute(Qt::WA_DeleteOnClose);
+        // What the window's keys do, they do under the alert, too.
+        m_importAlert->addActions(window()->actions());
+        connect(m_importAlert, &QDialog::finished, this, [this] { m_importAlert.clear(); });
     }
-}
-
-void ContentView::attachImportAlert()
-{
-    m_renderer.follow([this] {
-        if (!m_importerError)
-            return;
-        if (!m_importAlert)
-            makeImportAlert();
-        m_importAlert->setError(m_importerError);
-        m_importAlert->show();
-    });
-}
-
-void ContentView::makeImportAlert()
-{
-    m_importAlert = new ImportAlert(this);
-    m_importAlert->setAttribute(Qt::WA_DeleteOnClose);
-    // What the window's keys do, they do under the alert, too.
-    m_importAlert->addActions(window()->actions());
-    connect(m_importAlert, &QDialog::finished, this, [this] {
-        m_importAlert.clear();
-        m_importerError.reset();
-    });
+    m_importAlert->setError(error);
+    m_importAlert->show();
 }

@@ -71,12 +71,10 @@ private:
 
     // Importing files
     void attachFileImporter();
-    void attachImportAlert();
-    void makeImportAlert();
     void handleImportResult(const Result<QList<QUrl>> &result);
+    void showImportAlert(const QString &error);
 
     PlayerManager &m_player;
-    std::optional<QString> m_importerError;
     bool m_isDraggingSlider = false;
     double m_temporaryProgress = 0; ///< seconds
 
