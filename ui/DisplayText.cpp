@@ -35,11 +35,6 @@ QString cutBeforeShaping(const QString &text)
 
 } // namespace
 
-Qt::LayoutDirection writingDirection(const QString &text)
-{
-    return text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
-}
-
 QString displayText(const QString &text)
 {
     QString shown = cutBeforeShaping(text);

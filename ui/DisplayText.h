@@ -7,9 +7,6 @@
 /// is cut before anybody measures it.
 [[nodiscard]] QString displayText(const QString &text);
 
-/// The direction in which a text is written as a whole: that of its first letter that has one.
-[[nodiscard]] Qt::LayoutDirection writingDirection(const QString &text);
-
 /// A time in seconds as a person says it: "1 minuto 20 segundos". Fractions are dropped; "0 segundos" for a
 /// negative or not finite time.
 [[nodiscard]] QString spokenTime(double seconds);

@@ -6,7 +6,7 @@
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/ControlState.h"
 #include "ui/drawing/Fonts.h"
-#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Shapes.h"
 #include "ui/drawing/Symbol.h"
 
 #include <QFontMetrics>
@@ -49,7 +49,7 @@ void drawLine(
     const QString line = QFontMetricsF(font).elidedText(displayText(text), Qt::ElideRight, area.width());
     painter.setFont(font);
     painter.setPen(color);
-    painter.setLayoutDirection(writingDirection(text));
+    painter.setLayoutDirection(Qt::LayoutDirectionAuto);
     painter.drawText(area.left(), area.top() + QFontMetrics(font).ascent(), line);
 }
 

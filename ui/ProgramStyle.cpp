@@ -3,8 +3,7 @@
 #include "desktop/XServer.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/ControlState.h"
-#include "ui/drawing/DevicePixels.h"
-#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Shapes.h"
 
 #include <QApplication>
 #include <QMenu>

@@ -3,7 +3,8 @@
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
 #include "ui/ProgramStyle.h"
-#include "ui/controls/MenuButton.h"
+#include "ui/controls/Button.h"
+#include "ui/controls/Menu.h"
 #include "ui/controls/SelectableLabel.h"
 
 #include <QContextMenuEvent>

@@ -1,6 +1,6 @@
 #include "tests/ui/Pieces.h"
 
-#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Shapes.h"
 #include "ui/drawing/Symbol.h"
 
 #include <QFontMetricsF>

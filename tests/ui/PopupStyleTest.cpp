@@ -4,7 +4,7 @@
 
 #include "ui/controls/Menu.h"
 #include "ui/drawing/Colors.h"
-#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Shapes.h"
 
 #include <QApplication>
 #include <QCheckBox>

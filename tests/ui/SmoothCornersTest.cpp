@@ -1,5 +1,5 @@
-#include "ui/drawing/SmoothCorners.h"
 #include "tests/TestProgram.h"
+#include "ui/drawing/Shapes.h"
 
 #include <QImage>
 #include <QPainter>

@@ -2,9 +2,8 @@
 
 #include "desktop/AccessibleFactory.h"
 #include "ui/drawing/Colors.h"
-#include "ui/drawing/DevicePixels.h"
 #include "ui/drawing/Fonts.h"
-#include "ui/drawing/SmoothCorners.h"
+#include "ui/drawing/Shapes.h"
 #include "ui/drawing/Symbol.h"
 
 #include <QEvent>

@@ -74,7 +74,7 @@ int Label::heightForWidth(int width) const
 void Label::layOut(QTextLayout &layout, const QString &text, int width, int maximumLines) const
 {
     QTextOption option(m_alignment | Qt::AlignAbsolute);
-    option.setTextDirection(writingDirection(m_shown));
+    option.setTextDirection(Qt::LayoutDirectionAuto);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     layout.setTextOption(option);
     layout.setFont(font());

@@ -1,7 +1,7 @@
 #include "ui/drawing/ControlState.h"
 
 #include "ui/drawing/Colors.h"
-#include "ui/drawing/DevicePixels.h"
+#include "ui/drawing/Shapes.h"
 
 #include <QPainter>
 #include <QWidget>

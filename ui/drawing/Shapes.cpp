@@ -1,6 +1,4 @@
-#include "ui/drawing/SmoothCorners.h"
-
-#include "ui/drawing/DevicePixels.h"
+#include "ui/drawing/Shapes.h"
 
 #include <QImage>
 #include <QPainter>
@@ -29,6 +27,30 @@ void addCorner(QPainterPath &path, QPointF center, double reach, int turn)
 }
 
 } // namespace
+
+double devicePixels(const QPainter &painter)
+{
+    return painter.deviceTransform().m11();
+}
+
+void enterDevicePixels(QPainter &painter)
+{
+    painter.setWorldTransform(painter.deviceTransform().inverted(), true);
+}
+
+double hairline(const QPainter &painter)
+{
+    return std::floor(devicePixels(painter)) / devicePixels(painter);
+}
+
+QRectF onWholePixels(const QPainter &painter, const QRectF &area)
+{
+    const QTransform toPixels = painter.deviceTransform();
+    const QRectF exact = toPixels.mapRect(area);
+    const QPointF start(std::ceil(exact.left()), std::ceil(exact.top()));
+    const QPointF end(std::floor(exact.right()), std::floor(exact.bottom()));
+    return toPixels.inverted().mapRect(QRectF(start, end));
+}
 
 QPainterPath smoothCorners(const QRectF &rect, double radius)
 {

@@ -6,6 +6,19 @@ class QColor;
 class QImage;
 class QPainter;
 
+/// Of the painter, along one side of a unit.
+[[nodiscard]] double devicePixels(const QPainter &painter);
+
+/// Makes one unit of the painter one device pixel, with the same origin as the device.
+void enterDevicePixels(QPainter &painter);
+
+/// The length of a line of one unit that is nowhere wider or fainter than elsewhere: whole pixels, at least one.
+[[nodiscard]] double hairline(const QPainter &painter);
+
+/// The largest part of an area of the painter that begins and ends with whole pixels: a part of one would be cut
+/// off at a widget's edge.
+[[nodiscard]] QRectF onWholePixels(const QPainter &painter, const QRectF &area);
+
 /// A rectangle whose corners are continuous in curvature: it grows from nothing along the sides to its most on
 /// the diagonal, where the outline meets that of a rectangle rounded by arcs of `radius`. A radius for which
 /// there is no room is reduced.

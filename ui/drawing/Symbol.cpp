@@ -1,6 +1,6 @@
 #include "ui/drawing/Symbol.h"
 
-#include "ui/drawing/DevicePixels.h"
+#include "ui/drawing/Shapes.h"
 
 #include <QPainter>
 #include <QPainterPath>
