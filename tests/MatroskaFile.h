@@ -28,6 +28,13 @@ inline QByteArray block(const QByteArray &packet, int time = 0)
     return element("a3", '\x81' + bigEndian<qint16>(qint16(time)) + '\x80' + packet);
 }
 
+/// The same with its own length, in milliseconds.
+inline QByteArray blockOfLength(const QByteArray &packet, int time, int length)
+{
+    const QByteArray content = '\x81' + bigEndian<qint16>(qint16(time)) + '\0' + packet;
+    return element("a0", element("a1", content) + element("9b", bigEndian(quint32(length))));
+}
+
 /// The file, with more elements before its cluster.
 inline QByteArray encoded(const QByteArray &tracks, const QByteArray &more = {},
     const QByteArray &blocks = block(QByteArray(3200, '\x21')))

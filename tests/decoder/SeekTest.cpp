@@ -4,6 +4,7 @@
 #include "tests/NumberBytes.h"
 #include "tests/OggPage.h"
 #include "tests/TestProgram.h"
+#include "tests/files/FaultyMedium.h"
 
 #include <QDir>
 #include <QFile>
@@ -294,6 +295,18 @@ private Q_SLOTS:
         QVERIFY2(missing > end / 5, qPrintable(QString::number(missing)));
     }
 
+    void holeInTheTimesLeavesItsPlace()
+    {
+        using namespace MatroskaFile;
+        const QByteArray second = littleEndian<qint16>(7).repeated(8000);
+        const MemoryFile file(encoded(track(1), {}, block(second) + block(second, 3000)));
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        QList<qint64> begins;
+        for (auto block = decoder->read().take(); !block.samples.empty(); block = decoder->read().take())
+            begins.append(block.position);
+        QCOMPARE(begins, QList<qint64>({0, 24'000}));
+    }
+
     void leapThatLosesNothingMovesNothing_data()
     {
         QTest::addColumn<QByteArray>("bytes");
@@ -356,6 +369,33 @@ private Q_SLOTS:
         const auto block = decoder->read().take();
         QCOMPARE(block.position, target);
         QCOMPARE(block.samples.front(), 20 / 32768.0F);
+    }
+
+    void mediumThatRecoversIsSoughtInAgain()
+    {
+        const MemoryFile file(repeatedOgg(contentOf(u"vorbis.ogg"_s), 30, 88'200));
+        FaultyMedium medium(file.url().toLocalFile().toUtf8());
+        const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
+        const qint64 target = 50 * 44'100;
+        medium.set(FaultyMedium::Fault::Error);
+        QVERIFY(!decoder->seek(target, {}));
+        medium.set(FaultyMedium::Fault::None);
+        int asked = 0; // once a packet
+        QVERIFY(decoder->seek(target, [&asked] { return ++asked < 0; }));
+        QCOMPARE(decoder->read().take().position, target);
+        QVERIFY2(asked < 500, qPrintable(QString::number(asked)));
+    }
+
+    /// As some writers have it, only the last block tells its length.
+    void lengthIsThatOfTheSoundIfAPacketDoesNotTellItsOwn()
+    {
+        using namespace MatroskaFile;
+        const QByteArray wavPack = contentOf(u"wavpack.wv"_s); // one block, which lasts a second
+        const QByteArray version = wavPack.sliced(8, 2);
+        const QByteArray packet = wavPack.sliced(20, wavPack.indexOf("APETAGEX") - 20);
+        const QByteArray blocks = block(packet) + blockOfLength(packet, 1000, 1000);
+        const MemoryFile file(encoded(track(1, element("63a2", version), "A_WAVPACK4"), {}, blocks));
+        QCOMPARE(DecoderModule::load().value()->probe(file.open()).duration, std::optional(2.0));
     }
 
     void lengthInWholePacketsIsAGuess()
