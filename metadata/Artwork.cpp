@@ -7,21 +7,12 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-struct Seeds {
-    std::size_t first = QRandomGenerator::system()->generate64();
-    std::size_t second = QRandomGenerator::system()->generate64();
-};
-
-} // namespace
-
 Fingerprint::Fingerprint(QByteArrayView bytes)
 {
-    static const Seeds seeds;
-    const auto size = std::size_t(bytes.size());
-    m_first = qHashBits(bytes.data(), size, seeds.first);
-    m_second = qHashBits(bytes.data(), size, seeds.second);
+    static const std::size_t firstSeed = QRandomGenerator::system()->generate64();
+    static const std::size_t secondSeed = QRandomGenerator::system()->generate64();
+    m_first = qHashBits(bytes.data(), std::size_t(bytes.size()), firstSeed);
+    m_second = qHashBits(bytes.data(), std::size_t(bytes.size()), secondSeed);
 }
 
 struct Artwork::Picture {
@@ -30,32 +21,18 @@ struct Artwork::Picture {
     QList<QUrl> files;
 };
 
-/// A file that carries the picture, for as long as it has an artwork.
-struct Artwork::Place {
-    Place(std::shared_ptr<Picture> thePicture, QUrl theFile)
-        : picture(std::move(thePicture))
-        , file(std::move(theFile))
-    {
-        picture->files.append(file);
-    }
-    ~Place() { picture->files.removeOne(file); }
-    Place(const Place &) = delete;
-    Place &operator=(const Place &) = delete;
-
-    const std::shared_ptr<Picture> picture;
-    const QUrl file;
-};
-
-Artwork::Artwork(std::shared_ptr<const Place> place)
-    : m_place(std::move(place))
+Artwork::Artwork(std::shared_ptr<const Picture> picture)
+    : m_picture(std::move(picture))
 {
 }
 
 std::optional<Artwork> Artwork::decode(const QByteArray &bytes, const QUrl &file)
 {
-    auto picture = shared(bytes);
-    return picture ? std::optional(Artwork(std::make_shared<const Place>(std::move(picture), file)))
-                   : std::nullopt;
+    const std::shared_ptr<Picture> picture = shared(bytes);
+    if (!picture)
+        return std::nullopt;
+    picture->files.append(file);
+    return Artwork({picture.get(), [picture, file](const Picture *) { picture->files.removeOne(file); }});
 }
 
 /// The picture of these bytes that lives already, or a new one; null if they are not a picture.
@@ -82,15 +59,15 @@ std::shared_ptr<Artwork::Picture> Artwork::shared(const QByteArray &bytes)
 
 QSize Artwork::size() const
 {
-    return m_place->picture->size;
+    return m_picture->size;
 }
 
 const Fingerprint &Artwork::fingerprint() const
 {
-    return m_place->picture->fingerprint;
+    return m_picture->fingerprint;
 }
 
 const QList<QUrl> &Artwork::files() const
 {
-    return m_place->picture->files;
+    return m_picture->files;
 }

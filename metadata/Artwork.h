@@ -47,10 +47,9 @@ public:
 
 private:
     struct Picture;
-    struct Place;
-    explicit Artwork(std::shared_ptr<const Place> place);
+    explicit Artwork(std::shared_ptr<const Picture> picture);
 
     static std::shared_ptr<Picture> shared(const QByteArray &bytes);
 
-    std::shared_ptr<const Place> m_place; ///< shared by copies
+    std::shared_ptr<const Picture> m_picture; ///< copies count as one: their last one takes the file off it
 };

@@ -4,11 +4,11 @@
 #include "metadata/MediaReader.h"
 #include "metadata/PictureDecoder.h"
 
+#include <QTimer>
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -42,16 +42,16 @@ struct ArtworkLoader::Worker {
     {
     }
 
-    // The worker's thread
-    void run();
-    Job takeNext(); ///< with the mutex locked and a job there
-    void deliver(Job job, const QImage &image);
+    void run(); ///< on the worker's thread
+
+    // With the mutex locked
+    Job takeNext(); ///< there has to be one
+    void deliver(const Job &job, const QImage &image);
 
     const std::chrono::milliseconds readingLimit;
     std::mutex mutex; ///< guards all below but the flag
     std::condition_variable changed;
     std::vector<Job> jobs; ///< the most recently asked for last
-    std::vector<std::pair<Job, QImage>> done;
     ArtworkLoader *receiver; ///< null once that is gone
     std::atomic<bool> isAbandoned = false;
     bool isRunning = false;
@@ -71,7 +71,7 @@ void ArtworkLoader::Worker::run()
             job.bytes = readFrom(job.files, job.request.picture, QDeadlineTimer(readingLimit));
         const QImage image = decodedPicture(job.bytes, job.request.pixels, isAbandoned);
         lock.lock();
-        deliver(std::move(job), image);
+        deliver(job, image);
     }
 }
 
@@ -84,7 +84,7 @@ ArtworkLoader::Job ArtworkLoader::Worker::takeNext()
     return job;
 }
 
-void ArtworkLoader::Worker::deliver(Job job, const QImage &image)
+void ArtworkLoader::Worker::deliver(const Job &job, const QImage &image)
 {
     if (!receiver)
         return;
@@ -92,8 +92,8 @@ void ArtworkLoader::Worker::deliver(Job job, const QImage &image)
         if (other.isUrgent && other.request.picture == job.request.picture)
             other.bytes = job.bytes;
     }
-    done.emplace_back(std::move(job), image);
-    Q_EMIT receiver->delivered({});
+    QMetaObject::invokeMethod(
+        receiver, [loader = receiver, job, image] { loader->take(job, image); }, Qt::QueuedConnection);
 }
 
 ArtworkLoader::ArtworkLoader(const ArtworkLimits &limits)
@@ -101,10 +101,6 @@ ArtworkLoader::ArtworkLoader(const ArtworkLimits &limits)
     , m_worker(std::make_shared<Worker>(*this))
     , m_results(limits.cache)
 {
-    m_lateness.setSingleShot(true);
-    m_lateness.setTimerType(Qt::PreciseTimer);
-    connect(this, &ArtworkLoader::delivered, this, &ArtworkLoader::takeDone, Qt::QueuedConnection);
-    connect(&m_lateness, &QTimer::timeout, this, &ArtworkLoader::noteLateness);
 }
 
 ArtworkLoader::~ArtworkLoader()
@@ -122,7 +118,7 @@ ArtworkLoader::Loaded ArtworkLoader::image(const Artwork &artwork, QSize pixels)
     if (result && !result->expiry.hasExpired())
         return {result->image};
     ask(artwork, pixels);
-    return {{}, !m_waiting[request].isLate};
+    return {{}, !m_awaited[request].hasExpired()};
 }
 
 /// Puts a job in front of the others, or the one that is there already.
@@ -130,14 +126,12 @@ void ArtworkLoader::ask(const Artwork &artwork, QSize pixels)
 {
     const Request request{artwork.fingerprint(), pixels};
     const bool isHeld = request.picture == m_held;
-    const bool isNew = !m_waiting.contains(request);
+    const bool isNew = !m_awaited.contains(request);
     const std::lock_guard lock(m_worker->mutex);
     std::vector<Job> &jobs = m_worker->jobs;
     if (isNew) {
         const bool isAnotherTry = m_results.contains(request); // behind a placeholder
-        m_waiting.insert(request, {QDeadlineTimer(m_limits.lateness, Qt::PreciseTimer), isAnotherTry});
-        if (!m_lateness.isActive())
-            m_lateness.start(m_limits.lateness);
+        awaitAtMost(isAnotherTry ? std::chrono::milliseconds::zero() : m_limits.lateness, request);
         jobs.push_back({request, artwork.files(), isHeld ? m_heldBytes : QByteArray(), isHeld});
     } else {
         const auto known =
@@ -148,6 +142,17 @@ void ArtworkLoader::ask(const Artwork &artwork, QSize pixels)
     if (!m_worker->isRunning)
         m_worker->isRunning = startDetachedThread([worker = m_worker] { worker->run(); });
     m_worker->changed.notify_all();
+}
+
+/// Announces a picture that has become late: it is time for its placeholder.
+void ArtworkLoader::awaitAtMost(std::chrono::milliseconds time, const Request &request)
+{
+    m_awaited.insert(request, QDeadlineTimer(time, Qt::PreciseTimer));
+    QTimer::singleShot(time + std::chrono::milliseconds(1), Qt::PreciseTimer, this, [this, request] {
+        const auto awaited = m_awaited.constFind(request);
+        if (awaited != m_awaited.cend() && awaited->hasExpired())
+            Q_EMIT changed(request.picture);
+    });
 }
 
 void ArtworkLoader::keepOnly(const QList<Artwork> &visible)
@@ -161,7 +166,7 @@ void ArtworkLoader::keepOnly(const QList<Artwork> &visible)
     std::erase_if(m_worker->jobs, [&](const Job &job) {
         const bool isDropped = !isKept(job.request.picture);
         if (isDropped)
-            m_waiting.remove(job.request);
+            m_awaited.remove(job.request);
         return isDropped;
     });
 }
@@ -182,20 +187,9 @@ void ArtworkLoader::hold(const std::optional<Artwork> &artwork)
         ask(*artwork, {});
 }
 
-void ArtworkLoader::takeDone()
-{
-    std::vector<std::pair<Job, QImage>> done;
-    {
-        const std::lock_guard lock(m_worker->mutex);
-        done.swap(m_worker->done);
-    }
-    for (const auto &[job, image] : done)
-        take(job, image);
-}
-
 void ArtworkLoader::take(const Job &job, const QImage &image)
 {
-    m_waiting.remove(job.request);
+    m_awaited.remove(job.request);
     if (job.request.picture == m_held && !job.bytes.isEmpty())
         m_heldBytes = job.bytes;
     constexpr qsizetype leastCost = 256; // bytes, of a missing picture
@@ -205,24 +199,4 @@ void ArtworkLoader::take(const Job &job, const QImage &image)
             image, isFinal ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(m_limits.nextTry)},
         std::max(image.sizeInBytes(), leastCost));
     Q_EMIT changed(job.request.picture);
-}
-
-/// Announces the pictures that have become late: it is time for their placeholders.
-void ArtworkLoader::noteLateness()
-{
-    QList<Fingerprint> late;
-    auto next = QDeadlineTimer(QDeadlineTimer::Forever);
-    for (auto waiting = m_waiting.begin(); waiting != m_waiting.end(); ++waiting) {
-        if (waiting->isLate)
-            continue;
-        waiting->isLate = waiting->lateness.hasExpired();
-        if (waiting->isLate)
-            late.append(waiting.key().picture);
-        else
-            next = std::min(next, waiting->lateness);
-    }
-    if (!next.isForever())
-        m_lateness.start(std::chrono::milliseconds(next.remainingTime() + 1));
-    for (const Fingerprint &picture : late)
-        Q_EMIT changed(picture);
 }

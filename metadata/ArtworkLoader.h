@@ -7,7 +7,6 @@
 #include <QHash>
 #include <QImage>
 #include <QObject>
-#include <QTimer>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -50,8 +49,6 @@ Q_SIGNALS:
     /// What is to be drawn for a picture has changed, at some size.
     void changed(const Fingerprint &picture);
 
-    void delivered(QPrivateSignal); ///< by the worker's thread
-
 private:
     struct Request {
         Fingerprint picture;
@@ -67,23 +64,17 @@ private:
         QImage image;
         QDeadlineTimer expiry; ///< when it is worth another try
     };
-    struct Waiting {
-        QDeadlineTimer lateness;
-        bool isLate = false;
-    };
     struct Job;
     struct Worker;
 
     void ask(const Artwork &artwork, QSize pixels);
-    void takeDone();
+    void awaitAtMost(std::chrono::milliseconds time, const Request &request);
     void take(const Job &job, const QImage &image);
-    void noteLateness();
 
     const ArtworkLimits m_limits;
     std::shared_ptr<Worker> m_worker; ///< with its thread, which may outlive this
     QCache<Request, Result> m_results;
-    QHash<Request, Waiting> m_waiting;
-    QTimer m_lateness; ///< runs while something is awaited
+    QHash<Request, QDeadlineTimer> m_awaited; ///< until it is late
     std::optional<Fingerprint> m_held;
     QByteArray m_heldBytes; ///< empty until they are read
 };
