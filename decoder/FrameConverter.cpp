@@ -25,17 +25,6 @@ template <typename T> void makeReasonable(std::span<T> samples)
     }
 }
 
-template <typename T> void makePlanesReasonable(const AVFrame &frame)
-{
-    const auto channels = size_t(frame.ch_layout.nb_channels);
-    const bool isPlanar = av_sample_fmt_is_planar(AVSampleFormat(frame.format)) != 0;
-    const size_t planes = isPlanar ? channels : 1;
-    for (size_t plane = 0; plane < planes; ++plane) {
-        auto *samples = reinterpret_cast<T *>(frame.extended_data[plane]);
-        makeReasonable(std::span(samples, size_t(frame.nb_samples) * channels / planes));
-    }
-}
-
 /// Mixing and resampling would spread what is no number over its neighbours. False if there is no memory.
 bool makeReasonable(AVFrame &frame)
 {
@@ -44,10 +33,15 @@ bool makeReasonable(AVFrame &frame)
         return true;
     if (av_frame_make_writable(&frame) < 0)
         return false;
-    if (format == AV_SAMPLE_FMT_FLT)
-        makePlanesReasonable<float>(frame);
-    else
-        makePlanesReasonable<double>(frame);
+    const auto channels = size_t(frame.ch_layout.nb_channels);
+    const size_t planes = av_sample_fmt_is_planar(AVSampleFormat(frame.format)) ? channels : 1;
+    const size_t samples = size_t(frame.nb_samples) * channels / planes;
+    for (unsigned char *plane : std::span(frame.extended_data, planes)) {
+        if (format == AV_SAMPLE_FMT_FLT)
+            makeReasonable(std::span(reinterpret_cast<float *>(plane), samples));
+        else
+            makeReasonable(std::span(reinterpret_cast<double *>(plane), samples));
+    }
     return true;
 }
 

@@ -1,7 +1,7 @@
 #include "metadata/ArtworkLoader.h"
 
 #include "files/DetachedThread.h"
-#include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 #include "metadata/PictureDecoder.h"
 
 #include <QTimer>

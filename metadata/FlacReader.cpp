@@ -1,7 +1,6 @@
 #include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
-#include "metadata/VorbisComment.h"
 
 #include <optional>
 

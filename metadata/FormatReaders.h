@@ -3,6 +3,8 @@
 #include "metadata/MediaAsset.h"
 #include "metadata/MediaSource.h"
 
+#include <optional>
+
 // One reader for each format of files, among which readMedia() chooses. What a file lacks is missing.
 
 /// Reads a FLAC file: length from its stream info, pictures from its picture blocks, before those of its Vorbis
@@ -69,6 +71,24 @@ MediaTime scannedDuration(MediaSource &source);
 /// MB nor follow frames embedded in frames: compressed and encrypted frames are passed over, all others but
 /// the four are not looked into.
 QList<MetadataItem> id3v2Items(QByteArrayView tag);
+
+/// Title, artist, album and pictures of the Vorbis comment in `block` (xiph.org, "Ogg Vorbis I: comment
+/// field"), in stored order.
+QList<MetadataItem> vorbisCommentItems(QByteArrayView block);
+
+/// Bytes of the Vorbis comment that `bytes` start with; nothing if they do not hold all of it.
+std::optional<qsizetype> vorbisCommentSize(QByteArrayView bytes);
+
+/// What the metadata blocks of a FLAC stream say (xiph.org, "FLAC format").
+struct FlacMetadata {
+    enum BlockType { StreamInfo = 0, Comment = 4, Picture = 6 };
+
+    MediaTime duration; ///< not numeric if it is not stated
+    QList<MetadataItem> pictures; ///< count before those of the comment
+    QList<MetadataItem> comment;
+
+    void take(int blockType, QByteArrayView content);
+};
 
 /// The items of the ID3v1 tag that ends `source`, which is dropped from it; none if none does.
 QList<MetadataItem> takeId3v1Tag(MediaSource &source);

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QUrl>
 #include <cstdint>
 #include <optional>
 
@@ -43,3 +44,11 @@ struct MediaAsset {
     /// The bytes of the first picture; empty if there is none.
     [[nodiscard]] QByteArray firstPicture() const;
 };
+
+/// Reads the media container behind a file URL, and opens no other file. Any thread; blocks for as long as the
+/// file's medium does.
+MediaAsset readMedia(const QUrl &url);
+
+/// The same on a thread of its own, which is waited for: for 3 seconds at most if the medium does not answer. Many
+/// files are opened by a MediaBatch.
+MediaAsset openMedia(const QUrl &url);

@@ -1,7 +1,6 @@
 #include "metadata/MediaBatch.h"
 
 #include "files/LocalFile.h"
-#include "metadata/MediaReader.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -35,10 +34,6 @@ struct MediaBatch::Shared {
     {
     }
 
-    // A reader's thread
-    void read(int self);
-    void readNext(int self, std::unique_lock<std::mutex> &lock);
-
     [[nodiscard]] bool hasRoom() const { return ready.size() < MostAhead && bytesAhead < MostBytesAhead; }
     [[nodiscard]] bool hasEnough() const
     {
@@ -46,9 +41,46 @@ struct MediaBatch::Shared {
     }
     [[nodiscard]] std::chrono::milliseconds timeout() const { return std::min(fileTimeout, waitLeft); }
 
+    /// A reader's thread.
+    void read(int self)
+    {
+        std::unique_lock lock(mutex);
+        while (self == reader && !unread.empty()) {
+            if (hasRoom())
+                readNext(self, lock);
+            else
+                changed.wait(lock);
+        }
+    }
+
+    void readNext(int self, std::unique_lock<std::mutex> &lock)
+    {
+        const QUrl url = unread.front();
+        begin = Clock::now();
+        lock.unlock();
+        MediaAsset asset = readMedia(url);
+        lock.lock();
+        if (self != reader)
+            return;
+        finishNext(std::move(asset));
+        if (hasEnough())
+            changed.notify_all();
+    }
+
+    void finishNext(MediaAsset asset)
+    {
+        bytesAhead += pictureBytes(asset);
+        ready.push_back({unread.front(), std::move(asset)});
+        unread.pop_front();
+    }
+
     /// False if there is no file to take when the time of the one that is being read is up.
-    bool waitForNext(std::unique_lock<std::mutex> &lock);
-    void finishNext(MediaAsset asset);
+    bool waitForNext(std::unique_lock<std::mutex> &lock)
+    {
+        while (!hasEnough() && Clock::now() < begin + timeout())
+            changed.wait_until(lock, begin + timeout());
+        return !ready.empty();
+    }
 
     const std::chrono::milliseconds fileTimeout;
     std::mutex mutex; ///< guards all below
@@ -60,45 +92,6 @@ struct MediaBatch::Shared {
     Clock::time_point begin; ///< of the file that is being read
     int reader = 0; ///< the number of the one that goes on; others end with the file that they are at
 };
-
-void MediaBatch::Shared::read(int self)
-{
-    std::unique_lock lock(mutex);
-    while (self == reader && !unread.empty()) {
-        if (hasRoom())
-            readNext(self, lock);
-        else
-            changed.wait(lock);
-    }
-}
-
-void MediaBatch::Shared::readNext(int self, std::unique_lock<std::mutex> &lock)
-{
-    const QUrl url = unread.front();
-    begin = Clock::now();
-    lock.unlock();
-    MediaAsset asset = readMedia(url);
-    lock.lock();
-    if (self != reader)
-        return;
-    finishNext(std::move(asset));
-    if (hasEnough())
-        changed.notify_all();
-}
-
-void MediaBatch::Shared::finishNext(MediaAsset asset)
-{
-    ready.push_back({unread.front(), std::move(asset)});
-    bytesAhead += pictureBytes(ready.back().asset);
-    unread.pop_front();
-}
-
-bool MediaBatch::Shared::waitForNext(std::unique_lock<std::mutex> &lock)
-{
-    while (!hasEnough() && Clock::now() < begin + timeout())
-        changed.wait_until(lock, begin + timeout());
-    return !ready.empty();
-}
 
 MediaBatch::MediaBatch(const QList<QUrl> &urls, const BatchTimeouts &timeouts)
     : m_shared(std::make_shared<Shared>(urls, timeouts))

@@ -3,7 +3,6 @@
 #include "files/DetachedThread.h"
 #include "metadata/MediaAsset.h"
 
-#include <QUrl>
 #include <memory>
 #include <optional>
 

@@ -1,4 +1,4 @@
-#include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 
 #include "decoder/DecoderModule.h"
 #include "decoder/Id3v2Header.h"

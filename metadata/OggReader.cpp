@@ -1,7 +1,6 @@
 #include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
-#include "metadata/VorbisComment.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +9,6 @@
 namespace {
 
 constexpr qsizetype PageHeaderSize = 27; // before the lengths of its segments
-constexpr char FullSegment = '\xff'; // bytes of a segment that another one of its packet follows
 
 struct PageHeader {
     qint64 granulePosition = -1; ///< -1 if no packet ends on the page
@@ -29,12 +27,6 @@ std::optional<PageHeader> pageHeader(QByteArrayView bytes)
     return PageHeader{granulePosition, stream, quint8(bytes[PageHeaderSize - 1])};
 }
 
-qint64 segmentBytes(const QByteArray &lengths)
-{
-    const auto add = [](qint64 sum, char length) { return sum + quint8(length); };
-    return std::accumulate(lengths.begin(), lengths.end(), qint64(0), add);
-}
-
 /// Takes the packets of the first stream one after the other.
 class PacketReader {
 public:
@@ -50,41 +42,41 @@ public:
     /// The next packet, or what there is of it.
     QByteArray take()
     {
+        constexpr int fullSegment = 255; // bytes of one that another one of its packet follows
         QByteArray packet;
-        bool isWhole = false;
-        while (!isWhole && (!m_segments.isEmpty() || readPage())) {
-            const auto last = std::find_if(
-                m_segments.cbegin(), m_segments.cend(), [](char length) { return length != FullSegment; });
-            isWhole = last != m_segments.cend();
-            const qsizetype count = last - m_segments.cbegin() + (isWhole ? 1 : 0);
-            const qint64 size = segmentBytes(m_segments.first(count));
-            packet += m_source.readTag(m_offset, size);
-            m_offset += size;
-            m_segments.remove(0, count);
+        for (int size = fullSegment; size == fullSegment && (!m_segmentSizes.isEmpty() || readPage());) {
+            size = m_segmentSizes.number<quint8>();
+            packet += m_segments.take(quint64(size));
         }
         return packet;
     }
 
 private:
-    /// Goes to the next page, and passes it over if it is another stream's.
+    /// Goes to the next page of the stream that has segments.
     bool readPage()
     {
-        const auto header = pageHeader(m_source.read(m_offset, PageHeaderSize));
-        if (!header || m_pagesLeft-- == 0)
-            return false;
-        const QByteArray segments = m_source.read(m_offset + PageHeaderSize, header->segments);
-        m_offset += PageHeaderSize + header->segments;
-        if (header->stream == m_stream)
-            m_segments = segments;
-        else
-            m_offset += segmentBytes(segments);
+        while (m_segmentSizes.isEmpty()) {
+            const auto header = pageHeader(m_source.read(m_offset, PageHeaderSize));
+            if (!header || m_pagesLeft-- == 0)
+                return false;
+            const QByteArray sizes = m_source.read(m_offset + PageHeaderSize, header->segments);
+            const auto add = [](qint64 sum, char size) { return sum + quint8(size); };
+            const qint64 size = std::accumulate(sizes.begin(), sizes.end(), qint64(0), add);
+            m_offset += PageHeaderSize + header->segments;
+            if (header->stream == m_stream) {
+                m_segmentSizes = Fields(sizes);
+                m_segments = Fields(m_source.readTag(m_offset, size));
+            }
+            m_offset += size;
+        }
         return true;
     }
 
     MediaSource &m_source;
     quint32 m_stream = 0;
-    qint64 m_offset = 0;
-    QByteArray m_segments; ///< lengths of those of the page that are still to be read
+    qint64 m_offset = 0; ///< of the next page
+    Fields m_segmentSizes{QByteArray()}; ///< of those that are still to be taken
+    Fields m_segments{QByteArray()};
     int m_pagesLeft = 10'000;
 };
 

@@ -1,4 +1,4 @@
-#include "metadata/VorbisComment.h"
+#include "metadata/FormatReaders.h"
 
 #include "metadata/Fields.h"
 #include "metadata/TagValues.h"

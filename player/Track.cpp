@@ -1,7 +1,6 @@
 #include "player/Track.h"
 
 #include "files/LocalFile.h"
-#include "metadata/MediaReader.h"
 
 #include <QCoreApplication>
 #include <cmath>

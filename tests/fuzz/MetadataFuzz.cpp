@@ -1,6 +1,6 @@
 // Reads the metadata of any bytes, as a file is read that is added to the playlist.
 
-#include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 #include "metadata/PictureDecoder.h"
 #include "tests/MemoryFile.h"
 #include "tests/fuzz/FuzzTarget.h"

@@ -1,5 +1,5 @@
+#include "metadata/MediaAsset.h"
 #include "metadata/FormatReaders.h"
-#include "metadata/MediaReader.h"
 #include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 

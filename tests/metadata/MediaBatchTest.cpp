@@ -1,5 +1,4 @@
 #include "metadata/MediaBatch.h"
-#include "metadata/MediaReader.h"
 #include "metadata/MediaSource.h"
 #include "tests/MemoryFile.h"
 #include "tests/TaggedFile.h"

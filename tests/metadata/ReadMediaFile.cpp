@@ -3,7 +3,7 @@
 
 #include "decoder/DecoderModule.h"
 #include "metadata/Artwork.h"
-#include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 
 #include <QCoreApplication>
 #include <unistd.h>

@@ -2,7 +2,7 @@
 // for an answer in milliseconds of the processor's time and the growth of the peak memory in KiB.
 
 #include "decoder/DecoderModule.h"
-#include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 
 #include <QCoreApplication>
 #include <QFile>

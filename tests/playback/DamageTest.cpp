@@ -1,5 +1,5 @@
 #include "decoder/DecoderModule.h"
-#include "metadata/MediaReader.h"
+#include "metadata/MediaAsset.h"
 #include "tests/MemoryFile.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/DamagedBytes.h"

@@ -1,5 +1,4 @@
 #include "metadata/MediaBatch.h"
-#include "metadata/MediaReader.h"
 #include "playback/AudioPlayer.h"
 #include "tests/TestProgram.h"
 #include "tests/files/FaultyMedium.h"
