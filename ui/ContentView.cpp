@@ -75,21 +75,26 @@ void ContentView::attachFileImporter()
 
 void ContentView::handleImportResult(const Result<QList<QUrl>> &result)
 {
-    if (result.isError())
-        showImportAlert(result.error().description);
-    else
+    if (result.isError()) {
+        m_importerError = result.error().description;
+        showImportAlert();
+    } else {
         m_player.addFiles(result.value());
+    }
 }
 
-void ContentView::showImportAlert(const QString &error)
+void ContentView::showImportAlert()
 {
     if (!m_importAlert) {
         m_importAlert = new ImportAlert(this);
         m_importAlert->setAttribute(Qt::WA_DeleteOnClose);
         // What the window's keys do, they do under the alert, too.
         m_importAlert->addActions(window()->actions());
-        connect(m_importAlert, &QDialog::finished, this, [this] { m_importAlert.clear(); });
+        connect(m_importAlert, &QDialog::finished, this, [this] {
+            m_importAlert.clear();
+            m_importerError.reset();
+        });
     }
-    m_importAlert->setError(error);
+    m_importAlert->setError(m_importerError);
     m_importAlert->show();
 }

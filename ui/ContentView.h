@@ -72,9 +72,10 @@ private:
     // Importing files
     void attachFileImporter();
     void handleImportResult(const Result<QList<QUrl>> &result);
-    void showImportAlert(const QString &error);
+    void showImportAlert();
 
     PlayerManager &m_player;
+    std::optional<QString> m_importerError; ///< while its alert is up
     bool m_isDraggingSlider = false;
     double m_temporaryProgress = 0; ///< seconds
 
