@@ -1,3 +1,5 @@
+#include "tests/TestProgram.h"
+
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -136,4 +138,3 @@ private Q_SLOTS:
 
 LUMAVERDINE_TEST(LibraryPathTest)
 #include "LibraryPathTest.moc"
-#include "tests/TestProgram.h"
