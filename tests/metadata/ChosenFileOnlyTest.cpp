@@ -1,3 +1,5 @@
+#include "tests/TestProgram.h"
+
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -66,4 +68,3 @@ private Q_SLOTS:
 
 LUMAVERDINE_TEST(ChosenFileOnlyTest)
 #include "ChosenFileOnlyTest.moc"
-#include "tests/TestProgram.h"
