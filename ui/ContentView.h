@@ -15,6 +15,7 @@ class FilePicker;
 class ImportAlert;
 class PlayerManager;
 class QBoxLayout;
+class Slider;
 
 /// The root view of the window: everything it shows, each piece named for the area that it draws.
 ///
@@ -59,8 +60,7 @@ private:
     QWidget *optionsMenu();
     QWidget *volumeSlider();
     [[nodiscard]] QString volumeSymbol() const;
-    [[nodiscard]] double seekValue() const;
-    void seekBarEditing(bool isPressed);
+    [[nodiscard]] double shownTime() const; ///< seconds; while the seek bar is held, where it is
 
     // The playlist
     QWidget *playlistSection();
@@ -76,8 +76,7 @@ private:
 
     PlayerManager &m_player;
     std::optional<QString> m_importerError; ///< while its alert is up
-    bool m_isDraggingSlider = false;
-    double m_temporaryProgress = 0; ///< seconds
+    Slider *m_seekBar = nullptr;
 
     ArtworkLoader m_artworks;
     ViewRenderer m_renderer;

@@ -21,8 +21,7 @@ bool isDirectionMark(QChar character)
 
 bool isLineBreakOrTab(QChar character)
 {
-    return (character >= u'\t' && character <= u'\r') || character == u'\u0085' || character == u'\u2028'
-        || character == u'\u2029';
+    return character.isSpace() && character.category() != QChar::Separator_Space;
 }
 
 QString cutBeforeShaping(const QString &text)

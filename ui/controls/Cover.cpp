@@ -194,17 +194,11 @@ bool Cover::isMotionWelcome() const
 
 bool Cover::event(QEvent *event)
 {
-    switch (event->type()) {
-    case QEvent::ParentChange:
-    case QEvent::Move:
-    case QEvent::ShowToParent:
-    case QEvent::HideToParent:
-        if (m_shadow)
-            m_shadow->follow(*this);
-        break;
-    default:
-        break;
-    }
+    const QEvent::Type type = event->type();
+    const bool concernsShadow = type == QEvent::ParentChange || type == QEvent::Move
+        || type == QEvent::ShowToParent || type == QEvent::HideToParent;
+    if (concernsShadow && m_shadow)
+        m_shadow->follow(*this);
     return QWidget::event(event);
 }
 

@@ -180,15 +180,9 @@ void Slider::edit(double value)
 {
     if (!isEnabled() || m_isHeld)
         return;
-    begin();
+    m_isHeld = true;
     moveTo(value);
     end();
-}
-
-void Slider::begin()
-{
-    m_isHeld = true;
-    Q_EMIT editingBegan();
 }
 
 void Slider::moveTo(double value)
@@ -245,7 +239,7 @@ void Slider::mousePressEvent(QMouseEvent *event)
     const double x = event->position().x();
     const bool isGrabbed = isOnThumb(x);
     m_grabOffset = isGrabbed ? x - thumbCenter() : 0;
-    begin();
+    m_isHeld = true;
     if (!isGrabbed)
         moveTo(valueAt(x));
     update();

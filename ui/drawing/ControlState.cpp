@@ -44,13 +44,6 @@ void drawFocusRing(QPainter &painter, const QRectF &bounds, const QPalette &pale
 
 bool showsFocus(Qt::FocusReason reason, bool didShow)
 {
-    switch (reason) {
-    case Qt::TabFocusReason:
-    case Qt::BacktabFocusReason:
-        return true;
-    case Qt::MouseFocusReason:
-        return false;
-    default:
-        return didShow;
-    }
+    const bool isByKey = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason;
+    return isByKey || (didShow && reason != Qt::MouseFocusReason);
 }
