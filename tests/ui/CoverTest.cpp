@@ -354,6 +354,10 @@ private Q_SLOTS:
         QTRY_VERIFY(!f.cover->isFading());
         f.cover->setPicture({}, {});
         QVERIFY(f.cover->isFading());
+        f.fade().setCurrentTime(125);
+        const QPoint besideTheSymbol(80, 155);
+        const QColor halfWay = mixed(QColor(Qt::red), 0.5, placeholder.pixelColor(besideTheSymbol));
+        QVERIFY(distance(f.shown().pixelColor(besideTheSymbol), halfWay) <= 3);
     }
 
     void placeholderDoesNotFadeIntoItself()
