@@ -70,9 +70,7 @@ Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(std::unique_ptr<FFmpegInput
 std::optional<Error> FFmpegDecoder::openCodec()
 {
     const AVStream &stream = *m_input->audioStream();
-    const AVCodec *codec = avcodec_find_decoder(stream.codecpar->codec_id);
-    if (!codec)
-        return Error{u"El códec de audio del archivo no es compatible."_s};
+    const AVCodec *codec = avcodec_find_decoder(stream.codecpar->codec_id); // null is refused below
     avcodec_free_context(&m_codec);
     m_codec = avcodec_alloc_context3(codec);
     if (!m_codec || !m_packet || !m_frame)

@@ -96,11 +96,12 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     m_isProbed = true;
     const std::string_view name = probed->name;
+    const bool mayHoldCovers =
+        av_match_list(probed->name, "asf,flac,matroska,mov", ',') > 0; // among the headers
     m_mask = ContainerMask::forDemuxer(name);
     if (name == "ogg")
         m_bytesLeft = MostBytesOfOgg;
-    else if (av_match_list(probed->name, "asf,flac,matroska,mov", ',')
-        == 0) // no whole pictures among the headers
+    else if (!mayHoldCovers)
         m_bytesLeft = MostBytesWithoutCovers;
     dropReadAhead();
     // On failure this frees the format context and sets it to null.

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-quint32 syncsafeNumber(QByteArrayView bytes)
+quint32 id3v2Number(QByteArrayView bytes, int bitsPerByte)
 {
     quint32 number = 0;
     for (const char byte : bytes)
-        number = number << 7 | (static_cast<quint8>(byte) & 0x7F);
+        number = number << bitsPerByte | (quint32(byte) & ((1U << bitsPerByte) - 1));
     return number;
 }
 
@@ -20,7 +20,7 @@ qint64 id3v2TagSize(QByteArrayView header)
     if (std::any_of(size.begin(), size.end(), [](char byte) { return byte & 0x80; }))
         return 0;
     const bool hasFooter = header[3] == 4 && (header[5] & footer);
-    return Id3v2HeaderSize + qint64(syncsafeNumber(size)) + (hasFooter ? Id3v2HeaderSize : 0);
+    return Id3v2HeaderSize + qint64(id3v2Number(size, 7)) + (hasFooter ? Id3v2HeaderSize : 0);
 }
 
 std::size_t hideId3v2Tags(std::span<std::uint8_t> bytes)

@@ -11,8 +11,8 @@ constexpr qsizetype Id3v2HeaderSize = 10;
 /// An OpenMG file's header, which has another mark and is the same otherwise, counts as one.
 qint64 id3v2TagSize(QByteArrayView header);
 
-/// Seven bits a byte.
-quint32 syncsafeNumber(QByteArrayView bytes);
+/// Some numbers have seven bits a byte, the others eight.
+quint32 id3v2Number(QByteArrayView bytes, int bitsPerByte);
 
 /// Keeps FFmpeg's reader of ID3v2 tags away from them: it inflates compressed frames without a bound, whatever
 /// container they stand in. The tags that a player shows are read by metadata/.

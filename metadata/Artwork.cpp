@@ -15,12 +15,6 @@ Fingerprint::Fingerprint(QByteArrayView bytes)
     m_second = qHashBits(bytes.data(), std::size_t(bytes.size()), secondSeed);
 }
 
-struct Artwork::Picture {
-    Fingerprint fingerprint;
-    QSize size;
-    QList<QUrl> files;
-};
-
 Artwork::Artwork(std::shared_ptr<const Picture> picture)
     : m_picture(std::move(picture))
 {
@@ -55,19 +49,4 @@ std::shared_ptr<Artwork::Picture> Artwork::shared(const QByteArray &bytes)
     auto picture = std::make_shared<Picture>(Picture{fingerprint, encoded->uprightSize(), {}});
     known.insert(fingerprint, picture);
     return picture;
-}
-
-QSize Artwork::size() const
-{
-    return m_picture->size;
-}
-
-const Fingerprint &Artwork::fingerprint() const
-{
-    return m_picture->fingerprint;
-}
-
-const QList<QUrl> &Artwork::files() const
-{
-    return m_picture->files;
 }

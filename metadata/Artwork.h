@@ -38,15 +38,19 @@ public:
     static std::optional<Artwork> decode(const QByteArray &bytes, const QUrl &file);
 
     /// Size in pixels, upright, as the header states it.
-    [[nodiscard]] QSize size() const;
+    [[nodiscard]] QSize size() const { return m_picture->size; }
 
-    [[nodiscard]] const Fingerprint &fingerprint() const;
+    [[nodiscard]] const Fingerprint &fingerprint() const { return m_picture->fingerprint; }
 
     /// All files that carry this picture and have an artwork, in the order of their decoding.
-    [[nodiscard]] const QList<QUrl> &files() const;
+    [[nodiscard]] const QList<QUrl> &files() const { return m_picture->files; }
 
 private:
-    struct Picture;
+    struct Picture {
+        Fingerprint fingerprint;
+        QSize size;
+        QList<QUrl> files;
+    };
     explicit Artwork(std::shared_ptr<const Picture> picture);
 
     static std::shared_ptr<Picture> shared(const QByteArray &bytes);

@@ -31,8 +31,6 @@ QByteArray readFrom(const QList<QUrl> &files, const Fingerprint &picture, QDeadl
 struct ArtworkLoader::Job {
     Request request; ///< empty pixels if only the bytes are wanted
     QList<QUrl> files;
-    QByteArray bytes; ///< empty until they are read
-    bool isUrgent = false;
 };
 
 struct ArtworkLoader::Worker {
@@ -43,15 +41,14 @@ struct ArtworkLoader::Worker {
     }
 
     void run(); ///< on the worker's thread
-
-    // With the mutex locked
-    Job takeNext(); ///< there has to be one
-    void deliver(const Job &job, const QImage &image);
+    Job takeNext(); ///< with the mutex locked and a job there
 
     const std::chrono::milliseconds readingLimit;
     std::mutex mutex; ///< guards all below but the flag
     std::condition_variable changed;
     std::vector<Job> jobs; ///< the most recently asked for last
+    std::optional<Fingerprint> held;
+    QByteArray heldBytes; ///< empty until they are read
     ArtworkLoader *receiver; ///< null once that is gone
     std::atomic<bool> isAbandoned = false;
     bool isRunning = false;
@@ -65,35 +62,31 @@ void ArtworkLoader::Worker::run()
             changed.wait(lock);
             continue;
         }
-        Job job = takeNext();
+        const auto [request, files] = takeNext();
+        QByteArray bytes = request.picture == held ? heldBytes : QByteArray();
         lock.unlock();
-        if (job.bytes.isEmpty())
-            job.bytes = readFrom(job.files, job.request.picture, QDeadlineTimer(readingLimit));
-        const QImage image = decodedPicture(job.bytes, job.request.pixels, isAbandoned);
+        if (bytes.isEmpty())
+            bytes = readFrom(files, request.picture, QDeadlineTimer(readingLimit));
+        const QImage image = decodedPicture(bytes, request.pixels, isAbandoned);
         lock.lock();
-        deliver(job, image);
+        if (request.picture == held)
+            heldBytes = bytes;
+        const auto deliver = [loader = receiver, asked = request, image, isRead = !bytes.isEmpty()] {
+            loader->take(asked, image, isRead);
+        };
+        if (receiver)
+            QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
     }
 }
 
 ArtworkLoader::Job ArtworkLoader::Worker::takeNext()
 {
-    const auto urgent = std::find_if(jobs.rbegin(), jobs.rend(), [](const Job &job) { return job.isUrgent; });
+    const auto isHeld = [this](const Job &job) { return job.request.picture == held; };
+    const auto urgent = std::find_if(jobs.rbegin(), jobs.rend(), isHeld);
     const auto next = urgent == jobs.rend() ? std::prev(jobs.end()) : std::prev(urgent.base());
     Job job = std::move(*next);
     jobs.erase(next);
     return job;
-}
-
-void ArtworkLoader::Worker::deliver(const Job &job, const QImage &image)
-{
-    if (!receiver)
-        return;
-    for (Job &other : jobs) {
-        if (other.isUrgent && other.request.picture == job.request.picture)
-            other.bytes = job.bytes;
-    }
-    QMetaObject::invokeMethod(
-        receiver, [loader = receiver, job, image] { loader->take(job, image); }, Qt::QueuedConnection);
 }
 
 ArtworkLoader::ArtworkLoader(const ArtworkLimits &limits)
@@ -125,14 +118,13 @@ ArtworkLoader::Loaded ArtworkLoader::image(const Artwork &artwork, QSize pixels)
 void ArtworkLoader::ask(const Artwork &artwork, QSize pixels)
 {
     const Request request{artwork.fingerprint(), pixels};
-    const bool isHeld = request.picture == m_held;
     const bool isNew = !m_awaited.contains(request);
     const std::lock_guard lock(m_worker->mutex);
     std::vector<Job> &jobs = m_worker->jobs;
     if (isNew) {
         const bool isAnotherTry = m_results.contains(request); // behind a placeholder
         awaitAtMost(isAnotherTry ? std::chrono::milliseconds::zero() : m_limits.lateness, request);
-        jobs.push_back({request, artwork.files(), isHeld ? m_heldBytes : QByteArray(), isHeld});
+        jobs.push_back({request, artwork.files()});
     } else {
         const auto known =
             std::find_if(jobs.begin(), jobs.end(), [&](const Job &job) { return job.request == request; });
@@ -157,46 +149,38 @@ void ArtworkLoader::awaitAtMost(std::chrono::milliseconds time, const Request &r
 
 void ArtworkLoader::keepOnly(const QList<Artwork> &visible)
 {
-    const auto isKept = [&](const Fingerprint &picture) {
-        return picture == m_held || std::any_of(visible.begin(), visible.end(), [&](const Artwork &artwork) {
-            return artwork.fingerprint() == picture;
-        });
-    };
     const std::lock_guard lock(m_worker->mutex);
     std::erase_if(m_worker->jobs, [&](const Job &job) {
-        const bool isDropped = !isKept(job.request.picture);
-        if (isDropped)
+        const bool isKept = job.request.picture == m_worker->held
+            || std::any_of(visible.begin(), visible.end(),
+                [&job](const Artwork &artwork) { return artwork.fingerprint() == job.request.picture; });
+        if (!isKept)
             m_awaited.remove(job.request);
-        return isDropped;
+        return !isKept;
     });
 }
 
 void ArtworkLoader::hold(const std::optional<Artwork> &artwork)
 {
     const auto picture = artwork ? std::optional(artwork->fingerprint()) : std::nullopt;
-    if (picture == m_held)
-        return;
-    m_held = picture;
-    m_heldBytes.clear();
     {
         const std::lock_guard lock(m_worker->mutex);
-        for (Job &job : m_worker->jobs)
-            job.isUrgent = job.request.picture == m_held;
+        if (picture == m_worker->held)
+            return;
+        m_worker->held = picture;
+        m_worker->heldBytes.clear();
     }
     if (artwork)
         ask(*artwork, {});
 }
 
-void ArtworkLoader::take(const Job &job, const QImage &image)
+void ArtworkLoader::take(const Request &request, const QImage &image, bool isRead)
 {
-    m_awaited.remove(job.request);
-    if (job.request.picture == m_held && !job.bytes.isEmpty())
-        m_heldBytes = job.bytes;
     constexpr qsizetype leastCost = 256; // bytes, of a missing picture
-    const bool isFinal = !job.bytes.isEmpty();
-    m_results.insert(job.request,
+    m_awaited.remove(request);
+    m_results.insert(request,
         new Result{
-            image, isFinal ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(m_limits.nextTry)},
+            image, isRead ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(m_limits.nextTry)},
         std::max(image.sizeInBytes(), leastCost));
-    Q_EMIT changed(job.request.picture);
+    Q_EMIT changed(request.picture);
 }

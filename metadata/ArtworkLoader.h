@@ -69,12 +69,10 @@ private:
 
     void ask(const Artwork &artwork, QSize pixels);
     void awaitAtMost(std::chrono::milliseconds time, const Request &request);
-    void take(const Job &job, const QImage &image);
+    void take(const Request &request, const QImage &image, bool isRead);
 
     const ArtworkLimits m_limits;
     std::shared_ptr<Worker> m_worker; ///< with its thread, which may outlive this
     QCache<Request, Result> m_results;
     QHash<Request, QDeadlineTimer> m_awaited; ///< until it is late
-    std::optional<Fingerprint> m_held;
-    QByteArray m_heldBytes; ///< empty until they are read
 };

@@ -102,22 +102,22 @@ std::optional<Frame> findChain(MediaSource &source, qint64 from)
     return std::nullopt;
 }
 
-/// The length that a header in the first frame states.
-std::optional<MediaTime> statedDuration(const Frame &frame, const QByteArray &content)
+/// The length that a header in the first frame states; not numeric if there is none.
+MediaTime statedDuration(const Frame &frame, const QByteArray &content)
 {
     const auto number = [&content](qsizetype offset) {
         return offset + 4 <= content.size() ? qFromBigEndian<quint32>(content.constData() + offset) : 0;
     };
     if (content.indexOf("VBRI") == 36 && number(50) > 0)
-        return MediaTime{qint64(number(50)) * frame.samples, frame.rate};
+        return {qint64(number(50)) * frame.samples, frame.rate};
 
     constexpr qsizetype lastPlace = 36; // in stereo MPEG-1
     const qsizetype xing = std::max(content.indexOf("Xing"), content.indexOf("Info"));
     if (xing < 0 || xing > lastPlace)
-        return std::nullopt;
+        return {};
     const quint32 fields = number(xing + 4);
     if (!(fields & 1) || number(xing + 8) == 0)
-        return std::nullopt;
+        return {};
     qint64 samples = qint64(number(xing + 8)) * frame.samples;
 
     const qsizetype encoder =
@@ -126,7 +126,7 @@ std::optional<MediaTime> statedDuration(const Frame &frame, const QByteArray &co
         const quint32 edges = number(encoder + 20) & 0xFF'FFFF; // 12 bits of delay, 12 of padding
         samples -= (edges >> 12) + (edges & 0xFFF);
     }
-    return MediaTime{std::max<qint64>(samples, 0), frame.rate};
+    return {std::max<qint64>(samples, 0), frame.rate};
 }
 
 /// Whether frames all over the stream have the bit rate of the first.
@@ -169,8 +169,9 @@ MediaTime scannedDuration(MediaSource &source)
     const std::optional<Frame> first = findChain(source, 0);
     if (!first)
         return {};
-    if (const auto stated = statedDuration(*first, source.read(first->position, first->bytes)))
-        return *stated;
+    const MediaTime stated = statedDuration(*first, source.read(first->position, first->bytes));
+    if (stated.isNumeric())
+        return stated;
     if (first->bitRate > 0 && isConstantRate(source, *first))
         return {(source.size() - first->position) * 8 * first->rate / first->bitRate, first->rate};
     return countedDuration(source, *first);

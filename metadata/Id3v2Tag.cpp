@@ -3,19 +3,10 @@
 #include "metadata/TagValues.h"
 
 #include <algorithm>
-#include <array>
 
 namespace {
 
 enum TagFlag { Unsynchronised = 0x80, Extended = 0x40 };
-
-quint32 plainNumber(QByteArrayView bytes)
-{
-    quint32 number = 0;
-    for (const char byte : bytes)
-        number = number << 8 | static_cast<quint8>(byte);
-    return number;
-}
 
 QByteArray withoutUnsynchronisation(QByteArrayView data)
 {
@@ -45,10 +36,7 @@ bool isFrameIdentifier(QByteArrayView bytes)
 
 TextEncoding textEncoding(char code)
 {
-    static constexpr std::array encodings{
-        TextEncoding::Latin1, TextEncoding::Utf16, TextEncoding::Utf16BigEndian, TextEncoding::Utf8};
-    const std::size_t index = static_cast<quint8>(code);
-    return index < encodings.size() ? encodings[index] : TextEncoding::Utf8;
+    return quint8(code) < quint8(TextEncoding::Utf8) ? TextEncoding(code) : TextEncoding::Utf8;
 }
 
 /// Where the text at `begin` ends, its terminator included.
@@ -101,8 +89,8 @@ private:
     [[nodiscard]] qsizetype frameSize() const
     {
         const QByteArrayView bytes = m_rest.sliced(idSize(), m_version == 2 ? 3 : 4);
-        const qsizetype plain = plainNumber(bytes);
-        const qsizetype syncsafe = syncsafeNumber(bytes);
+        const qsizetype plain = id3v2Number(bytes, 8);
+        const qsizetype syncsafe = id3v2Number(bytes, 7);
         if (m_version != 4)
             return plain;
         // Some writers of 2.4 leave the size as 2.3 has it, which shows where the next frame starts.
@@ -162,7 +150,7 @@ QByteArrayView withoutExtendedHeader(int version, QByteArrayView body)
     if (isFrameIdentifier(body.first(4)))
         return body;
     const qsizetype size =
-        version == 4 ? syncsafeNumber(body.first(4)) : plainNumber(body.first(4)) + qsizetype(4);
+        version == 4 ? id3v2Number(body.first(4), 7) : id3v2Number(body.first(4), 8) + qsizetype(4);
     return body.sliced(std::min(size, body.size()));
 }
 

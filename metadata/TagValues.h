@@ -17,8 +17,8 @@ using FieldNames = std::array<QByteArrayView, 4>;
 std::optional<CommonIdentifier> identifierOf(
     QByteArrayView name, const FieldNames &names, Qt::CaseSensitivity = Qt::CaseSensitive);
 
-/// Utf16 has a byte order mark, or is little endian without one. Unstated is UTF-8 if the bytes are valid as
-/// that, else Latin-1.
+/// The first four in the order of ID3v2. Utf16 has a byte order mark, or is little endian without one. Unstated is
+/// UTF-8 if the bytes are valid as that, else Latin-1.
 enum class TextEncoding { Latin1, Utf16, Utf16BigEndian, Utf8, Unstated };
 
 /// The text in `bytes`, of which 256 KiB are looked at. Wrong bytes show as U+FFFD.
