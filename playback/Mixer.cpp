@@ -41,10 +41,11 @@ PositionMap::Piece PositionMap::pieceAt(std::int64_t frame) const
     return first;
 }
 
-Mixer::Mixer(std::shared_ptr<FrameFeed> feed)
-    : m_feed(std::move(feed))
-    , m_channels(m_feed->format().channels)
-    , m_memory(m_feed->format().frames(LongestQueue))
+Mixer::Mixer(AudioFormat format, std::shared_ptr<Wakeup> writer)
+    : m_format(format)
+    , m_writer(std::move(writer))
+    , m_channels(format.channels)
+    , m_memory(format.frames(LongestQueue))
     , m_output(std::size_t(m_memory * m_channels))
     , m_history(std::size_t(m_memory * m_channels))
 {
@@ -69,13 +70,13 @@ void Mixer::skipTo(std::int64_t frame)
 bool Mixer::needsChange(const Mix &mix) const
 {
     const bool hasMissingFrames = m_isStarved && m_ring && m_ring->available() > 0;
-    return mix != m_mix || hasPublished() || hasMissingFrames;
+    return mix != m_mix || m_offered || hasMissingFrames;
 }
 
 void Mixer::change(std::int64_t frame, const Mix &mix)
 {
     frame = std::clamp<std::int64_t>(frame, std::max<std::int64_t>(m_rendered - m_memory / 2, 0), m_rendered);
-    const bool isNewPlace = hasPublished();
+    const bool isNewPlace = m_offered != nullptr;
     const bool isSounding = m_cursors.pieceAt(frame).isMoving;
     const std::int64_t fade = format().frames(isNewPlace && isSounding ? CrossFade : ChangeFade);
     // What stood there before has to reach through the fade.
@@ -87,7 +88,7 @@ void Mixer::change(std::int64_t frame, const Mix &mix)
     // Never back to the place before, also if that was still to be heard at the frame.
     m_cursor = std::max(m_cursors.at(turn), m_placeStart);
     if (isNewPlace)
-        adoptPublished();
+        adoptOffered();
     m_cursors.append({turn, m_cursor, false, 0});
     m_fadeStart = frame;
     m_fadeFrames = fade;
@@ -102,13 +103,13 @@ void Mixer::change(std::int64_t frame, const Mix &mix)
 std::span<const float> Mixer::samplesFrom(std::int64_t frame) const
 {
     const std::int64_t frames = std::min(m_rendered - frame, untilWrap(frame));
-    return {output(frame), std::size_t(frames * m_channels)};
+    return {m_output.data() + sampleOf(frame), std::size_t(frames * m_channels)};
 }
 
 void Mixer::detach()
 {
-    m_isDetached = true;
     m_ring = nullptr;
+    m_offered = nullptr;
 }
 
 Mixer::Position Mixer::positionAt(std::int64_t frame) const
@@ -129,7 +130,7 @@ void Mixer::renderSound(std::int64_t frames)
             return renderSilence(frames);
         }
         m_cursors.append({m_rendered, m_cursor, true, 0});
-        mixInto(m_rendered, history(m_cursor), run);
+        mixInto(m_rendered, m_history.data() + sampleOf(m_cursor), run);
         m_cursor += run;
         m_rendered += run;
         frames -= run;
@@ -153,12 +154,12 @@ std::int64_t Mixer::fetch(std::int64_t frames)
         return std::min(frames, m_taken - m_cursor);
     if (!m_ring)
         return 0;
-    const RingBuffer::Run run = m_ring->read(history(m_cursor), frames);
+    const RingBuffer::Run run = m_ring->read(m_history.data() + sampleOf(m_cursor), frames);
     if (run.frames > 0)
         m_track.append({m_taken, run.position, true, m_ring->generation()});
     m_taken += run.frames;
     if (m_ring->available() < m_ring->capacity() / 2 && !m_ring->isFinished())
-        m_feed->decoderWakeup().signal();
+        m_writer->signal();
     return run.frames;
 }
 
@@ -170,14 +171,15 @@ void Mixer::noteMissing()
         return;
     }
     m_isStarved = true;
-    m_feed->noteStarved();
+    if (m_ring)
+        m_ring->noteStarved();
 }
 
 /// Writes output frames: `source`, or silence if that is null, with the gain, and within a fade mixed with
 /// what stood there before.
 void Mixer::mixInto(std::int64_t frame, const float *source, std::int64_t frames)
 {
-    float *target = output(frame);
+    float *target = m_output.data() + sampleOf(frame);
     for (std::int64_t index = 0; index < frames; ++index) {
         const std::int64_t faded = frame + index - m_fadeStart;
         const float share = faded < m_fadeFrames ? float(faded + 1) / float(m_fadeFrames + 1) : 1.0F;
@@ -188,29 +190,11 @@ void Mixer::mixInto(std::int64_t frame, const float *source, std::int64_t frames
     }
 }
 
-void Mixer::adoptPublished()
+void Mixer::adoptOffered()
 {
-    RingBuffer *ring = m_feed->takePublished();
-    if (!ring)
-        return;
-    m_ring = ring;
+    m_ring = std::move(m_offered);
     m_end.reset();
     m_placeStart = m_taken;
     m_cursor = m_taken;
-    m_track.append({m_taken, ring->start(), true, ring->generation()});
-}
-
-float *Mixer::output(std::int64_t frame)
-{
-    return m_output.data() + frame % m_memory * m_channels;
-}
-
-const float *Mixer::output(std::int64_t frame) const
-{
-    return m_output.data() + frame % m_memory * m_channels;
-}
-
-float *Mixer::history(std::int64_t cursor)
-{
-    return m_history.data() + cursor % m_memory * m_channels;
+    m_track.append({m_taken, m_ring->start(), true, m_ring->generation()});
 }

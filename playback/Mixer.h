@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/FrameFeed.h"
+#include "playback/RingBuffer.h"
 
 #include <array>
 #include <cstddef>
@@ -54,7 +54,7 @@ private:
     std::size_t m_end = 0;
 };
 
-/// Turns the frames of a FrameFeed into the endless frames of an output: sound with its gain, silence if
+/// Turns the frames of the rings that it is offered into the endless frames of an output: sound with its gain, silence if
 /// there is none, and a fade wherever one gives way to the other.
 ///
 /// Output frames are counted from 0, when the mixer is made. Life of an output frame:
@@ -75,9 +75,10 @@ public:
         std::uint32_t generation = 0; ///< of the request that the frame answers; 0 before the first
     };
 
-    explicit Mixer(std::shared_ptr<FrameFeed> feed);
+    /// Signals `writer` when a ring is half empty.
+    Mixer(AudioFormat format, std::shared_ptr<Wakeup> writer);
 
-    [[nodiscard]] AudioFormat format() const { return m_feed->format(); }
+    [[nodiscard]] AudioFormat format() const { return m_format; }
 
     /// Count of the frames that have been rendered; the next one has this number.
     [[nodiscard]] std::int64_t rendered() const { return m_rendered; }
@@ -91,10 +92,13 @@ public:
     /// Counts on to `frame` without sound: it was never rendered, and the output has played silence there.
     void skipTo(std::int64_t frame);
 
+    /// From the next change() on, frames come from `ring`. Null takes back what was offered since the last one.
+    void offer(std::shared_ptr<RingBuffer> ring) { m_offered = ring == m_ring ? nullptr : std::move(ring); }
+
     /// Whether change() would alter anything.
     [[nodiscard]] bool needsChange(const Mix &mix) const;
 
-    /// Makes the frames from `frame` on anew: with this mix, from the newest published ring, with the frames
+    /// Makes the frames from `frame` on anew: with this mix, from the ring that was offered, with the frames
     /// that were missing before. Renders more if the fade needs it.
     void change(std::int64_t frame, const Mix &mix);
 
@@ -104,7 +108,7 @@ public:
     /// Rendered samples from output frame `frame` on, up to the last one or to where their memory wraps.
     [[nodiscard]] std::span<const float> samplesFrom(std::int64_t frame) const;
 
-    /// Leaves the feed alone from now on: what is left to render is the fade out.
+    /// Gives back its rings: what is left to render is the fade out.
     void detach();
 
     [[nodiscard]] Position positionAt(std::int64_t frame) const;
@@ -119,24 +123,22 @@ private:
     std::int64_t fetch(std::int64_t frames);
     void noteMissing();
     void mixInto(std::int64_t frame, const float *source, std::int64_t frames);
-    [[nodiscard]] bool hasPublished() const { return !m_isDetached && m_feed->hasPublished(); }
-    void adoptPublished();
-    [[nodiscard]] float *output(std::int64_t frame);
-    [[nodiscard]] const float *output(std::int64_t frame) const;
-    [[nodiscard]] float *history(std::int64_t cursor);
+    void adoptOffered();
+    [[nodiscard]] std::int64_t sampleOf(std::int64_t frame) const { return frame % m_memory * m_channels; }
     [[nodiscard]] std::int64_t untilWrap(std::int64_t frame) const { return m_memory - frame % m_memory; }
 
-    const std::shared_ptr<FrameFeed> m_feed;
+    const AudioFormat m_format;
+    const std::shared_ptr<Wakeup> m_writer;
     const std::int64_t m_channels;
     const std::int64_t m_memory;
-    RingBuffer *m_ring = nullptr; ///< where frames come from; none before the first is published
+    std::shared_ptr<RingBuffer> m_ring; ///< where frames come from; none before the first is adopted
+    std::shared_ptr<RingBuffer> m_offered; ///< where they come from after the next change; none for no other
 
     Mix m_mix;
     std::int64_t m_rendered = 0;
     std::int64_t m_fadeStart = 0;
     std::int64_t m_fadeFrames = 0;
     std::optional<std::int64_t> m_end;
-    bool m_isDetached = false;
     bool m_isStarved = false; ///< silence stands where frames were missing
 
     // Frames taken from the ring are numbered on through all rings; the cursor is the next one to be heard.

@@ -19,6 +19,8 @@ constexpr auto LongestLoss = 15s; // of the sound server
 constexpr std::chrono::milliseconds ReconnectPauses[] = {100ms, 250ms, 500ms, 1000ms};
 constexpr auto FallbackPolling = 10ms; // an output that wakes nobody is asked this often
 
+constexpr double ReadAhead = 2; // seconds
+
 // What has to be ready before the sound of another position begins.
 constexpr double EnoughToBegin = 0.05; // seconds
 
@@ -53,8 +55,8 @@ Result<std::shared_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const So
     }
     if (decoder->isError())
         return decoder->error();
-    const auto makeOutput = [label](std::shared_ptr<FrameFeed> feed) {
-        return PulseStream::open(std::move(feed), label);
+    const auto makeOutput = [label](AudioFormat format, std::shared_ptr<Wakeup> wakeup) {
+        return PulseStream::open(format, std::move(wakeup), label);
     };
     return std::shared_ptr<AudioPlayer>(Session::make(decoder->take(), stop, makeOutput));
 }
@@ -91,12 +93,12 @@ Session::Session(
     , m_isLengthUnknown(decoder->duration() <= 0)
     , m_isLengthGuessed(m_isLengthUnknown || decoder->isDurationGuessed())
     , m_makeOutput(std::move(makeOutput))
-    , m_feed(std::make_shared<FrameFeed>(m_format))
     , m_isStopped(std::move(stop))
     , m_duration(decoder->duration())
     , m_decoder(std::move(decoder))
+    , m_rings{std::make_shared<RingBuffer>(m_format, m_format.frames(ReadAhead)),
+          std::make_shared<RingBuffer>(m_format, m_format.frames(ReadAhead))}
 {
-    m_feed->request(m_request.generation);
 }
 
 std::shared_ptr<Session> Session::make(
@@ -176,7 +178,7 @@ void Session::close()
         const std::lock_guard lock(m_mutex);
         output = std::move(m_output);
     }
-    m_feed->decoderWakeup().signal();
+    m_wakeup->signal();
 }
 
 AudioPlayer::State Session::state() const
@@ -196,8 +198,9 @@ void Session::requestPosition(double seconds)
 {
     m_isAtEnd = false;
     m_request = {m_request.generation + 1, seconds};
-    m_feed->request(m_request.generation);
-    m_feed->decoderWakeup().signal();
+    if (m_output)
+        m_output->offer(nullptr);
+    m_wakeup->signal();
 }
 
 double Session::heardTime() const
@@ -235,7 +238,7 @@ std::optional<std::chrono::milliseconds> Session::watchOutput()
 
 void Session::makeOutput()
 {
-    setOutput(m_makeOutput(m_feed), false);
+    setOutput(m_makeOutput(m_format, m_wakeup), false);
 }
 
 /// Another output begins where the former one was heard last.
@@ -274,7 +277,7 @@ void Session::fallBack()
         return;
     }
     warnOfSilence();
-    setOutput(std::make_shared<NullOutput>(m_feed), true);
+    setOutput(std::make_shared<NullOutput>(m_format, m_wakeup), true);
 }
 
 void Session::reportEnd(const Ending &ending)
@@ -296,7 +299,7 @@ void Session::run()
         const bool isBusy = advance();
         const auto timeout = watchOutput();
         if (!isBusy)
-            m_feed->decoderWakeup().wait(timeout);
+            m_wakeup->wait(timeout);
     }
     m_decoder.reset(); // on this thread, because a medium may keep it waiting
 }
@@ -319,7 +322,10 @@ void Session::startOver(const Request &request)
     const std::int64_t target = std::llround(request.seconds * m_format.rate);
     const bool isFirst = m_generation == 0 && target == 0;
     m_generation = request.generation;
-    m_ring = &m_feed->startOver(m_generation, target);
+    m_ring.reset();
+    m_ring = m_rings[m_rings[0].use_count() == 1 ? 0 : 1];
+    m_ring->reset(m_generation, target);
+    m_isOffered = false;
     m_undelivered = {};
     m_position = target;
     setEnding({});
@@ -351,7 +357,7 @@ bool Session::deliver()
         const std::lock_guard lock(m_mutex);
         m_duration = std::max(m_duration, m_format.seconds(m_position));
     }
-    publishWhenReady();
+    offerWhenReady();
     return m_undelivered.samples.empty();
 }
 
@@ -363,7 +369,7 @@ void Session::finish(std::optional<Error> error)
     }
     setEnding({m_decoder->isDamaged(), std::move(error)});
     m_ring->finish();
-    publishWhenReady();
+    offerWhenReady();
 }
 
 void Session::setEnding(Ending ending)
@@ -372,17 +378,16 @@ void Session::setEnding(Ending ending)
     m_ending = std::move(ending);
 }
 
-void Session::publishWhenReady()
+void Session::offerWhenReady()
 {
     const bool isFull = !m_undelivered.samples.empty();
     const bool isReady =
         isFull || m_ring->isFinished() || m_ring->available() >= m_format.frames(EnoughToBegin);
-    const bool isToPublish = !m_feed->isPublished() && isReady;
-    if (isToPublish)
-        m_feed->publish();
-    if (!isToPublish && !m_feed->takeStarved())
+    const bool isFirstOffer = isReady && !m_isOffered;
+    if (!isFirstOffer && !m_ring->takeStarved())
         return;
+    m_isOffered = true;
     const std::lock_guard lock(m_mutex);
-    if (m_output)
-        m_output->refresh();
+    if (m_output && m_generation == m_request.generation)
+        m_output->offer(m_ring);
 }

@@ -4,6 +4,7 @@
 #include "playback/AudioPlayer.h"
 #include "playback/output/AudioOutput.h"
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -11,8 +12,8 @@
 #include <mutex>
 #include <optional>
 
-/// Makes the output of a session. Called by its main or its decoder thread; must not wait for the sound server.
-using OutputFactory = std::function<std::shared_ptr<AudioOutput>(std::shared_ptr<FrameFeed>)>;
+/// Makes the output of a session, which signals the session's decoder thread. Called by its main or its decoder thread; must not wait for the sound server.
+using OutputFactory = std::function<std::shared_ptr<AudioOutput>(AudioFormat, std::shared_ptr<Wakeup>)>;
 
 /// When to try again after the sound server has gone away: soon, then ever more rarely, not for ever.
 class ReconnectBackoff {
@@ -39,13 +40,14 @@ private:
     int m_attempts = 0;
 };
 
-/// One file being played: its decoder, which works on a thread of its own, the feed that it fills, and the output
-/// that sounds the feed.
+/// One file being played: its decoder, which works on a thread of its own, the ring that it fills, and the output that
+/// sounds the ring's frames.
 ///
 /// 1. Made with an open decoder: no thread runs, no sound server is asked.
-/// 2. prepareToPlay() makes the output and starts the decoder thread, which reads ahead into the feed.
+/// 2. prepareToPlay() makes the output and starts the decoder thread, which reads ahead into a ring
+///    and offers that to the output.
 /// 3. The other calls of the main thread say what is wanted. A seek is a request with a number of its own; the decoder
-///    thread answers the newest one.
+///    thread answers the newest one in the other ring, while the output plays on from the first.
 /// 4. The decoder thread also watches the output: it replaces one that has failed, and reports the end once that
 ///    was heard. If there is nothing to do it sleeps, without a timer.
 /// 5. close() ends the sound and the callbacks. The decoder thread ends by itself, however long the file keeps it
@@ -77,7 +79,6 @@ public:
 
     // Any thread
 
-    [[nodiscard]] FrameFeed &feed() { return *m_feed; }
     [[nodiscard]] Request request();
 
     // Decoder thread
@@ -110,13 +111,13 @@ private:
     bool deliver();
     void finish(std::optional<Error> error);
     void setEnding(Ending ending);
-    void publishWhenReady();
+    void offerWhenReady();
 
     const AudioFormat m_format;
     const bool m_isLengthUnknown;
     const bool m_isLengthGuessed; ///< or unknown
     const OutputFactory m_makeOutput;
-    const std::shared_ptr<FrameFeed> m_feed;
+    const std::shared_ptr<Wakeup> m_wakeup = std::make_shared<Wakeup>(); ///< of the decoder thread
     const std::shared_ptr<std::atomic<bool>> m_isStopped;
     bool m_isDecoding = false; ///< the main thread's
 
@@ -136,7 +137,10 @@ private:
     // The decoder thread's alone
     std::unique_ptr<Decoder> m_decoder;
     std::uint32_t m_generation = 0; ///< of the request that is being answered
-    RingBuffer *m_ring = nullptr; ///< none before the first request
+    const std::array<std::shared_ptr<RingBuffer>, 2>
+        m_rings; ///< one to fill while the output may hold the other
+    std::shared_ptr<RingBuffer> m_ring; ///< the one being filled; none before the first request
+    bool m_isOffered = false; ///< whether m_ring was
     DecodedFrames m_undelivered; ///< decoded, but the ring was full
     std::int64_t m_position = 0; ///< track frame after the last one delivered
 };

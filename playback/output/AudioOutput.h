@@ -2,10 +2,10 @@
 
 #include "playback/Mixer.h"
 
-/// Sounds the frames of one FrameFeed: one stream on the sound server, or nothing that only takes its time.
+/// Sounds the frames of the rings that it is offered: one stream on the sound server, or nothing that only takes its time.
 ///
 /// 1. Made for one player, silent. 2. apply() starts, pauses and sets the gain, as often as one likes.
-/// 3. Destroying it lets what sounds fade out, without waiting for that; the feed is left alone from then on.
+/// 3. Destroying it lets what sounds fade out, without waiting for that; its rings are left alone from then on.
 ///
 /// All calls come from the player's main and decoder threads, never two at a time, and none of them waits for
 /// the sound server. If the status changes by itself, the decoder thread is woken.
@@ -20,7 +20,7 @@ public:
     struct Status {
         State state = State::Connecting;
         Mixer::Position heard; ///< at this moment
-        bool isEndHeard = false; ///< whether the last frame of what is published has been heard
+        bool isEndHeard = false; ///< whether the last frame of the newest ring has been heard
     };
 
     virtual ~AudioOutput() = default;
@@ -30,8 +30,9 @@ public:
     /// What is to be heard from now on.
     virtual void apply(const Mix &mix) = 0;
 
-    /// The feed has a new ring, or frames where they were missing.
-    virtual void refresh() = 0;
+    /// Frames come from `ring` from now on, or from the same one as before if frames have come where they were missing.
+    /// Null takes back a ring that no frame has come from yet.
+    virtual void offer(std::shared_ptr<RingBuffer> ring) = 0;
 
     [[nodiscard]] virtual Status status() = 0;
 

@@ -8,8 +8,8 @@
 /// nobody is woken.
 class NullOutput final : public AudioOutput {
 public:
-    explicit NullOutput(std::shared_ptr<FrameFeed> feed)
-        : m_mixer(std::move(feed))
+    NullOutput(AudioFormat format, std::shared_ptr<Wakeup> decoder)
+        : m_mixer(format, std::move(decoder))
     {
     }
 
@@ -22,7 +22,11 @@ public:
         if (m_mixer.needsChange(mix))
             m_mixer.change(m_heard, mix);
     }
-    void refresh() override { apply(m_mix); }
+    void offer(std::shared_ptr<RingBuffer> ring) override
+    {
+        m_mixer.offer(std::move(ring));
+        apply(m_mix);
+    }
     [[nodiscard]] Status status() override
     {
         catchUp();

@@ -55,18 +55,20 @@ QByteArray streamName(const SoundLabel &label)
 
 } // namespace
 
-PulseStream::PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &label)
-    : m_feed(feed)
+PulseStream::PulseStream(AudioFormat format, std::shared_ptr<Wakeup> decoder, const SoundLabel &label)
+    : m_format(format)
+    , m_decoder(std::move(decoder))
     , m_label(label)
-    , m_frameSize(std::int64_t(sizeof(float)) * feed->format().channels)
-    , m_mixer(std::move(feed))
-    , m_clock(m_feed->format().rate)
+    , m_frameSize(std::int64_t(sizeof(float)) * format.channels)
+    , m_mixer(format, m_decoder)
+    , m_clock(format.rate)
 {
 }
 
-std::shared_ptr<AudioOutput> PulseStream::open(std::shared_ptr<FrameFeed> feed, const SoundLabel &label)
+std::shared_ptr<AudioOutput> PulseStream::open(
+    AudioFormat format, std::shared_ptr<Wakeup> decoder, const SoundLabel &label)
 {
-    const std::shared_ptr<PulseStream> stream(new PulseStream(std::move(feed), label));
+    const std::shared_ptr<PulseStream> stream(new PulseStream(format, std::move(decoder), label));
     const PulseLock lock;
     stream->connect();
     return {static_cast<AudioOutput *>(stream.get()), [stream](AudioOutput *) { stream->close(); }};
@@ -92,9 +94,10 @@ void PulseStream::apply(const Mix &mix)
     update();
 }
 
-void PulseStream::refresh()
+void PulseStream::offer(std::shared_ptr<RingBuffer> ring)
 {
     const PulseLock lock;
+    m_mixer.offer(std::move(ring));
     update();
 }
 
@@ -154,8 +157,8 @@ void PulseStream::handleLoss()
 
 bool PulseStream::connectStream(pa_context *context)
 {
-    const AudioFormat format = m_feed->format();
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, std::uint32_t(format.rate), std::uint8_t(format.channels)};
+    const pa_sample_spec spec{
+        PA_SAMPLE_FLOAT32NE, std::uint32_t(m_format.rate), std::uint8_t(m_format.channels)};
     pa_proplist *properties = streamProperties(m_label);
     m_stream =
         pa_stream_new_with_proplist(context, streamName(m_label).constData(), &spec, nullptr, properties);
@@ -164,7 +167,7 @@ bool PulseStream::connectStream(pa_context *context)
         return false;
     setCallbacks();
 
-    const auto bytes = [&](double seconds) { return std::uint32_t(format.frames(seconds) * m_frameSize); };
+    const auto bytes = [&](double seconds) { return std::uint32_t(m_format.frames(seconds) * m_frameSize); };
     constexpr auto unset = std::uint32_t(-1);
     const pa_buffer_attr buffer{unset, bytes(QueueLength), 0, bytes(RequestLength), unset};
     // Full volume, whatever the server remembers of a former run: the gain is in the samples.
@@ -198,7 +201,7 @@ void PulseStream::handleState()
     if (state != PA_STREAM_READY)
         return;
     m_state = State::Ready;
-    m_feed->decoderWakeup().signal();
+    m_decoder->signal();
     update();
 }
 
@@ -216,7 +219,7 @@ void PulseStream::fail()
 {
     stopClock();
     m_state = State::Failed;
-    m_feed->decoderWakeup().signal();
+    m_decoder->signal();
 }
 
 /// The last thing that a stream does: it is destroyed by it, unless the caller holds it.
@@ -272,12 +275,12 @@ std::int64_t PulseStream::framesSince(const pa_timing_info &info) const
     if (!info.playing || m_isCorked)
         return 0;
     const auto age = std::int64_t(pa_rtclock_now() - m_askedAt) - std::int64_t(info.transport_usec);
-    return std::max<std::int64_t>(age, 0) * m_feed->format().rate / 1'000'000;
+    return std::max<std::int64_t>(age, 0) * m_format.rate / 1'000'000;
 }
 
 void PulseStream::followServer(const pa_timing_info &info)
 {
-    const std::int64_t latency = std::int64_t(info.sink_usec) * m_feed->format().rate / 1'000'000;
+    const std::int64_t latency = std::int64_t(info.sink_usec) * m_format.rate / 1'000'000;
     const std::int64_t heard = info.read_index / m_frameSize - latency + framesSince(info);
     if (info.playing && !m_isCorked)
         m_clock.set(pa_rtclock_now(), heard, true);
@@ -295,7 +298,7 @@ void PulseStream::stopClock()
 void PulseStream::changeQueued(std::int64_t readFrame, double margin, const Mix &mix)
 {
     m_mixer.skipTo(readFrame);
-    const std::int64_t from = std::min(readFrame + m_feed->format().frames(margin), m_mixer.rendered());
+    const std::int64_t from = std::min(readFrame + m_format.frames(margin), m_mixer.rendered());
     m_mixer.change(from, mix);
     write(from);
     m_isEndNoted = false;
@@ -305,7 +308,7 @@ void PulseStream::fillQueue(std::int64_t readFrame)
 {
     m_mixer.skipTo(readFrame);
     const std::int64_t from = m_mixer.rendered();
-    m_mixer.render(readFrame + m_feed->format().frames(QueueLength) - from);
+    m_mixer.render(readFrame + m_format.frames(QueueLength) - from);
     write(from);
 }
 
@@ -335,7 +338,7 @@ void PulseStream::noteEnd()
     if (m_isEndNoted || !isEndHeard())
         return;
     m_isEndNoted = true;
-    m_feed->decoderWakeup().signal();
+    m_decoder->signal();
 }
 
 /// Looks again when there is something to do next.
@@ -376,7 +379,7 @@ bool PulseStream::isSilenceHeard() const
 /// From which on the stream may be corked after a fade.
 std::int64_t PulseStream::silentFrame() const
 {
-    return m_mixer.fadeEnd() + m_feed->format().frames(CorkMargin);
+    return m_mixer.fadeEnd() + m_format.frames(CorkMargin);
 }
 
 bool PulseStream::isEndHeard() const

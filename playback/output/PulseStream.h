@@ -63,14 +63,15 @@ private:
 class PulseStream final : public AudioOutput, public std::enable_shared_from_this<PulseStream> {
 public:
     /// The server is told `label`. What this returns closes the stream when it is destroyed.
-    static std::shared_ptr<AudioOutput> open(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
+    static std::shared_ptr<AudioOutput> open(
+        AudioFormat format, std::shared_ptr<Wakeup> decoder, const SoundLabel &label);
 
     void apply(const Mix &mix) override;
-    void refresh() override;
+    void offer(std::shared_ptr<RingBuffer> ring) override;
     [[nodiscard]] Status status() override;
 
 private:
-    PulseStream(std::shared_ptr<FrameFeed> feed, const SoundLabel &label);
+    PulseStream(AudioFormat format, std::shared_ptr<Wakeup> decoder, const SoundLabel &label);
 
     void connect();
     void handleConnected(pa_context *context);
@@ -103,7 +104,8 @@ private:
     [[nodiscard]] bool isEndHeard() const;
     [[nodiscard]] std::int64_t heardFrame() const;
 
-    const std::shared_ptr<FrameFeed> m_feed;
+    const AudioFormat m_format;
+    const std::shared_ptr<Wakeup> m_decoder;
     const SoundLabel m_label;
     const std::int64_t m_frameSize; ///< bytes
     Mixer m_mixer;

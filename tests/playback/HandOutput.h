@@ -7,17 +7,17 @@
 /// An output whose clock the test moves by hand.
 class HandOutput final : public AudioOutput {
 public:
-    explicit HandOutput(const std::shared_ptr<FrameFeed> &feed)
-        : m_feed(feed)
-        , m_mixer(feed)
+    HandOutput(AudioFormat format, const std::shared_ptr<Wakeup> &decoder)
+        : m_decoder(decoder)
+        , m_mixer(format, decoder)
     {
     }
 
     /// A factory that notes the newest of the outputs that it makes in `newest`.
     static OutputFactory factory(HandOutput *&newest)
     {
-        return [&newest](const std::shared_ptr<FrameFeed> &feed) {
-            auto output = std::make_shared<HandOutput>(feed);
+        return [&newest](AudioFormat format, const std::shared_ptr<Wakeup> &decoder) {
+            auto output = std::make_shared<HandOutput>(format, decoder);
             newest = output.get();
             return output;
         };
@@ -29,9 +29,10 @@ public:
         m_mix = mix;
         update();
     }
-    void refresh() override
+    void offer(std::shared_ptr<RingBuffer> ring) override
     {
         const std::lock_guard lock(m_mutex);
+        m_mixer.offer(std::move(ring));
         update();
     }
     [[nodiscard]] Status status() override
@@ -50,11 +51,11 @@ public:
         while (m_heard < end) {
             const auto run = m_mixer.samplesFrom(m_heard);
             samples.insert(samples.end(), run.begin(), run.end());
-            m_heard += std::int64_t(run.size()) / m_feed->format().channels;
+            m_heard += std::int64_t(run.size()) / m_mixer.format().channels;
         }
-        samples.resize(std::size_t(frames * m_feed->format().channels));
+        samples.resize(std::size_t(frames * m_mixer.format().channels));
         m_heard = end;
-        m_feed->decoderWakeup().signal();
+        m_decoder->signal();
         return samples;
     }
 
@@ -65,7 +66,7 @@ private:
             m_mixer.change(m_heard, m_mix);
     }
 
-    const std::shared_ptr<FrameFeed> m_feed;
+    const std::shared_ptr<Wakeup> m_decoder;
     std::mutex m_mutex; ///< guards all below
     Mixer m_mixer;
     Mix m_mix;

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr AudioFormat stereo{48000, 2};
-constexpr std::int64_t seconds = 1; // of sound in the feed
+constexpr std::int64_t seconds = 1; // of sound in the ring
 constexpr std::int64_t queue = 48000 * 4 / 10;
 constexpr std::int64_t fade = 48000 * 8 / 1000;
 
@@ -18,9 +18,9 @@ class MixerTest : public QObject {
     Q_OBJECT
 
 private:
-    std::shared_ptr<FrameFeed> m_feed;
+    std::shared_ptr<Wakeup> m_wakeup;
     std::unique_ptr<Mixer> m_mixer;
-    RingBuffer *m_ring = nullptr;
+    std::shared_ptr<RingBuffer> m_ring;
     std::uint32_t m_generation = 0;
     std::int64_t m_heard = 0;
     std::vector<float> m_sound; ///< the track, stereo, position coded
@@ -28,10 +28,10 @@ private:
 
     void offer(std::int64_t start, std::int64_t frames)
     {
-        m_feed->request(++m_generation);
-        m_ring = &m_feed->startOver(m_generation, start);
+        m_ring = std::make_shared<RingBuffer>(stereo, 96000);
+        m_ring->reset(++m_generation, start);
         add(start, frames);
-        m_feed->publish();
+        m_mixer->offer(m_ring);
     }
 
     void add(std::int64_t start, std::int64_t frames)
@@ -91,8 +91,8 @@ private Q_SLOTS:
     void init()
     {
         m_sound = WavFile::positionCodedSamples(stereo.rate, seconds * 2);
-        m_feed = std::make_shared<FrameFeed>(stereo);
-        m_mixer = std::make_unique<Mixer>(m_feed);
+        m_wakeup = std::make_shared<Wakeup>();
+        m_mixer = std::make_unique<Mixer>(stereo, m_wakeup);
         m_generation = 0;
         m_heard = 0;
         m_output.clear();
@@ -359,7 +359,7 @@ private Q_SLOTS:
 
     void decoderIsWokenWhenHalfOfItsFramesAreGone()
     {
-        const auto isWoken = [this] { return m_feed->decoderWakeup().wait(std::chrono::milliseconds(0)); };
+        const auto isWoken = [this] { return m_wakeup->wait(std::chrono::milliseconds(0)); };
         offer(0, 96000);
         change({true, 1});
         m_mixer->render(48000 - m_mixer->rendered());
@@ -375,10 +375,31 @@ private Q_SLOTS:
     {
         offer(0, 1000);
         change({true, 1});
-        QVERIFY(m_feed->takeStarved());
+        QVERIFY(m_ring->takeStarved());
         m_ring->finish();
         m_mixer->render(1000);
-        QVERIFY(!m_feed->takeStarved());
+        QVERIFY(!m_ring->takeStarved());
+    }
+
+    void ringThatIsTakenBackIsNotHeard()
+    {
+        offer(0, 40000);
+        change({true, 1});
+        const auto first = m_ring;
+        hear(5000);
+        offer(60000, 30000);
+        QVERIFY(m_mixer->needsChange({true, 1}));
+        m_mixer->offer(nullptr);
+        QVERIFY(!m_mixer->needsChange({true, 1}));
+        QCOMPARE(m_ring.use_count(), 1);
+        m_mixer->offer(first);
+        QVERIFY(!m_mixer->needsChange({true, 1}));
+        change({true, 0.5F});
+        hear(queue);
+        QVERIFY(placeAt(m_heard - 1) < 40000);
+        offer(60000, 30000);
+        change({true, 1});
+        QCOMPARE(first.use_count(), 1);
     }
 
     void changeThatReachesBackBeforeASeekStaysAtItsTarget()

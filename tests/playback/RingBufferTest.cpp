@@ -1,4 +1,4 @@
-#include "playback/FrameFeed.h"
+#include "playback/RingBuffer.h"
 #include "tests/TestProgram.h"
 
 #include <numeric>
@@ -147,88 +147,16 @@ private Q_SLOTS:
         QCOMPARE(expected, total);
     }
 
-    void feedHandsOverOnlyWhatWasAskedForLast()
+    void tellsOnceThatFramesWereMissing()
     {
-        FrameFeed feed(mono);
-        feed.request(1);
-        feed.startOver(1, 0);
-        QVERIFY(!feed.takePublished());
-        feed.publish();
-        feed.request(2);
-        QVERIFY(!feed.hasPublished());
-        QVERIFY(!feed.takePublished());
-        feed.startOver(2, 480);
-        feed.publish();
-        RingBuffer *ring = feed.takePublished();
-        QVERIFY(ring);
-        QCOMPARE(ring->generation(), 2U);
-        QCOMPARE(ring->start(), 480);
-        QVERIFY(!feed.takePublished());
-    }
-
-    void feedFillsTheOtherRingOnceOneWasTaken()
-    {
-        FrameFeed feed(mono);
-        feed.request(1);
-        RingBuffer &first = feed.startOver(1, 0);
-        feed.publish();
-        QCOMPARE(feed.takePublished(), &first);
-        RingBuffer &second = feed.startOver(2, 0);
-        QVERIFY(&second != &first);
-        feed.publish();
-        QCOMPARE(&feed.startOver(3, 0), &second);
-        QCOMPARE(&feed.startOver(4, 0), &second); // the output still reads the first
-        feed.request(4);
-        feed.publish();
-        QCOMPARE(feed.takePublished(), &second);
-        QVERIFY(feed.isPublished());
-        QCOMPARE(&feed.startOver(5, 0), &first);
-        QVERIFY(!feed.isPublished());
-        QCOMPARE(first.capacity(), 2 * 48000);
-        QCOMPARE(second.capacity(), 2 * 48000);
-    }
-
-    void feedTellsOnceThatFramesWereMissing()
-    {
-        FrameFeed feed(mono);
-        QVERIFY(!feed.takeStarved());
-        feed.noteStarved();
-        QVERIFY(feed.takeStarved());
-        QVERIFY(!feed.takeStarved());
-    }
-
-    void handOverBetweenTwoThreadsNeverMixesRings()
-    {
-        constexpr std::uint32_t requests = 2000;
-        FrameFeed feed(mono);
-        std::atomic<bool> isDone = false;
-        std::thread writer([&] {
-            for (std::uint32_t generation = 1; generation <= requests; ++generation) {
-                feed.request(generation);
-                RingBuffer &ring = feed.startOver(generation, generation);
-                ring.write(std::vector<float>(10, float(generation)), generation);
-                feed.publish();
-                ring.write(std::vector<float>(10, float(generation)), generation + 10);
-            }
-            isDone = true;
-        });
-        RingBuffer *ring = nullptr;
-        std::uint32_t taken = 0;
-        bool isRight = true;
-        float samples[20];
-        while (!isDone || feed.hasPublished()) {
-            if (RingBuffer *next = feed.takePublished()) {
-                isRight = isRight && next->generation() > taken;
-                ring = next;
-                taken = ring->generation();
-            }
-            const std::int64_t frames = ring ? ring->read(samples, 20).frames : 0;
-            for (std::int64_t index = 0; index < frames; ++index)
-                isRight = isRight && samples[index] == float(taken);
-        }
-        writer.join();
-        QVERIFY(isRight);
-        QCOMPARE(taken, requests);
+        RingBuffer ring(mono, 4);
+        QVERIFY(!ring.takeStarved());
+        ring.noteStarved();
+        QVERIFY(ring.takeStarved());
+        QVERIFY(!ring.takeStarved());
+        ring.noteStarved();
+        ring.reset(1, 0);
+        QVERIFY(!ring.takeStarved());
     }
 
     void wakeupsAreNotLost()

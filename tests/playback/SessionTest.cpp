@@ -20,21 +20,28 @@ struct OutputScript {
     std::atomic<std::uint32_t> generation = 0;
     std::atomic<bool> isEndHeard = false;
     std::atomic<bool> isPlaying = false; ///< what was applied last
-    std::atomic<int> made = 0, alive = 0, refreshes = 0, questions = 0;
+    std::shared_ptr<Wakeup> decoder;
+    std::shared_ptr<RingBuffer> ring; ///< the one offered last, unless it was taken back
+    std::atomic<int> made = 0, alive = 0, offers = 0, questions = 0;
 };
 
 class ScriptedOutput final : public AudioOutput {
 public:
-    ScriptedOutput(const std::shared_ptr<FrameFeed> &feed, OutputScript &script)
+    ScriptedOutput(std::shared_ptr<Wakeup> decoder, OutputScript &script)
         : m_script(script)
     {
         ++m_script.made;
         ++m_script.alive;
-        feed->decoderWakeup().signal();
+        m_script.decoder = std::move(decoder);
+        m_script.decoder->signal();
     }
     ~ScriptedOutput() override { --m_script.alive; }
     void apply(const Mix &mix) override { m_script.isPlaying = mix.isPlaying; }
-    void refresh() override { ++m_script.refreshes; }
+    void offer(std::shared_ptr<RingBuffer> ring) override
+    {
+        m_script.ring = std::move(ring);
+        m_script.offers += m_script.ring ? 1 : 0;
+    }
     [[nodiscard]] Status status() override
     {
         ++m_script.questions;
@@ -47,7 +54,9 @@ private:
 
 OutputFactory factoryOf(OutputScript &script)
 {
-    return [&script](const auto &feed) { return std::make_unique<ScriptedOutput>(feed, script); };
+    return [&script](AudioFormat, std::shared_ptr<Wakeup> decoder) {
+        return std::make_unique<ScriptedOutput>(std::move(decoder), script);
+    };
 }
 
 /// A session whose decoder thread waits for its medium once it has been started, so that the test does its work.
@@ -355,14 +364,10 @@ private Q_SLOTS:
     {
         int pipe[2];
         QCOMPARE(pipe2(pipe, O_CLOEXEC), 0);
-        FrameFeed *feed = nullptr;
         OutputScript script;
         script.state = AudioOutput::State::Ready;
         const auto isGone = std::make_shared<std::atomic<bool>>(false);
-        auto player = makePlayer({.isGone = isGone, .blocksOn = pipe[0]}, [&](const auto &made) {
-            feed = made.get();
-            return std::make_unique<ScriptedOutput>(made, script);
-        });
+        auto player = makePlayer({.isGone = isGone, .blocksOn = pipe[0]}, factoryOf(script));
         const auto letRead = [&](const char *blocks) {
             const int before = script.questions;
             const auto count = ssize_t(std::strlen(blocks));
@@ -372,19 +377,38 @@ private Q_SLOTS:
         player->play();
         QTRY_VERIFY(script.questions > 0);
         QVERIFY(letRead("12"));
-        QVERIFY(!feed->hasPublished());
+        QCOMPARE(script.offers, 0);
         QVERIFY(letRead("3"));
-        QVERIFY(feed->hasPublished());
-        QCOMPARE(script.refreshes, 1);
+        QCOMPARE(script.offers, 1);
         QVERIFY(letRead("4"));
-        QCOMPARE(script.refreshes, 1);
-        feed->noteStarved();
+        QCOMPARE(script.offers, 1);
+        script.ring->noteStarved();
         QVERIFY(letRead("56"));
-        QCOMPARE(script.refreshes, 2);
+        QCOMPARE(script.offers, 2);
         close(pipe[1]);
         player.reset();
         QTRY_VERIFY(*isGone);
         close(pipe[0]);
+    }
+
+    void placeIsReadIntoTheRingThatTheOutputDoesNotHold()
+    {
+        OutputScript script;
+        script.state = AudioOutput::State::Ready;
+        const auto player = makePlayer({}, factoryOf(script));
+        player->play();
+        QTRY_COMPARE(script.offers, 1);
+        auto held = script.ring;
+        QCOMPARE(held->capacity(), 2 * FakeDecoder::rate);
+        for (int place = 2; place < 9; ++place) {
+            const RingBuffer *former = held.get();
+            player->setCurrentTime(place);
+            QVERIFY(QTest::qWaitFor([&] { return script.offers == place; }));
+            QVERIFY(script.ring.get() != former);
+            QCOMPARE(script.ring->start(), place * FakeDecoder::rate);
+            QCOMPARE(former->start(), place == 2 ? 0 : (place - 1) * FakeDecoder::rate);
+            held = script.ring;
+        }
     }
 
     void decoderThreadSleepsOnceTheTrackIsRead()
@@ -393,7 +417,7 @@ private Q_SLOTS:
         script.state = AudioOutput::State::Ready;
         const auto player = makePlayer({.seconds = 0.5, .claimedSeconds = 0.5}, factoryOf(script));
         player->play();
-        QTRY_COMPARE(script.refreshes, 1);
+        QTRY_COMPARE(script.offers, 1);
         int before = -1;
         QTRY_COMPARE(std::exchange(before, script.questions), script.questions);
         QVERIFY(!QTest::qWaitFor([&] { return script.questions > before + 20; }, 50));
@@ -461,9 +485,7 @@ private Q_SLOTS:
         QVERIFY(!script.isPlaying && !session->state().isPlaying);
         session->play();
         QCOMPARE(session->request().seconds, 0.0);
-        const auto isWoken = [&] {
-            return session->feed().decoderWakeup().wait(std::chrono::milliseconds(0));
-        };
+        const auto isWoken = [&] { return script.decoder->wait(0ms); };
         QVERIFY(isWoken() && !isWoken());
         session->setCurrentTime(2);
         QVERIFY(isWoken());
@@ -660,13 +682,14 @@ private Q_SLOTS:
 
     void timeWithoutASoundServerPassesUnobserved()
     {
-        const auto feed = std::make_shared<FrameFeed>(AudioFormat{FakeDecoder::rate, 1});
-        NullOutput output(feed);
+        constexpr AudioFormat mono{FakeDecoder::rate, 1};
+        NullOutput output(mono, std::make_shared<Wakeup>());
         std::uint32_t generation = 0;
         const auto offer = [&](std::int64_t start) {
-            feed->request(++generation);
-            feed->startOver(generation, start).write(std::vector<float>(FakeDecoder::rate), start);
-            feed->publish();
+            const auto ring = std::make_shared<RingBuffer>(mono, FakeDecoder::rate);
+            ring->reset(++generation, start);
+            ring->write(std::vector<float>(FakeDecoder::rate), start);
+            output.offer(ring);
         };
         const auto letPass = [](std::chrono::milliseconds time) {
             const auto end = std::chrono::steady_clock::now() + time;
@@ -683,10 +706,9 @@ private Q_SLOTS:
         QCOMPARE(output.status().heard.seconds, paused);
         output.apply({true, 1});
         letPass(60ms);
-        offer(5 * FakeDecoder::rate);
         QElapsedTimer timer;
         timer.start();
-        output.refresh();
+        offer(5 * FakeDecoder::rate);
         const double place = output.status().heard.seconds;
         QVERIFY(place >= 5 && place <= 5.001 + double(timer.nsecsElapsed()) / 1e9);
     }
@@ -695,10 +717,8 @@ private Q_SLOTS:
     {
         bool isThere = false;
         OutputScript script;
-        const auto player = makePlayer({}, [&](auto feed) -> std::shared_ptr<AudioOutput> {
-            if (isThere)
-                return HandOutput::factory(m_output)(std::move(feed));
-            return std::make_unique<ScriptedOutput>(feed, script);
+        const auto player = makePlayer({}, [&](AudioFormat format, const auto &decoder) {
+            return (isThere ? HandOutput::factory(m_output) : factoryOf(script))(format, decoder);
         });
         QVERIFY(!player->play());
         QTRY_VERIFY(player->currentTime() > 0.1);

@@ -30,25 +30,24 @@ class PulseStreamTest : public QObject {
 
 private:
     FakePulse &m_server = FakePulse::instance();
-    std::shared_ptr<FrameFeed> m_feed;
+    std::shared_ptr<Wakeup> m_wakeup;
     std::shared_ptr<AudioOutput> m_output;
     std::uint32_t m_generation = 0;
     const std::vector<float> m_sound = WavFile::positionCodedSamples(stereo.rate, 2);
 
-    RingBuffer &offer(std::int64_t start, std::int64_t frames)
+    std::shared_ptr<RingBuffer> offer(std::int64_t start, std::int64_t frames)
     {
-        m_feed->request(++m_generation);
-        RingBuffer &ring = m_feed->startOver(m_generation, start);
-        ring.write(std::span(m_sound).subspan(std::size_t(start) * 2, std::size_t(frames) * 2), start);
-        m_feed->publish();
-        m_output->refresh();
+        const auto ring = std::make_shared<RingBuffer>(stereo, 96000);
+        ring->reset(++m_generation, start);
+        ring->write(std::span(m_sound).subspan(std::size_t(start) * 2, std::size_t(frames) * 2), start);
+        m_output->offer(ring);
         return ring;
     }
 
     void connect()
     {
-        m_feed = std::make_shared<FrameFeed>(stereo);
-        m_output = PulseStream::open(m_feed, SoundLabel{});
+        m_wakeup = std::make_shared<Wakeup>();
+        m_output = PulseStream::open(stereo, m_wakeup, SoundLabel{});
         m_server.settle();
     }
 
@@ -92,7 +91,7 @@ private:
     }
 
     /// Whether somebody has woken the decoder thread since the last question.
-    [[nodiscard]] bool isDecoderWoken() { return m_feed->decoderWakeup().wait(std::chrono::milliseconds(0)); }
+    [[nodiscard]] bool isDecoderWoken() { return m_wakeup->wait(std::chrono::milliseconds(0)); }
 
 private Q_SLOTS:
     void init()
@@ -114,7 +113,7 @@ private Q_SLOTS:
         for (const auto &stream : m_server.streams)
             QVERIFY(std::all_of(
                 stream->aheads.begin(), stream->aheads.end(), [](auto ahead) { return ahead >= 0; }));
-        QVERIFY(m_feed.use_count() == 1);
+        QVERIFY(m_wakeup.use_count() == 1);
     }
 
     void streamIsAskedForAsItIsPlayed()
@@ -151,7 +150,7 @@ private Q_SLOTS:
         QFETCH(QString, title);
         QFETCH(QString, artist);
         QFETCH(QString, name);
-        m_output = PulseStream::open(m_feed, SoundLabel{title, artist});
+        m_output = PulseStream::open(stereo, m_wakeup, SoundLabel{title, artist});
         m_server.settle();
         const auto property = [](const char *key, const QString &value) {
             return value.isEmpty() ? QString() : u"%1 = \"%2\"\n"_s.arg(QLatin1String(key), value);
@@ -218,8 +217,8 @@ private Q_SLOTS:
     void playBeforeTheConnectionIsHeardOnceThatIsThere()
     {
         m_server.breakConnection();
-        m_feed = std::make_shared<FrameFeed>(stereo);
-        m_output = PulseStream::open(m_feed, SoundLabel{});
+        m_wakeup = std::make_shared<Wakeup>();
+        m_output = PulseStream::open(stereo, m_wakeup, SoundLabel{});
         offer(0, 96000);
         m_output->apply({true, 1});
         m_server.settle();
@@ -472,8 +471,9 @@ private Q_SLOTS:
     {
         play(1);
         for (int round = 0; round < 2; ++round) { // as of a track that repeats itself
-            offer(0, 24000).finish();
-            m_output->refresh();
+            const auto ring = offer(0, 24000);
+            ring->finish();
+            m_output->offer(ring);
             m_server.pass(400);
             (void)isDecoderWoken();
             while (m_output->status().heard.seconds < 0.5) {
@@ -524,16 +524,16 @@ private Q_SLOTS:
         QVERIFY(m_server.isAtRest());
     }
 
-    void closedOutputLeavesTheFeedAlone()
+    void closedOutputLeavesItsRingAlone()
     {
-        offer(0, 48000);
+        const auto ring = offer(0, 48000);
         play(300);
         m_output.reset();
-        m_feed->request(2);
-        m_feed->startOver(2, 0).write(m_sound, 0);
-        m_feed->publish();
+        QCOMPARE(ring.use_count(), 1);
+        const std::int64_t left = ring->available();
+        QVERIFY(left > 0);
         m_server.pass(100);
-        QVERIFY(m_feed->hasPublished());
+        QCOMPARE(ring->available(), left);
     }
 
     void changeAfterALongStallIsNotWrittenIntoThePast_data()
@@ -560,7 +560,7 @@ private Q_SLOTS:
     {
         m_output.reset();
         m_server.breakConnection(true);
-        const auto failed = PulseStream::open(std::make_shared<FrameFeed>(stereo), SoundLabel{});
+        const auto failed = PulseStream::open(stereo, std::make_shared<Wakeup>(), SoundLabel{});
         m_server.reset();
         connect();
         QCOMPARE(m_server.streams.size(), 1U);
@@ -597,7 +597,7 @@ private Q_SLOTS:
         m_output.reset();
         m_server.breakConnection();
         QVERIFY(!m_server.stream().isReferenced);
-        QCOMPARE(m_feed.use_count(), 1);
+        QCOMPARE(m_wakeup.use_count(), 1);
     }
 
     void refusalIsAFailureAtOnce_data()
@@ -614,8 +614,8 @@ private Q_SLOTS:
         if (!isStream)
             m_server.breakConnection(true);
         m_server.isRefusingStreams = isStream;
-        m_feed = std::make_shared<FrameFeed>(stereo);
-        m_output = PulseStream::open(m_feed, SoundLabel{});
+        m_wakeup = std::make_shared<Wakeup>();
+        m_output = PulseStream::open(stereo, m_wakeup, SoundLabel{});
         QCOMPARE(m_output->status().state, AudioOutput::State::Failed);
         QVERIFY(isDecoderWoken());
         play(100);
@@ -625,7 +625,7 @@ private Q_SLOTS:
     void streamsShareOneConnection() const
     {
         const int before = m_server.contexts;
-        const auto other = PulseStream::open(std::make_shared<FrameFeed>(stereo), SoundLabel{});
+        const auto other = PulseStream::open(stereo, std::make_shared<Wakeup>(), SoundLabel{});
         QCOMPARE(other->status().state, AudioOutput::State::Connecting);
         QCOMPARE(m_server.contexts, before);
         QCOMPARE(m_server.streams.size(), 2U);

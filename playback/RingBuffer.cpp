@@ -1,15 +1,9 @@
-#include "playback/FrameFeed.h"
+#include "playback/RingBuffer.h"
 
 #include <algorithm>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-
-namespace {
-
-constexpr double ReadAhead = 2; // seconds
-
-}
 
 RingBuffer::RingBuffer(AudioFormat format, std::int64_t capacity)
     : m_capacity(capacity)
@@ -28,6 +22,7 @@ void RingBuffer::reset(std::uint32_t generation, std::int64_t start)
     m_jumpsWritten = 0;
     m_jumpsRead = 0;
     m_isFinished = false;
+    m_isStarved = false;
 }
 
 std::int64_t RingBuffer::write(std::span<const float> samples, std::int64_t position)
@@ -125,37 +120,4 @@ bool Wakeup::wait(std::optional<std::chrono::milliseconds> time) const
     poll(&event, 1, time ? static_cast<int>(time->count()) : -1);
     eventfd_t signals = 0;
     return eventfd_read(m_event, &signals) == 0;
-}
-
-FrameFeed::FrameFeed(AudioFormat format)
-    : m_format(format)
-    , m_rings{RingBuffer{format, format.frames(ReadAhead)}, RingBuffer{format, format.frames(ReadAhead)}}
-{
-}
-
-RingBuffer &FrameFeed::startOver(std::uint32_t generation, std::int64_t start)
-{
-    const bool isTaken = m_isPublished && !m_published.exchange(nullptr);
-    if (isTaken)
-        m_filling = 1 - m_filling;
-    m_isPublished = false;
-    m_rings[m_filling].reset(generation, start);
-    return m_rings[m_filling];
-}
-
-void FrameFeed::publish()
-{
-    m_publishedGeneration.store(m_rings[m_filling].generation());
-    m_published.store(&m_rings[m_filling]);
-    m_isPublished = true;
-}
-
-bool FrameFeed::hasPublished() const
-{
-    return m_published.load() && m_publishedGeneration.load() == m_requested.load();
-}
-
-RingBuffer *FrameFeed::takePublished()
-{
-    return hasPublished() ? m_published.exchange(nullptr) : nullptr;
 }
