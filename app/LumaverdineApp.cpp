@@ -56,11 +56,6 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
         m_window.addActions(menu->menu()->actions());
 }
 
-void LumaverdineApp::show()
-{
-    m_window.show();
-}
-
 void LumaverdineApp::follow(const DesktopSettings &desktop)
 {
     m_style.setAnimated(desktop.wantsAnimations);

@@ -21,7 +21,7 @@ public:
     /// A player and a window on the system's own services; tests pass fakes.
     explicit LumaverdineApp(PlatformServices services = {}, WindowSystem windowSystem = {});
 
-    void show();
+    void show() { m_window.show(); }
 
     /// Makes the program as the user wants all programs of the desktop to be.
     void follow(const DesktopSettings &desktop);

@@ -30,26 +30,6 @@ NameOnlyIconProvider *nameOnlyIcons()
     return provider;
 }
 
-bool isAddress(const QString &text)
-{
-    static const QRegularExpression scheme(
-        u"^[a-z][a-z0-9+.-]*://."_s, QRegularExpression::CaseInsensitiveOption);
-    return scheme.match(text).hasMatch();
-}
-
-/// The pieces of `"one" "two"`, or all of a text that has no quotation marks around it.
-QStringList namesIn(const QString &text)
-{
-    if (!text.startsWith(u'"'))
-        return {text};
-    QStringList names;
-    for (const QString &piece : text.split(u'"', Qt::SkipEmptyParts)) {
-        if (!piece.trimmed().isEmpty())
-            names.append(piece);
-    }
-    return names;
-}
-
 /// Whether a desktop's dialog is the portal's, which runs in a process of its own.
 bool isPortalOffered()
 {
@@ -107,9 +87,13 @@ QString NameOnlyIconProvider::type(const QFileInfo &info) const
 
 QList<QUrl> typedAddresses(const QString &text)
 {
+    static const QRegularExpression scheme(
+        u"^[a-z][a-z0-9+.-]*://."_s, QRegularExpression::CaseInsensitiveOption);
     QList<QUrl> addresses;
-    for (const QString &name : namesIn(text.trimmed())) {
-        if (!isAddress(name))
+    for (const QString &name : text.trimmed().split(u'"', Qt::SkipEmptyParts)) {
+        if (name.trimmed().isEmpty())
+            continue; // between two names
+        if (!scheme.match(name).hasMatch())
             return {};
         addresses.append(QUrl(name));
     }
@@ -149,16 +133,6 @@ void AudioFileDialog::showEvent(QShowEvent *event)
     // The list of completions takes keys that come while it opens or closes.
     if (auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s))
         nameField->setCompleter(nullptr);
-}
-
-FilePicker::FilePicker(QWidget &window)
-    : m_window(window)
-{
-}
-
-FilePicker::~FilePicker()
-{
-    delete m_dialog;
 }
 
 void FilePicker::open()

@@ -56,8 +56,11 @@ class FilePicker : public QObject {
 
 public:
     /// A picker for `window`, which is borrowed and outlives it.
-    explicit FilePicker(QWidget &window);
-    ~FilePicker() override;
+    explicit FilePicker(QWidget &window)
+        : m_window(window)
+    {
+    }
+    ~FilePicker() override { delete m_dialog; }
 
     /// Shows the picker, in the user's music folder the first time; brings it to the front if it is showing.
     void open();

@@ -61,12 +61,6 @@ Result<std::shared_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const So
     return std::shared_ptr<AudioPlayer>(Session::make(decoder->take(), stop, makeOutput));
 }
 
-void ReconnectBackoff::connected()
-{
-    *this = {};
-    m_wasConnected = true;
-}
-
 std::optional<ReconnectBackoff::Moment> ReconnectBackoff::nextAttempt(Moment now)
 {
     if (!m_wasConnected)
@@ -76,15 +70,8 @@ std::optional<ReconnectBackoff::Moment> ReconnectBackoff::nextAttempt(Moment now
     if (now - *m_lostAt > LongestLoss)
         return std::nullopt;
     if (!m_next)
-        m_next = now
-            + ReconnectPauses[std::min<std::size_t>(std::size_t(m_attempts), std::size(ReconnectPauses) - 1)];
+        m_next = now + ReconnectPauses[std::min(m_attempts, std::size(ReconnectPauses) - 1)];
     return m_next;
-}
-
-void ReconnectBackoff::attempted()
-{
-    ++m_attempts;
-    m_next.reset();
 }
 
 Session::Session(

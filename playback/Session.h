@@ -21,7 +21,11 @@ public:
     using Moment = std::chrono::steady_clock::time_point;
 
     /// The server answers: the next loss starts anew.
-    void connected();
+    void connected()
+    {
+        *this = {};
+        m_wasConnected = true;
+    }
 
     /// Whether the server has ever answered.
     [[nodiscard]] bool wasConnected() const { return m_wasConnected; }
@@ -31,13 +35,17 @@ public:
     [[nodiscard]] std::optional<Moment> nextAttempt(Moment now);
 
     /// An attempt is being made.
-    void attempted();
+    void attempted()
+    {
+        ++m_attempts;
+        m_next.reset();
+    }
 
 private:
     bool m_wasConnected = false;
     std::optional<Moment> m_lostAt;
     std::optional<Moment> m_next;
-    int m_attempts = 0;
+    std::size_t m_attempts = 0;
 };
 
 /// One file being played: its decoder, which works on a thread of its own, the ring that it fills, and the output that

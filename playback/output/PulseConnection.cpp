@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <chrono>
+#include <cstdlib>
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -51,16 +52,13 @@ const char *pulseServer()
 
 } // namespace
 
-struct PulseConnection::WaitAtExit {
-    PulseConnection &connection;
-    ~WaitAtExit() { connection.waitForFades(); }
-};
-
 PulseConnection &PulseConnection::instance()
 {
     // Never destroyed: a decoder thread may use it until the process is gone.
-    static PulseConnection *const connection = new PulseConnection;
-    static const WaitAtExit waitAtExit{*connection};
+    static PulseConnection *const connection = [] {
+        std::atexit([] { instance().waitForFades(); });
+        return new PulseConnection;
+    }();
     return *connection;
 }
 
@@ -108,7 +106,7 @@ void PulseConnection::connect()
     pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "Lumaverdine");
     pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "lumaverdine");
     pa_proplist_sets(properties, PA_PROP_APPLICATION_ICON_NAME, "lumaverdine");
-    m_context = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(m_loop), nullptr, properties);
+    m_context = pa_context_new_with_proplist(loop(), nullptr, properties);
     pa_proplist_free(properties);
     if (!m_context)
         return;

@@ -13,15 +13,18 @@
 /// 3. Clients that were added hear when the connection is ready or lost.
 /// 4. When the process ends, clients whose sound is fading out get a moment to finish.
 ///
-/// Any thread; everything but instance() with a PulseLock held, or from the loop's callbacks, where it always
-/// is.
+/// Any thread; everything but instance() with the connection locked: no callback of libpulse runs meanwhile. In the
+/// loop's callbacks it always is.
 class PulseConnection {
 public:
     static PulseConnection &instance();
     PulseConnection(const PulseConnection &) = delete;
     PulseConnection &operator=(const PulseConnection &) = delete;
 
-    [[nodiscard]] pa_threaded_mainloop *loop() const { return m_loop; }
+    void lock() { pa_threaded_mainloop_lock(m_loop); }
+    void unlock() { pa_threaded_mainloop_unlock(m_loop); }
+
+    [[nodiscard]] pa_mainloop_api *loop() const { return pa_threaded_mainloop_get_api(m_loop); }
 
     /// The connection, ready or on its way; null if it cannot even be tried. Never waits, never starts a
     /// server.
@@ -35,8 +38,6 @@ public:
     void remove(const void *client);
 
 private:
-    struct WaitAtExit;
-
     PulseConnection();
     ~PulseConnection() = default;
 
@@ -54,20 +55,4 @@ private:
     std::mutex m_fadeMutex;
     std::condition_variable m_fadeEnded;
     bool m_hasClients = false; ///< guarded by m_fadeMutex
-};
-
-/// Holds the lock of the connection's loop: no callback of libpulse runs meanwhile.
-class PulseLock {
-public:
-    PulseLock()
-        : m_loop(PulseConnection::instance().loop())
-    {
-        pa_threaded_mainloop_lock(m_loop);
-    }
-    ~PulseLock() { pa_threaded_mainloop_unlock(m_loop); }
-    PulseLock(const PulseLock &) = delete;
-    PulseLock &operator=(const PulseLock &) = delete;
-
-private:
-    pa_threaded_mainloop *m_loop;
 };

@@ -69,7 +69,7 @@ std::shared_ptr<AudioOutput> PulseStream::open(
     AudioFormat format, std::shared_ptr<Wakeup> decoder, const SoundLabel &label)
 {
     const std::shared_ptr<PulseStream> stream(new PulseStream(format, std::move(decoder), label));
-    const PulseLock lock;
+    const std::lock_guard lock(PulseConnection::instance());
     stream->connect();
     return {static_cast<AudioOutput *>(stream.get()), [stream](AudioOutput *) { stream->close(); }};
 }
@@ -89,14 +89,14 @@ void PulseStream::connect()
 
 void PulseStream::apply(const Mix &mix)
 {
-    const PulseLock lock;
+    const std::lock_guard lock(PulseConnection::instance());
     m_mix = mix;
     update();
 }
 
 void PulseStream::offer(std::shared_ptr<RingBuffer> ring)
 {
-    const PulseLock lock;
+    const std::lock_guard lock(PulseConnection::instance());
     m_mixer.offer(std::move(ring));
     update();
 }
@@ -124,7 +124,7 @@ void PulseStream::forgetQuestion()
 
 void PulseStream::close()
 {
-    const PulseLock lock;
+    const std::lock_guard lock(PulseConnection::instance());
     m_isClosing = true;
     m_mixer.detach();
     if (m_state != State::Ready || m_isCorked)
@@ -135,7 +135,7 @@ void PulseStream::close()
 
 AudioOutput::Status PulseStream::status()
 {
-    const PulseLock lock;
+    const std::lock_guard lock(PulseConnection::instance());
     return {m_state, m_mixer.positionAt(heardFrame()), isEndHeard()};
 }
 
@@ -225,9 +225,8 @@ void PulseStream::fail()
 /// The last thing that a stream does: it is destroyed by it, unless the caller holds it.
 void PulseStream::drop()
 {
-    pa_mainloop_api *api = pa_threaded_mainloop_get_api(PulseConnection::instance().loop());
     if (m_timer)
-        api->time_free(m_timer);
+        PulseConnection::instance().loop()->time_free(m_timer);
     m_timer = nullptr;
     m_state = State::Failed;
     forgetQuestion();

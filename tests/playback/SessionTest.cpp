@@ -377,6 +377,8 @@ private Q_SLOTS:
         player->play();
         QTRY_VERIFY(script.questions > 0);
         QVERIFY(letRead("12"));
+        player->setCurrentTime(1);
+        QVERIFY(letRead("312")); // the first of which is of the former place
         QCOMPARE(script.offers, 0);
         QVERIFY(letRead("3"));
         QCOMPARE(script.offers, 1);
