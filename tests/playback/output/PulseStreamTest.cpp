@@ -37,7 +37,7 @@ private:
 
     std::shared_ptr<RingBuffer> offer(std::int64_t start, std::int64_t frames)
     {
-        const auto ring = std::make_shared<RingBuffer>(stereo, 96000);
+        auto ring = std::make_shared<RingBuffer>(stereo, 96000);
         ring->reset(++m_generation, start);
         ring->write(std::span(m_sound).subspan(std::size_t(start) * 2, std::size_t(frames) * 2), start);
         m_output->offer(ring);
