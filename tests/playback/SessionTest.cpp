@@ -387,6 +387,8 @@ private Q_SLOTS:
         script.ring->noteStarved();
         QVERIFY(letRead("56"));
         QCOMPARE(script.offers, 2);
+        player->setCurrentTime(2);
+        QVERIFY(!script.ring); // taken back
         close(pipe[1]);
         player.reset();
         QTRY_VERIFY(*isGone);
