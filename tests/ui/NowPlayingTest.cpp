@@ -332,6 +332,8 @@ private Q_SLOTS:
         QTest::mouseClick(&titleOf(f), Qt::LeftButton, {}, {0, 10});
         QTest::mouseClick(&titleOf(f), Qt::LeftButton, Qt::ShiftModifier, {titleOf(f).width() - 1, 10});
         QCOMPARE(titleOf(f).selectedText(), u"Alba en el río"_s);
+        QTest::mouseClick(&titleOf(f), Qt::LeftButton, Qt::ShiftModifier, {0, 10}); // back where it began
+        QCOMPARE(titleOf(f).selectedText(), QString());
     }
 
     void menuOfTheTitleSelectsAllAndCopies()
