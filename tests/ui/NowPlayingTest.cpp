@@ -9,6 +9,7 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QMenu>
+#include <QStyleHints>
 
 using namespace Qt::StringLiterals;
 
@@ -202,7 +203,9 @@ private Q_SLOTS:
         QTest::addColumn<bool>("isAll");
         QTest::newRow("at once") << 100 << 0 << true;
         QTest::newRow("a little off") << 100 << 4 << true;
-        QTest::newRow("too late") << 5000 << 0 << false;
+        const int interval = QGuiApplication::styleHints()->mouseDoubleClickInterval();
+        QTest::newRow("just in time") << interval - 1 << 0 << true;
+        QTest::newRow("too late") << interval << 0 << false;
         QTest::newRow("elsewhere") << 100 << 40 << false;
     }
 
