@@ -15,7 +15,6 @@ class FilePicker;
 class ImportAlert;
 class PlayerManager;
 class QBoxLayout;
-class Slider;
 
 /// The root view of the window: everything it shows, each piece named for the area that it draws.
 ///
@@ -60,7 +59,8 @@ private:
     QWidget *optionsMenu();
     QWidget *volumeSlider();
     [[nodiscard]] QString volumeSymbol() const;
-    [[nodiscard]] double shownTime() const; ///< seconds; while the seek bar is held, where it is
+    [[nodiscard]] double seekValue() const;
+    void seekBarEditing(bool isPressed);
 
     // The playlist
     QWidget *playlistSection();
@@ -76,7 +76,8 @@ private:
 
     PlayerManager &m_player;
     std::optional<QString> m_importerError; ///< while its alert is up
-    Slider *m_seekBar = nullptr;
+    bool m_isDraggingSlider = false;
+    double m_temporaryProgress = 0; ///< seconds
 
     ArtworkLoader m_artworks;
     ViewRenderer m_renderer;

@@ -167,24 +167,37 @@ QBoxLayout *ContentView::progressSection()
 
 QWidget *ContentView::seekBar()
 {
-    m_seekBar = new Slider(tr("Posición"));
-    m_seekBar->setSteps(SeekStep, SeekPageStep);
-    m_seekBar->setSpokenWords([this](double value) {
+    auto *bar = new Slider(tr("Posición"));
+    bar->setSteps(SeekStep, SeekPageStep);
+    bar->setSpokenWords([this](double value) {
         return tr("%1 de %2").arg(spokenTime(value), spokenTime(m_player.duration()));
     });
-    connect(m_seekBar, &Slider::edited, &m_renderer, &ViewRenderer::markOutOfDate);
-    connect(m_seekBar, &Slider::editingEnded, this, [this] { m_player.seek(m_seekBar->value()); });
-    m_renderer.follow([this] {
-        m_seekBar->setEnabled(m_player.currentTrack().has_value());
-        m_seekBar->setValue(shownTime());
-        m_seekBar->setMaximum(std::max(m_player.duration(), ShortestRange));
+    connect(bar, &Slider::editingBegan, this, [this] { seekBarEditing(true); });
+    connect(bar, &Slider::editingEnded, this, [this] { seekBarEditing(false); });
+    connect(bar, &Slider::edited, this, [this](double value) {
+        m_temporaryProgress = value;
+        m_renderer.markOutOfDate();
     });
-    return m_seekBar;
+    m_renderer.follow([=, this] {
+        bar->setEnabled(m_player.currentTrack().has_value());
+        bar->setValue(seekValue());
+        bar->setMaximum(std::max(m_player.duration(), ShortestRange));
+    });
+    return bar;
 }
 
-double ContentView::shownTime() const
+double ContentView::seekValue() const
 {
-    return m_seekBar->isHeld() ? m_seekBar->value() : m_player.currentTime();
+    return m_isDraggingSlider ? m_temporaryProgress : m_player.currentTime();
+}
+
+void ContentView::seekBarEditing(bool isPressed)
+{
+    m_isDraggingSlider = isPressed;
+    if (isPressed)
+        m_temporaryProgress = m_player.currentTime();
+    else
+        m_player.seek(m_temporaryProgress);
 }
 
 QBoxLayout *ContentView::times()
@@ -193,7 +206,7 @@ QBoxLayout *ContentView::times()
     auto *elapsed = new Label(font, Label::Tone::Secondary);
     auto *total = new Label(font, Label::Tone::Secondary);
     m_renderer.follow([=, this] {
-        elapsed->setText(PlayerManager::formattedTime(shownTime()));
+        elapsed->setText(PlayerManager::formattedTime(seekValue()));
         total->setText(PlayerManager::formattedTime(m_player.duration()));
     });
     return horizontal(8, {elapsed, Spacer(), total});

@@ -180,9 +180,15 @@ void Slider::edit(double value)
 {
     if (!isEnabled() || m_isHeld)
         return;
-    m_isHeld = true;
+    begin();
     moveTo(value);
     end();
+}
+
+void Slider::begin()
+{
+    m_isHeld = true;
+    Q_EMIT editingBegan();
 }
 
 void Slider::moveTo(double value)
@@ -239,7 +245,7 @@ void Slider::mousePressEvent(QMouseEvent *event)
     const double x = event->position().x();
     const bool isGrabbed = isOnThumb(x);
     m_grabOffset = isGrabbed ? x - thumbCenter() : 0;
-    m_isHeld = true;
+    begin();
     if (!isGrabbed)
         moveTo(valueAt(x));
     update();

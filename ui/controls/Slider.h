@@ -6,7 +6,7 @@
 
 /// A continuous slider from 0 to a maximum.
 ///
-/// Whatever moves it, every edit is the same story: one edited() for every movement while it is held, then
+/// Whatever moves it, every edit is the same story: editingBegan(), one edited() for every movement, then
 /// editingEnded(). A drag with the mouse has as many movements as it takes; a click on the groove, a key, a
 /// turn of the wheel and a value set by assistive technology have one. What ends a drag early, such as
 /// disabling the slider or a dialog in front of it, ends the edit. The space bar never moves it.
@@ -41,6 +41,7 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override { return {40, 20}; }
 
 Q_SIGNALS:
+    void editingBegan();
     void edited(double value);
     void editingEnded();
 
@@ -61,6 +62,7 @@ private:
     [[nodiscard]] double valueAt(double x) const;
     [[nodiscard]] double valueAfter(double change) const;
     [[nodiscard]] std::optional<double> valueAfterKey(int key) const;
+    void begin();
     void moveTo(double value);
     void end();
     void announceMovement();
