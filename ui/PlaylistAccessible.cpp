@@ -147,7 +147,7 @@ public:
 
     [[nodiscard]] QAccessible::State state() const override
     {
-        const PlaylistRow row = m_view.playlist().row(index());
+        const PlaylistRow row = m_view.playlist().playlistRow(index());
         QAccessible::State state = PlaylistRowPart::state();
         state.focusable = true;
         state.selectable = true;

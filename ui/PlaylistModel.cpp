@@ -14,7 +14,7 @@ QString PlaylistRow::spoken() const
     return text.arg(title, artist, length);
 }
 
-PlaylistRow PlaylistModel::row(const QModelIndex &index) const
+PlaylistRow PlaylistModel::playlistRow(const QModelIndex &index) const
 {
     using Marker = PlaylistRow::Marker;
     const Track &track = this->track(index);
@@ -42,7 +42,7 @@ QVariant PlaylistModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole:
         return track(index).title;
     case Qt::AccessibleTextRole:
-        return row(index).spoken();
+        return playlistRow(index).spoken();
     default:
         return {};
     }

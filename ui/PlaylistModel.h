@@ -40,7 +40,7 @@ public:
 
     [[nodiscard]] QModelIndex currentIndex() const; ///< of the marked row; invalid if none is
     [[nodiscard]] const Track &track(const QModelIndex &index) const { return m_tracks.at(index.row()); }
-    [[nodiscard]] PlaylistRow row(const QModelIndex &index) const;
+    [[nodiscard]] PlaylistRow playlistRow(const QModelIndex &index) const;
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;

@@ -151,7 +151,7 @@ void PlaylistRowDelegate::drawSmallArtwork(
 void PlaylistRowDelegate::paint(
     QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    const PlaylistRow row = static_cast<const PlaylistModel &>(*index.model()).row(index);
+    const PlaylistRow row = static_cast<const PlaylistModel &>(*index.model()).playlistRow(index);
     const int lengthWidth = QFontMetrics(fixedFont(12)).horizontalAdvance(row.length);
     const PlaylistRowGeometry at(option.rect, lengthWidth, titleHeight(), artistHeight());
 

@@ -110,7 +110,7 @@ private Q_SLOTS:
         f.model.setTracks(tracks);
         tracks.removeFirst();
         f.model.setTracks(tracks);
-        const auto number = [&f](int row) { return f.model.row(f.model.index(row)).number; };
+        const auto number = [&f](int row) { return f.model.playlistRow(f.model.index(row)).number; };
         QCOMPARE(number(0), 1);
         QCOMPARE(number(1), 2);
     }

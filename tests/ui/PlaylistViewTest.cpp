@@ -30,7 +30,7 @@ struct ListFixture : ViewFixture {
     [[nodiscard]] PlaylistRow content(int number) const
     {
         render();
-        return static_cast<const PlaylistModel &>(*list.model()).row(list.model()->index(number, 0));
+        return static_cast<const PlaylistModel &>(*list.model()).playlistRow(list.model()->index(number, 0));
     }
 
     [[nodiscard]] QRect coverOf(int number) const { return PlaylistRowGeometry(row(number), 0, 0, 0).cover; }
