@@ -114,7 +114,8 @@ void SelectableLabel::mousePressEvent(QMouseEvent *event)
     }
     setFocus(Qt::MouseFocusReason);
     m_drag = isThirdClick(*event) ? Unit::Text : Unit::Character;
-    m_origin = isExtending ? Range{m_anchor, m_anchor} : unitAt(event->position());
+    const bool isMovingEnd = isExtending && m_drag == Unit::Character;
+    m_origin = isMovingEnd ? Range{m_anchor, m_anchor} : unitAt(event->position());
     dragTo(event->position());
 }
 
