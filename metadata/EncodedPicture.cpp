@@ -37,8 +37,10 @@ QImageIOHandler::Transformations exifOrientation(QByteArrayView exif)
     const qint64 directory = isBigEndian ? at(4).number<quint32_be>() : at(4).number<quint32_le>();
     const int entries = shortNumber(directory);
     for (qint64 entry = directory + 2; entry < directory + 2 + entries * entrySize; entry += entrySize) {
-        if (shortNumber(entry) == orientationTag)
-            return transformations[std::size_t(shortNumber(entry + 8)) % transformations.size()];
+        if (shortNumber(entry) == orientationTag) {
+            const std::size_t orientation = shortNumber(entry + 8);
+            return transformations[orientation < transformations.size() ? orientation : 0];
+        }
     }
     return transformations[0];
 }
@@ -79,7 +81,7 @@ JpegFrame readFrame(quint8 marker, Fields header)
     const int width = header.number<quint16_be>();
     JpegFrame frame{
         .isProgressive = marker == Progressive, .size = {}, .components = header.number<quint8>()};
-    if (header.rest().size() < frame.components * componentSize)
+    if (frame.components == 0 || header.rest().size() < frame.components * componentSize)
         return frame;
     int across = 1, down = 1, blocks = 0; // of the largest component, and all, in the least unit of a scan
     for (int i = 0; i < frame.components; ++i) {

@@ -341,7 +341,8 @@ private Q_SLOTS:
                 QTest::newRow(name("WebP")) << webpWithExif(quarters("WEBP"), exif) << expected;
             }
         }
-        QTest::newRow("unknown") << jpegWithExif(quarters("JPEG"), exifWithOrientation(9, true)) << u"rbgw"_s;
+        QTest::newRow("unknown") << jpegWithExif(quarters("JPEG"), exifWithOrientation(15, true))
+                                 << u"rbgw"_s;
         QTest::newRow("not there") << jpegWithExif(quarters("JPEG"), "MM") << u"rbgw"_s;
         QTest::newRow("cut off") << jpegWithExif(quarters("JPEG"), exifWithOrientation(6, true).first(16))
                                  << u"rbgw"_s;
