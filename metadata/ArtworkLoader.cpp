@@ -122,8 +122,11 @@ void ArtworkLoader::ask(const Artwork &artwork, QSize pixels)
     const std::lock_guard lock(m_worker->mutex);
     std::vector<Job> &jobs = m_worker->jobs;
     if (isNew) {
-        const bool isAnotherTry = m_results.contains(request); // behind a placeholder
-        awaitAtMost(isAnotherTry ? std::chrono::milliseconds::zero() : m_limits.lateness, request);
+        const bool isBehindPlaceholder = m_results.contains(request); // of a try before
+        if (isBehindPlaceholder)
+            m_awaited.insert(request, QDeadlineTimer(0));
+        else
+            awaitAtMost(m_limits.lateness, request);
         jobs.push_back({request, artwork.files()});
     } else {
         const auto known =
