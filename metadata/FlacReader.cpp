@@ -7,6 +7,7 @@
 namespace {
 
 constexpr qint64 HeaderSize = 4; // of a block
+constexpr qint64 StreamInfoSize = 34;
 constexpr int BlockLimit = 128;
 
 struct Block {
@@ -85,7 +86,10 @@ private:
             if (leadsToSound(block.offset + size))
                 block.size = size;
         }
-        m_metadata.take(block.type, m_source.readTag(block.offset, block.size));
+        const bool isTag = block.type != FlacMetadata::StreamInfo;
+        m_metadata.take(block.type,
+            isTag ? m_source.readTag(block.offset, block.size)
+                  : m_source.read(block.offset, std::min(block.size, StreamInfoSize)));
     }
 
     [[nodiscard]] qint64 commentSize(const Block &block) const

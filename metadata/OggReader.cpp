@@ -57,7 +57,7 @@ private:
     {
         while (m_segmentSizes.isEmpty()) {
             const auto header = pageHeader(m_source.read(m_offset, PageHeaderSize));
-            if (!header || m_pagesLeft-- == 0)
+            if (!header || m_pagesLeft-- <= 0)
                 return false;
             const QByteArray sizes = m_source.read(m_offset + PageHeaderSize, header->segments);
             const auto add = [](qint64 sum, char size) { return sum + quint8(size); };
@@ -115,7 +115,8 @@ MediaAsset readFlacPackets(MediaSource &source, PacketReader &packets, Fields st
         block = packets.take();
         if (block.size() < 4)
             break;
-        metadata.take(block[0] & 0x7F, QByteArrayView(block).sliced(4));
+        if ((block[0] & 0x7F) != FlacMetadata::StreamInfo)
+            metadata.take(block[0] & 0x7F, QByteArrayView(block).sliced(4));
     }
     return {metadata.duration, metadata.pictures + metadata.comment};
 }
@@ -126,13 +127,11 @@ MediaAsset readOgg(MediaSource &source)
 {
     struct Codec {
         QByteArrayView mark; ///< of the first packet
-        quint64 rateOffset; ///< in it
+        quint64 rateOffset; ///< in it; 0 for 48,000 samples a second, whatever is encoded
         quint64 commentOffset; ///< in the second packet
     };
     static constexpr std::array codecs{
-        Codec{"\x01vorbis", 12, 7},
-        Codec{"Speex   ", 36, 0},
-        Codec{"OpusHead", 12, 8},
+        Codec{"\x01vorbis", 12, 7}, Codec{"Speex   ", 36, 0}, Codec{"OpusHead", 0, 8}, // RFC 7845
     };
     PacketReader packets(source);
     const QByteArray head = packets.take();
@@ -148,8 +147,7 @@ MediaAsset readOgg(MediaSource &source)
             continue;
         Fields comment(packets.take());
         comment.take(codec.commentOffset);
-        // Opus counts 48,000 samples a second, whatever is encoded (RFC 7845).
-        const bool isOpus = codec.mark == "OpusHead";
+        const bool isOpus = codec.rateOffset == 0;
         const quint32 rate = isOpus ? 48'000 : field(codec.rateOffset).number<quint32_le>();
         const qint64 skipped = isOpus ? field(10).number<quint16_le>() : 0;
         return {durationOf(source, packets.stream(), skipped, rate), vorbisCommentItems(comment.rest())};
