@@ -10,7 +10,7 @@ namespace {
 constexpr quint64 ObjectHeaderSize = 24; // what it is, and its size
 constexpr qsizetype IdentifierSize = 16;
 
-// Identifiers as they stand in a file.
+// Identifiers, byte for byte as they stand in a file, in hexadecimal.
 constexpr QByteArrayView FileProperties = "a1dcab8c47a9cf118ee400c00c205365";
 constexpr QByteArrayView ContentDescription = "3326b2758e66cf11a6d900aa0062ce6c";
 constexpr QByteArrayView ExtendedContentDescription = "40a4d0d207e3d21197f000a0c95ea850";

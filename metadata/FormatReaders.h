@@ -50,11 +50,11 @@ MediaAsset readDsf(MediaSource &source);
 /// title and artist from the DIIN chunk.
 MediaAsset readDsdiff(MediaSource &source);
 
-/// The length that the first block of a WavPack file states (wavpack.com, "WavPack 4 & 5 Binary File / Block
+/// Reads the length that the first block of a WavPack file states (wavpack.com, "WavPack 4 & 5 Binary File / Block
 /// Format"); not numeric if it does not, or if the sample rate is an unusual one, which stands elsewhere.
 MediaAsset readWavPack(MediaSource &source);
 
-/// The length that the header of a Musepack file of stream version 8 states (musepack.net, "SV8"), which
+/// Reads the length that the header of a Musepack file of stream version 8 states (musepack.net, "SV8"), which
 /// is always its first packet.
 MediaAsset readMusepack(MediaSource &source);
 

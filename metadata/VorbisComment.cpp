@@ -24,7 +24,6 @@ QByteArrayView flacPicture(QByteArrayView block)
 void appendField(QList<MetadataItem> &items, QByteArrayView field)
 {
     constexpr FieldNames names{"TITLE", "ARTIST", "ALBUM", "METADATA_BLOCK_PICTURE"};
-    constexpr FieldNames oldNames{"", "", "", "COVERART"};
     const qsizetype nameEnd = field.indexOf('=');
     if (nameEnd < 0)
         return;
@@ -34,7 +33,7 @@ void appendField(QList<MetadataItem> &items, QByteArrayView field)
         appendPicture(items, flacPicture(decodedBytes(value)));
     else if (identifier)
         appendText(items, *identifier, value, TextEncoding::Utf8);
-    else if (identifierOf(name, oldNames, Qt::CaseInsensitive))
+    else if (name.compare("COVERART", Qt::CaseInsensitive) == 0)
         appendPicture(items, decodedBytes(value));
 }
 
