@@ -82,19 +82,12 @@ void WindowButton::placeAt(QPoint place, const QMargins &reach)
     setGeometry(QRect(place, Size).marginsAdded(reach));
 }
 
-float WindowButton::backgroundOpacity() const
-{
-    if (isDown())
-        return 0.2F;
-    return underMouse() ? HoverOpacity : 0;
-}
-
 void WindowButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(foreground(palette(), backgroundOpacity()));
+    painter.setBrush(foreground(palette(), isDown() ? 0.2F : underMouse() ? HoverOpacity : 0));
     painter.drawEllipse(contentsRect());
     const bool isProminent = isActiveWindow() || underMouse();
     const QColor color = foreground(palette(), isProminent ? 0.8F : 0.4F);

@@ -24,8 +24,6 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    [[nodiscard]] float backgroundOpacity() const;
-
     static constexpr QSize Size{24, 24};
 
     Kind m_kind;

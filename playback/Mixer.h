@@ -83,9 +83,6 @@ public:
     /// Count of the frames that have been rendered; the next one has this number.
     [[nodiscard]] std::int64_t rendered() const { return m_rendered; }
 
-    /// Longest stretch, in frames, that change() can make anew.
-    [[nodiscard]] std::int64_t memory() const { return m_memory; }
-
     /// Appends `frames` frames; none if that is negative.
     void render(std::int64_t frames);
 
@@ -99,7 +96,7 @@ public:
     [[nodiscard]] bool needsChange(const Mix &mix) const;
 
     /// Makes the frames from `frame` on anew: with this mix, from the ring that was offered, with the frames
-    /// that were missing before. Renders more if the fade needs it.
+    /// that were missing before. Renders more if the fade needs it. Reaches back for half a second at most.
     void change(std::int64_t frame, const Mix &mix);
 
     /// First output frame after the last fade; from there on a paused output is silent.

@@ -160,12 +160,9 @@ void Session::close()
 {
     setDelegate(nullptr);
     m_isStopped->store(true);
-    std::shared_ptr<AudioOutput> output;
-    {
-        const std::lock_guard lock(m_mutex);
-        output = std::move(m_output);
-    }
     m_wakeup->signal();
+    const std::lock_guard lock(m_mutex);
+    m_output.reset();
 }
 
 AudioPlayer::State Session::state() const
