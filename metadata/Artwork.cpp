@@ -22,31 +22,22 @@ Artwork::Artwork(std::shared_ptr<const Picture> picture)
 
 std::optional<Artwork> Artwork::decode(const QByteArray &bytes, const QUrl &file)
 {
-    const std::shared_ptr<Picture> picture = shared(bytes);
-    if (!picture)
-        return std::nullopt;
-    picture->files.append(file);
-    return Artwork({picture.get(), [picture, file](const Picture *) { picture->files.removeOne(file); }});
-}
-
-/// The picture of these bytes that lives already, or a new one; null if they are not a picture.
-std::shared_ptr<Artwork::Picture> Artwork::shared(const QByteArray &bytes)
-{
     static QHash<Fingerprint, std::weak_ptr<Picture>> known;
     static qsizetype tidyAt = 64;
 
     const Fingerprint fingerprint(bytes);
-    if (auto picture = known.value(fingerprint).lock())
-        return picture;
-
-    const auto encoded = readPicture(bytes);
-    if (!encoded)
-        return nullptr;
-    if (known.size() >= tidyAt) {
-        known.removeIf([](const auto &entry) { return entry.value().expired(); });
-        tidyAt = std::max<qsizetype>(64, 2 * known.size());
+    std::shared_ptr<Picture> picture = known.value(fingerprint).lock();
+    if (!picture) {
+        const auto encoded = readPicture(bytes);
+        if (!encoded)
+            return std::nullopt;
+        if (known.size() >= tidyAt) {
+            known.removeIf([](const auto &entry) { return entry.value().expired(); });
+            tidyAt = std::max<qsizetype>(64, 2 * known.size());
+        }
+        picture = std::make_shared<Picture>(Picture{fingerprint, encoded->uprightSize(), {}});
+        known.insert(fingerprint, picture);
     }
-    auto picture = std::make_shared<Picture>(Picture{fingerprint, encoded->uprightSize(), {}});
-    known.insert(fingerprint, picture);
-    return picture;
+    picture->files.append(file);
+    return Artwork({picture.get(), [picture, file](const Picture *) { picture->files.removeOne(file); }});
 }

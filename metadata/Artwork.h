@@ -53,7 +53,5 @@ private:
     };
     explicit Artwork(std::shared_ptr<const Picture> picture);
 
-    static std::shared_ptr<Picture> shared(const QByteArray &bytes);
-
     std::shared_ptr<const Picture> m_picture; ///< copies count as one: their last one takes the file off it
 };
