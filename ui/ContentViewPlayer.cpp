@@ -7,7 +7,7 @@
 #include "ui/Layout.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
-#include "ui/controls/Menu.h"
+#include "ui/controls/MenuButton.h"
 #include "ui/controls/SelectableLabel.h"
 #include "ui/controls/Slider.h"
 #include "ui/controls/SymbolView.h"
@@ -239,8 +239,8 @@ QWidget *ContentView::importButton()
 
 QWidget *ContentView::optionsMenu()
 {
-    auto *button = new Button(Button::Look::Plain, {u"ellipsis"_s, 13}, tr("Más opciones"), {20, 24});
-    QAction *clear = button->makeMenu().addDestructive(tr("Eliminar todas las canciones"));
+    auto *button = new MenuButton(u"ellipsis"_s, tr("Más opciones"));
+    QAction *clear = button->menu().addDestructive(tr("Eliminar todas las canciones"));
     connect(clear, &QAction::triggered, &m_player, &PlayerManager::clearPlaylist);
     m_renderer.follow([=, this] { clear->setEnabled(!m_player.playlist().isEmpty()); });
     return button;

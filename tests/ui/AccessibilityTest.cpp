@@ -2,7 +2,7 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Button.h"
-#include "ui/controls/Menu.h"
+#include "ui/controls/MenuButton.h"
 
 #include <QAccessible>
 #include <QMenu>
@@ -329,7 +329,7 @@ private Q_SLOTS:
         press(u"Canción siguiente"_s);
         QTRY_COMPARE(f.current(), u"b"_s);
         press(u"Más opciones"_s);
-        QVERIFY(f.find<Button>(u"Más opciones"_s)->menu()->isVisible());
+        QVERIFY(f.find<MenuButton>(u"Más opciones"_s)->menu().isVisible());
     }
 
     void entriesOfTheOptionsMenuCanBeReadFromOutside()
@@ -345,7 +345,7 @@ private Q_SLOTS:
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
         options->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
-        QVERIFY(f.find<Button>(u"Más opciones"_s)->hasFocus());
+        QVERIFY(f.find<MenuButton>(u"Más opciones"_s)->hasFocus());
         QCOMPARE(menu->text(QAccessible::Name), u"Más opciones"_s);
         QAccessibleInterface *clear = menu->child(0);
         QCOMPARE(clear->text(QAccessible::Name), u"Eliminar todas las canciones"_s);

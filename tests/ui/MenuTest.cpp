@@ -2,7 +2,7 @@
 #include "tests/TestProgram.h"
 
 #include "ui/ProgramStyle.h"
-#include "ui/controls/Button.h"
+#include "ui/controls/MenuButton.h"
 #include "ui/drawing/Colors.h"
 
 #include <QApplication>
@@ -10,15 +10,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// A button that pulls down an empty menu.
-struct MenuButton : Button {
-    MenuButton()
-        : Button(Look::Plain, {u"ellipsis"_s, 13}, u"Más opciones"_s, {20, 24})
-    {
-        makeMenu();
-    }
-};
 
 QPalette scheme(QRgb window, QRgb text)
 {
@@ -146,10 +137,10 @@ private Q_SLOTS:
         QWidget window;
         window.resize(300, 200);
         QCursor::setPos(700, 700);
-        auto *button = new MenuButton;
+        auto *button = new MenuButton(u"ellipsis"_s, u"Más opciones"_s);
         button->setParent(&window);
         button->setFocusPolicy(Qt::NoFocus);
-        button->menu()->addAction(u"Reproducir"_s);
+        button->menu().addAction(u"Reproducir"_s);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         const QImage idle = button->grab().toImage();
@@ -159,35 +150,35 @@ private Q_SLOTS:
             QCursor::setPos(middle);
             button->click();
             QVERIFY(button->grab().toImage() != idle);
-            QCursor::setPos(isOverIt ? middle : button->menu()->geometry().center());
-            button->menu()->close();
+            QCursor::setPos(isOverIt ? middle : button->menu().geometry().center());
+            button->menu().close();
             QCOMPARE(button->grab().toImage() != idle, isOverIt);
         }
     }
 
     void opensBeneathItsButton()
     {
-        MenuButton button;
-        button.menu()->addAction(u"Reproducir"_s);
+        MenuButton button(u"ellipsis"_s, u"Más opciones"_s);
+        button.menu().addAction(u"Reproducir"_s);
         button.show();
         QVERIFY(QTest::qWaitForWindowExposed(&button));
         button.click();
-        QCOMPARE(button.menu()->pos(), button.mapToGlobal(QPoint(0, button.height())));
+        QCOMPARE(button.menu().pos(), button.mapToGlobal(QPoint(0, button.height())));
     }
 
     void goesToItsFirstEntryIfAKeyOpensIt()
     {
-        MenuButton button;
-        const QAction *first = button.menu()->addAction(u"Reproducir"_s);
+        MenuButton button(u"ellipsis"_s, u"Más opciones"_s);
+        const QAction *first = button.menu().addAction(u"Reproducir"_s);
         button.show();
         QVERIFY(QTest::qWaitForWindowExposed(&button));
         QTest::mouseClick(&button, Qt::LeftButton);
-        QVERIFY(button.menu()->isVisible());
-        QCOMPARE(button.menu()->activeAction(), nullptr);
-        button.menu()->close();
+        QVERIFY(button.menu().isVisible());
+        QCOMPARE(button.menu().activeAction(), nullptr);
+        button.menu().close();
         QTest::keyClick(&button, Qt::Key_Return);
-        QVERIFY(button.menu()->isVisible());
-        QCOMPARE(button.menu()->activeAction(), first);
+        QVERIFY(button.menu().isVisible());
+        QCOMPARE(button.menu().activeAction(), first);
     }
 };
 

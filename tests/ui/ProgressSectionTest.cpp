@@ -1,7 +1,7 @@
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/controls/Button.h"
-#include "ui/controls/Menu.h"
+#include "ui/controls/MenuButton.h"
 #include "ui/controls/Slider.h"
 #include "ui/controls/SymbolView.h"
 
@@ -249,19 +249,19 @@ private Q_SLOTS:
     void optionsMenuClearsThePlaylistAtOnce()
     {
         ViewFixture f;
-        auto &options = *f.find<Button>(u"Más opciones"_s);
+        auto &options = *f.find<MenuButton>(u"Más opciones"_s);
         QCOMPARE(options.size(), QSize(20, 24));
-        QCOMPARE(options.menu()->actions().size(), 1);
-        QAction &clear = *options.menu()->actions().first();
+        QCOMPARE(options.menu().actions().size(), 1);
+        QAction &clear = *options.menu().actions().first();
         QCOMPARE(clear.text(), u"Eliminar todas las canciones"_s);
         QVERIFY(!clear.isEnabled());
         f.add("abc");
         QVERIFY(clear.isEnabled());
 
         QTest::mouseClick(&options, Qt::LeftButton);
-        QVERIFY(options.menu()->isVisible());
+        QVERIFY(options.menu().isVisible());
         QTest::mouseClick(
-            options.menu(), Qt::LeftButton, {}, options.menu()->actionGeometry(&clear).center());
+            &options.menu(), Qt::LeftButton, {}, options.menu().actionGeometry(&clear).center());
         QVERIFY(f.player.playlist().isEmpty());
         f.render();
         QVERIFY(!clear.isEnabled());

@@ -1,13 +1,11 @@
 #include "ui/controls/Button.h"
 
-#include "ui/controls/Menu.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/ControlState.h"
 #include "ui/drawing/Fonts.h"
 #include "ui/drawing/Shapes.h"
 #include "ui/drawing/Symbol.h"
 
-#include <QAccessibleWidget>
 #include <QFontMetrics>
 #include <QKeyEvent>
 #include <QPainter>
@@ -28,54 +26,6 @@ QColor opposite(const QColor &textColor)
     return textColor.lightnessF() > 0.5F ? QColor(0, 0, 0, 24) : QColor(255, 255, 255, 48);
 }
 
-/// A menu button as assistive technology meets it: it can be pressed, and opens a menu, which is its child also
-/// while it is closed.
-class MenuButtonAccessible : public QAccessibleWidget {
-public:
-    MenuButtonAccessible(Button &button, Menu &menu)
-        : QAccessibleWidget(&button, QAccessible::Button) // readers have no Spanish word for ButtonMenu
-        , m_button(button)
-        , m_menu(menu)
-    {
-    }
-
-    [[nodiscard]] QAccessible::State state() const override
-    {
-        QAccessible::State state = QAccessibleWidget::state();
-        state.hasPopup = true;
-        return state;
-    }
-
-    [[nodiscard]] int childCount() const override { return 1; }
-
-    [[nodiscard]] QAccessibleInterface *child(int index) const override
-    {
-        return index == 0 ? QAccessible::queryAccessibleInterface(&m_menu) : nullptr;
-    }
-
-    [[nodiscard]] int indexOfChild(const QAccessibleInterface *child) const override
-    {
-        return child && child->object() == &m_menu ? 0 : -1;
-    }
-
-    [[nodiscard]] QStringList actionNames() const override
-    {
-        return QStringList(pressAction()) + QAccessibleWidget::actionNames();
-    }
-
-    void doAction(const QString &name) override
-    {
-        if (name == pressAction())
-            m_button.click();
-        else
-            QAccessibleWidget::doAction(name);
-    }
-
-private:
-    Button &m_button;
-    Menu &m_menu;
-};
-
 } // namespace
 
 Button::Button(Look look, const Symbol &symbol, const QString &help, const QSize &extent)
@@ -94,25 +44,6 @@ Button::Button(Look look, const QString &title, const QString &symbol)
 {
     setFont(systemFont(TextSize));
     setText(title);
-}
-
-Menu &Button::makeMenu()
-{
-    QAccessible::installFactory([](const QString &, QObject *object) -> QAccessibleInterface * {
-        auto *button = qobject_cast<Button *>(object);
-        return button && button->m_menu ? new MenuButtonAccessible(*button, *button->m_menu) : nullptr;
-    });
-    m_menu = new Menu(this);
-    m_menu->setAccessibleName(accessibleName());
-    connect(this, &QAbstractButton::clicked, m_menu, [this] {
-        m_menu->openBeside({mapToGlobal(QPoint()), size()});
-    });
-    // Nothing tells a piece that the mouse has left it for an open menu.
-    connect(m_menu, &QMenu::aboutToHide, this, [this] {
-        setAttribute(Qt::WA_UnderMouse, rect().contains(mapFromGlobal(QCursor::pos())));
-        update();
-    });
-    return *m_menu;
 }
 
 void Button::setHelp(const QString &help)
@@ -153,8 +84,6 @@ void Button::keyPressEvent(QKeyEvent *event)
         click();
     else
         event->ignore();
-    if (m_menu && m_menu->isVisible())
-        m_menu->goToFirst();
 }
 
 void Button::keyReleaseEvent(QKeyEvent *event)

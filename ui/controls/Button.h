@@ -2,8 +2,6 @@
 
 #include <QAbstractButton>
 
-class Menu;
-
 /// A button of the window: a symbol, or a text with or without one.
 ///
 /// Return presses it, the space bar belongs to playback, a disabled one is dimmed as a whole, and only the keyboard
@@ -31,10 +29,6 @@ public:
 
     /// A button with a text, and a symbol before it if one is named.
     Button(Look look, const QString &title, const QString &symbol = {});
-
-    /// Makes it pull down a menu, which is empty at first.
-    Menu &makeMenu();
-    [[nodiscard]] Menu *menu() const { return m_menu; } ///< null if there is none
 
     // These do nothing if there is nothing to change.
     void setHelp(const QString &help);
@@ -69,5 +63,4 @@ private:
     Symbol m_symbol;
     QSize m_extent; ///< of a button without a text
     bool m_isActive = false;
-    Menu *m_menu = nullptr;
 };
