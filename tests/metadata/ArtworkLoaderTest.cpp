@@ -127,6 +127,7 @@ private Q_SLOTS:
         QSignalSpy changes(&f.loader, &ArtworkLoader::changed);
         QVERIFY(f.image(*red).isNull());
         QVERIFY(changes.wait());
+        QVERIFY(!f.isAwaited(*red)); // also if it is tried again
         QVERIFY(QFile::rename(path + u'~', path));
         QVERIFY(f.image(*red).isNull());
         QVERIFY(!f.loaded(*f.files.artwork(Qt::blue)).isNull());
