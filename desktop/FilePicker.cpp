@@ -90,7 +90,9 @@ QList<QUrl> typedAddresses(const QString &text)
     static const QRegularExpression scheme(
         u"^[a-z][a-z0-9+.-]*://."_s, QRegularExpression::CaseInsensitiveOption);
     QList<QUrl> addresses;
-    for (const QString &name : text.trimmed().split(u'"', Qt::SkipEmptyParts)) {
+    const QString typed = text.trimmed();
+    const bool isQuoted = typed.startsWith(u'"');
+    for (const QString &name : isQuoted ? typed.split(u'"', Qt::SkipEmptyParts) : QStringList(typed)) {
         if (name.trimmed().isEmpty())
             continue; // between two names
         if (!scheme.match(name).hasMatch())

@@ -325,6 +325,7 @@ private Q_SLOTS:
         QTest::newRow("blanks around it") << u" file:///a b "_s << QStringList{u"file:///a%20b"_s};
         QTest::newRow("several") << u" \"file:///a\"  \"file:///b\" "_s
                                  << QStringList{u"file:///a"_s, u"file:///b"_s};
+        QTest::newRow("quotation mark inside") << u"file:///7\" b"_s << QStringList{u"file:///7%22%20b"_s};
         QTest::newRow("a name among them") << u"\"file:///a\" \"b\""_s << none;
     }
 
