@@ -95,8 +95,10 @@ int FrameConverter::run(const AVFrame *input, std::vector<float> &samples)
         av_opt_set_double(m_resampler, "rematrix_maxval", 1.0, 0);
     }
     AVFrame *output = av_frame_alloc();
-    if (!m_resampler || !output)
+    if (!m_resampler || !output) {
+        av_frame_free(&output);
         return AVERROR(ENOMEM);
+    }
     output->format = AV_SAMPLE_FMT_FLT;
     output->sample_rate = m_output.rate;
     av_channel_layout_default(&output->ch_layout, m_output.channels);
