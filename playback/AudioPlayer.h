@@ -9,8 +9,8 @@
 
 class AudioPlayer;
 
-/// Hears of what happens to an AudioPlayer. Called from any thread, never after the player's destructor
-/// has returned; an implementation must only hand the news over to its own thread.
+/// Hears of what happens to an AudioPlayer. Called from any thread, never after the player has been
+/// given up; an implementation must only hand the news over to its own thread.
 class AudioPlayerDelegate {
 public:
     virtual ~AudioPlayerDelegate() = default;
@@ -31,7 +31,7 @@ struct SoundLabel {
 /// Plays one audio file.
 ///
 /// All calls come from the main thread, and none of them but open() waits for the sound server or for another
-/// thread. Times are seconds from the start of the track. Destroying a player ends its sound at once.
+/// thread. Times are seconds from the start of the track. Giving up a player ends its sound at once.
 class AudioPlayer {
 public:
     struct State {
@@ -47,6 +47,7 @@ public:
     /// Opens the local regular file behind `url`, and no other, for playback on the system's default output.
     /// Fails with a readable description if the file cannot be opened or holds no sound that is
     /// understood. Needs no sound server, which is told `label` later on, and never the file's path.
+    /// What it returns has one owner, who gives the player up by dropping it.
     ///
     /// Main thread, which waits while the file is opened and its first frames are decoded on another one: for
     /// 3 seconds at most if its medium does not answer. That is a failure, too.

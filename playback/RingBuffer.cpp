@@ -1,9 +1,7 @@
 #include "playback/RingBuffer.h"
 
 #include <algorithm>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
+#include <ctime>
 
 RingBuffer::RingBuffer(AudioFormat format, std::int64_t capacity)
     : m_capacity(capacity)
@@ -100,24 +98,30 @@ std::int64_t RingBuffer::framesUntilJump(std::int64_t frame) const
 }
 
 Wakeup::Wakeup()
-    : m_event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
+    sem_init(&m_semaphore, 0, 0);
 }
 
 Wakeup::~Wakeup()
 {
-    close(m_event);
+    sem_destroy(&m_semaphore);
 }
 
-void Wakeup::signal() const
+void Wakeup::signal()
 {
-    eventfd_write(m_event, 1);
+    if (!m_isSignalled.exchange(true))
+        sem_post(&m_semaphore);
 }
 
-bool Wakeup::wait(std::optional<std::chrono::milliseconds> time) const
+bool Wakeup::wait(std::optional<std::chrono::milliseconds> time)
 {
-    pollfd event = {m_event, POLLIN, 0};
-    poll(&event, 1, time ? static_cast<int>(time->count()) : -1);
-    eventfd_t signals = 0;
-    return eventfd_read(m_event, &signals) == 0;
+    timespec moment = {};
+    if (time) {
+        const auto deadline = std::chrono::steady_clock::now().time_since_epoch() + *time;
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(deadline);
+        moment = {seconds.count(), (deadline - seconds).count()};
+    }
+    const int result = time ? sem_clockwait(&m_semaphore, CLOCK_MONOTONIC, &moment) : sem_wait(&m_semaphore);
+    m_isSignalled.exchange(false);
+    return result == 0;
 }

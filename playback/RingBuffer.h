@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <semaphore.h>
 #include <span>
 
 /// Carries decoded frames from the one thread that writes to the one that reads, without a lock. Every frame
@@ -95,12 +96,13 @@ public:
     Wakeup &operator=(const Wakeup &) = delete;
 
     /// Any thread.
-    void signal() const;
+    void signal();
 
     /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and at times early
     /// without one; answers whether there was one.
-    bool wait(std::optional<std::chrono::milliseconds> time = {}) const;
+    bool wait(std::optional<std::chrono::milliseconds> time = {});
 
 private:
-    const int m_event; ///< a descriptor
+    sem_t m_semaphore;
+    std::atomic<bool> m_isSignalled = false;
 };

@@ -307,7 +307,12 @@ void Session::startOver(const Request &request)
     const bool isFirst = m_generation == 0 && target == 0;
     m_generation = request.generation;
     m_ring.reset();
-    m_ring = m_rings[m_rings[0].use_count() == 1 ? 0 : 1];
+    {
+        // The output gives a ring back under this mutex, and the request has taken back what was offered: one at
+        // least is held by nobody.
+        const std::lock_guard lock(m_mutex);
+        m_ring = m_rings[m_rings[0].use_count() == 1 ? 0 : 1];
+    }
     m_ring->reset(m_generation, target);
     m_isOffered = false;
     m_undelivered = {};

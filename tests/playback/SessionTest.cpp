@@ -4,6 +4,7 @@
 #include "tests/playback/HandOutput.h"
 #include "tests/playback/RecordingDelegate.h"
 
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QScopeGuard>
 #include <cmath>
@@ -74,8 +75,8 @@ public:
     {
         session.reset();
         close(m_pipe[1]);
-        if (*m_isReading) [[maybe_unused]]
-            const bool isGone = QTest::qWaitFor([this] { return m_isGone->load(); });
+        if (*m_isReading && !QTest::qWaitFor([this] { return m_isGone->load(); }))
+            qFatal("The decoder thread does not end.");
         close(m_pipe[0]);
     }
     WaitingSession(const WaitingSession &) = delete;
@@ -285,6 +286,26 @@ private Q_SLOTS:
         QCOMPARE(player->currentTime(), 9.0);
         QVERIFY(playUntil([&] { return player->currentTime() > 9.05; }));
         QVERIFY(player->currentTime() < 9.2);
+    }
+
+    /// The position-coded signal tells which place each sample is from.
+    void manySeeksNeverMixPlaces()
+    {
+        constexpr double longestFade = 0.02; // seconds
+        const auto player = makePlayer({.blockFrames = 480});
+        player->setVolume(1);
+        player->play();
+        for (int seek = 0; seek < 500; ++seek) {
+            const double target = 0.5 + seek * 37 % 89 / 10.0;
+            player->setCurrentTime(target);
+            const QDeadlineTimer deadline(30'000);
+            while (player->currentTime() < target + longestFade && !deadline.hasExpired())
+                m_output->advance(96);
+            const double place = player->currentTime();
+            const std::vector<float> sound = m_output->advance(1);
+            QVERIFY(std::abs((sound[0] - 0.2) / 0.6 * 10 - place) < 0.0001);
+            QVERIFY(place < target + 1);
+        }
     }
 
     void seekIsClamped()
