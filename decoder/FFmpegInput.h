@@ -58,8 +58,8 @@ public:
     /// decode it.
     [[nodiscard]] bool seeksExactly() const;
 
-    /// Whether the packets carry their time, so that a jump of it is a hole in the sound. In other containers time is the
-    /// sum of what the packets last, or a number that nothing depends on.
+    /// Whether the packets carry their time, so that a jump of it is a hole in the sound. In other containers time
+    /// is the sum of what the packets last, or a number that nothing depends on.
     [[nodiscard]] bool keepsTime() const;
 
     [[nodiscard]] bool isOgg() const { return demuxer() == "ogg"; }

@@ -54,8 +54,8 @@ private:
     std::size_t m_end = 0;
 };
 
-/// Turns the frames of the rings that it is offered into the endless frames of an output: sound with its gain, silence if
-/// there is none, and a fade wherever one gives way to the other.
+/// Turns the frames of the rings that it is offered into the endless frames of an output: sound with its gain,
+/// silence if there is none, and a fade wherever one gives way to the other.
 ///
 /// Output frames are counted from 0, when the mixer is made. Life of an output frame:
 /// 1. render() makes it from the next frame of the track and appends it.
@@ -89,7 +89,8 @@ public:
     /// Counts on to `frame` without sound: it was never rendered, and the output has played silence there.
     void skipTo(std::int64_t frame);
 
-    /// From the next change() on, frames come from `ring`. Null takes back what was offered since the last one.
+    /// From the next change() on, frames come from `ring`; the one that they come from already changes nothing. Null
+    /// takes back what was offered since the last change().
     void offer(std::shared_ptr<RingBuffer> ring) { m_offered = ring == m_ring ? nullptr : std::move(ring); }
 
     /// Whether change() would alter anything.
@@ -129,7 +130,7 @@ private:
     const std::int64_t m_channels;
     const std::int64_t m_memory;
     std::shared_ptr<RingBuffer> m_ring; ///< where frames come from; none before the first is adopted
-    std::shared_ptr<RingBuffer> m_offered; ///< where they come from after the next change; none for no other
+    std::shared_ptr<RingBuffer> m_offered; ///< where they come from after the next change; null if that stays
 
     Mix m_mix;
     std::int64_t m_rendered = 0;

@@ -12,7 +12,8 @@
 #include <mutex>
 #include <optional>
 
-/// Makes the output of a session, which signals the session's decoder thread. Called by its main or its decoder thread; must not wait for the sound server.
+/// Makes the output of a session, which signals the session's decoder thread. Called by the main or the decoder
+/// thread; must not wait for the sound server.
 using OutputFactory = std::function<std::shared_ptr<AudioOutput>(AudioFormat, std::shared_ptr<Wakeup>)>;
 
 /// When to try again after the sound server has gone away: soon, then ever more rarely, not for ever.
@@ -145,8 +146,8 @@ private:
     // The decoder thread's alone
     std::unique_ptr<Decoder> m_decoder;
     std::uint32_t m_generation = 0; ///< of the request that is being answered
-    const std::array<std::shared_ptr<RingBuffer>, 2>
-        m_rings; ///< one to fill while the output may hold the other
+    /// One to fill while the output may hold the other.
+    const std::array<std::shared_ptr<RingBuffer>, 2> m_rings;
     std::shared_ptr<RingBuffer> m_ring; ///< the one being filled; none before the first request
     bool m_isOffered = false; ///< whether m_ring was
     DecodedFrames m_undelivered; ///< decoded, but the ring was full

@@ -68,8 +68,8 @@ void PlaylistModel::setTracks(const QList<Track> &tracks)
     m_tracks = tracks;
 }
 
-/// Moves one of two neighbouring blocks before the other, if that is all in which the rows first…first+count differ from
-/// `tracks`. Returns whether it is.
+/// Moves one of two neighbouring blocks before the other, if that is all in which the rows first…first+count
+/// differ from `tracks`. Returns whether it is.
 bool PlaylistModel::moveBlock(qsizetype first, qsizetype count, const QList<Track> &tracks)
 {
     const auto begin = m_tracks.cbegin() + first;

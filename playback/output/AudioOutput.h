@@ -2,7 +2,7 @@
 
 #include "playback/Mixer.h"
 
-/// Sounds the frames of the rings that it is offered: one stream on the sound server, or nothing that only takes its time.
+/// Sounds the frames of the rings that it is offered: one stream on the sound server, or silence of the same length.
 ///
 /// 1. Made for one player, silent. 2. apply() starts, pauses and sets the gain, as often as one likes.
 /// 3. Destroying it lets what sounds fade out, without waiting for that; its rings are left alone from then on.

@@ -13,14 +13,15 @@
 /// 3. Clients that were added hear when the connection is ready or lost.
 /// 4. When the process ends, clients whose sound is fading out get a moment to finish.
 ///
-/// Any thread; everything but instance() with the connection locked: no callback of libpulse runs meanwhile. In the
-/// loop's callbacks it always is.
+/// Any thread; everything but instance() and lock() with the connection locked: no callback of libpulse runs meanwhile.
+/// In the loop's callbacks it always is.
 class PulseConnection {
 public:
     static PulseConnection &instance();
     PulseConnection(const PulseConnection &) = delete;
     PulseConnection &operator=(const PulseConnection &) = delete;
 
+    /// Waits for the loop's callbacks; never called from one of them.
     void lock() { pa_threaded_mainloop_lock(m_loop); }
     void unlock() { pa_threaded_mainloop_unlock(m_loop); }
 
@@ -30,10 +31,10 @@ public:
     /// server.
     pa_context *context();
 
-    /// Is told the context whenever it is ready, and null whenever it is lost for good, with the connection's lock held.
+    /// Is told the context whenever it is ready, and null whenever it is lost for good, with the connection locked.
     using Listener = std::function<void(pa_context *)>;
 
-    /// Keeps `listener`, and what it owns, until remove().
+    /// Keeps `listener`, and what it owns, until remove(). `client` is only a name for it.
     void add(const void *client, Listener listener);
     void remove(const void *client);
 

@@ -12,8 +12,8 @@ class SoundServerFixture : public QObject {
     Q_OBJECT
 
 public:
-    /// Runs the functions that the program's arguments name, or all of them; returns the exit code of the process. A function that fails has a second chance, which is told; more than one of twenty that need it
-    /// are a failure.
+    /// Runs the functions that the program's arguments name, or all of them; returns the exit code of the process. A
+    /// function that fails has a second chance, which is told; more than one of twenty that need it are a failure.
     int run();
 
 protected:
