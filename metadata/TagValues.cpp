@@ -60,7 +60,8 @@ void appendText(
         QStringView value = end < 0 ? rest : rest.first(end);
         if (value.startsWith(QChar::ByteOrderMark))
             value = value.sliced(1);
-        items.append({identifier, value.toString()});
+        const MetadataItem item{identifier, value.toString()};
+        items.append(item);
         if (end < 0 || end + 1 == rest.size())
             return;
         rest = rest.sliced(end + 1);
