@@ -40,8 +40,8 @@ QImage readRegion(QImageReader &reader, const EncodedPicture &picture, QSize tar
     if (picture.format == "jpeg") {
         const int ratio = wholeRatio(whole.size(), target);
         const int divisor = ratio >= 8 ? 8 : ratio >= 4 ? 4 : 2;
-        if (ratio > 1)
-            reader.setScaledSize((picture.size + QSize(divisor - 1, divisor - 1)) / divisor);
+        if (ratio > 1) // rounded down: of a size above the fraction the next larger one would be decoded
+            reader.setScaledSize({picture.size.width() / divisor, picture.size.height() / divisor});
         else
             reader.setClipRect(whole);
     }
