@@ -121,21 +121,21 @@ private Q_SLOTS:
 
     void tracksFollowEachOtherSoonAndInFull()
     {
-        add(21, 0.5);
-        const auto silence = medianSilence(20, 0.5);
+        add(11, 0.5);
+        const auto silence = medianSilence(10, 0.5);
         QVERIFY(silence);
-        report("median of 20 steps", *silence);
+        report("median of 10 steps", *silence);
         QVERIFY(*silence < 60);
-        QCOMPARE(m_player->currentIndex(), std::optional<qsizetype>(20));
+        QCOMPARE(m_player->currentIndex(), std::optional<qsizetype>(10));
     }
 
     void repeatedTrackFollowsItselfSoonAndInFull()
     {
         add(2, 0.5);
         m_player->isRepeating = true;
-        const auto silence = medianSilence(20, 0.5);
+        const auto silence = medianSilence(10, 0.5);
         QVERIFY(silence);
-        report("median of 20 repeats", *silence);
+        report("median of 10 repeats", *silence);
         QVERIFY(*silence < 60);
         QCOMPARE(m_player->currentIndex(), std::optional<qsizetype>(0));
     }
