@@ -13,7 +13,7 @@ namespace {
 
 constexpr QSize MinimumContentSize(720, 620);
 
-/// Comes before any window, which would be drawn in the desktop's own style at first.
+/// Comes before any window, which would be drawn in another style at first.
 ProgramStyle &installStyle()
 {
     auto *style = new ProgramStyle;

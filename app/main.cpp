@@ -24,6 +24,14 @@ void startNoSessionBus()
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + qgetenv("XDG_RUNTIME_DIR") + "/bus");
 }
 
+/// Desktops would have theirs loaded, with all their libraries: as a platform theme and as a style of widgets. Only a
+/// theme that the user names (QT_QPA_PLATFORMTHEME) is; a style, never.
+void useNoDesktopsToolkit()
+{
+    QApplication::setDesktopSettingsAware(false);
+    QApplication::setStyle(u"Fusion"_s); // until ours takes its place
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -35,6 +43,7 @@ int main(int argc, char *argv[])
 
     QApplication::setApplicationName(u"lumaverdine"_s);
     QApplication::setDesktopFileName(u"lumaverdine"_s);
+    useNoDesktopsToolkit();
     QApplication application(argc, argv);
 
     const Translation translation;

@@ -152,6 +152,11 @@ QPoint toolTipPlace(const QRect &control, const QSize &tip, const QRect &room)
         fitsUnder ? under : control.top() - TipGap - tip.height()};
 }
 
+ProgramStyle::ProgramStyle()
+    : QProxyStyle(u"Fusion"_s)
+{
+}
+
 void ProgramStyle::polish(QWidget *widget)
 {
     QProxyStyle::polish(widget);

@@ -6,7 +6,7 @@
 
 class QStyleOptionMenuItem;
 
-/// The desktop's style, with differences:
+/// The style of every window on every desktop: the toolkit's plain one, with differences:
 ///
 /// 1. Menus and tooltips are of the window's own material: its ground with a hairline around it and round corners. A
 ///    tooltip stands clear of the control that it names.
@@ -18,7 +18,9 @@ class ProgramStyle : public QProxyStyle {
     Q_OBJECT
 
 public:
-    /// Whether the user wants animations; by default the desktop's style decides alone.
+    ProgramStyle();
+
+    /// Whether the user wants animations; so it is by default.
     void setAnimated(bool isAnimated) { m_isAnimated = isAnimated; }
 
     using QProxyStyle::polish;

@@ -60,6 +60,15 @@ class Home(Scenario):
         maps = open(f"/proc/{self.program.process.pid}/maps").read()
         self.assertEqual("libqgtk3.so" in maps, environment.get("QT_QPA_PLATFORMTHEME") == "gtk3")
 
+    def test_no_desktop_has_its_toolkit_loaded(self):
+        for theme in ("", "one-that-is-not-installed"):
+            self.start_unread(environment=DESKTOPS["GNOME"] | {"QT_QPA_PLATFORMTHEME": theme, "QT_STYLE_OVERRIDE": "gtk3"})
+            maps = open(f"/proc/{self.program.process.pid}/maps").read()
+            self.assertIn("libQt6Widgets", maps)
+            for library in ("libqgtk3", "libgtk-", "libKF"):
+                self.assertNotIn(library, maps)
+            self.program.quit()
+
     def test_nor_does_a_run_without_a_session_bus(self):
         before = self.tree()
         starter = self.desktop.folder / "programs" / "dbus-launch"  # what the bus library would call to have a bus

@@ -13,7 +13,7 @@ namespace {
 
 constexpr QMargins Inset(1, 2, 4, 2); // around the drawn thumb
 
-/// What a click does is left to the desktop's style.
+/// What a click does is left to the program's style.
 class ThinStyle : public QCommonStyle {
 public:
     int pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const override
