@@ -54,6 +54,11 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     buildPlaybackMenu();
     for (const QAction *menu : m_window.menuBar().actions())
         m_window.addActions(menu->menu()->actions());
+    // Once a turn of the event loop: from one track to the next, nothing changes.
+    m_renderer.follow([this] {
+        if (m_player.isPlaying() != static_cast<bool>(m_sleepInhibition))
+            m_sleepInhibition = m_player.isPlaying() ? std::make_unique<SleepInhibition>() : nullptr;
+    });
 }
 
 void LumaverdineApp::follow(const DesktopSettings &desktop)

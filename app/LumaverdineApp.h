@@ -2,10 +2,12 @@
 
 #include "desktop/DesktopSettings.h"
 #include "desktop/FramelessWindow.h"
+#include "desktop/SleepInhibition.h"
 #include "player/PayerManager.h"
 #include "ui/ViewRenderer.h"
 
 #include <QCoreApplication>
+#include <memory>
 
 class QAction;
 class QMenu;
@@ -35,6 +37,7 @@ private:
 
     ProgramStyle &m_style; ///< of all windows; owned by the toolkit
     PlayerManager m_player;
+    std::unique_ptr<SleepInhibition> m_sleepInhibition; ///< while sound plays
     ViewRenderer m_renderer{m_player};
     FramelessWindow m_window;
 };

@@ -1,0 +1,120 @@
+#include "desktop/PortalRequest.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QPointer>
+#include <QRandomGenerator>
+#include <QTimer>
+#include <chrono>
+#include <climits>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto ReplyTimeout = 5s;
+constexpr int NoTimeout = INT_MAX; // of the bus library: a question that is taken later has to be taken back
+
+const auto PortalName = u"org.freedesktop.portal.Desktop"_s;
+const auto PortalPath = u"/org/freedesktop/portal/desktop"_s;
+const auto PortalPrefix = u"org.freedesktop.portal."_s;
+
+void closeRequest(const QString &handle)
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(PortalName, handle, PortalPrefix + u"Request"_s, u"Close"_s);
+    call.setAutoStartService(false);
+    QDBusConnection::sessionBus().send(call);
+}
+
+} // namespace
+
+PortalRequest::PortalRequest(const QString &interface, const QString &method, const QVariantList &arguments,
+    const QVariantMap &options, Span span, QObject *parent)
+    : QObject(parent)
+    , m_span(span)
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString token = u"lumaverdine%1"_s.arg(QRandomGenerator::global()->generate());
+    // Its path is known before the question is asked, so that no answer comes too early.
+    follow(u"%1/request/%2/%3"_s.arg(PortalPath, bus.baseService().mid(1).replace(u'.', u'_'), token));
+    const auto *owner =
+        new QDBusServiceWatcher(PortalName, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] {
+        if (m_state == State::Open) {
+            m_state = State::Over;
+            Q_EMIT lost();
+        }
+    });
+
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(PortalName, PortalPath, PortalPrefix + interface, method);
+    QVariantMap allOptions = options;
+    allOptions.insert(u"handle_token"_s, token);
+    call.setArguments(arguments + QVariantList{allOptions});
+    ask(call);
+}
+
+PortalRequest::~PortalRequest()
+{
+    if (m_state == State::Open)
+        closeRequest(m_handle);
+}
+
+void PortalRequest::follow(const QString &handle)
+{
+    m_handle = handle;
+    // Without the name of the service: to look up its owner, the toolkit would wait for the bus.
+    QDBusConnection::sessionBus().connect({}, handle, PortalPrefix + u"Request"_s, u"Response"_s, this,
+        SLOT(handleResponse(uint, QVariantMap)));
+}
+
+void PortalRequest::ask(const QDBusMessage &call)
+{
+    // Outlives this, to take back what is taken late.
+    auto *reply = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(call, NoTimeout), QCoreApplication::instance());
+    connect(reply, &QDBusPendingCallWatcher::finished, [reply, self = QPointer(this)] {
+        reply->deleteLater();
+        const QDBusPendingReply<QDBusObjectPath> handle = *reply;
+        if (self && self->m_state != State::GivenUp)
+            self->handleReply(handle);
+        else if (!handle.isError())
+            closeRequest(handle.value().path());
+    });
+    QTimer::singleShot(ReplyTimeout, this, [this] {
+        if (m_state == State::Asked)
+            giveUp();
+    });
+}
+
+void PortalRequest::handleReply(const QDBusPendingReply<QDBusObjectPath> &handle)
+{
+    if (m_state != State::Asked)
+        return; // answered already
+    if (handle.isError()) {
+        giveUp();
+        return;
+    }
+    m_state = State::Open;
+    const QString path = handle.value().path();
+    if (path != m_handle)
+        follow(path); // a portal before 0.9 chooses it
+}
+
+void PortalRequest::handleResponse(uint response, const QVariantMap &results)
+{
+    if (m_state == State::Over || m_state == State::GivenUp)
+        return;
+    m_state = m_span == Span::UntilTakenBack && response == 0 ? State::Open : State::Over;
+    Q_EMIT answered(response, results);
+}
+
+void PortalRequest::giveUp()
+{
+    m_state = State::GivenUp;
+    Q_EMIT failed();
+}
