@@ -61,6 +61,13 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     });
 }
 
+void LumaverdineApp::raise()
+{
+    m_window.setWindowState(m_window.windowState() & ~Qt::WindowMinimized);
+    m_window.raise();
+    m_window.activateWindow();
+}
+
 void LumaverdineApp::follow(const DesktopSettings &desktop)
 {
     m_style.setAnimated(desktop.wantsAnimations);

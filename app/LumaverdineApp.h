@@ -24,6 +24,7 @@ public:
     explicit LumaverdineApp(PlatformServices services = {}, WindowSystem windowSystem = {});
 
     void show() { m_window.show(); }
+    void raise(); ///< brings the window to the front
 
     /// Makes the program as the user wants all programs of the desktop to be.
     void follow(const DesktopSettings &desktop);

@@ -1,6 +1,7 @@
 #include "app/LumaverdineApp.h"
 #include "desktop/XServer.h"
 #include "files/StandardStreams.h"
+#include "mpris/Mpris.h"
 #include "ui/Translation.h"
 
 #include <QApplication>
@@ -51,7 +52,10 @@ int main(int argc, char *argv[])
     const auto follow = [&app](const DesktopSettings &desktop) { app.follow(desktop); };
     const XSettings settingsOnX11(follow);
     const SettingsPortal settingsOnWayland(follow);
+    Mpris mpris(
+        app.player(), [&app] { app.raise(); }, [&app] { app.window().close(); });
     app.show();
     QTimer::singleShot(AfterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
+    QTimer::singleShot(AfterFirstContent, &mpris, &Mpris::start);
     return QApplication::exec();
 }

@@ -11,10 +11,7 @@
 #include <mutex>
 #include <vector>
 
-namespace {
-
-/// The bytes of the picture, from the first of `files` that still has it; empty if none has.
-QByteArray readFrom(const QList<QUrl> &files, const Fingerprint &picture, QDeadlineTimer deadline)
+QByteArray pictureBytes(const QList<QUrl> &files, const Fingerprint &picture, QDeadlineTimer deadline)
 {
     for (const QUrl &file : files) {
         QByteArray bytes = openMedia(file).firstPicture();
@@ -25,8 +22,6 @@ QByteArray readFrom(const QList<QUrl> &files, const Fingerprint &picture, QDeadl
     }
     return {};
 }
-
-} // namespace
 
 struct ArtworkLoader::Job {
     Request request; ///< empty pixels if only the bytes are wanted
@@ -66,7 +61,7 @@ void ArtworkLoader::Worker::run()
         QByteArray bytes = request.picture == held ? heldBytes : QByteArray();
         lock.unlock();
         if (bytes.isEmpty())
-            bytes = readFrom(files, request.picture, QDeadlineTimer(readingLimit));
+            bytes = pictureBytes(files, request.picture, QDeadlineTimer(readingLimit));
         const QImage image = decodedPicture(bytes, request.pixels, isAbandoned);
         lock.lock();
         if (request.picture == held)

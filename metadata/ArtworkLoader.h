@@ -11,6 +11,10 @@
 #include <memory>
 #include <optional>
 
+/// The bytes of a picture, from the first of `files` that still has it; empty if none has. Once the deadline has passed, no
+/// other file is tried. Any thread.
+QByteArray pictureBytes(const QList<QUrl> &files, const Fingerprint &picture, QDeadlineTimer deadline);
+
 /// How long an ArtworkLoader waits, and how much it keeps.
 struct ArtworkLimits {
     qsizetype cache = 32 << 20; ///< bytes of results

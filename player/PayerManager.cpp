@@ -60,6 +60,11 @@ std::optional<qsizetype> PlayerManager::currentIndex() const
     return index < 0 ? std::nullopt : std::optional(index);
 }
 
+double PlayerManager::position() const
+{
+    return m_audioPlayer && isPlaying() ? m_audioPlayer->currentTime() : currentTime();
+}
+
 void PlayerManager::applyVolume(double value)
 {
     if (m_audioPlayer)
@@ -86,6 +91,8 @@ void PlayerManager::load(const Track &track, bool autoplay)
     currentTrack = track;
     currentTime = 0;
     duration = m_audioPlayer->duration();
+    m_isStopped = false;
+    Q_EMIT positionSet();
     if (autoplay)
         play();
     else
@@ -96,6 +103,7 @@ void PlayerManager::play()
 {
     if (m_audioPlayer) {
         m_audioPlayer->play();
+        m_isStopped = false;
         isPlaying = true;
         startProgressTimer();
     } else if (!playlist().isEmpty()) {
@@ -133,6 +141,8 @@ void PlayerManager::stop()
     currentTime = 0;
     isPlaying = false;
     stopProgressTimer();
+    m_isStopped = true;
+    Q_EMIT positionSet();
 }
 
 void PlayerManager::seek(double time)
@@ -143,6 +153,8 @@ void PlayerManager::seek(double time)
     const double target = std::min(std::max(0.0, time), m_audioPlayer->duration());
     m_audioPlayer->setCurrentTime(target);
     currentTime = target;
+    m_isStopped = false;
+    Q_EMIT positionSet();
 }
 
 // Progress

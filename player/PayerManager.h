@@ -48,6 +48,12 @@ public:
     /// Position of the current track in the playlist, found by its id; none if it is not there.
     [[nodiscard]] std::optional<qsizetype> currentIndex() const;
 
+    /// What is heard at this moment if a track is playing, which currentTime follows; else currentTime.
+    [[nodiscard]] double position() const;
+
+    /// Whether stop() was called since the last play(), seek() or load().
+    [[nodiscard]] bool isStopped() const { return m_isStopped; }
+
     // Playback
 
     /// Puts `track` in the audio player and makes it current at 0, sounding or ready. If its file cannot
@@ -81,6 +87,10 @@ public:
     /// range of 64-bit seconds ends the program.
     [[nodiscard]] static QString formattedTime(double seconds);
 
+Q_SIGNALS:
+    /// load(), seek() or stop() has set the position, which did not come about by playing on.
+    void positionSet();
+
 private:
     void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) override;
     void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
@@ -97,6 +107,7 @@ private:
     PlatformServices m_services;
     std::shared_ptr<AudioPlayer> m_audioPlayer;
     QTimer m_progressTimer{this}; ///< active only while isPlaying
+    bool m_isStopped = false;
     QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end
     std::optional<QSet<QByteArray>> m_listedFiles; ///< their paths; none after a write that is no append()
 };

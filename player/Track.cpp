@@ -15,20 +15,6 @@ QString withoutPathExtension(const QString &fileName)
     return hasExtension ? fileName.first(dot) : fileName;
 }
 
-// All tracks share these.
-
-const QString &unknownArtist()
-{
-    static const QString text = QCoreApplication::translate("Track", "Artista desconocido");
-    return text;
-}
-
-const QString &unknownAlbum()
-{
-    static const QString text = QCoreApplication::translate("Track", "Álbum desconocido");
-    return text;
-}
-
 void replaceUnlessEmpty(QString &field, const std::optional<QString> &value)
 {
     if (value && !value->isEmpty())
@@ -36,6 +22,20 @@ void replaceUnlessEmpty(QString &field, const std::optional<QString> &value)
 }
 
 } // namespace
+
+// All tracks share these.
+
+const QString &Track::unknownArtist()
+{
+    static const QString text = QCoreApplication::translate("Track", "Artista desconocido");
+    return text;
+}
+
+const QString &Track::unknownAlbum()
+{
+    static const QString text = QCoreApplication::translate("Track", "Álbum desconocido");
+    return text;
+}
 
 double displayedDuration(const MediaTime &time)
 {

@@ -30,9 +30,12 @@ public:
     /// standardizedFilePath() of the URL.
     [[nodiscard]] const QByteArray &filePath() const { return m_filePath; }
 
+    static const QString &unknownArtist(); ///< "Artista desconocido"
+    static const QString &unknownAlbum(); ///< "Álbum desconocido"
+
     QString title; ///< the file name without its last extension if no title is stored
-    QString artist; ///< "Artista desconocido" if none is stored
-    QString album; ///< "Álbum desconocido" if none is stored
+    QString artist; ///< unknownArtist() if none is stored
+    QString album; ///< unknownAlbum() if none is stored
     double duration = 0; ///< seconds, always finite; the container's, not the audio player's
     std::optional<Artwork> artwork;
 

@@ -1,0 +1,110 @@
+#include "mpris/CoverFile.h"
+
+#include "files/DetachedThread.h"
+#include "files/LocalFile.h"
+#include "metadata/ArtworkLoader.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QPointer>
+#include <QTemporaryFile>
+#include <fcntl.h>
+#include <sys/file.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto ReadingTime = 5s; // then no other file with the picture is tried
+
+const auto Prefix = u"lumaverdine-cover-"_s;
+
+/// The user's runtime folder, of a sandbox's the part that it shares with the desktop; empty if there is none. See
+/// XDG_RUNTIME_DIR in https://specifications.freedesktop.org/basedir-spec and
+/// https://docs.flatpak.org/en/latest/sandbox-permissions.html.
+QString runtimeFolder()
+{
+    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (QFile::exists(u"/.flatpak-info"_s))
+        folder += u"/app/"_s + qEnvironmentVariable("FLATPAK_ID");
+    return QFileInfo(folder).canonicalFilePath();
+}
+
+bool lock(int descriptor)
+{
+    return flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}
+
+/// A locked file of these bytes in the runtime folder, which removes itself; null if it cannot be written.
+std::shared_ptr<QTemporaryFile> makeFile(const QByteArray &bytes)
+{
+    const QString folder = runtimeFolder();
+    auto file = std::make_shared<QTemporaryFile>(folder + u'/' + Prefix + u"XXXXXX"_s);
+    const bool isWritten = !folder.isEmpty() && !bytes.isEmpty() && file->open() && lock(file->handle())
+        && file->write(bytes) == bytes.size() && file->flush();
+    if (!isWritten || file->fileName().isEmpty()) // it has no name before
+        return nullptr;
+    file->moveToThread(QCoreApplication::instance()->thread());
+    return file;
+}
+
+} // namespace
+
+void CoverFile::removeLeftovers()
+{
+    const QDir folder(runtimeFolder());
+    if (folder.path().isEmpty())
+        return;
+    for (const QString &name : folder.entryList(QDir::Files)) {
+        const QByteArray path = QFile::encodeName(folder.filePath(name));
+        if (!name.startsWith(Prefix))
+            continue;
+        const FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (file.get() >= 0 && lock(file.get()))
+            unlink(path.constData());
+    }
+}
+
+void CoverFile::show(const std::optional<Artwork> &artwork)
+{
+    const bool isSame =
+        m_artwork && artwork ? m_artwork->fingerprint() == artwork->fingerprint() : !m_artwork && !artwork;
+    if (isSame)
+        return;
+    m_artwork = artwork;
+    m_file.reset();
+    write();
+}
+
+QUrl CoverFile::url() const
+{
+    return m_file ? QUrl::fromLocalFile(m_file->fileName()) : QUrl();
+}
+
+void CoverFile::write()
+{
+    if (!m_artwork || m_isWriting)
+        return;
+    const auto work = [self = QPointer(this), picture = m_artwork->fingerprint(),
+                          files = m_artwork->files()] {
+        const auto file = makeFile(pictureBytes(files, picture, QDeadlineTimer(ReadingTime)));
+        const auto deliver = [self, picture, file] {
+            if (self)
+                self->take(picture, file);
+        };
+        QMetaObject::invokeMethod(QCoreApplication::instance(), deliver, Qt::QueuedConnection);
+    };
+    m_isWriting = startDetachedThread(work);
+}
+
+void CoverFile::take(const Fingerprint &picture, const std::shared_ptr<QTemporaryFile> &file)
+{
+    m_isWriting = false;
+    if (m_artwork && m_artwork->fingerprint() == picture) {
+        m_file = file;
+        Q_EMIT changed();
+    } else {
+        write();
+    }
+}

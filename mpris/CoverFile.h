@@ -1,0 +1,40 @@
+#pragma once
+
+#include "metadata/Artwork.h"
+
+#include <QObject>
+#include <QUrl>
+#include <memory>
+#include <optional>
+
+class QTemporaryFile;
+
+/// The cover of the current track as a file that the user's other programs can show.
+///
+/// It lies in the user's runtime folder, for the user only, under a new name for each cover, and goes with the next
+/// cover or with this. It is locked as long as it is there: one that is not was left by a player that has crashed.
+/// Main thread only; the picture is read and written on other threads, which nobody waits for.
+class CoverFile : public QObject {
+    Q_OBJECT
+
+public:
+    /// Removes what crashed players have left. Any thread.
+    static void removeLeftovers();
+
+    /// Makes this the cover that is shown; nothing changes if it is the same picture.
+    void show(const std::optional<Artwork> &artwork);
+
+    /// Empty if there is no cover, or none yet.
+    [[nodiscard]] QUrl url() const;
+
+Q_SIGNALS:
+    void changed(); ///< the file of the cover is there
+
+private:
+    void write();
+    void take(const Fingerprint &picture, const std::shared_ptr<QTemporaryFile> &file);
+
+    std::optional<Artwork> m_artwork;
+    std::shared_ptr<QTemporaryFile> m_file; ///< null as long as there is none
+    bool m_isWriting = false; ///< one thread at a time, however fast tracks change
+};
