@@ -1,5 +1,5 @@
 #include "app/LumaverdineApp.h"
-#include "desktop/XServer.h"
+#include "desktop/SettingsWatcher.h"
 #include "files/StandardStreams.h"
 #include "mpris/Mpris.h"
 #include "ui/Translation.h"
@@ -8,6 +8,7 @@
 #include <QIcon>
 #include <QTimer>
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -16,6 +17,9 @@ namespace {
 
 // The window's picture is drawn in four sizes, by a plugin; the content need not wait for that.
 constexpr auto AfterFirstContent = 150ms;
+
+// With a desktop that is asked how the window is to look; then it shows, and changes if the answer comes after all.
+constexpr auto Patience = 20ms;
 
 /// If no session bus is named, only the user's own may be joined: the bus library would start one, and note it in a
 /// file under the home folder.
@@ -47,14 +51,17 @@ int main(int argc, char *argv[])
     useNoDesktopsToolkit();
     QApplication application(argc, argv);
 
+    SettingsWatcher desktop; // asks while the window is built
     const Translation translation;
     LumaverdineApp app;
-    const auto follow = [&app](const DesktopSettings &desktop) { app.follow(desktop); };
-    const XSettings settingsOnX11(follow);
-    const SettingsPortal settingsOnWayland(follow);
     Mpris mpris(
         app.player(), [&app] { app.raise(); }, [&app] { app.window().close(); });
-    app.show();
+    const auto follow = [&app, isShown = false](const DesktopSettings &settings) mutable {
+        app.follow(settings);
+        if (!std::exchange(isShown, true))
+            app.show();
+    };
+    desktop.follow(follow, Patience);
     QTimer::singleShot(AfterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
     QTimer::singleShot(AfterFirstContent, &mpris, &Mpris::start);
     return QApplication::exec();

@@ -2,12 +2,11 @@
 
 #include "desktop/WindowButton.h"
 
+#include <QColor>
 #include <QList>
 #include <QMap>
-#include <QObject>
 #include <QString>
 #include <QVariant>
-#include <functional>
 
 /// Where a window's standard buttons stand.
 struct ButtonLayout {
@@ -24,33 +23,38 @@ struct ButtonLayout {
     bool operator==(const ButtonLayout &) const = default;
 };
 
-/// What the user has chosen for the windows of all programs.
+/// A font that the user has chosen.
+struct FontChoice {
+    QString family; ///< empty if none is chosen
+    double points = 0; ///< from 4 to 40 if one is
+
+    /// From the forms that desktops publish, "Noto Sans Bold 11" or "Noto Sans,11,-1,5,…"; none if it is neither.
+    [[nodiscard]] static FontChoice parse(const QString &published);
+
+    bool operator==(const FontChoice &) const = default;
+};
+
+/// What the user has chosen for the windows of all programs; by default, nothing.
 struct DesktopSettings {
-    ButtonLayout buttonLayout;
+    enum class Scheme { None, Light, Dark };
+
+    ButtonLayout buttonLayout{};
     bool wantsAnimations = true;
+    Scheme scheme = Scheme::None;
+    QColor accent{}; ///< invalid if none is chosen
+    bool wantsHighContrast = false;
+    FontChoice font{};
+    FontChoice fixedFont{};
+    double textScale = 1; ///< from 0.5 to 3
 
-    /// Is called with the settings as soon as they are known, and after each change; never if none are published.
-    using Follower = std::function<void(const DesktopSettings &)>;
+    bool operator==(const DesktopSettings &) const = default;
 };
 
-/// The desktop's settings on Wayland, from the desktop portal on the session bus.
-///
-/// Does nothing on other displays. Never waits for the portal and never starts it: one that starts later is asked
-/// then. The interface is org.freedesktop.portal.Settings of https://flatpak.github.io/xdg-desktop-portal. Main
-/// thread only.
-class SettingsPortal : public QObject {
-    Q_OBJECT
+/// Values as a desktop publishes them, by group and key. Those of an X server are one group, with an empty name.
+using PublishedSettings = QMap<QString, QVariantMap>;
 
-public:
-    using Groups = QMap<QString, QVariantMap>;
+/// What of the published values concerns a window. A value that makes no sense is as none.
+[[nodiscard]] DesktopSettings desktopSettings(const PublishedSettings &published);
 
-    explicit SettingsPortal(DesktopSettings::Follower follower);
-
-    /// What of the portal's settings concerns a window; the default for each that is missing.
-    [[nodiscard]] static DesktopSettings settingsOf(const Groups &published);
-
-private:
-    Q_SLOT void ask();
-
-    DesktopSettings::Follower m_follower;
-};
+/// The names of all groups of which something is read, that of an X server's apart.
+[[nodiscard]] QStringList desktopSettingsGroups();

@@ -84,7 +84,7 @@ bool isComposited()
     return QGuiApplication::platformName().startsWith(u"wayland"_s);
 }
 
-XSettings::XSettings(DesktopSettings::Follower follower)
+XSettings::XSettings(Follower follower)
     : m_follower(std::move(follower))
 {
     xcb_connection_t *server = connection();
@@ -111,23 +111,17 @@ void XSettings::read()
     if (!property)
         return;
     const auto *bytes = static_cast<const char *>(xcb_get_property_value(property.get()));
-    m_follower(settingsOf(parse({bytes, xcb_get_property_value_length(property.get())})));
+    m_follower(parse({bytes, xcb_get_property_value_length(property.get())}));
 }
 
-DesktopSettings XSettings::settingsOf(const QVariantHash &published)
-{
-    return {ButtonLayout::parse(published.value(u"Gtk/DecorationLayout"_s).toString()),
-        published.value(u"Gtk/EnableAnimations"_s, true).toBool()};
-}
-
-QVariantHash XSettings::parse(const QByteArray &property)
+QVariantMap XSettings::parse(const QByteArray &property)
 {
     QDataStream stream(property);
     stream.setByteOrder(property.startsWith('\0') ? QDataStream::LittleEndian : QDataStream::BigEndian);
     quint64 orderAndSerial = 0;
     quint32 count = 0;
     stream >> orderAndSerial >> count;
-    QVariantHash settings;
+    QVariantMap settings;
     for (; count > 0 && stream.status() == QDataStream::Ok; --count) {
         quint8 type = 0;
         quint8 unused = 0;

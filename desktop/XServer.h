@@ -1,10 +1,9 @@
 #pragma once
 
-#include "desktop/DesktopSettings.h"
-
 #include <QAbstractNativeEventFilter>
 #include <QVariant>
 #include <cstdint>
+#include <functional>
 
 /// Whether the window system shows what lies behind the translucent parts of a window; without that, they are black.
 /// It does on Wayland, and on X11 while a compositor runs. Main thread only.
@@ -16,21 +15,21 @@
 /// server. Main thread only.
 class XSettings final : public QAbstractNativeEventFilter {
 public:
-    /// If there are settings already, `follower` is called at once.
-    explicit XSettings(DesktopSettings::Follower follower);
+    /// Is called with the numbers and texts by their names.
+    using Follower = std::function<void(const QVariantMap &)>;
+
+    /// If there are settings already, `follower` is called at once; then after each change.
+    explicit XSettings(Follower follower);
 
     /// The numbers and texts of a property by their names, up to the first bytes that make no sense.
-    [[nodiscard]] static QVariantHash parse(const QByteArray &property);
-
-    /// What of such numbers and texts concerns a window; the default for each that is missing.
-    [[nodiscard]] static DesktopSettings settingsOf(const QVariantHash &published);
+    [[nodiscard]] static QVariantMap parse(const QByteArray &property);
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 
 private:
     void read();
 
-    DesktopSettings::Follower m_follower;
+    Follower m_follower;
     std::uint32_t m_property = 0; ///< that has the settings
     std::uint32_t m_arrival = 0; ///< the message that a window with settings has come
 };

@@ -1,80 +1,47 @@
-#include "desktop/XServer.h"
+#include "desktop/DesktopSettings.h"
 #include "tests/TestProgram.h"
 
-#include <QDataStream>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
+using Scheme = DesktopSettings::Scheme;
+
+Q_DECLARE_METATYPE(DesktopSettings)
+
 namespace {
 
-enum Type : quint8 { Number, Text, Color, Unknown };
+const auto XServer = ""_L1;
+const auto Interface = "org.gnome.desktop.interface"_L1;
+const auto Windows = "org.gnome.desktop.wm.preferences"_L1;
+const auto Assistance = "org.gnome.desktop.a11y.interface"_L1;
+const auto General = "org.kde.kdeglobals.General"_L1;
+const auto Effects = "org.kde.kdeglobals.KDE"_L1;
+const auto Selection = "org.kde.kdeglobals.Colors:Selection"_L1;
+const auto Appearance = "org.freedesktop.appearance"_L1;
 
-/// Writes a property as a program of the desktop does.
-class Writer {
-public:
-    explicit Writer(quint32 count, QDataStream::ByteOrder order = QDataStream::LittleEndian)
-    {
-        m_stream.setByteOrder(order);
-        m_stream << quint8(order == QDataStream::LittleEndian ? 0 : 1) << quint8(0) << quint16(0);
-        m_stream << quint32(7) << count;
-    }
+constexpr double NoNumber = std::numeric_limits<double>::quiet_NaN();
 
-    Writer &number(const QByteArray &name, qint32 value)
-    {
-        begin(Number, name);
-        m_stream << value;
-        return *this;
-    }
+const ButtonLayout CloseAtLeft = ButtonLayout::parse(u"close:"_s);
 
-    Writer &text(const QByteArray &name, const QByteArray &value)
-    {
-        begin(Text, name);
-        m_stream << quint32(value.size());
-        padded(value);
-        return *this;
-    }
-
-    Writer &color(const QByteArray &name)
-    {
-        begin(Color, name);
-        m_stream << quint64(0x1234567890ABCDEF);
-        return *this;
-    }
-
-    Writer &begin(Type type, const QByteArray &name)
-    {
-        m_stream << quint8(type) << quint8(0) << quint16(name.size());
-        padded(name);
-        m_stream << quint32(0);
-        return *this;
-    }
-
-    Writer &size(quint32 value)
-    {
-        m_stream << value;
-        return *this;
-    }
-
-    [[nodiscard]] QByteArray bytes() const { return m_bytes; }
-
-private:
-    void padded(QByteArray bytes)
-    {
-        bytes.append((4 - bytes.size() % 4) % 4, '\0');
-        m_stream.writeRawData(bytes.constData(), static_cast<int>(bytes.size()));
-    }
-
-    QByteArray m_bytes;
-    QDataStream m_stream{&m_bytes, QIODevice::WriteOnly};
+struct Published {
+    QLatin1StringView group;
+    QLatin1StringView key;
+    QVariant value;
 };
 
-QByteArray threeSettings(QDataStream::ByteOrder order = QDataStream::LittleEndian)
+/// Adds a row: what is published, and what of the settings is not as by default.
+void addRow(const char *name, const QList<Published> &values, const DesktopSettings &expected = {})
 {
-    return Writer(3, order)
-        .text("Gtk/DecorationLayout", "close,minimize:")
-        .color("Gtk/Color")
-        .number("Gtk/EnableAnimations", 1)
-        .bytes();
+    PublishedSettings published;
+    for (const auto &[group, key, value] : values)
+        published[group][key] = value;
+    QTest::newRow(name) << published << expected;
+}
+
+QVariantList rgb(double red, double green, double blue)
+{
+    return {red, green, blue};
 }
 
 } // namespace
@@ -83,84 +50,141 @@ class DesktopSettingsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsNumbersAndTextsInBothByteOrders()
+    void areWhatTheDesktopPublishes_data()
     {
-        for (const auto order : {QDataStream::LittleEndian, QDataStream::BigEndian}) {
-            const QVariantHash settings = XSettings::parse(threeSettings(order));
-            QCOMPARE(settings.value(u"Gtk/DecorationLayout"_s), u"close,minimize:"_s);
-            QCOMPARE(settings.value(u"Gtk/EnableAnimations"_s), 1);
-        }
+        QTest::addColumn<PublishedSettings>("published");
+        QTest::addColumn<DesktopSettings>("settings");
+        const FontChoice sans{u"Noto Sans"_s, 11};
+        const FontChoice mono{u"Hack"_s, 10};
+        const QColor blue = QColor::fromRgbF(0.2F, 0.4F, 1.0F);
+
+        addRow("nothing", {});
+        addRow("dark", {{Appearance, "color-scheme"_L1, 1U}}, {.scheme = Scheme::Dark});
+        addRow("light", {{Appearance, "color-scheme"_L1, 2U}}, {.scheme = Scheme::Light});
+        addRow("no scheme", {{Appearance, "color-scheme"_L1, 0U}});
+        addRow("a scheme of tomorrow", {{Appearance, "color-scheme"_L1, 3U}});
+        addRow("a scheme in words", {{Appearance, "color-scheme"_L1, u"1"_s}});
+        addRow("dark by the theme's name", {{XServer, "Net/ThemeName"_L1, u"Adwaita-dark"_s}},
+            {.scheme = Scheme::Dark});
+        addRow("any theme's name", {{XServer, "Net/ThemeName"_L1, u"Darkness"_s}});
+        addRow("no scheme, dark by the theme's name",
+            {{XServer, "Net/ThemeName"_L1, u"Greybird-dark"_s}, {Appearance, "color-scheme"_L1, 0U}},
+            {.scheme = Scheme::Dark});
+        addRow("light, dark by the theme's name",
+            {{XServer, "Net/ThemeName"_L1, u"Greybird-dark"_s}, {Appearance, "color-scheme"_L1, 2U}},
+            {.scheme = Scheme::Light});
+
+        addRow("accent", {{Appearance, "accent-color"_L1, rgb(0.2, 0.4, 1)}}, {.accent = blue});
+        addRow("accent out of range", {{Appearance, "accent-color"_L1, rgb(0.2, 0.4, 1.01)}});
+        addRow("no accent", {{Appearance, "accent-color"_L1, rgb(-1, -1, -1)}});
+        addRow("accent of no numbers", {{Appearance, "accent-color"_L1, rgb(NoNumber, 0, 0)}});
+        addRow("accent of two numbers", {{Appearance, "accent-color"_L1, QVariantList{0.1, 0.2}}});
+        addRow("accent in words", {{Appearance, "accent-color"_L1, u"blue"_s}});
+        addRow("Plasma's accent", {{Selection, "BackgroundNormal"_L1, u"51,102,255"_s}},
+            {.accent = QColor(51, 102, 255)});
+        addRow("Plasma's accent out of range", {{Selection, "BackgroundNormal"_L1, u"51,102,256"_s}});
+        addRow("Plasma's accent by name", {{Selection, "BackgroundNormal"_L1, u"red,green,blue"_s}});
+        addRow("both accents",
+            {{Selection, "BackgroundNormal"_L1, u"1,2,3"_s},
+                {Appearance, "accent-color"_L1, rgb(0.2, 0.4, 1)}},
+            {.accent = blue});
+
+        addRow("contrast", {{Appearance, "contrast"_L1, 1U}}, {.wantsHighContrast = true});
+        addRow("no contrast", {{Appearance, "contrast"_L1, 0U}});
+        addRow("contrast in words", {{Appearance, "contrast"_L1, u"1"_s}});
+        addRow("GNOME's contrast", {{Assistance, "high-contrast"_L1, true}, {Appearance, "contrast"_L1, 0U}},
+            {.wantsHighContrast = true});
+
+        addRow("no animations", {{Interface, "enable-animations"_L1, false}}, {.wantsAnimations = false});
+        addRow("animations in words", {{Interface, "enable-animations"_L1, u"false"_s}});
+        addRow("no animations on X", {{XServer, "Gtk/EnableAnimations"_L1, 0}}, {.wantsAnimations = false});
+        addRow("animations on X", {{XServer, "Gtk/EnableAnimations"_L1, 1}});
+        addRow("animations, though none on X",
+            {{XServer, "Gtk/EnableAnimations"_L1, 0}, {Interface, "enable-animations"_L1, true}});
+        addRow("no animations in Plasma", {{Effects, "AnimationDurationFactor"_L1, u"0"_s}},
+            {.wantsAnimations = false});
+        addRow("nor as a number", {{Effects, "AnimationDurationFactor"_L1, 0.0}}, {.wantsAnimations = false});
+        addRow("slow ones in Plasma", {{Effects, "AnimationDurationFactor"_L1, u"1.5"_s}});
+        addRow("none in Plasma in words", {{Effects, "AnimationDurationFactor"_L1, u"none"_s}});
+        addRow("less motion",
+            {{Appearance, "reduced-motion"_L1, 1U}, {Interface, "enable-animations"_L1, true}},
+            {.wantsAnimations = false});
+        addRow("no less motion", {{Appearance, "reduced-motion"_L1, 0U}});
+
+        addRow("font", {{Interface, "font-name"_L1, u"Noto Sans 11"_s}}, {.font = sans});
+        addRow("empty font", {{Interface, "font-name"_L1, u""_s}});
+        addRow("font of a wrong type", {{Interface, "font-name"_L1, 11}});
+        addRow("fixed font", {{Interface, "monospace-font-name"_L1, u"Hack 10"_s}}, {.fixedFont = mono});
+        addRow("Plasma's fonts",
+            {{General, "font"_L1, u"Noto Sans,11,-1,5,50,0,0,0,0,0"_s}, {General, "fixed"_L1, u"Hack,10"_s}},
+            {.font = sans, .fixedFont = mono});
+        addRow("font on X", {{XServer, "Gtk/FontName"_L1, u"Noto Sans,  11"_s}}, {.font = sans});
+        addRow("font, though one on X",
+            {{XServer, "Gtk/FontName"_L1, u"Sans 9"_s}, {Interface, "font-name"_L1, u"Noto Sans 11"_s}},
+            {.font = sans});
+        addRow("a font on X beside one that makes no sense",
+            {{XServer, "Gtk/FontName"_L1, u"Noto Sans 11"_s}, {Interface, "font-name"_L1, u"11"_s}},
+            {.font = sans});
+
+        addRow("text scale", {{Interface, "text-scaling-factor"_L1, 1.5}}, {.textScale = 1.5});
+        addRow("least text scale", {{Interface, "text-scaling-factor"_L1, 0.5}}, {.textScale = 0.5});
+        addRow("most text scale", {{Interface, "text-scaling-factor"_L1, 3.0}}, {.textScale = 3});
+        for (const double value : {0.0, 0.49, 3.01, 1e9, -1.0, NoNumber})
+            addRow(qPrintable(u"text scale %1"_s.arg(value)), {{Interface, "text-scaling-factor"_L1, value}});
+        addRow("text scale in words", {{Interface, "text-scaling-factor"_L1, u"1.5"_s}});
+
+        addRow("buttons", {{Windows, "button-layout"_L1, u"close:"_s}}, {.buttonLayout = CloseAtLeft});
+        addRow("buttons without sides", {{Windows, "button-layout"_L1, u"close,minimize"_s}});
+        addRow("buttons of a wrong type", {{Windows, "button-layout"_L1, 1U}});
+        addRow("buttons on X", {{XServer, "Gtk/DecorationLayout"_L1, u"close:"_s}},
+            {.buttonLayout = CloseAtLeft});
+        addRow("buttons, though others on X",
+            {{XServer, "Gtk/DecorationLayout"_L1, u"close:"_s}, {Windows, "button-layout"_L1, u":close"_s}});
+        addRow("a key of another group", {{Interface, "color-scheme"_L1, 1U}});
     }
 
-    void readsNamesAndTextsOfAnyLength()
+    void areWhatTheDesktopPublishes()
     {
-        for (int size = 0; size < 9; ++size) {
-            const QByteArray word(size, 'x');
-            const QVariantHash settings =
-                XSettings::parse(Writer(2).text("a" + word, word).number("b", -1).bytes());
-            QCOMPARE(settings.value(QString::fromUtf8("a" + word)), QString::fromUtf8(word));
-            QCOMPARE(settings.value(u"b"_s), -1);
-        }
+        QFETCH(const PublishedSettings, published);
+        QFETCH(const DesktopSettings, settings);
+        QVERIFY(desktopSettings(published) == settings);
     }
 
-    void readsWhatIsWholeOfATruncatedProperty()
+    void fontIsReadInBothForms_data()
     {
-        const QByteArray whole = threeSettings();
-        for (qsizetype size = 0; size < whole.size(); ++size) {
-            const QVariantHash settings = XSettings::parse(whole.first(size));
-            QVERIFY(!settings.contains(u"Gtk/EnableAnimations"_s));
-            const QVariant layout = settings.value(u"Gtk/DecorationLayout"_s);
-            QVERIFY(!layout.isValid() || layout == u"close,minimize:"_s);
-            QCOMPARE(layout.isValid(), size >= 12 + 4 + 20 + 4 + 4 + 16);
-        }
+        QTest::addColumn<QString>("published");
+        QTest::addColumn<QString>("family");
+        QTest::addColumn<double>("points");
+        const auto row = [](const QString &published, const QString &family, double points) {
+            QTest::newRow(qPrintable(published)) << published << family << points;
+        };
+        row(u"Cantarell 11"_s, u"Cantarell"_s, 11);
+        row(u"Adwaita Sans 10.5"_s, u"Adwaita Sans"_s, 10.5);
+        row(u"Noto Sans Medium 11"_s, u"Noto Sans"_s, 11);
+        row(u"Noto Sans Semi-Bold Italic 11"_s, u"Noto Sans"_s, 11);
+        row(u"Noto Sans,  10"_s, u"Noto Sans"_s, 10);
+        row(u"Noto Sans,10,-1,5,400,0,0,0,0,0,0,0,0,0,0,1,Bold"_s, u"Noto Sans"_s, 10);
+        row(u"Sans 4"_s, u"Sans"_s, 4);
+        row(u"Sans 40"_s, u"Sans"_s, 40);
+        for (const char *nonsense : {"", " ", "11", "Bold 11", "Sans", "Sans 0", "Sans 3.9", "Sans 40.1",
+                 "Sans -11", "Sans 1e9", "Sans nan", "Sans inf", ",11", "Sans,", "Sans,x", "Sans,nan"})
+            row(QString::fromLatin1(nonsense), {}, 0);
     }
 
-    void endsWhereTheBytesMakeNoSense()
+    void fontIsReadInBothForms()
     {
-        const auto settings =
-            XSettings::parse(Writer(3).number("a", 1).begin(Unknown, "b").number("c", 1).bytes());
-        QCOMPARE(settings, QVariantHash({{u"a"_s, 1}}));
-        QCOMPARE(XSettings::parse(Writer(1).number("a", 1).number("b", 2).bytes()), settings);
+        QFETCH(const QString, published);
+        const FontChoice font = FontChoice::parse(published);
+        QTEST(font.family, "family");
+        QTEST(font.points, "points");
     }
 
-    void believesNoSizeThatTheBytesDoNotHave()
+    void allGroupsAreAskedForOnce()
     {
-        QVERIFY(XSettings::parse(Writer(1).begin(Text, "a").size(0xFFFFFFFF).bytes()).isEmpty());
-        QCOMPARE(XSettings::parse(Writer(0xFFFFFFFF).number("a", 1).bytes()).size(), 1);
-        QVERIFY(XSettings::parse(QByteArray(64, '\xFF')).isEmpty());
-    }
-
-    void windowFollowsWhatIsPublished_data()
-    {
-        QTest::addColumn<QVariant>("layout");
-        QTest::addColumn<QVariant>("animations");
-        QTest::addColumn<Qt::Edge>("side");
-        QTest::addColumn<bool>("isAnimated");
-        const QVariant none, close(u"close:"_s);
-        QTest::newRow("nothing") << none << none << Qt::RightEdge << true;
-        QTest::newRow("layout") << close << none << Qt::LeftEdge << true;
-        QTest::newRow("no animations") << none << QVariant(0) << Qt::RightEdge << false;
-        QTest::newRow("animations") << close << QVariant(1) << Qt::LeftEdge << true;
-    }
-
-    void windowFollowsWhatIsPublished()
-    {
-        QFETCH(const QVariant, layout);
-        QFETCH(const QVariant, animations);
-        QVariantHash published;
-        SettingsPortal::Groups groups;
-        if (layout.isValid()) {
-            published[u"Gtk/DecorationLayout"_s] = layout;
-            groups[u"org.gnome.desktop.wm.preferences"_s][u"button-layout"_s] = layout;
-        }
-        if (animations.isValid()) {
-            published[u"Gtk/EnableAnimations"_s] = animations;
-            groups[u"org.gnome.desktop.interface"_s][u"enable-animations"_s] = animations.toBool();
-        }
-        for (const auto &settings : {XSettings::settingsOf(published), SettingsPortal::settingsOf(groups)}) {
-            QTEST(settings.buttonLayout.side, "side");
-            QTEST(settings.wantsAnimations, "isAnimated");
-        }
+        QStringList groups = desktopSettingsGroups();
+        groups.sort();
+        QCOMPARE(
+            groups, QStringList({Appearance, Assistance, Interface, Windows, Selection, General, Effects}));
     }
 };
 

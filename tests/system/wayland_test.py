@@ -153,7 +153,7 @@ class Wayland(Scenario):
         self.start_portal("close:")
         self.start()
         wait_for(self.has_buttons_at_left, "the buttons to be at the left")
-        self.assertEqual(self.asked_groups, [WINDOW_GROUP, "org.gnome.desktop.interface"])
+        self.assertIn(WINDOW_GROUP, self.asked_groups)
 
     def test_buttons_stand_where_the_portal_says(self):
         services = self.desktop.folder / "run" / "dbus-1" / "services"
@@ -162,7 +162,7 @@ class Wayland(Scenario):
         (services / f"{PORTAL}.service").write_text(f"[D-BUS Service]\nName={PORTAL}\nExec=/usr/bin/touch {mark}\n")
         self.start()
         self.assertFalse(self.has_buttons_at_left())
-        self.assertFalse(mark.exists(), "nobody has asked for a portal")
+        wait_for(mark.exists, "the portal to be started")
         portal = self.start_portal("close,minimize,maximize:")
         wait_for(self.has_buttons_at_left, "the buttons to be at the left")
         self.button_layout = "appmenu:close"

@@ -1,0 +1,120 @@
+#include "desktop/SettingsWatcher.h"
+
+#include <QDBusConnection>
+#include <QDBusMetaType>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QGuiApplication>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html
+const auto Service = u"org.freedesktop.portal.Desktop"_s;
+const auto Path = u"/org/freedesktop/portal/desktop"_s;
+const auto Interface = u"org.freedesktop.portal.Settings"_s;
+constexpr int Forever =
+    std::numeric_limits<int>::max(); // milliseconds; the bus library takes this for no limit
+
+/// A value of the bus as one that needs no more of the bus: a list, if it is a structure of three numbers, which is all
+/// that is read of structures.
+QVariant plain(const QVariant &value)
+{
+    if (value.typeId() == qMetaTypeId<QDBusVariant>())
+        return plain(value.value<QDBusVariant>().variant());
+    if (value.typeId() != qMetaTypeId<QDBusArgument>())
+        return value;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != "(ddd)"_L1)
+        return {};
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    argument.beginStructure();
+    argument >> red >> green >> blue;
+    argument.endStructure();
+    return QVariantList{red, green, blue};
+}
+
+PublishedSettings plain(PublishedSettings published)
+{
+    for (QVariantMap &group : published) {
+        for (QVariant &value : group)
+            value = plain(value);
+    }
+    return published;
+}
+
+} // namespace
+
+SettingsWatcher::SettingsWatcher()
+    : m_xSettings([this](const QVariantMap &settings) {
+        m_published[{}] = settings;
+        tellChange();
+    })
+{
+    m_patience.setSingleShot(true);
+    m_patience.callOnTimeout(this, &SettingsWatcher::tell);
+    qDBusRegisterMetaType<PublishedSettings>();
+    qRegisterMetaType<QDBusVariant>(); // by its name, for the slot
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const auto *arrival =
+        new QDBusServiceWatcher(Service, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(arrival, &QDBusServiceWatcher::serviceRegistered, this, &SettingsWatcher::ask);
+    // Without the name of the service: to look up its owner, the toolkit would wait for the bus.
+    bus.connect({}, Path, Interface, u"SettingChanged"_s, this, SLOT(change(QString, QString, QDBusVariant)));
+    ask();
+}
+
+void SettingsWatcher::follow(Follower follower, std::chrono::milliseconds patience)
+{
+    m_follower = std::move(follower);
+    m_patience.start(QDBusConnection::sessionBus().isConnected() ? patience : std::chrono::milliseconds(0));
+}
+
+void SettingsWatcher::ask()
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(Service, Path, Interface, u"ReadAll"_s);
+    question.setArguments({desktopSettingsGroups()});
+    const QDBusPendingCall call = QDBusConnection::sessionBus().asyncCall(question, Forever);
+    auto *answer = new QDBusPendingCallWatcher(call, this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        answer->deleteLater();
+        const QDBusPendingReply<PublishedSettings> groups = *answer;
+        if (!groups.isError()) {
+            const QVariantMap xSettings = m_published.value({});
+            m_published = plain(groups.value());
+            m_published[{}] = xSettings;
+        }
+        tell();
+    });
+}
+
+void SettingsWatcher::change(const QString &group, const QString &key, const QDBusVariant &value)
+{
+    m_published[group][key] = plain(value.variant());
+    tellChange();
+}
+
+void SettingsWatcher::tellChange()
+{
+    if (m_told)
+        tell();
+}
+
+void SettingsWatcher::tell()
+{
+    if (!m_follower)
+        return;
+    m_patience.stop();
+    DesktopSettings settings = desktopSettings(m_published);
+    // On an X server it is in the resolution already, for all of the window.
+    if (!QGuiApplication::platformName().startsWith("wayland"_L1))
+        settings.textScale = 1;
+    if (m_told == settings)
+        return;
+    m_told = settings;
+    m_follower(settings);
+}
