@@ -4,7 +4,6 @@
 #include "ui/drawing/Shapes.h"
 
 #include <QPainter>
-#include <cmath>
 
 namespace {
 
@@ -22,9 +21,5 @@ Divider::Divider(double opacity)
 void Divider::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    // Between two pixels it would be two wide at one place and one at another.
-    const double top = painter.deviceTransform().map(QPointF()).y();
-    painter.translate(0, (std::ceil(top) - top) / devicePixels(painter));
-    painter.fillRect(
-        QRectF(0, 0, width(), hairline(painter)), primaryColor(palette(), LineStrength * m_opacity));
+    drawLineAcross(painter, rect(), primaryColor(palette(), LineStrength * m_opacity));
 }

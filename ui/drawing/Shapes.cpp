@@ -38,9 +38,15 @@ void enterDevicePixels(QPainter &painter)
     painter.setWorldTransform(painter.deviceTransform().inverted(), true);
 }
 
-double hairline(const QPainter &painter)
+void drawLineAcross(QPainter &painter, const QRectF &area, const QColor &color)
 {
-    return std::floor(devicePixels(painter)) / devicePixels(painter);
+    // From where the toolkit begins what it shows of a widget: pixels before that are cut off, one behind it may be.
+    const QRect pixels = painter.deviceTransform().mapRect(area).toRect();
+    const int height = static_cast<int>(devicePixels(painter));
+    painter.save();
+    enterDevicePixels(painter);
+    painter.fillRect(QRect(pixels.topLeft(), QSize(pixels.width(), height)), color);
+    painter.restore();
 }
 
 QRectF onWholePixels(const QPainter &painter, const QRectF &area)
@@ -81,7 +87,7 @@ void fillWithPicture(
 
 void drawHairline(QPainter &painter, const QRectF &rect, double radius, const QColor &color)
 {
-    const double width = hairline(painter);
+    const double width = std::floor(devicePixels(painter)) / devicePixels(painter);
     const double half = width / 2;
     const QRectF middle = onWholePixels(painter, rect).adjusted(half, half, -half, -half);
     painter.strokePath(smoothCorners(middle, radius - half), QPen(color, width));

@@ -12,8 +12,8 @@ class QPainter;
 /// Makes one unit of the painter one device pixel, with the same origin as the device.
 void enterDevicePixels(QPainter &painter);
 
-/// The length of a line of one unit that is nowhere wider or fainter than elsewhere: whole pixels, at least one.
-[[nodiscard]] double hairline(const QPainter &painter);
+/// Draws a line of one unit, or as many whole pixels as fit in one, along the top of an area.
+void drawLineAcross(QPainter &painter, const QRectF &area, const QColor &color);
 
 /// The largest part of an area of the painter that begins and ends with whole pixels: a part of one would be cut
 /// off at a widget's edge.
