@@ -74,6 +74,12 @@ void LumaverdineApp::follow(const DesktopSettings &desktop)
     m_window.setButtonLayout(desktop.buttonLayout);
 }
 
+void LumaverdineApp::setComposited(bool isComposited)
+{
+    m_style.setComposited(isComposited);
+    m_window.setRound(isComposited);
+}
+
 void LumaverdineApp::buildFileMenu()
 {
     QMenu &menu = addMenu(m_window.menuBar(), tr("Archivo"));

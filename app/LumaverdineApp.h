@@ -29,6 +29,9 @@ public:
     /// Makes the program as the user wants all programs of the desktop to be.
     void follow(const DesktopSettings &desktop);
 
+    /// Rounds the corners of its windows if the window system can show what lies behind them.
+    void setComposited(bool isComposited);
+
     [[nodiscard]] PlayerManager &player() { return m_player; }
     [[nodiscard]] FramelessWindow &window() { return m_window; }
 

@@ -56,6 +56,7 @@ int main(int argc, char *argv[])
     LumaverdineApp app;
     Mpris mpris(
         app.player(), [&app] { app.raise(); }, [&app] { app.window().close(); });
+    const Compositing compositing([&app](bool isOn) { app.setComposited(isOn); });
     const auto follow = [&app, isShown = false](const DesktopSettings &settings) mutable {
         app.follow(settings);
         if (!std::exchange(isShown, true))

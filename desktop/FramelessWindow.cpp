@@ -4,8 +4,10 @@
 #include "desktop/Foreground.h"
 
 #include <QApplication>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QScreen>
 #include <QtMath>
 
@@ -31,6 +33,37 @@ Qt::CursorShape cursorOver(Qt::Edges edges)
         return Qt::SizeBDiagCursor;
     return edges & (Qt::LeftEdge | Qt::RightEdge) ? Qt::SizeHorCursor : Qt::SizeVerCursor;
 }
+
+/// The window as assistive technology meets it: the menu of the strip is its last child while it is open.
+class WindowAccessible : public QAccessibleWidget {
+public:
+    explicit WindowAccessible(FramelessWindow *window)
+        : QAccessibleWidget(window, QAccessible::Window)
+        , m_window(*window)
+    {
+    }
+
+    [[nodiscard]] int childCount() const override { return menuIndex() + (m_window.openedMenu() ? 1 : 0); }
+
+    [[nodiscard]] QAccessibleInterface *child(int index) const override
+    {
+        return m_window.openedMenu() && index == menuIndex()
+            ? QAccessible::queryAccessibleInterface(m_window.openedMenu())
+            : QAccessibleWidget::child(index);
+    }
+
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *child) const override
+    {
+        return child && m_window.openedMenu() && child->object() == m_window.openedMenu()
+            ? menuIndex()
+            : QAccessibleWidget::indexOfChild(child);
+    }
+
+private:
+    [[nodiscard]] int menuIndex() const { return QAccessibleWidget::childCount(); }
+
+    FramelessWindow &m_window;
+};
 
 } // namespace
 
@@ -73,6 +106,12 @@ Qt::Edges WindowFrame::edgesAt(QPoint point, QSize size)
     return edges;
 }
 
+void WindowFrame::setRound(bool isRound)
+{
+    m_isRound = isRound;
+    update();
+}
+
 void WindowFrame::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
@@ -83,9 +122,17 @@ void WindowFrame::paintEvent(QPaintEvent *)
     const QRectF exact = painter.deviceTransform().mapRect(QRectF(rect()));
     const QRectF edge(exact.topLeft(), QSizeF(qFloor(exact.width()), qFloor(exact.height())));
     const double half = width / 2.0;
+    const double radius = m_isRound ? Radius * ratio : 0;
     painter.setWorldTransform(painter.deviceTransform().inverted(), true);
     painter.setPen(QPen(foreground(palette(), HairlineOpacity), width));
-    painter.drawRect(edge.adjusted(half, half, -half, -half));
+    painter.drawRoundedRect(edge.adjusted(half, half, -half, -half), radius - half, radius - half);
+    if (!m_isRound)
+        return;
+    QPainterPath outside; // between the two outlines
+    outside.addRect(edge.adjusted(0, 0, 1, 1));
+    outside.addRoundedRect(edge, radius, radius);
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    painter.fillPath(outside, Qt::black);
 }
 
 void WindowFrame::resizeEvent(QResizeEvent *)
@@ -108,7 +155,8 @@ FramelessWindow::FramelessWindow(WindowSystem system)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
     , m_system(std::move(system))
 {
-    installAccessible<FramelessWindow, QAccessibleWidget, QAccessible::Window>();
+    installAccessible<FramelessWindow, WindowAccessible>();
+    setAttribute(Qt::WA_TranslucentBackground); // before the window is made; a compositor may come later
     // A global menu makes the window at once, as it is then.
     m_menus.setParent(this);
     for (WindowButton *button : {&m_minimize, &m_zoom, &m_close})
@@ -238,4 +286,19 @@ void FramelessWindow::mouseDoubleClickEvent(QMouseEvent *event)
     const QPoint position = event->position().toPoint();
     if (event->button() == Qt::LeftButton && position.y() < StripHeight && isFreeAt(position))
         toggleZoom();
+}
+
+void FramelessWindow::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->y() >= StripHeight)
+        return event->ignore();
+    m_menu = new QMenu(this);
+    m_menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_menu->setAccessibleName(tr("Ventana"));
+    m_menu->addAction(tr("Minimizar"), this, &QWidget::showMinimized);
+    m_menu->addAction(fillsScreen() ? tr("Restaurar") : tr("Maximizar"), this, &FramelessWindow::toggleZoom);
+    m_menu->addAction(tr("Cerrar"), this, &QWidget::close);
+    m_menu->popup(event->globalPos());
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        m_menu->setActiveAction(m_menu->actions().constFirst());
 }

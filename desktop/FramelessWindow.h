@@ -3,6 +3,7 @@
 #include "desktop/DesktopSettings.h"
 
 #include <QMenuBar>
+#include <QPointer>
 #include <QWindow>
 #include <functional>
 #include <optional>
@@ -28,19 +29,24 @@ private:
     void drawTitle(QPainter &painter, const QAction &menu, const QRect &place) const;
 };
 
-/// The edges of a window that has no other border: a hairline on top of the content, and the band by which the
-/// window is resized. What lies within the band gets the mouse as if there were no frame.
+/// The edges of a window that has no other border: a hairline on top of the content, round corners outside of which
+/// nothing is left of it, and the band by which the window is resized. What lies within the band gets the mouse as if
+/// there were no frame.
 class WindowFrame : public QWidget {
     Q_OBJECT
 
 public:
     static constexpr int Band = 4; ///< points from the edge that grip it; a scroll bar beside them keeps room
     static constexpr int Corner = 16; ///< points from a corner, along the edges, that grip both edges
+    static constexpr int Radius = 12; ///< points; so small that round corners end within the band
 
     explicit WindowFrame(QWidget *window);
 
     /// The edges of a window of this size that a point grips: two in a corner, none in the middle.
     [[nodiscard]] static Qt::Edges edgesAt(QPoint point, QSize size);
+
+    /// By default the corners are square.
+    void setRound(bool isRound);
 
 Q_SIGNALS:
     void pressed(Qt::Edges edges);
@@ -50,13 +56,17 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
+
+private:
+    bool m_isRound = false;
 };
 
 /// A window without a title bar. Its content reaches to all edges; over the content's first points lie the menus
 /// and the standard buttons.
 ///
 /// Whatever the content leaves alone moves the window when it is dragged; the strip along the top zooms it on a
-/// double click. Main thread only.
+/// double click and has a menu for what the buttons do. The content is opaque: the surface under it is not, so that
+/// corners can be round. Main thread only.
 class FramelessWindow : public QWidget {
     Q_OBJECT
 
@@ -70,8 +80,15 @@ public:
 
     [[nodiscard]] QMenuBar &menuBar() { return m_menus; }
 
+    /// The menu of the strip while it is open, or null.
+    [[nodiscard]] QMenu *openedMenu() const { return m_menu; }
+
     /// Where the standard buttons stand from now on; the menus lie opposite them.
     void setButtonLayout(const ButtonLayout &layout);
+
+    /// Rounds the corners of the window from now on, except while it fills the screen, or makes them square: what lies
+    /// outside of round ones is black unless the window system is composited.
+    void setRound(bool isRound) { m_frame.setRound(isRound); }
 
     /// Fills the screen, or goes back to the size before that.
     void toggleZoom();
@@ -83,6 +100,7 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
     [[nodiscard]] bool fillsScreen() const;
@@ -99,5 +117,6 @@ private:
     WindowButton m_zoom{WindowButton::Kind::Zoom};
     WindowButton m_close{WindowButton::Kind::Close};
     ButtonLayout m_buttonLayout;
+    QPointer<QMenu> m_menu; ///< of the strip, while it is open
     std::optional<QPoint> m_pressed; ///< on the screen; where a press may become a move
 };

@@ -21,9 +21,17 @@ int even(double number)
 
 QString nameOf(WindowButton::Kind kind)
 {
-    const QString names[] = {WindowButton::tr("Cerrar"), WindowButton::tr("Minimizar"),
-        WindowButton::tr("Ampliar"), WindowButton::tr("Restaurar")};
-    return names[static_cast<std::size_t>(kind)];
+    switch (kind) {
+    case WindowButton::Kind::Close:
+        return WindowButton::tr("Cerrar");
+    case WindowButton::Kind::Minimize:
+        return WindowButton::tr("Minimizar");
+    case WindowButton::Kind::Zoom:
+        return WindowButton::tr("Ampliar");
+    case WindowButton::Kind::Restore:
+        return WindowButton::tr("Restaurar");
+    }
+    return {};
 }
 
 void drawRestore(QPainter &painter, const QRectF &square, double point)

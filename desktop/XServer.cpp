@@ -15,6 +15,20 @@ namespace {
 
 constexpr std::uint32_t MostWords = 1 << 16; // of the property
 
+constexpr std::string_view CompositorSelection = "_NET_WM_CM_S0"; // Extended Window Manager Hints
+
+/// What the server's XFIXES extension sends when a selection gets another owner, or none. The toolkit has asked for
+/// those of the compositor's.
+struct SelectionNotice {
+    std::uint8_t kind;
+    std::uint8_t reason;
+    std::uint16_t sequence;
+    xcb_window_t window;
+    xcb_window_t owner;
+    xcb_atom_t selection;
+};
+constexpr int FirstOfExtensions = 64; // kinds of events
+
 enum Type : quint8 { Number = 0, Text = 1, Color = 2 };
 
 /// A reply of the server, to be freed after its last use.
@@ -77,11 +91,25 @@ QVariant readValue(QDataStream &stream, quint8 type)
 
 } // namespace
 
-bool isComposited()
+Compositing::Compositing(Follower follower)
+    : m_follower(std::move(follower))
 {
-    if (xcb_connection_t *server = connection())
-        return owner(server, "_NET_WM_CM_S0") != XCB_WINDOW_NONE; // Extended Window Manager Hints
-    return QGuiApplication::platformName().startsWith(u"wayland"_s);
+    xcb_connection_t *server = connection();
+    if (!server) {
+        m_follower(QGuiApplication::platformName().startsWith(u"wayland"_s));
+        return;
+    }
+    m_selection = atom(server, CompositorSelection);
+    qGuiApp->installNativeEventFilter(this);
+    m_follower(owner(server, CompositorSelection) != XCB_WINDOW_NONE);
+}
+
+bool Compositing::nativeEventFilter(const QByteArray &, void *message, qintptr *)
+{
+    const auto *notice = static_cast<const SelectionNotice *>(message);
+    if ((notice->kind & 0x7f) >= FirstOfExtensions && notice->selection == m_selection)
+        m_follower(notice->owner != XCB_WINDOW_NONE);
+    return false;
 }
 
 XSettings::XSettings(Follower follower)

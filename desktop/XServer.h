@@ -5,9 +5,21 @@
 #include <cstdint>
 #include <functional>
 
-/// Whether the window system shows what lies behind the translucent parts of a window; without that, they are black.
-/// It does on Wayland, and on X11 while a compositor runs. Main thread only.
-[[nodiscard]] bool isComposited();
+/// Follows whether the window system shows what lies behind the translucent parts of a window; without that, they are
+/// black. It does on Wayland, and on X11 while a compositor runs. Main thread only.
+class Compositing final : public QAbstractNativeEventFilter {
+public:
+    using Follower = std::function<void(bool isComposited)>;
+
+    /// Calls `follower` at once, and each time that a compositor comes or goes.
+    explicit Compositing(Follower follower);
+
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+
+private:
+    Follower m_follower;
+    std::uint32_t m_selection = 0; ///< that a compositor owns
+};
 
 /// The desktop's settings on X11, published by a program of the desktop as a property of one of its windows.
 ///

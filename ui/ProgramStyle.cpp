@@ -1,6 +1,5 @@
 #include "ui/ProgramStyle.h"
 
-#include "desktop/XServer.h"
 #include "ui/drawing/Colors.h"
 #include "ui/drawing/ControlState.h"
 #include "ui/drawing/Shapes.h"
@@ -69,7 +68,7 @@ void drawSeparator(QPainter &painter, const QRect &area, const QPalette &palette
 {
     const QRect line(
         area.left() + EntryPadding.width(), area.center().y(), area.width() - 2 * EntryPadding.width(), 1);
-    painter.fillRect(line, primaryColor(palette, BorderOpacity));
+    drawLineAcross(painter, line, primaryColor(palette, BorderOpacity));
 }
 
 /// Draws a line through points that are given from the middle of `area`.
@@ -162,8 +161,7 @@ void ProgramStyle::polish(QWidget *widget)
     QProxyStyle::polish(widget);
     if (!isMenu(widget) && !isToolTip(widget))
         return;
-    if (isComposited())
-        widget->setAttribute(Qt::WA_TranslucentBackground);
+    widget->setAttribute(Qt::WA_TranslucentBackground);
     if (isToolTip(widget)) {
         QPalette colors = QGuiApplication::palette();
         colors.setColor(QPalette::ToolTipText, primaryColor(colors));
@@ -180,7 +178,7 @@ bool ProgramStyle::eventFilter(QObject *watched, QEvent *event)
         event->type() == QEvent::Show || (event->type() == QEvent::Move && popup.isVisible());
     if (isPlaced && isToolTip(&popup))
         placeToolTip(popup);
-    if (isPlaced && !popup.testAttribute(Qt::WA_TranslucentBackground))
+    if (isPlaced && !m_isComposited)
         m_under[&popup] = pictureUnder(popup);
     if (event->type() == QEvent::Hide)
         m_under.remove(&popup);

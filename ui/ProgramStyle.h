@@ -23,6 +23,9 @@ public:
     /// Whether the user wants animations; so it is by default.
     void setAnimated(bool isAnimated) { m_isAnimated = isAnimated; }
 
+    /// Whether the window system shows what lies behind translucent parts of popups; by default not.
+    void setComposited(bool isComposited) { m_isComposited = isComposited; }
+
     using QProxyStyle::polish;
     void polish(QWidget *widget) override;
 
@@ -43,8 +46,9 @@ public:
 
 private:
     bool m_isAnimated = true;
+    bool m_isComposited = false;
 
-    /// What lies under each popup that shows and cannot be translucent; it is seen around the corners.
+    /// What lies under each popup that shows if there is no compositor; it is seen around the corners.
     QHash<const QWidget *, QPixmap> m_under;
 };
 

@@ -161,8 +161,17 @@ private Q_SLOTS:
         player.addFiles({QUrl(u"file:///1.mp3"_s), QUrl(u"file:///2.mp3"_s)});
         verifyAllAreMarked();
         player.play();
-        app.window().toggleZoom();
+        const auto openMenuOfTheStrip = [&window = app.window()] {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, {300, 14}, window.mapToGlobal(QPoint(300, 14)));
+            QCoreApplication::sendEvent(&window, &event);
+        };
+        openMenuOfTheStrip();
         verifyAllAreMarked();
+        app.window().openedMenu()->close();
+        app.window().toggleZoom();
+        openMenuOfTheStrip();
+        verifyAllAreMarked();
+        app.window().openedMenu()->close();
 
         auto &list = *app.window().findChild<PlaylistView *>();
         list.openRowMenu(list.model()->index(0, 0));

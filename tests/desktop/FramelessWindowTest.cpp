@@ -34,6 +34,7 @@ struct WindowFixture {
     WindowFixture()
     {
         control.setGeometry(30, 28, 100, 40);
+        content.setAutoFillBackground(true);
         content.setMinimumSize(720, 620);
         window.setContent(&content);
         window.menuBar().addMenu(u"Archivo"_s)->addAction(u"Salir"_s);
@@ -59,6 +60,32 @@ struct WindowFixture {
         QTest::mouseMove(handle, from + QPoint(way / 2, 0));
         QTest::mouseMove(handle, from + QPoint(way, 0));
         QTest::mouseRelease(handle, button, {}, from + QPoint(way, 0));
+    }
+
+    /// The menu that is asked for at a point of the window, or null.
+    QMenu *openMenu(QPoint at, QContextMenuEvent::Reason reason = QContextMenuEvent::Mouse)
+    {
+        if (QWidget *former = QApplication::activePopupWidget())
+            former->close();
+        // As the window system reports it, and to whatever lies there.
+        QWidget *piece = window.childAt(at);
+        QContextMenuEvent event(reason, piece->mapFrom(&window, at), window.mapToGlobal(at));
+        QApplication::sendEvent(piece, &event);
+        return qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    }
+
+    QStringList stripMenu()
+    {
+        QStringList entries;
+        for (const QAction *entry : openMenu({400, 14})->actions())
+            entries.append(entry->text());
+        return entries;
+    }
+
+    void chooseInStrip(int number)
+    {
+        QMenu &menu = *openMenu({400, 14});
+        QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(menu.actions().at(number)).center());
     }
 
     void doubleClick(QPoint at, Qt::MouseButton button = Qt::LeftButton)
@@ -391,6 +418,50 @@ private Q_SLOTS:
         QCOMPARE(f.resizes.size(), 1);
         QVERIFY(f.window.isVisible());
         QCOMPARE(f.button(u"Cerrar"_s)->size(), QSize(24, 24));
+    }
+
+    void secondaryClickOnTheStripOpensAMenu_data()
+    {
+        QTest::addColumn<QPoint>("place");
+        QTest::addColumn<bool>("isInStrip");
+        QTest::newRow("on the strip") << InStrip << true;
+        QTest::newRow("on its last line") << QPoint(400, 27) << true;
+        QTest::newRow("on the edge above it") << QPoint(400, 1) << true;
+        QTest::newRow("under it") << QPoint(400, 28) << false;
+        QTest::newRow("on the content") << InContent << false;
+    }
+
+    void secondaryClickOnTheStripOpensAMenu()
+    {
+        QFETCH(const QPoint, place);
+        QFETCH(const bool, isInStrip);
+        WindowFixture f;
+        QCOMPARE(f.openMenu(place) != nullptr, isInStrip);
+    }
+
+    void menuOfTheStripDoesWhatTheButtonsDo()
+    {
+        WindowFixture f;
+        QCOMPARE(f.stripMenu(), QStringList({u"Minimizar"_s, u"Maximizar"_s, u"Cerrar"_s}));
+        f.chooseInStrip(1);
+        QTRY_VERIFY(f.window.isMaximized());
+        QCOMPARE(f.stripMenu(), QStringList({u"Minimizar"_s, u"Restaurar"_s, u"Cerrar"_s}));
+        f.chooseInStrip(1);
+        QTRY_VERIFY(!f.window.isMaximized());
+        f.chooseInStrip(0);
+        QTRY_VERIFY(f.window.isMinimized());
+        f.window.showNormal();
+        f.chooseInStrip(2);
+        QTRY_VERIFY(!f.window.isVisible());
+    }
+
+    void menuOfTheStripThatAKeyOpensBeginsWithItsFirstEntry()
+    {
+        WindowFixture f;
+        QVERIFY(!f.openMenu(InStrip)->activeAction());
+        QMenu *menu = f.openMenu(InStrip, QContextMenuEvent::Keyboard);
+        QCOMPARE(menu->activeAction(), menu->actions().first());
+        QCOMPARE(menu->accessibleName(), u"Ventana"_s);
     }
 
     void altLeadsToTheMenus()

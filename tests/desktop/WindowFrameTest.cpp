@@ -44,6 +44,7 @@ private Q_SLOTS:
         QTest::addColumn<double>("scale");
         QTest::addColumn<int>("thickness"); // device pixels
         QTest::newRow("1") << 1.0 << 1;
+        QTest::newRow("1.04") << 1.04 << 1;
         QTest::newRow("1.25") << 1.25 << 1;
         QTest::newRow("1.5") << 1.5 << 1;
         QTest::newRow("1.75") << 1.75 << 1;
@@ -79,6 +80,49 @@ private Q_SLOTS:
                     QVERIFY2(isInLine ? isLine(pixel.x(), pixel.y()) : color == Qt::white,
                         qPrintable(u"%1, %2: %3"_s.arg(pixel.x()).arg(pixel.y()).arg(color.name())));
                 }
+            }
+        }
+    }
+
+    void roundCornersLeaveNothingOutside_data() { hairlineIsOneSharpLine_data(); }
+
+    /// The hairline follows them, and nothing else of the content is touched.
+    void roundCornersLeaveNothingOutside()
+    {
+        QFETCH(const double, scale);
+        QFETCH(const int, thickness);
+        for (const QSize size : {QSize(720, 620), QSize(721, 623)}) {
+            QWidget window;
+            window.setPalette(
+                QPalette(Qt::black, Qt::white, Qt::black, Qt::black, Qt::black, Qt::black, Qt::white));
+            WindowFrame frame(&window);
+            frame.resize(size);
+            frame.setRound(true);
+            QImage screen((QSizeF(size) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+            screen.setDevicePixelRatio(scale);
+            screen.fill(Qt::white);
+            QPainter painter(&screen);
+            frame.render(&painter, {}, {}, QWidget::DrawChildren);
+            painter.end();
+            const double radius = 12 * scale;
+            const double right = qFloor(size.width() * scale);
+            const double bottom = qFloor(size.height() * scale);
+            const int reach = qCeil(16 * scale);
+            for (int i = 0; i < 4 * reach * reach; ++i) { // in all corners
+                const int x = i % 2 ? i / 4 % reach : screen.width() - 1 - i / 4 % reach;
+                const int y = i / 2 % 2 ? i / 4 / reach : screen.height() - 1 - i / 4 / reach;
+                // How far the pixel lies outside of the outline, in pixels.
+                const QPointF middle(x + 0.5, y + 0.5);
+                const QPointF center(std::clamp(middle.x(), radius, right - radius),
+                    std::clamp(middle.y(), radius, bottom - radius));
+                const double outside = QLineF(center, middle).length() - radius;
+                const QColor color = screen.pixelColor(x, y);
+                const bool isRight = outside > 0.75 ? color.alpha() == 0
+                    : outside > -0.75               ? true // on the outline
+                    : outside > 0.75 - thickness    ? std::abs(color.red() - 209) <= 1 && color.alpha() == 255
+                    : outside < -0.75 - thickness   ? color == Qt::white
+                                                    : true;
+                QVERIFY2(isRight, qPrintable(u"%1, %2: %3"_s.arg(x).arg(y).arg(color.name(QColor::HexArgb))));
             }
         }
     }

@@ -4,6 +4,7 @@ compositor."""
 
 import os
 import re
+import subprocess
 import unittest
 
 from gi.repository import GLib
@@ -13,6 +14,7 @@ from desktop import PICKER_TITLE, Desktop, Program, end, wait_for, xdotool
 from scenario import Scenario
 
 SCREEN = [1280, 900]
+BACKGROUND = bytes.fromhex("336699")
 MIDDLE = [length // 2 for length in SCREEN]  # lies in the window wherever it opens
 LEAST_SIZE = [720, 620]
 BOTTOM_RIGHT = 10  # edges of the xdg-shell protocol
@@ -29,7 +31,7 @@ class WaylandDesktop(Desktop):
 
     def start_compositor(self, *options):
         settings = self.folder / "weston.ini"
-        settings.write_text("[shell]\npanel-position=none\n")
+        settings.write_text(f"[shell]\npanel-position=none\nbackground-color=0xff{BACKGROUND.hex()}\n")
         socket = self.folder / "run" / "compositor"
         compositor = self.start(
             "weston", "--backend=x11-backend.so", "--use-pixman", "--fullscreen", "--idle-time=0",
@@ -192,6 +194,34 @@ class Wayland(Scenario):
         self.protocol.wait_for(r"wl_surface@\.set_buffer_scale\(2\)")
         buffer = self.protocol.wait_for(r"create_buffer\(new id wl_buffer@, 0, (\d+), (\d+)")
         self.assertEqual(buffer, [2 * length for length in self.size()])
+
+    def test_corners_show_what_lies_behind(self):
+        self.start()
+        x, y = self.place()
+        right, bottom = [start + length - 1 for start, length in zip((x, y), self.size())]
+        corners = [(x, y), (right, y), (x, bottom), (right, bottom)]
+        wait_for(lambda: {self.color(*corner) for corner in corners} == {BACKGROUND}, "round corners")
+        self.assertNotIn(BACKGROUND, {self.color(x + 360, y), self.color(x + 4, y + 4), self.color(x + 360, bottom)})
+        self.desktop.double_click(x + 300, y + 14)
+        self.wait_for_zoom()
+        wait_for(lambda: self.color(0, 0) != BACKGROUND, "square corners")
+
+    def test_is_known_by_the_name_of_its_desktop_entry(self):
+        self.start()
+        self.protocol.wait_for(r'xdg_toplevel@\.set_app_id\("org.lumaverdine.Lumaverdine"\)')
+
+    def test_strip_has_a_menu(self):
+        self.start()
+        x, y = self.place()
+        xdotool("mousemove", x + 300, y + 14, "click", 3)
+        self.assertEqual(self.popup(), [300, 14])
+        self.click((x, y), "Maximizar", role="menu item")
+        self.wait_for_zoom()
+
+    def color(self, x, y):
+        """The colour of a pixel of the screen."""
+        return subprocess.check_output(
+            ["import", "-silent", "-window", "root", "-crop", f"1x1+{x}+{y}", "-depth", "8", "RGB:-"])
 
     def test_ends_with_the_compositor(self):
         compositor = self.desktop.start_compositor()
