@@ -1,8 +1,10 @@
 #include "app/LumaverdineApp.h"
 #include "desktop/SettingsWatcher.h"
+#include "desktop/XServer.h"
 #include "files/StandardStreams.h"
 #include "mpris/Mpris.h"
 #include "ui/Translation.h"
+#include "ui/drawing/Symbol.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -15,7 +17,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The window's picture is drawn in four sizes, by a plugin; the content need not wait for that.
+// What follows need not hold up the content.
 constexpr auto AfterFirstContent = 150ms;
 
 // With a desktop that is asked how the window is to look; then it shows, and changes if the answer comes after all.
@@ -37,6 +39,14 @@ void useNoDesktopsToolkit()
     QApplication::setStyle(u"Fusion"_s); // until ours takes its place
 }
 
+QIcon programIcon()
+{
+    QIcon icon;
+    for (const int pixels : {16, 32, 64}) // for lists of windows and for switchers
+        icon.addPixmap(programPicture(pixels));
+    return icon;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -47,11 +57,12 @@ int main(int argc, char *argv[])
     startNoSessionBus();
 
     QApplication::setApplicationName(u"lumaverdine"_s);
-    QApplication::setDesktopFileName(u"lumaverdine"_s);
+    QApplication::setDesktopFileName(u"org.lumaverdine.Lumaverdine"_s);
     useNoDesktopsToolkit();
     QApplication application(argc, argv);
 
     SettingsWatcher desktop; // asks while the window is built
+    QApplication::setWindowIcon(programIcon());
     const Translation translation;
     LumaverdineApp app;
     Mpris mpris(
@@ -63,7 +74,6 @@ int main(int argc, char *argv[])
             app.show();
     };
     desktop.follow(follow, Patience);
-    QTimer::singleShot(AfterFirstContent, [] { QApplication::setWindowIcon(QIcon(u":/lumaverdine.svg"_s)); });
     QTimer::singleShot(AfterFirstContent, &mpris, &Mpris::start);
     return QApplication::exec();
 }

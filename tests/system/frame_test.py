@@ -1,14 +1,19 @@
 """The window without a title bar on a real window manager: moved, resized and zoomed by its own edges; its
 menus on desktops with a global menu."""
 
+import configparser
 import ctypes
+import pathlib
+import re
 import struct
+import subprocess
 import unittest
 
 from bus import Service
 from desktop import wait_for, xdotool
 from scenario import Scenario
 
+PROJECT = pathlib.Path(__file__).resolve().parent.parent.parent
 REGISTRAR = "com.canonical.AppMenu.Registrar"
 REGISTRAR_INTERFACE = f"""<interface name="{REGISTRAR}">
     <method name="RegisterWindow"><arg type="u" direction="in"/><arg type="o" direction="in"/></method>
@@ -24,8 +29,9 @@ class Properties:
     def __init__(self):
         self._x = ctypes.CDLL("libX11.so.6")
         self._x.XOpenDisplay.restype = ctypes.c_void_p
-        for function in ("XDefaultRootWindow", "XInternAtom", "XCreateSimpleWindow"):
+        for function in ("XDefaultRootWindow", "XInternAtom", "XCreateSimpleWindow", "XGetPixel"):
             getattr(self._x, function).restype = ctypes.c_ulong
+        self._x.XGetImage.restype = ctypes.c_void_p
         self._display = ctypes.c_void_p(self._x.XOpenDisplay(None))
         self.root = self._x.XDefaultRootWindow(self._display)
 
@@ -44,6 +50,14 @@ class Properties:
         self._x.XSendEvent(self._display, root, 0, ctypes.c_long(1 << 17), message.ljust(192, b"\0"))
         self._x.XSync(self._display, 0)
         return window
+
+    def pixel(self, window, x, y):
+        """The value of a pixel of a window, with its opacity in the highest byte."""
+        image = ctypes.c_void_p(
+            self._x.XGetImage(self._display, ctypes.c_ulong(window), x, y, 1, 1, ctypes.c_ulong(0xFFFFFFFF), 2))
+        value = self._x.XGetPixel(image, 0, 0)
+        self._x.XDestroyImage(image)
+        return value
 
     def close(self):
         """Also takes away the windows that were made."""
@@ -129,6 +143,45 @@ class Frame(Scenario):
         desktop.set(settings, b"_XSETTINGS_SETTINGS", published("close:"))
         left = ["Cerrar", "Minimizar", "Ampliar", "Archivo", "Reproducción"]
         wait_for(lambda: self.strip() == left, "the buttons to change sides")
+
+    def test_corners_are_round_while_there_is_a_compositor(self):
+        self.start()
+        screen, window = Properties(), self.handle()
+        self.addCleanup(screen.close)
+        right, bottom = [length - 1 for length in self.place()[2:]]
+        corners = [(0, 0), (right, 0), (0, bottom), (right, bottom)]
+        opacity = lambda places: {screen.pixel(window, *place) >> 24 for place in places}
+        self.assertEqual(opacity([*corners, (4, 0), (360, 0), (360, 300)]), {255})
+        compositor = Properties()
+        compositor.own(b"_NET_WM_CM_S0")
+        wait_for(lambda: opacity(corners) == {0}, "round corners")
+        self.assertEqual(opacity([(360, 0), (0, 300), (360, 300), (360, bottom)]), {255})
+        self.window.press("Ampliar")
+        wait_for(lambda: self.place() == [0, 0, 1280, 900], "the window to fill the screen")
+        wait_for(lambda: opacity([(0, 0), (1279, 899)]) == {255}, "square corners")
+        self.window.press("Restaurar")
+        wait_for(lambda: opacity(corners) == {0}, "round corners again")
+        compositor.close()
+        wait_for(lambda: opacity(corners) == {255}, "no pixel that shows what lies behind")
+
+    def test_is_one_program_to_the_desktop(self):
+        self.start()
+        show = lambda name: subprocess.check_output(["xprop", "-id", str(self.handle()), name], text=True)
+        self.assertIn('"lumaverdine", "lumaverdine"', show("WM_CLASS"))
+        self.assertEqual(re.findall(r"Icon \((\d+) x", show("_NET_WM_ICON")), ["16", "32", "64"])
+        maps = pathlib.Path(f"/proc/{self.program.process.pid}/maps").read_text()
+        self.assertIn("/plugins/platforms/", maps)
+        self.assertNotIn("/imageformats/", maps)  # which may be missing
+
+    def test_desktop_entry_names_the_program(self):
+        path = PROJECT / "app/org.lumaverdine.Lumaverdine.desktop"
+        self.assertEqual(subprocess.check_output(["desktop-file-validate", path], stderr=subprocess.STDOUT), b"")
+        entry = configparser.ConfigParser(interpolation=None)
+        entry.read(path)
+        values = {name: entry["Desktop Entry"].get(name) for name in ("exec", "tryexec", "startupwmclass", "icon")}
+        self.assertEqual(values, dict.fromkeys(values, "lumaverdine") | {"icon": path.stem})
+        self.assertTrue((path.parent / f"{path.stem}.svg").exists())
+        self.assertEqual(entry["Desktop Entry"].get("x-gnome-singlewindow"), "true")
 
     def test_menus_go_to_a_global_menu(self):
         windows = []

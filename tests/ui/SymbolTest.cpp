@@ -147,6 +147,24 @@ class SymbolTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void programsPictureIsANoteOnALeaf()
+    {
+        for (const int pixels : {16, 48, 128}) {
+            const QImage picture = programPicture(pixels).toImage();
+            QCOMPARE(picture.size(), QSize(pixels, pixels));
+            const auto at = [&](double x, double y) { // in units of the drawing
+                return picture.pixelColor(qFloor(x * pixels / 128), qFloor(y * pixels / 128));
+            };
+            for (const QPoint outside : {QPoint(1, 1), QPoint(126, 1), QPoint(1, 126), QPoint(64, 2)})
+                QCOMPARE(at(outside.x(), outside.y()).alpha(), 0);
+            QVERIFY(at(28, 28).green() > 180 && at(28, 28).red() > 90);
+            QVERIFY(at(100, 100).green() < 160 && at(100, 100).red() < 50);
+            for (const QPoint head : {QPoint(46, 89), QPoint(84, 79)})
+                QCOMPARE(at(head.x(), head.y()), QColor(Qt::white));
+            QVERIFY(at(75, 68).red() < 120); // between the stems
+        }
+    }
+
     void everySymbolIsDrawnInsideItsSquare_data() { addNames(); }
 
     void everySymbolIsDrawnInsideItsSquare()

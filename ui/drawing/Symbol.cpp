@@ -10,6 +10,7 @@
 #include <cmath>
 #include <span>
 #include <string_view>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -182,6 +183,25 @@ QPixmap symbolPixmap(const QString &name, int pixels, const QColor &color, QFont
     pixmap = QPixmap::fromImage(image);
     QPixmapCache::insert(key, pixmap);
     return pixmap;
+}
+
+QPixmap programPicture(int pixels)
+{
+    constexpr double Side = 128; // units of the drawing
+    QLinearGradient leaf(0, 0, Side, Side);
+    leaf.setColorAt(1.0 / 16, QColor(0x7bd88f));
+    leaf.setColorAt(15.0 / 16, QColor(0x0f7a5f));
+    QPixmap picture(pixels, pixels);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(pixels / Side, pixels / Side);
+    QBrush brush(leaf);
+    for (const SymbolShape &shape : SymbolShapes) {
+        if (shape.symbol == u"org.lumaverdine.Lumaverdine")
+            painter.fillPath(pathOf(shape), std::exchange(brush, Qt::white)); // the first one is the ground
+    }
+    return picture;
 }
 
 QRect symbolInk(const QString &name, int pointSize, QFont::Weight weight)

@@ -16,6 +16,10 @@ class QPainter;
 [[nodiscard]] QPixmap symbolPixmap(
     const QString &name, int pixels, const QColor &color, QFont::Weight weight = QFont::Normal);
 
+/// The program's own picture, `pixels` wide and high: app/org.lumaverdine.Lumaverdine.svg in its colours. It takes none
+/// of the toolkit's picture formats, which are plugins that may be missing.
+[[nodiscard]] QPixmap programPicture(int pixels);
+
 /// Where the ink of a symbol lies in its square for a font of `pointSize`, without what is hardly seen; in
 /// device-independent pixels.
 [[nodiscard]] QRect symbolInk(const QString &name, int pointSize, QFont::Weight weight = QFont::Normal);
