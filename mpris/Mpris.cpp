@@ -290,8 +290,8 @@ QVariantMap Mpris::metadata() const
         {u"xesam:title"_s, track.title},
         {u"xesam:url"_s, QString::fromLatin1("file://" + localFilePath(track.url()).toPercentEncoding("/"))},
     };
-    if (m_player.duration() > 0)
-        data.insert(u"mpris:length"_s, microseconds(m_player.duration()));
+    if (length() > 0)
+        data.insert(u"mpris:length"_s, microseconds(length()));
     if (track.artist != Track::unknownArtist())
         data.insert(u"xesam:artist"_s, QStringList{track.artist});
     if (track.album != Track::unknownAlbum())
@@ -299,6 +299,13 @@ QVariantMap Mpris::metadata() const
     if (const QUrl cover = m_cover.url(); !cover.isEmpty())
         data.insert(u"mpris:artUrl"_s, cover.toString(QUrl::FullyEncoded));
     return data;
+}
+
+/// Seconds; 0 if its container does not tell: the player knows only as much as it has decoded then.
+double Mpris::length() const
+{
+    const auto &track = m_player.currentTrack();
+    return track && track->duration > 0 ? m_player.duration() : 0;
 }
 
 /// Of the current track; empty if there is none.
@@ -364,10 +371,7 @@ QDBusMessage Mpris::getOrSet(const QDBusMessage &call)
 void Mpris::seek(qlonglong offset)
 {
     const double target = m_player.position() + static_cast<double>(offset) / Second;
-    const double length = m_player.duration();
-    if (length <= 0)
-        return; // nothing is loaded, or nobody knows where the end is
-    if (target > length)
+    if (length() > 0 && target > length())
         m_player.next();
     else
         m_player.seek(target);

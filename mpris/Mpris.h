@@ -42,6 +42,7 @@ private:
     [[nodiscard]] QVariantMap announcedProperties() const;
     [[nodiscard]] QString playbackStatus() const;
     [[nodiscard]] QVariantMap metadata() const;
+    [[nodiscard]] double length() const;
     [[nodiscard]] QString trackPath() const;
 
     [[nodiscard]] QDBusMessage getAll(const QDBusMessage &call) const;
