@@ -7,7 +7,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QPointer>
-#include <QTemporaryFile>
 #include <fcntl.h>
 #include <sys/file.h>
 
@@ -37,10 +36,10 @@ bool lock(int descriptor)
 }
 
 /// A locked file of these bytes in the runtime folder, which removes itself; null if it cannot be written.
-std::shared_ptr<QTemporaryFile> makeFile(const QByteArray &bytes)
+std::unique_ptr<QTemporaryFile> makeFile(const QByteArray &bytes)
 {
     const QString folder = runtimeFolder();
-    auto file = std::make_shared<QTemporaryFile>(folder + u'/' + Prefix + u"XXXXXX"_s);
+    auto file = std::make_unique<QTemporaryFile>(folder + u'/' + Prefix + u"XXXXXX"_s);
     const bool isWritten = !folder.isEmpty() && !bytes.isEmpty() && file->open() && lock(file->handle())
         && file->write(bytes) == bytes.size() && file->flush();
     if (!isWritten || file->fileName().isEmpty()) // it has no name before
@@ -88,21 +87,23 @@ void CoverFile::write()
         return;
     const auto work = [self = QPointer(this), picture = m_artwork->fingerprint(),
                           files = m_artwork->files()] {
-        const auto file = makeFile(pictureBytes(files, picture, QDeadlineTimer(ReadingTime)));
-        const auto deliver = [self, picture, file] {
-            if (self)
-                self->take(picture, file);
-        };
-        QMetaObject::invokeMethod(QCoreApplication::instance(), deliver, Qt::QueuedConnection);
+        const QByteArray bytes = pictureBytes(files, picture, QDeadlineTimer(ReadingTime));
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, picture, file = makeFile(bytes)]() mutable {
+                if (self)
+                    self->take(picture, std::move(file));
+            },
+            Qt::QueuedConnection);
     };
     m_isWriting = startDetachedThread(work);
 }
 
-void CoverFile::take(const Fingerprint &picture, const std::shared_ptr<QTemporaryFile> &file)
+void CoverFile::take(const Fingerprint &picture, std::unique_ptr<QTemporaryFile> file)
 {
     m_isWriting = false;
     if (m_artwork && m_artwork->fingerprint() == picture) {
-        m_file = file;
+        m_file = std::move(file);
         Q_EMIT changed();
     } else {
         write();

@@ -3,11 +3,10 @@
 #include "metadata/Artwork.h"
 
 #include <QObject>
+#include <QTemporaryFile>
 #include <QUrl>
 #include <memory>
 #include <optional>
-
-class QTemporaryFile;
 
 /// The cover of the current track as a file that the user's other programs can show.
 ///
@@ -32,9 +31,9 @@ Q_SIGNALS:
 
 private:
     void write();
-    void take(const Fingerprint &picture, const std::shared_ptr<QTemporaryFile> &file);
+    void take(const Fingerprint &picture, std::unique_ptr<QTemporaryFile> file);
 
     std::optional<Artwork> m_artwork;
-    std::shared_ptr<QTemporaryFile> m_file; ///< null as long as there is none
+    std::unique_ptr<QTemporaryFile> m_file; ///< null as long as there is none
     bool m_isWriting = false; ///< one thread at a time, however fast tracks change
 };
