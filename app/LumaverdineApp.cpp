@@ -3,6 +3,7 @@
 #include "ui/ContentView.h"
 #include "ui/ProgramStyle.h"
 #include "ui/controls/Menu.h"
+#include "ui/drawing/Palettes.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -71,6 +72,8 @@ void LumaverdineApp::raise()
 void LumaverdineApp::follow(const DesktopSettings &desktop)
 {
     m_style.setAnimated(desktop.wantsAnimations);
+    QApplication::setPalette({}); // the platform's own, which tells what the desktop does not
+    QApplication::setPalette(windowPalette(desktop, QApplication::palette()));
     m_window.setButtonLayout(desktop.buttonLayout);
 }
 

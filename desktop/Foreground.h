@@ -13,3 +13,9 @@ constexpr float HoverOpacity = 0.07F;
     color.setAlphaF(opacity);
     return color;
 }
+
+/// Whether a palette is one of high contrast: no text is faint in it, not even that of placeholders.
+[[nodiscard]] inline bool isHighContrast(const QPalette &palette)
+{
+    return palette.color(QPalette::PlaceholderText).alpha() == 255;
+}

@@ -82,7 +82,8 @@ void MenuStrip::drawTitle(QPainter &painter, const QAction &menu, const QRect &p
         painter.setBrush(foreground(palette(), HoverOpacity));
         painter.drawRoundedRect(place, 6, 6);
     }
-    painter.setPen(foreground(palette(), isActiveWindow() || activeAction() ? 0.8F : 0.62F));
+    const bool isClear = isActiveWindow() || activeAction() || isHighContrast(palette());
+    painter.setPen(foreground(palette(), isClear ? 0.8F : 0.62F));
     painter.drawText(place, Qt::AlignCenter | Qt::TextHideMnemonic, menu.text());
 }
 

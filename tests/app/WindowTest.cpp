@@ -3,6 +3,7 @@
 #include "tests/app/AppFixture.h"
 #include "ui/ContentView.h"
 #include "ui/ImportAlert.h"
+#include "ui/drawing/Colors.h"
 
 #include <QDialog>
 #include <QSignalSpy>
@@ -80,6 +81,20 @@ private Q_SLOTS:
         QVERIFY(f.window.menuBar().geometry().left() > menus.right());
         f.app.follow({});
         QCOMPARE(f.window.menuBar().geometry(), menus);
+    }
+
+    void colorsAreThoseThatTheUserWantsOrThePlatforms()
+    {
+        QApplication::setPalette({});
+        const QColor platformAccent = accentColor(QApplication::palette());
+        AppFixture f;
+        const auto isDark = [&] { return windowBackgroundColor(f.window.palette()).lightness() < 128; };
+        f.app.follow({.scheme = DesktopSettings::Scheme::Dark, .accent = Qt::red});
+        QTRY_VERIFY(isDark());
+        QCOMPARE(accentColor(f.window.palette()), QColor(Qt::red));
+        f.app.follow({});
+        QTRY_VERIFY(!isDark());
+        QCOMPARE(accentColor(f.window.palette()), platformAccent);
     }
 
     void nothingIsLoadedOrAskedForAtTheStart()

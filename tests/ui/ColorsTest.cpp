@@ -46,7 +46,7 @@ private Q_SLOTS:
     {
         QCOMPARE(destructiveColor(paletteOf(0xffffff, 0x000000, 0x308cc6, 0xffffff)), QColor(200, 13, 31));
         QCOMPARE(destructiveColor(paletteOf(0x2a2e32, 0xfcfcfc, 0x308cc6, 0xffffff)), QColor(255, 138, 128));
-        QCOMPARE(destructiveGroundColor(), QColor(200, 13, 31));
+        QCOMPARE(destructiveGroundColor(QPalette()), QColor(200, 13, 31));
     }
 
     void textsReadWellInEveryScheme_data()
@@ -73,7 +73,7 @@ private Q_SLOTS:
         QVERIFY(contrastRatio(over(secondaryColor(palette), current), current) >= 4.5);
         QVERIFY(contrastRatio(onAccentColor(palette), accentColor(palette)) >= 4.5);
         QVERIFY(contrastRatio(destructiveColor(palette), ground) >= 4.5);
-        QVERIFY(contrastRatio(Qt::white, destructiveGroundColor()) >= 4.5);
+        QVERIFY(contrastRatio(Qt::white, destructiveGroundColor(palette)) >= 4.5);
     }
 
     void secondaryIsFainterAsFarAsItReads()

@@ -1,9 +1,12 @@
+#include "desktop/DesktopSettings.h"
+#include "desktop/Foreground.h"
 #include "tests/TestProgram.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/PlaylistRowDelegate.h"
 #include "ui/PlaylistView.h"
 #include "ui/controls/Button.h"
 #include "ui/controls/Cover.h"
+#include "ui/drawing/Palettes.h"
 
 #include <QPainter>
 
@@ -12,7 +15,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int Scale = 3; // at which every stroke of a text covers whole pixels
-constexpr double ForTexts = 4.5;
 constexpr double ForMarks = 3;
 
 QPalette contrastPalette(QRgb window, QRgb text, QRgb accent)
@@ -41,6 +43,11 @@ double contrast(const QColor &a, const QColor &b)
 {
     const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
     return (lighter + 0.05) / (darker + 0.05);
+}
+
+double forTexts(const QPalette &palette)
+{
+    return isHighContrast(palette) ? 7 : 4.5;
 }
 
 /// What is drawn on a ground, and the ground.
@@ -123,6 +130,17 @@ void addPalettes()
     QTest::newRow("grey on grey") << contrastPalette(0xe0e0e0, 0x202020, 0x808080);
     QTest::newRow("white on white") << contrastPalette(0xffffff, 0x1c1c1c, 0xffffff);
     QTest::newRow("black on black") << contrastPalette(0x101010, 0xffffff, 0x000000);
+    for (const auto scheme : {DesktopSettings::Scheme::Light, DesktopSettings::Scheme::Dark}) {
+        for (const bool isHigh : {false, true}) {
+            const DesktopSettings desktop{.scheme = scheme, .wantsHighContrast = isHigh};
+            for (const QRgb accent : {0x308cc6, 0xffdd00}) {
+                const QPalette platform = contrastPalette(0xefefef, 0x000000, accent);
+                const char *name = scheme == DesktopSettings::Scheme::Dark ? "dark" : "light";
+                QTest::addRow("our %s%s with %06x", name, isHigh ? " high contrast" : "", accent)
+                    << windowPalette(desktop, platform);
+            }
+        }
+    }
 }
 
 } // namespace
@@ -147,7 +165,7 @@ private Q_SLOTS:
             for (const Label *label : f.view.findChildren<Label *>()) {
                 if (!label->isVisible())
                     continue;
-                VERIFY_CONTRAST(f.ink(f.place(*label)), ForTexts);
+                VERIFY_CONTRAST(f.ink(f.place(*label)), forTexts(palette));
                 ++tested;
             }
             QVERIFY(tested >= 9);
@@ -162,10 +180,11 @@ private Q_SLOTS:
         PaletteFixture f(palette);
         for (const int number : {0, 1}) {
             const PlaylistRowGeometry at = f.row(number);
-            VERIFY_CONTRAST(f.ink(at.title), ForTexts);
-            VERIFY_CONTRAST(f.ink(at.artist), ForTexts);
-            VERIFY_CONTRAST(f.ink(at.length), ForTexts);
-            VERIFY_CONTRAST(f.ink(at.marker.adjusted(0, 12, 0, -12)), number == 0 ? ForMarks : ForTexts);
+            VERIFY_CONTRAST(f.ink(at.title), forTexts(palette));
+            VERIFY_CONTRAST(f.ink(at.artist), forTexts(palette));
+            VERIFY_CONTRAST(f.ink(at.length), forTexts(palette));
+            VERIFY_CONTRAST(
+                f.ink(at.marker.adjusted(0, 12, 0, -12)), number == 0 ? ForMarks : forTexts(palette));
             VERIFY_CONTRAST(f.ink(at.menu), ForMarks);
         }
     }
@@ -181,7 +200,7 @@ private Q_SLOTS:
             if (button->text().isEmpty() || !button->isVisible())
                 continue;
             const QRect place = f.place(*button).adjusted(4, 4, -4, -4);
-            VERIFY_CONTRAST(f.ink(place), ForTexts);
+            VERIFY_CONTRAST(f.ink(place), forTexts(palette));
             ++tested;
         }
         QCOMPARE(tested, 2);
@@ -195,7 +214,7 @@ private Q_SLOTS:
         PaletteFixture f(palette, "");
         const QRect cover = f.place(*f.view.findChild<Cover *>());
         const QRect text(cover.left() + 40, cover.top() + 125, 110, 20);
-        VERIFY_CONTRAST(f.ink(text), ForTexts);
+        VERIFY_CONTRAST(f.ink(text), forTexts(palette));
     }
 
     void activeButtonIsSeenAndNoFainterThanTheInactiveOne_data() { addPalettes(); }
@@ -233,8 +252,8 @@ private Q_SLOTS:
         PaletteFixture f(palette);
         const Ink title = f.ink(f.row(0).title);
         const QColor accent = palette.color(QPalette::Highlight);
-        if (contrast(accent, title.ground) < ForTexts)
-            QVERIFY2(title.contrast() < 5.3, qPrintable(QString::number(title.contrast())));
+        if (contrast(accent, title.ground) < forTexts(palette))
+            QVERIFY2(title.contrast() < forTexts(palette) + 0.8, qPrintable(QString::number(title.contrast())));
         if (accent.hsvSaturation() > 0)
             QVERIFY(std::abs(title.color.hsvHue() - accent.hsvHue()) <= 3);
     }

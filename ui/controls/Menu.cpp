@@ -57,8 +57,8 @@ void Menu::initStyleOption(QStyleOptionMenuItem *option, const QAction *action) 
         return;
     QPalette &colors = option->palette;
     colors.setColor(QPalette::WindowText, destructiveColor(palette()));
-    colors.setColor(QPalette::Highlight, destructiveGroundColor());
+    colors.setColor(QPalette::Highlight, destructiveGroundColor(palette()));
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
-    colors.setColor(QPalette::Accent, destructiveGroundColor());
+    colors.setColor(QPalette::Accent, destructiveGroundColor(palette()));
 #endif
 }

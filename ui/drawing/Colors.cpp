@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr double ReadableContrast = 4.5;
 constexpr double VisibleContrast = 3;
 
 // What lies under texts and marks at most. Of primary: the backdrop's tint with the playlist's, and that of a
@@ -24,6 +23,11 @@ constexpr double LeastCircleContrast = 2;
 // One for light surroundings and one for dark ones; white reads well on the former.
 constexpr QColor DarkRed(0xc8, 0x0d, 0x1f);
 constexpr QColor LightRed(0xff, 0x8a, 0x80);
+
+double readableContrast(const QPalette &palette)
+{
+    return isHighContrast(palette) ? 7 : 4.5;
+}
 
 /// Part of a channel's intensity, from its value in sRGB.
 double linear(double value)
@@ -81,19 +85,9 @@ bool standsOut(const QColor &color, const QList<QColor> &grounds, double contras
 /// The text colour at `opacity`, or at as much more as makes a text readable.
 QColor readablePrimary(const QPalette &palette, double opacity, const QList<QColor> &grounds)
 {
-    while (opacity < 1 && !standsOut(primaryColor(palette, opacity), grounds, ReadableContrast))
+    while (opacity < 1 && !standsOut(primaryColor(palette, opacity), grounds, readableContrast(palette)))
         opacity += 0.01;
     return primaryColor(palette, std::min(opacity, 1.0));
-}
-
-/// The accent, mixed with as much black or white, which keep its hue, as makes it stand out.
-QColor accentStandingOut(const QPalette &palette, const QList<QColor> &grounds, double contrast)
-{
-    const QColor end = clearer(Qt::black, Qt::white, grounds.first());
-    QColor color = accentColor(palette);
-    for (double share = 0; share < 1 && !standsOut(color, grounds, contrast); share += 0.01)
-        color = mixed(atOpacity(end, share), accentColor(palette));
-    return color;
 }
 
 } // namespace
@@ -130,17 +124,17 @@ QColor accentColor(const QPalette &palette, double opacity)
 
 QColor accentTextColor(const QPalette &palette)
 {
-    return accentStandingOut(palette, grounds(palette, RowAccent), ReadableContrast);
+    return standingOut(accentColor(palette), grounds(palette, RowAccent), readableContrast(palette));
 }
 
 QColor accentMarkColor(const QPalette &palette)
 {
-    return accentStandingOut(palette, markGrounds(palette), VisibleContrast);
+    return standingOut(accentColor(palette), markGrounds(palette), VisibleContrast);
 }
 
 QColor accentMarkColor(const QPalette &palette, const QColor &ground)
 {
-    return accentStandingOut(palette, {ground}, VisibleContrast);
+    return standingOut(accentColor(palette), {ground}, VisibleContrast);
 }
 
 QColor onAccentColor(const QPalette &palette)
@@ -159,22 +153,32 @@ QColor activeColor(const QPalette &palette)
     if (contrastRatio(accentColor(palette), window) >= LeastCircleContrast)
         return accentMarkColor(palette);
     const double inactiveContrast = contrastRatio(mixed(inactiveColor(palette), window), window);
-    return accentStandingOut(palette, markGrounds(palette), inactiveContrast);
+    return standingOut(accentColor(palette), markGrounds(palette), inactiveContrast);
 }
 
 QColor destructiveColor(const QPalette &palette)
 {
-    return clearer(DarkRed, LightRed, windowBackgroundColor(palette));
+    const QColor window = windowBackgroundColor(palette);
+    return standingOut(clearer(DarkRed, LightRed, window), {window}, readableContrast(palette));
 }
 
-QColor destructiveGroundColor()
+QColor destructiveGroundColor(const QPalette &palette)
 {
-    return DarkRed;
+    return standingOut(DarkRed, {Qt::white}, readableContrast(palette));
 }
 
 QColor windowBackgroundColor(const QPalette &palette)
 {
     return palette.color(QPalette::Active, QPalette::Window);
+}
+
+QColor standingOut(const QColor &color, const QList<QColor> &grounds, double contrast)
+{
+    const QColor end = clearer(Qt::black, Qt::white, grounds.first());
+    QColor moved = color;
+    for (double share = 0; share < 1 && !standsOut(moved, grounds, contrast); share += 0.01)
+        moved = mixed(atOpacity(end, share), color);
+    return moved;
 }
 
 double contrastRatio(const QColor &a, const QColor &b)

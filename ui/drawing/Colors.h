@@ -12,7 +12,8 @@
 /// The wash that lies over what the mouse points at.
 [[nodiscard]] QColor hoverColor(const QPalette &palette);
 
-/// The text colour at 0.62, or at as much more as a readable text needs: for what is less important.
+/// The text colour at 0.62, or at as much more as a readable text needs: for what is less important. A text is readable
+/// at a contrast of 4.5, or of 7 in a palette of high contrast.
 [[nodiscard]] QColor secondaryColor(const QPalette &palette);
 
 /// The text colour at 0.5, or at as much more as a readable text needs: for what may be overlooked.
@@ -44,10 +45,14 @@
 [[nodiscard]] QColor destructiveColor(const QPalette &palette);
 
 /// The red that lies behind the same text, which is white then, while it is the one to be chosen.
-[[nodiscard]] QColor destructiveGroundColor();
+[[nodiscard]] QColor destructiveGroundColor(const QPalette &palette);
 
 /// The window's own opaque background.
 [[nodiscard]] QColor windowBackgroundColor(const QPalette &palette);
+
+/// An opaque colour, mixed with as much black or white, which keep its hue, as makes it stand out from each of the opaque
+/// grounds.
+[[nodiscard]] QColor standingOut(const QColor &color, const QList<QColor> &grounds, double contrast);
 
 /// The contrast between two opaque colours as the Web Content Accessibility Guidelines 2.1 define it, from 1 to
 /// 21. A text needs 4.5, a mark 3.
