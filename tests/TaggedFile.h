@@ -24,6 +24,12 @@ inline QByteArray id3v2Tag(const QByteArray &frames)
     return QByteArray("ID3\3\0\0", 6) + syncsafe(frames.size()) + frames;
 }
 
+/// A metadata block of a FLAC file; the last one has 0x80 added to its type.
+inline QByteArray flacBlock(quint32 type, const QByteArray &content)
+{
+    return bigEndian(type << 24 | content.size()) + content;
+}
+
 /// The bytes of an image in a format of QImage::save().
 inline QByteArray encoded(const QImage &image, const char *format, int quality = -1)
 {

@@ -1,5 +1,6 @@
 #include "decoder/DecoderModule.h"
 #include "tests/MatroskaFile.h"
+#include "tests/MediaFile.h"
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
 #include "tests/OggPage.h"
@@ -35,15 +36,9 @@ std::vector<float> decode(Decoder &decoder)
     return samples;
 }
 
-QByteArray contentOf(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_MEDIA "/") + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 Result<std::unique_ptr<Decoder>> tryDecoder(const QString &name)
 {
-    auto file = openRegularFile(QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + name));
+    auto file = openRegularFile(mediaUrl(name));
     return DecoderModule::load().value()->open(file.take(), nullptr);
 }
 
@@ -267,10 +262,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<qint64>("end");
-        QByteArray damaged = contentOf(u"flac.flac"_s);
+        QByteArray damaged = mediaFile(u"flac.flac"_s);
         damaged.replace(2900, 2800, QByteArray(2800, '\0'));
         QTest::newRow("damage") << damaged << qint64(22'050);
-        QByteArray torn = contentOf(u"leaping-numbers.oga"_s);
+        QByteArray torn = mediaFile(u"leaping-numbers.oga"_s);
         const qsizetype hole = oggPage(torn, 20);
         torn.remove(hole, oggPage(torn, 40) - hole);
         QTest::newRow("pages") << torn << qint64(16'384);
@@ -310,11 +305,11 @@ private Q_SLOTS:
     void leapThatLosesNothingMovesNothing_data()
     {
         QTest::addColumn<QByteArray>("bytes");
-        const QByteArray flac = contentOf(u"leaping-numbers.flac"_s);
+        const QByteArray flac = mediaFile(u"leaping-numbers.flac"_s);
         QTest::newRow("a little, FLAC") << flac;
         QTest::newRow("a little, Matroska") << flacInMatroska(flac);
-        QTest::newRow("numbers, Ogg") << contentOf(u"leaping-numbers.oga"_s);
-        QTest::newRow("times, Ogg") << contentOf(u"leaping-times.oga"_s);
+        QTest::newRow("numbers, Ogg") << mediaFile(u"leaping-numbers.oga"_s);
+        QTest::newRow("times, Ogg") << mediaFile(u"leaping-times.oga"_s);
     }
 
     void leapThatLosesNothingMovesNothing()
@@ -337,7 +332,7 @@ private Q_SLOTS:
     /// The times of the second stream begin at 0 again.
     void chainedStreamsAreOneTrack()
     {
-        const MemoryFile file(contentOf(u"vorbis.ogg"_s) + contentOf(u"coverart.ogg"_s));
+        const MemoryFile file(mediaFile(u"vorbis.ogg"_s) + mediaFile(u"coverart.ogg"_s));
         const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
         const auto whole = decode(*decoder);
         QVERIFY(whole.size() > 88'200 + 40'000);
@@ -350,7 +345,7 @@ private Q_SLOTS:
 
     void lateSeekInOggDecodesLittleOfWhatLiesBefore()
     {
-        const MemoryFile file(repeatedOgg(contentOf(u"vorbis.ogg"_s), 30, 88'200));
+        const MemoryFile file(repeatedOgg(mediaFile(u"vorbis.ogg"_s), 30, 88'200));
         const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
         QCOMPARE(decoder->duration(), 60.0);
         int asked = 0; // once a packet
@@ -373,7 +368,7 @@ private Q_SLOTS:
 
     void mediumThatRecoversIsSoughtInAgain()
     {
-        const MemoryFile file(repeatedOgg(contentOf(u"vorbis.ogg"_s), 30, 88'200));
+        const MemoryFile file(repeatedOgg(mediaFile(u"vorbis.ogg"_s), 30, 88'200));
         FaultyMedium medium(file.url().toLocalFile().toUtf8());
         const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
         const qint64 target = 50 * 44'100;
@@ -390,7 +385,7 @@ private Q_SLOTS:
     void lengthIsThatOfTheSoundIfAPacketDoesNotTellItsOwn()
     {
         using namespace MatroskaFile;
-        const QByteArray wavPack = contentOf(u"wavpack.wv"_s); // one block, which lasts a second
+        const QByteArray wavPack = mediaFile(u"wavpack.wv"_s); // one block, which lasts a second
         const QByteArray version = wavPack.sliced(8, 2);
         const QByteArray packet = wavPack.sliced(20, wavPack.indexOf("APETAGEX") - 20);
         const QByteArray blocks = block(packet) + blockOfLength(packet, 1000, 1000);

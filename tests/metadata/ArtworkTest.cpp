@@ -1,32 +1,19 @@
 #include "metadata/Artwork.h"
+#include "tests/MediaFile.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 #include "tests/metadata/HeapSize.h"
 
 #include <array>
 #include <bit>
-#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray mediaFile(const char *name)
-{
-    QFile file(QStringLiteral(TEST_MEDIA "/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QUrl fileCalled(const QString &name)
 {
     return QUrl::fromLocalFile(u"/music/"_s + name);
-}
-
-long peakKilobytes()
-{
-    rusage usage = {};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
 }
 
 /// Each of which alone tells pictures apart.
@@ -67,9 +54,9 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, bytes);
         QVERIFY(!bytes.isEmpty());
-        const long before = peakKilobytes();
+        const long before = peakKibibytes();
         QVERIFY(!Artwork::decode(bytes, fileCalled(u"a"_s)));
-        QVERIFY(peakKilobytes() - before < 4096);
+        QVERIFY(peakKibibytes() - before < 4096);
     }
 
     void artworksOfTheSamePictureKnowAllItsFiles()

@@ -1,8 +1,10 @@
 #include "decoder/DecoderModule.h"
 #include "tests/MatroskaFile.h"
+#include "tests/MediaFile.h"
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
 #include "tests/OggPage.h"
+#include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/WavFile.h"
 
@@ -23,14 +25,6 @@ constexpr qint64 MostMemory = 150 * 1024; // KiB
 #else
 constexpr qint64 MostMemory = 100 * 1024;
 #endif
-
-QByteArray mediaFile(const QString &name)
-{
-    QFile file(QDir(QStringLiteral(TEST_MEDIA)).filePath(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("%s is missing.", qPrintable(name));
-    return file.readAll();
-}
 
 QByteArray tagOf(const QByteArray &frame, const QByteArray &content, char flags = 0)
 {
@@ -243,11 +237,6 @@ QByteArray comments(int count, int first = 0)
 QByteArray comment(const QByteArray &text)
 {
     return littleEndian(0) + littleEndian(1) + littleEndian(text.size()) + text;
-}
-
-QByteArray flacBlock(quint32 type, const QByteArray &content)
-{
-    return bigEndian(type << 24 | content.size()) + content;
 }
 
 constexpr qsizetype EndOfFirstFlacBlock = 42;

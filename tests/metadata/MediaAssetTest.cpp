@@ -1,7 +1,10 @@
 #include "metadata/MediaAsset.h"
 #include "metadata/FormatReaders.h"
+#include "tests/MediaFile.h"
 #include "tests/NumberBytes.h"
+#include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
+#include "tests/metadata/HeapSize.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -9,22 +12,10 @@
 #include <array>
 #include <functional>
 #include <limits>
-#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QUrl mediaUrl(const QString &name)
-{
-    return QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + name);
-}
-
-QByteArray mediaFile(const QString &name)
-{
-    QFile file(mediaUrl(name).toLocalFile());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// The same as openMedia(), but for as long as it takes on a busy machine.
 MediaAsset read(const QUrl &url)
@@ -122,11 +113,6 @@ QByteArray asfLength(quint64 played, quint64 preroll)
             + littleEndian<quint64>(preroll)));
 }
 
-QByteArray flacBlock(char type, const QByteArray &content)
-{
-    return type + bigEndian(content.size()).sliced(1) + content;
-}
-
 QByteArray flacPicture(const QByteArray &data)
 {
     return bigEndian(3) + bigEndian(1) + 'm' + bigEndian(1) + 'd' + QByteArray(16, '\0')
@@ -140,7 +126,7 @@ QByteArray vorbisComment(const QByteArray &field, quint32 count = 1)
 
 QByteArray flacLength(quint64 rate, quint64 samples)
 {
-    return "fLaC" + flacBlock('\x80', QByteArray(10, '\0') + bigEndian<quint64>(rate << 44 | samples));
+    return "fLaC" + flacBlock(0x80, QByteArray(10, '\0') + bigEndian<quint64>(rate << 44 | samples));
 }
 
 QByteArray atom(const QByteArray &name, const QByteArray &content)
@@ -377,13 +363,6 @@ qint64 bytesReadSoFar()
 {
     QFile file(u"/proc/self/io"_s);
     return file.open(QIODevice::ReadOnly) ? file.readLine().mid(7).trimmed().toLongLong() : -1;
-}
-
-long peakKilobytes()
-{
-    rusage usage = {};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
 }
 
 } // namespace
@@ -870,7 +849,7 @@ private Q_SLOTS:
     {
         const QByteArray file = "fLaC" + flacBlock(6, flacPicture("xyz"))
             + flacBlock(0x44, vorbisComment("artist=Other")) + flacBlock(0x7e, "x")
-            + flacBlock(4, vorbisComment("album=Álbum")) + flacBlock('\x84', vorbisComment("title=Title"))
+            + flacBlock(4, vorbisComment("album=Álbum")) + flacBlock(0x84, vorbisComment("title=Title"))
             + flacBlock(4, vorbisComment("artist=Artist"));
         const MediaAsset asset = read(temporaryFile(u"blocks.flac"_s, file));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
@@ -930,7 +909,7 @@ private Q_SLOTS:
         QTest::newRow("FLAC pictures") << "fLaC" + flacBlock(6, flacPicture("xyz")).repeated(count);
         QTest::newRow("Ogg FLAC pictures") << oggFlacHead(flacLength(8000, 1))
                 + oggPage(1, 0, flacBlock(6, flacPicture("xyz"))).repeated(count);
-        QTest::newRow("Vorbis comments") << "fLaC" + flacBlock('\x84', vorbisComment("coverart=eHl6", count));
+        QTest::newRow("Vorbis comments") << "fLaC" + flacBlock(0x84, vorbisComment("coverart=eHl6", count));
         QTest::newRow("ASF") << asfHeader(
             asfAttributes(asfAttribute(u"WM/Picture"_s, "\3\3\0\0\0\0\0\0\0xyz"_ba, 1).repeated(count)));
         QTest::newRow("MP4") << mp4WithItems(
@@ -978,7 +957,7 @@ private Q_SLOTS:
     {
         const QByteArray file = oggFlacHead(flacLength(8000, 20'000))
             + oggPage(1, 0, flacBlock(6, flacPicture("xyz"))) + oggPage(1, 0, flacBlock(1, "x"))
-            + oggPage(1, 0, flacBlock('\x84', vorbisComment("title=Title")))
+            + oggPage(1, 0, flacBlock(0x84, vorbisComment("title=Title")))
             + oggPage(1, 0, flacBlock(4, vorbisComment("artist=Artist")));
         const MediaAsset asset = read(temporaryFile(u"blocks.oga"_s, file));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList({u"Title"_s}));
@@ -1287,11 +1266,11 @@ private Q_SLOTS:
 
     void compressedFrameIsNotInflated()
     {
-        const long before = peakKilobytes();
+        const long before = peakKibibytes();
         const MediaAsset asset = read(mediaUrl(u"inflating-title.mp3"_s));
         QCOMPARE(texts(asset, CommonIdentifier::Title), QStringList());
         QCOMPARE(texts(asset, CommonIdentifier::Artist), QStringList({u"Artist"_s}));
-        QVERIFY(peakKilobytes() - before < 16'384);
+        QVERIFY(peakKibibytes() - before < 16'384);
     }
 
     void nestedContainersDoNotExhaustTheStack()
@@ -1314,10 +1293,10 @@ private Q_SLOTS:
         constexpr quint32 count = 200;
         const QByteArray bytes = header + littleEndian<quint64>(30 + count * 26) + littleEndian(count)
             + "\1\2" + attributes.repeated(count);
-        const long before = peakKilobytes();
+        const long before = peakKibibytes();
         const MediaAsset asset = read(temporaryFile(u"crowded.wma"_s, bytes));
         QVERIFY(asset.commonMetadata.isEmpty());
-        QVERIFY(peakKilobytes() - before < 65'536);
+        QVERIFY(peakKibibytes() - before < 65'536);
     }
 
     void emptyVastnessIsNotReadThrough_data()

@@ -1,4 +1,5 @@
 #include "metadata/PictureDecoder.h"
+#include "tests/MediaFile.h"
 #include "tests/NumberBytes.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
@@ -8,12 +9,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray mediaFile(const char *name)
-{
-    QFile file(QStringLiteral(TEST_MEDIA "/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// Red, blue, green and white quarters, row by row.
 QImage quartersImage()

@@ -1,5 +1,6 @@
 #include "decoder/DecoderModule.h"
 #include "metadata/MediaAsset.h"
+#include "tests/MediaFile.h"
 #include "tests/MemoryFile.h"
 #include "tests/TestProgram.h"
 #include "tests/playback/DamagedBytes.h"
@@ -20,12 +21,6 @@ constexpr qint64 longest = 5000; // milliseconds that any file may take, a few s
 Result<std::unique_ptr<Decoder>> openDecoder(const MemoryFile &file)
 {
     return DecoderModule::load().value()->open(file.open(), nullptr);
-}
-
-QByteArray contentOf(const QString &name)
-{
-    QFile file(QDir(QStringLiteral(TEST_MEDIA)).filePath(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// Whether the sound of `file`, if there is any, ends by itself in bounded time, and each error is named.
@@ -85,7 +80,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("name");
         QStringList names = QDir(QStringLiteral(TEST_MEDIA)).entryList(QDir::Files);
         names.removeIf(
-            [](const QString &name) { return openDecoder(MemoryFile(contentOf(name))).isError(); });
+            [](const QString &name) { return openDecoder(MemoryFile(mediaFile(name))).isError(); });
         QVERIFY(names.size() > 30);
         for (const QString &name : names)
             QTest::newRow(qPrintable(name)) << name;
@@ -94,7 +89,7 @@ private Q_SLOTS:
     void everyFile()
     {
         QFETCH(QString, name);
-        const QByteArray whole = contentOf(name);
+        const QByteArray whole = mediaFile(name);
         for (const int percent : {25, 50, 75}) {
             const MemoryFile file(whole.first(whole.size() * percent / 100));
             QVERIFY2(hasSaneMetadata(file), qPrintable(u"cut at %1 %"_s.arg(percent)));

@@ -1,6 +1,7 @@
 #include "decoder/DecoderModule.h"
 #include "playback/Session.h"
 #include "playback/output/NullOutput.h"
+#include "tests/MediaFile.h"
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
@@ -28,11 +29,8 @@ struct LongFile {
     LongFile(const QString &name, int frames, int frameSamples, int rate)
         : period(qint64(frames) * frameSamples)
     {
-        QFile file(QStringLiteral(TEST_MEDIA "/") + name);
-        if (!file.open(QIODevice::ReadOnly))
-            qFatal("%s is missing.", qPrintable(name));
         const auto repeats = qint64(twoHours * rate / double(period)) + 1;
-        bytes = file.readAll().repeated(repeats);
+        bytes = mediaFile(name).repeated(repeats);
         m_frames = repeats * frames;
     }
 

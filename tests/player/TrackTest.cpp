@@ -1,5 +1,6 @@
 #include "player/Track.h"
 #include "metadata/MediaAsset.h"
+#include "tests/MediaFile.h"
 #include "tests/TestProgram.h"
 
 #include <QFile>
@@ -16,7 +17,7 @@ const QString UnknownAlbum = u"Álbum desconocido"_s;
 
 Track mediaTrack(const QString &name)
 {
-    return Track(QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/") + name));
+    return Track(mediaUrl(name));
 }
 
 } // namespace
