@@ -162,14 +162,14 @@ std::optional<EncodedPicture> readJpeg(QByteArrayView bytes)
 
 constexpr qsizetype ChunkHeaderSize = 8; // length and kind, in WebP the other way round
 
-struct Chunk {
+struct PictureChunk {
     QByteArrayView kind;
     QByteArrayView whole; ///< with its header and what follows its content
     QByteArrayView content;
 };
 
 /// Takes the first chunk off `bytes`, cut off at their end; they have to hold its header.
-Chunk takeChunk(QByteArrayView &bytes, bool isPng)
+PictureChunk takeChunk(QByteArrayView &bytes, bool isPng)
 {
     const qsizetype stated =
         isPng ? qFromBigEndian<quint32>(bytes.data()) : qFromLittleEndian<quint32>(bytes.data() + 4);
@@ -189,7 +189,7 @@ std::optional<EncodedPicture> readPng(QByteArrayView bytes)
     picture.append(bytes.first(signatureSize));
     QByteArrayView rest = bytes.sliced(signatureSize);
     while (rest.size() >= ChunkHeaderSize) {
-        const Chunk chunk = takeChunk(rest, true);
+        const PictureChunk chunk = takeChunk(rest, true);
         if (chunk.kind == "IHDR" && chunk.content.size() == headerSize) {
             constexpr quint32 most = 1 << 30;
             Fields header(chunk.content);
@@ -250,7 +250,7 @@ std::optional<EncodedPicture> readWebp(QByteArrayView bytes)
     QByteArrayView rest = bytes.sliced(riffHeaderSize), transparency, pixels;
     bool isLossless = false;
     while (rest.size() >= ChunkHeaderSize) {
-        const Chunk chunk = takeChunk(rest, false);
+        const PictureChunk chunk = takeChunk(rest, false);
         if (chunk.kind == "EXIF") {
             picture.orientation = exifOrientation(chunk.content);
         } else if (chunk.kind == "ANMF") { // its content is more chunks

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int Padding = 30; // on every side, if there is room
+constexpr int InvitationPadding = 30; // on every side, if there is room
 constexpr int Gap = 14;
 constexpr int LeastEnd = 12;
 constexpr int SmallGap = 8;
@@ -35,7 +35,7 @@ InvitationLengths invitationLengths(double room, double texts, double symbol)
     }
     const double symbolShare = share(room, least, symbol + SmallGap);
     const double withSymbol = least + symbol + SmallGap;
-    const double full = texts + symbol + 2 * Padding + 3 * Gap;
+    const double full = texts + symbol + 2 * InvitationPadding + 3 * Gap;
     const double gapShare = share(room, withSymbol, full - withSymbol);
     const double gap = std::lerp(SmallGap, Gap, gapShare);
     const double height = symbolShare * symbol;
@@ -62,12 +62,12 @@ QSize Invitation::stackedSize(QSize (QWidget::*sizeOf)() const, int gaps) const
         const QSize part = (piece->*sizeOf)();
         size = {std::max(size.width(), part.width()), size.height() + part.height()};
     }
-    return size + QSize(2 * Padding, 0);
+    return size + QSize(2 * InvitationPadding, 0);
 }
 
 QSize Invitation::sizeHint() const
 {
-    return stackedSize(&QWidget::sizeHint, 2 * Padding + 3 * Gap);
+    return stackedSize(&QWidget::sizeHint, 2 * InvitationPadding + 3 * Gap);
 }
 
 QSize Invitation::minimumSizeHint() const
@@ -78,7 +78,7 @@ QSize Invitation::minimumSizeHint() const
 void Invitation::resizeEvent(QResizeEvent *)
 {
     const auto [symbol, heading, text, button] = m_pieces;
-    const int room = width() - 2 * Padding;
+    const int room = width() - 2 * InvitationPadding;
     const int texts = heightOf(*heading, room) + heightOf(*text, room) + heightOf(*button, room);
     const InvitationLengths lengths = invitationLengths(height(), texts, heightOf(*symbol, room));
     double top = lengths.end;

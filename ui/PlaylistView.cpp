@@ -15,11 +15,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int Padding = 10;
+constexpr int ListPadding = 10;
 constexpr int RowSpacing = 4;
 // The list view puts its spacing on all sides of every row; this is what is missing to the padding.
 constexpr int SpacingAround = RowSpacing / 2;
-constexpr int ExtraPadding = Padding - SpacingAround;
+constexpr int ExtraPadding = ListPadding - SpacingAround;
 
 } // namespace
 
@@ -69,7 +69,7 @@ void PlaylistView::scrollTo(const QModelIndex &index, ScrollHint)
 {
     if (!index.isValid())
         return;
-    const QRect row = visualRect(index).adjusted(0, -Padding, 0, Padding);
+    const QRect row = visualRect(index).adjusted(0, -ListPadding, 0, ListPadding);
     const int below = row.bottom() - viewport()->rect().bottom();
     // Of a row that does not fit, the beginning shows.
     verticalScrollBar()->setValue(verticalScrollBar()->value() + std::min(std::max(below, 0), row.top()));

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int rate = 48000;
+constexpr int soundRate = 48000;
 constexpr float noNumber = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinite = std::numeric_limits<float>::infinity();
 
@@ -53,7 +53,7 @@ QByteArray aiff(const char *kind, int bits, int frames, const QByteArray &sample
 QByteArray core(const QByteArray &samples)
 {
     const QByteArray description =
-        bigEndian<double>(rate) + "lpcm" + bigEndians<quint32>({1, 4, 1, 1, 32}); // big-endian float
+        bigEndian<double>(soundRate) + "lpcm" + bigEndians<quint32>({1, 4, 1, 1, 32}); // big-endian float
     return "caff" + bigEndians<quint16>({1, 0}) + "desc" + bigEndian<quint64>(32) + description + "data"
         + bigEndian<quint64>(samples.size() + 4) + bigEndian(0) + samples;
 }
@@ -70,7 +70,7 @@ private:
     const std::vector<float> m_reasonable{0.5F, 0, 0, 8, -8, 8, -8, 8, 8, -8, -8, 7.5F, -0.25F, 0};
 
 private Q_SLOTS:
-    void wav() { QCOMPARE(soundOf(WavFile::encoded(m_strange, rate, 1)), m_reasonable); }
+    void wav() { QCOMPARE(soundOf(WavFile::encoded(m_strange, soundRate, 1)), m_reasonable); }
 
     void coreAudio() { QCOMPARE(soundOf(core(bigEndians(m_strange))), m_reasonable); }
 
@@ -90,11 +90,11 @@ private Q_SLOTS:
 
     void whatIsNoNumberLeavesTheOtherChannels()
     {
-        std::vector<float> samples(size_t(6 * rate), 0.5F);
+        std::vector<float> samples(size_t(6 * soundRate), 0.5F);
         for (size_t i = 0; i < samples.size(); i += 6)
             samples[i] = noNumber; // the left one
-        const auto mixed = soundOf(WavFile::encoded(samples, rate, 6));
-        QCOMPARE(mixed.size(), size_t(2 * rate));
+        const auto mixed = soundOf(WavFile::encoded(samples, soundRate, 6));
+        QCOMPARE(mixed.size(), size_t(2 * soundRate));
         QVERIFY(std::all_of(mixed.begin(), mixed.end(), [](float sample) { return sample > 0.1F; }));
     }
 

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr AudioFormat mono{48000, 1};
-constexpr AudioFormat stereo{48000, 2};
+constexpr AudioFormat ringFormat{48000, 2};
 
 std::vector<float> counting(std::int64_t first, std::int64_t count)
 {
@@ -24,7 +24,7 @@ class RingBufferTest : public QObject {
 private Q_SLOTS:
     void framesComeOutInOrderAndWithTheirPosition()
     {
-        RingBuffer ring(stereo, 4);
+        RingBuffer ring(ringFormat, 4);
         const auto samples = counting(0, 6);
         QCOMPARE(ring.write(samples, 100), 3);
         std::vector<float> read(4);
@@ -47,7 +47,7 @@ private Q_SLOTS:
 
     void framesWrapAroundTheEndOfTheRing()
     {
-        RingBuffer ring(stereo, 5);
+        RingBuffer ring(ringFormat, 5);
         std::int64_t written = 0;
         std::int64_t read = 0;
         for (int round = 0; round < 20; ++round) {

@@ -20,7 +20,7 @@ void addButtonScales()
         QTest::addRow("%g", scale) << scale;
 }
 
-struct LookFixture : ViewFixture {
+struct ButtonFixture : ViewFixture {
     [[nodiscard]] Button &button(const QString &name) const { return *find<Button>(name); }
 
     /// The colour shown at a point of a piece.
@@ -71,7 +71,7 @@ class ButtonLookTest : public QObject {
 private Q_SLOTS:
     void activeOneIsAccentOnAFaintCircleOfAccent()
     {
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         const Button &shuffle = f.button(u"Reproducción aleatoria"_s);
         const QPoint inCircle(18, 3);
@@ -89,7 +89,7 @@ private Q_SLOTS:
 
     void disabledOneIsDimmedAsAWhole()
     {
-        LookFixture f;
+        ButtonFixture f;
         const Button &play = f.button(u"Reproducir"_s);
         const QPoint glyph(30, 29);
         const QColor ground = f.at(play, {0, 0});
@@ -111,7 +111,7 @@ private Q_SLOTS:
     void hoverAndPressAnswer()
     {
         QFETCH(const QString, name);
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         Button &button = f.button(name);
         const QImage still = f.look(button);
@@ -139,7 +139,7 @@ private Q_SLOTS:
     {
         QFETCH(const QString, name);
         QFETCH(const QPoint, place);
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         f.player.isRepeating = true;
         f.render();
@@ -151,7 +151,7 @@ private Q_SLOTS:
 
     void textStaysWhereItIsWhenPressed()
     {
-        LookFixture f;
+        ButtonFixture f;
         Button &button = f.button(u"Añadir archivos de audio"_s);
         // The columns that the text and its symbol reach, in a look without the frame.
         const auto inked = [&] {
@@ -179,7 +179,7 @@ private Q_SLOTS:
 
     void disabledOneDoesNotAnswerToHover()
     {
-        LookFixture f;
+        ButtonFixture f;
         Button &next = f.button(u"Canción siguiente"_s);
         const QImage still = f.look(next);
         f.hover(next, true);
@@ -188,7 +188,7 @@ private Q_SLOTS:
 
     void prominentOneIsFilledWithTheAccent()
     {
-        LookFixture f;
+        ButtonFixture f;
         const Button &prominent = f.prominentButton();
         QCOMPARE(f.at(prominent, {6, prominent.height() / 2}), accentColor(f.view.palette()));
         QVERIFY(contrastRatio(onAccentColor(f.view.palette()), accentColor(f.view.palette())) >= 4.5);
@@ -196,7 +196,7 @@ private Q_SLOTS:
 
     void focusIsShownWhereTheKeyboardBroughtIt()
     {
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
@@ -211,7 +211,7 @@ private Q_SLOTS:
 
     void focusIsSetOffFromWhatIsFilled()
     {
-        LookFixture f;
+        ButtonFixture f;
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
         Button &button = f.prominentButton();
@@ -224,7 +224,7 @@ private Q_SLOTS:
 
     void ringOfTheFocusIsAsRoundAsTheButton()
     {
-        LookFixture f;
+        ButtonFixture f;
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
         Button &button = f.prominentButton();
@@ -242,7 +242,7 @@ private Q_SLOTS:
     void ringOfTheFocusHasNoFringe()
     {
         QFETCH(const double, scale);
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));
@@ -270,7 +270,7 @@ private Q_SLOTS:
     void symbolKeepsItsSizeAndPlaceWhenPressedOrDisabled()
     {
         QFETCH(const double, scale);
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         for (const QString &name : {u"Reproducción aleatoria"_s, u"Canción anterior"_s, u"Reproducir"_s,
                  u"Canción siguiente"_s, u"Repetir canción"_s, u"Más opciones"_s}) {
@@ -300,7 +300,7 @@ private Q_SLOTS:
     void linesAreCrisp()
     {
         QFETCH(const double, scale);
-        LookFixture f;
+        ButtonFixture f;
         const QImage shown = f.look(f.view, scale);
         // Whether a line begins at `first` of these colours and is as thick as whole pixels fit in a point.
         const auto isLine = [&](const auto &at, int first, int inwards) {
@@ -335,7 +335,7 @@ private Q_SLOTS:
     {
         QFETCH(const QColor, accent);
         QFETCH(const QColor, wash);
-        LookFixture f;
+        ButtonFixture f;
         QPalette palette = f.view.palette();
         palette.setColor(QPalette::Highlight, accent);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
@@ -355,7 +355,7 @@ private Q_SLOTS:
 
     void sliderShowsTheFocusOfKeysOnly()
     {
-        LookFixture f;
+        ButtonFixture f;
         f.add("a");
         f.view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&f.view));

@@ -12,8 +12,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const Scheme Light{0xffffffU, 0x000000U, 0x0000c0U};
-const Scheme Dark{0x101014U, 0xffffffU, 0x78beffU};
+const Scheme OnWhite{0xffffffU, 0x000000U, 0x0000c0U};
+const Scheme OnBlack{0x101014U, 0xffffffU, 0x78beffU};
 
 constexpr QSize WindowSize(860, 940);
 
@@ -453,8 +453,8 @@ private Q_SLOTS:
         QTest::addColumn<Change>("change");
         QTest::addColumn<Shown>("shown");
         const auto add = [](const char *state, const Change &change, const Shown &shown) {
-            QTest::addRow("%s, light", state) << Light << change << shown;
-            QTest::addRow("%s, dark", state) << Dark << change << shown;
+            QTest::addRow("%s, light", state) << OnWhite << change << shown;
+            QTest::addRow("%s, dark", state) << OnBlack << change << shown;
         };
         add("nothing loaded", [](DrawingFixture &) {}, {});
         add(

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// What of an image stands out from its ground, as the smallest rectangle around it.
-QRect inkOf(const QImage &image)
+QRect textInk(const QImage &image)
 {
     const int ground = qGray(image.pixel(0, 0));
     QRect found;
@@ -68,13 +68,13 @@ private Q_SLOTS:
         label->resize(300, label->sizeHint().height());
         label->setText(text);
         const QImage image = label->grab().toImage();
-        const QRect ink = inkOf(image);
+        const QRect ink = textInk(image);
         // Dots lie at the foot of the line only, letters do not.
         const int dots = QFontMetrics(font).horizontalAdvance(u'…') / 2;
         const QRect left(ink.left(), 0, dots, image.height());
         const QRect right(ink.right() - dots, 0, dots, image.height());
         const auto isLow = [&](const QRect &end) {
-            return inkOf(image.copy(end)).height() < ink.height() / 2;
+            return textInk(image.copy(end)).height() < ink.height() / 2;
         };
         QCOMPARE(isLow(left), isOnTheLeft);
         QCOMPARE(isLow(right), !isOnTheLeft);
@@ -138,7 +138,7 @@ private Q_SLOTS:
             const QImage image = label.grab().toImage();
             const int lineHeight = label.minimumSizeHint().height();
             for (int line = 0; line < shownLines(label).size() - 1; ++line) {
-                const QRect ink = inkOf(image.copy(0, line * lineHeight, image.width(), lineHeight));
+                const QRect ink = textInk(image.copy(0, line * lineHeight, image.width(), lineHeight));
                 QVERIFY2(ink.left() <= 5, qPrintable(word + QString::number(ink.left())));
             }
         }

@@ -15,9 +15,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Notes which of the pieces below a view are painted.
-class PaintWatch : public QObject {
+class PieceWatch : public QObject {
 public:
-    explicit PaintWatch(QWidget &view)
+    explicit PieceWatch(QWidget &view)
     {
         for (QWidget *piece : view.findChildren<QWidget *>())
             piece->installEventFilter(this);
@@ -41,7 +41,7 @@ struct RepaintFixture : ViewFixture {
     Slider &seekBar = *find<Slider>(u"Posición"_s);
     Label &elapsed = *view.findChildren<Label *>().at(4);
     PlaylistView &list = *view.findChild<PlaylistView *>();
-    PaintWatch watch{view};
+    PieceWatch watch{view};
 
     RepaintFixture()
     {

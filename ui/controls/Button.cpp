@@ -17,7 +17,7 @@ namespace {
 
 constexpr int TextSize = 13;
 constexpr int SymbolGap = 6;
-constexpr QSize Padding(12, 6);
+constexpr QSize TextPadding(12, 6);
 constexpr double ButtonCornerRadius = 6;
 
 /// A trace of black or white: on it a text of this colour reads better still.
@@ -104,7 +104,7 @@ QSize Button::sizeHint() const
         return m_extent;
     const QFontMetrics metrics(font());
     const QSize content(symbolWidth() + metrics.horizontalAdvance(text()), metrics.height());
-    return content + 2 * Padding;
+    return content + 2 * TextPadding;
 }
 
 Button::Colors Button::colors() const
@@ -165,7 +165,7 @@ void Button::drawContent(QPainter &painter, const QColor &color) const
         drawSymbol(painter, area, symbol, pointSize, color, weight);
         return;
     }
-    QRect content = rect().adjusted(Padding.width(), 0, -Padding.width(), 0);
+    QRect content = rect().adjusted(TextPadding.width(), 0, -TextPadding.width(), 0);
     if (!symbol.isEmpty()) {
         QRect area = content;
         area.setWidth(symbolWidth() - SymbolGap);

@@ -12,15 +12,15 @@ namespace {
 // ends. To meet a circle on the diagonal, it needs this much of the sides for each point of the circle's radius.
 const double Reach = (1 - std::numbers::sqrt2 / 2) / (1 - std::cbrt(0.5));
 
-constexpr int Steps = 24; // chords a corner: less than a tenth of a pixel off at three times the scale
+constexpr int CornerSteps = 24; // chords a corner: less than a tenth of a pixel off at three times the scale
 
 /// The corner around `center`, from its beginning to its end as one goes clockwise; `turn` is the number of
 /// corners passed since the top right one.
 void addCorner(QPainterPath &path, QPointF center, double reach, int turn)
 {
     const QTransform place = QTransform::fromTranslate(center.x(), center.y()).rotate(90 * turn);
-    for (int step = 0; step <= Steps; ++step) {
-        const double angle = std::numbers::pi / 2 * step / Steps;
+    for (int step = 0; step <= CornerSteps; ++step) {
+        const double angle = std::numbers::pi / 2 * step / CornerSteps;
         const QPointF point(std::pow(std::sin(angle), 2.0 / 3), -std::pow(std::cos(angle), 2.0 / 3));
         path.lineTo(place.map(point * reach));
     }
