@@ -253,7 +253,8 @@ private Q_SLOTS:
         const Ink title = f.ink(f.row(0).title);
         const QColor accent = palette.color(QPalette::Highlight);
         if (contrast(accent, title.ground) < forTexts(palette))
-            QVERIFY2(title.contrast() < forTexts(palette) + 0.8, qPrintable(QString::number(title.contrast())));
+            QVERIFY2(
+                title.contrast() < forTexts(palette) + 0.8, qPrintable(QString::number(title.contrast())));
         if (accent.hsvSaturation() > 0)
             QVERIFY(std::abs(title.color.hsvHue() - accent.hsvHue()) <= 3);
     }
