@@ -1,48 +1,53 @@
 #include "desktop/FilePicker.h"
 
+#include "desktop/AudioFileDialog.h"
+#include "desktop/AudioFileTypes.h"
+#include "desktop/PortalRequest.h"
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
 
-#include <QCoreApplication>
-#include <QFileInfo>
-#include <QLineEdit>
-#include <QRegularExpression>
-#include <QSettings>
+#include <QDBusMetaType>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
 #include <QStandardPaths>
 #include <algorithm>
+#include <functional>
 #include <malloc.h>
+#include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// How the names of the files end that the decoder opens.
-constexpr QStringView Endings = u"aa3 aac ac3 adts aif aifc aiff aiffc amr ape at3 au awb axa caf dff dsf "
-                                u"dts dtshd ec3 eac3 f4a f4b flac loas "
-                                "m4a m4b m4r mka mlp mp+ mp1 mp2 mp3 mpc mpga mpp oga ogg oma opus ra shn "
-                                "snd sox spx tak thd tta voc w64 wav weba "
-                                "wma wv xwma";
+/// What a portal's dialog lists: a glob or a MIME type.
+using FilterRule = std::pair<uint, QString>;
+constexpr uint Glob = 0;
+constexpr uint MimeType = 1;
 
-/// Never destroyed: the thread that lists folders may use it as long as any dialog lives.
-NameOnlyIconProvider *nameOnlyIcons()
+using Filter = std::pair<QString, QList<FilterRule>>;
+
+/// Most portals compare names with regard to case.
+QString globForAnyCase(const QString &ending)
 {
-    static auto *const provider = new NameOnlyIconProvider;
-    return provider;
+    QString glob = u"*."_s;
+    for (const QChar letter : ending)
+        glob += letter.isLetter() ? u"[%1%2]"_s.arg(letter, letter.toUpper()) : QString(letter);
+    return glob;
 }
 
-/// Whether a desktop's dialog is the portal's, which runs in a process of its own.
-bool isPortalOffered()
+Filter audioFiles()
 {
-    return qgetenv("QT_QPA_PLATFORMTHEME") == "xdgdesktopportal" || QFile::exists(u"/.flatpak-info"_s);
-}
-
-/// Any other desktop's dialog runs in this process and makes files under the user's home, from the moment when one
-/// is built. The toolkit's own saves its state there when it is destroyed; below /dev/null no file can be made, not
-/// even by root.
-void keepOutOfTheHome()
-{
-    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs, !isPortalOffered());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, u"/dev/null"_s);
+    QList<FilterRule> rules;
+    for (const QString &ending : AudioFileEndings.toString().split(u' '))
+        rules.append({Glob, globForAnyCase(ending)});
+    // Plasma 5 would forget the names for the types, some of which it does not know.
+    if (qgetenv("KDE_SESSION_VERSION") != "5") {
+        for (const QString &type : AudioFileTypes.toString().split(u' '))
+            rules.append({MimeType, type});
+    }
+    return {AudioFileDialog::tr("Archivos de audio"), rules};
 }
 
 /// A dialog, and the import after it, leave nearly 1 MiB of holes in the heap, which the system can have back.
@@ -53,16 +58,17 @@ void returnFreeMemory()
 #endif
 }
 
-Result<QList<QUrl>> localFilesOnly(const QList<QUrl> &urls)
+bool isLocal(const QUrl &url)
 {
-    const auto remote =
-        std::find_if(urls.begin(), urls.end(), [](const QUrl &url) { return localFilePath(url).isEmpty(); });
-    if (remote == urls.end())
-        return urls;
-    return Error{FilePicker::tr("«%1» no es un archivo de este equipo.").arg(remote->toDisplayString())};
+    return !localFilePath(url).isEmpty();
 }
 
-/// Whether the folder is there, and its medium answers: in one that does not, the dialog would hang.
+QUrl musicFolder()
+{
+    return QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::MusicLocation) + u'/');
+}
+
+/// Whether the folder is there, and its medium answers: in one that does not, the toolkit's dialog would hang.
 bool isUsable(const QUrl &folder)
 {
     const auto exists = [folder] {
@@ -72,109 +78,149 @@ bool isUsable(const QUrl &folder)
     return folder.isLocalFile() && callWithTimeout(exists).value_or(false);
 }
 
+/// Whether a folder has only what one choice has granted to a sandbox.
+bool isOfDocumentPortal(const QUrl &folder)
+{
+    const QByteArray path = localFolderPath(folder);
+    const QByteArray own = "/run/user/" + QByteArray::number(getuid());
+    const auto holds = [&path](const QByteArray &runtimeFolder) {
+        return path.startsWith(runtimeFolder + "/doc/");
+    };
+    return holds(own) || holds("/run/flatpak") || holds(qgetenv("XDG_RUNTIME_DIR"));
+}
+
+bool isSandboxed()
+{
+    return QFile::exists(u"/.flatpak-info"_s);
+}
+
+void bringToFront(QWidget &window)
+{
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+}
+
 } // namespace
 
-QIcon NameOnlyIconProvider::icon(const QFileInfo &info) const
+FilePicker::~FilePicker()
 {
-    return info.isDir() ? m_folder : m_file;
-}
-
-QString NameOnlyIconProvider::type(const QFileInfo &info) const
-{
-    return info.isDir() ? AudioFileDialog::tr("Carpeta")
-                        : AudioFileDialog::tr("Archivo %1").arg(info.suffix().toUpper()).trimmed();
-}
-
-QList<QUrl> typedAddresses(const QString &text)
-{
-    static const QRegularExpression scheme(
-        u"^[a-z][a-z0-9+.-]*://."_s, QRegularExpression::CaseInsensitiveOption);
-    QList<QUrl> addresses;
-    const QString typed = text.trimmed();
-    const bool isQuoted = typed.startsWith(u'"');
-    for (const QString &name : isQuoted ? typed.split(u'"', Qt::SkipEmptyParts) : QStringList(typed)) {
-        if (name.trimmed().isEmpty())
-            continue; // between two names
-        if (!scheme.match(name).hasMatch())
-            return {};
-        addresses.append(QUrl(name));
-    }
-    return addresses;
-}
-
-AudioFileDialog::AudioFileDialog(QWidget *parent, const QUrl &folder)
-    : QFileDialog(parent)
-{
-    setWindowTitle(tr("Añadir música"));
-    setFileMode(QFileDialog::ExistingFiles);
-    setOption(QFileDialog::HideNameFilterDetails);
-    setOption(QFileDialog::ReadOnly);
-    setNameFilter(tr("Archivos de audio") + u" (*.%1)"_s.arg(Endings.toString().replace(u' ', u" *."_s)));
-    setIconProvider(nameOnlyIcons());
-    setDirectoryUrl(folder);
-}
-
-QList<QUrl> AudioFileDialog::chosenUrls() const
-{
-    return m_typedAddresses.isEmpty() ? selectedUrls() : m_typedAddresses;
-}
-
-void AudioFileDialog::accept()
-{
-    if (const auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s))
-        m_typedAddresses = typedAddresses(nameField->text());
-    if (m_typedAddresses.isEmpty())
-        QFileDialog::accept();
-    else
-        done(QDialog::Accepted);
-}
-
-void AudioFileDialog::showEvent(QShowEvent *event)
-{
-    QFileDialog::showEvent(event);
-    // The list of completions takes keys that come while it opens or closes.
-    if (auto *nameField = findChild<QLineEdit *>(u"fileNameEdit"_s))
-        nameField->setCompleter(nullptr);
+    delete m_request;
+    delete m_dialog;
 }
 
 void FilePicker::open()
 {
-    if (m_dialog) {
-        m_dialog->raise();
-        m_dialog->activateWindow();
-        return;
-    }
-    keepOutOfTheHome();
-    m_dialog = new AudioFileDialog(&m_window, firstFolder());
-    connect(m_dialog, &QDialog::finished, this, &FilePicker::finish);
-    connect(m_dialog, &QObject::destroyed, this, &returnFreeMemory, Qt::QueuedConnection);
-    m_dialog->show();
+    if (m_dialog)
+        bringToFront(*m_dialog);
+    else if (m_request)
+        bringToFront(*m_view.window());
+    else
+        askPortal();
 }
 
 void FilePicker::close()
 {
     if (m_dialog)
         m_dialog->reject();
+    else if (m_request)
+        finish(QList<QUrl>());
 }
 
-void FilePicker::finish(int outcome)
+void FilePicker::askPortal()
+{
+    m_request = new PortalRequest(u"FileChooser"_s, u"OpenFile"_s,
+        {parentWindow(), AudioFileDialog::tr("Añadir música")}, portalOptions(),
+        PortalRequest::Span::UntilAnswered, this);
+    connect(m_request, &PortalRequest::answered, this, &FilePicker::handleAnswer);
+    connect(m_request, &PortalRequest::failed, this, [this] { isSandboxed() ? fail() : openDialog(); });
+    connect(m_request, &PortalRequest::lost, this, &FilePicker::fail);
+}
+
+/// As the portal names a window; of Wayland's, none is.
+QString FilePicker::parentWindow() const
+{
+    if (QGuiApplication::platformName() != "xcb"_L1)
+        return {};
+    return u"x11:%1"_s.arg(m_view.window()->winId(), 0, 16);
+}
+
+QVariantMap FilePicker::portalOptions() const
+{
+    qDBusRegisterMetaType<FilterRule>();
+    qDBusRegisterMetaType<QList<FilterRule>>();
+    qDBusRegisterMetaType<Filter>();
+    qDBusRegisterMetaType<QList<Filter>>();
+    const Filter filter = audioFiles();
+    QByteArray folder = localFolderPath(m_lastFolder.isEmpty() ? musicFolder() : m_lastFolder);
+    folder.append('\0');
+    return {{u"multiple"_s, true}, {u"modal"_s, false}, {u"current_folder"_s, folder},
+        {u"filters"_s, QVariant::fromValue(QList<Filter>{filter})},
+        {u"current_filter"_s, QVariant::fromValue(filter)}};
+}
+
+void FilePicker::handleAnswer(uint response, const QVariantMap &results)
+{
+    QList<QUrl> files;
+    for (const QString &address : results.value(u"uris"_s).toStringList())
+        files.append(QUrl(address));
+    files.removeIf(std::not_fn(isLocal));
+    if (response != 0)
+        finish(QList<QUrl>());
+    else if (files.isEmpty())
+        finish(Error{tr("El selector de archivos no ha entregado ningún archivo de este equipo.")});
+    else
+        finish(files);
+}
+
+void FilePicker::fail()
+{
+    finish(Error{tr("El selector de archivos del escritorio no está disponible.")});
+}
+
+void FilePicker::openDialog()
+{
+    dropRequest();
+    const QUrl music = isUsable(musicFolder()) ? musicFolder() : QUrl();
+    const QUrl home = QUrl::fromLocalFile(QDir::homePath());
+    const QUrl folder = isUsable(m_lastFolder) ? m_lastFolder : music.isEmpty() ? home : music;
+    m_dialog = new AudioFileDialog(&m_view, folder, music);
+    connect(m_dialog, &QDialog::finished, this, &FilePicker::handleDialog);
+    connect(m_dialog, &QObject::destroyed, this, &returnFreeMemory, Qt::QueuedConnection);
+    m_dialog->show();
+}
+
+void FilePicker::handleDialog(int outcome)
 {
     const QList<QUrl> chosen = outcome == QDialog::Accepted ? m_dialog->chosenUrls() : QList<QUrl>();
     m_dialog->deleteLater();
     m_dialog.clear();
-    if (!chosen.isEmpty()) {
-        m_lastFolder = chosen.first().adjusted(QUrl::RemoveFilename);
-        Q_EMIT completed(localFilesOnly(chosen));
-    }
-    Q_EMIT closed();
+    const auto remote = std::find_if_not(chosen.begin(), chosen.end(), isLocal);
+    if (remote != chosen.end())
+        finish(Error{tr("«%1» no es un archivo de este equipo.").arg(remote->toDisplayString())});
+    else
+        finish(chosen);
 }
 
-QUrl FilePicker::firstFolder() const
+void FilePicker::dropRequest()
 {
-    const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
-    for (const QUrl &folder : {m_lastFolder, QUrl::fromLocalFile(music + u'/')}) {
-        if (isUsable(folder))
-            return folder;
+    if (!m_request)
+        return;
+    m_request->disconnect(this);
+    m_request->deleteLater();
+    m_request = nullptr;
+}
+
+/// With no files for a cancel.
+void FilePicker::finish(const Result<QList<QUrl>> &result)
+{
+    dropRequest();
+    const bool isChoice = !result.isError() && !result.value().isEmpty();
+    if (isChoice) {
+        const QUrl folder = result.value().first().adjusted(QUrl::RemoveFilename);
+        m_lastFolder = isOfDocumentPortal(folder) ? m_lastFolder : folder;
     }
-    return QUrl::fromLocalFile(QDir::homePath());
+    if (isChoice || result.isError())
+        Q_EMIT completed(result);
+    Q_EMIT closed();
 }

@@ -74,17 +74,21 @@ void PortalRequest::follow(const QString &handle)
 
 void PortalRequest::ask(const QDBusMessage &call)
 {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    const QDBusPendingCall reply = bus.isConnected()
+        ? bus.asyncCall(call, NoTimeout)
+        : QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, {}));
     // Outlives this, to take back what is taken late.
-    auto *reply = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(call, NoTimeout), QCoreApplication::instance());
-    connect(reply, &QDBusPendingCallWatcher::finished, [reply, self = QPointer(this)] {
-        reply->deleteLater();
-        const QDBusPendingReply<QDBusObjectPath> handle = *reply;
-        if (self && self->m_state != State::GivenUp)
-            self->handleReply(handle);
-        else if (!handle.isError())
-            closeRequest(handle.value().path());
-    });
+    m_reply = new QDBusPendingCallWatcher(reply, QCoreApplication::instance());
+    connect(m_reply, &QDBusPendingCallWatcher::finished,
+        [self = QPointer(this)](QDBusPendingCallWatcher *finished) {
+            finished->deleteLater();
+            const QDBusPendingReply<QDBusObjectPath> handle = *finished;
+            if (self && self->m_state == State::Asked)
+                self->handleReply(handle);
+            else if (!handle.isError())
+                closeRequest(handle.value().path());
+        });
     QTimer::singleShot(ReplyTimeout, this, [this] {
         if (m_state == State::Asked)
             giveUp();
@@ -93,8 +97,6 @@ void PortalRequest::ask(const QDBusMessage &call)
 
 void PortalRequest::handleReply(const QDBusPendingReply<QDBusObjectPath> &handle)
 {
-    if (m_state != State::Asked)
-        return; // answered already
     if (handle.isError()) {
         giveUp();
         return;
@@ -107,14 +109,15 @@ void PortalRequest::handleReply(const QDBusPendingReply<QDBusObjectPath> &handle
 
 void PortalRequest::handleResponse(uint response, const QVariantMap &results)
 {
-    if (m_state == State::Over || m_state == State::GivenUp)
+    if (m_state == State::Over)
         return;
+    delete m_reply; // which would take back what has been answered
     m_state = m_span == Span::UntilTakenBack && response == 0 ? State::Open : State::Over;
     Q_EMIT answered(response, results);
 }
 
 void PortalRequest::giveUp()
 {
-    m_state = State::GivenUp;
+    m_state = State::Over;
     Q_EMIT failed();
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QVariant>
 
 class QDBusMessage;
 class QDBusObjectPath;
+class QDBusPendingCallWatcher;
 template <typename... Types> class QDBusPendingReply;
 
 /// A question to the desktop portal on the session bus that is answered later.
@@ -40,9 +42,11 @@ private:
     Q_SLOT void handleResponse(uint response, const QVariantMap &results);
     void giveUp();
 
-    enum class State { Asked, Open, Over, GivenUp };
+    enum class State { Asked, Open, Over };
 
     Span m_span;
     State m_state = State::Asked;
+    QPointer<QDBusPendingCallWatcher>
+        m_reply; ///< that says whether the portal takes the question; null once it has
     QString m_handle; ///< the path of the portal's object for this question
 };

@@ -54,6 +54,8 @@ SleepInhibition::~SleepInhibition()
 
 void SleepInhibition::askPowerManager()
 {
+    if (!QDBusConnection::sessionBus().isConnected())
+        return;
     const QDBusMessage call = powerManagerCall(u"Inhibit"_s, {u"Lumaverdine"_s, reason()});
     auto *reply = new QDBusPendingCallWatcher(
         QDBusConnection::sessionBus().asyncCall(call), QCoreApplication::instance());

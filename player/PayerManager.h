@@ -43,7 +43,8 @@ public:
     Published<double> volume{*this, 0.75, [this](double value) { applyVolume(value); }}; ///< linear, 0…1
     Published<bool> isRepeating{*this, false};
     Published<bool> isShuffling{*this, false};
-    Published<bool> showFileImporter{*this, false}; ///< asks the window for the file picker
+    /// Asks the window for the file picker.
+    Published<bool> showFileImporter{*this, false, [this](bool) { Q_EMIT showFileImporterWritten(); }};
 
     /// Position of the current track in the playlist, found by its id; none if it is not there.
     [[nodiscard]] std::optional<qsizetype> currentIndex() const;
@@ -90,6 +91,9 @@ public:
 Q_SIGNALS:
     /// load(), seek() or stop() has set the position, which did not come about by playing on.
     void positionSet();
+
+    /// Also if the value is the same: who asks for a picker that is open wants to see it.
+    void showFileImporterWritten();
 
 private:
     void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) override;

@@ -61,16 +61,9 @@ void ContentView::attachFileImporter()
     m_filePicker = new FilePicker(*this);
     m_filePicker->setParent(this);
     connect(m_filePicker, &FilePicker::completed, this, &ContentView::handleImportResult);
-    connect(m_filePicker, &FilePicker::closed, this, [this] {
-        m_isPickerShown = false;
-        m_player.showFileImporter = false;
-    });
-    m_renderer.follow([this] {
-        if (m_player.showFileImporter() == m_isPickerShown)
-            return;
-        m_isPickerShown = m_player.showFileImporter();
-        m_isPickerShown ? m_filePicker->open() : m_filePicker->close();
-    });
+    connect(m_filePicker, &FilePicker::closed, this, [this] { m_player.showFileImporter = false; });
+    connect(&m_player, &PlayerManager::showFileImporterWritten, m_filePicker,
+        [this] { m_player.showFileImporter() ? m_filePicker->open() : m_filePicker->close(); });
 }
 
 void ContentView::handleImportResult(const Result<QList<QUrl>> &result)

@@ -83,6 +83,5 @@ private:
     ViewRenderer m_renderer;
     PlaylistModel m_playlistModel;
     FilePicker *m_filePicker = nullptr;
-    bool m_isPickerShown = false;
     QPointer<ImportAlert> m_importAlert; ///< null while no error is shown
 };

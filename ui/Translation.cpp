@@ -5,6 +5,14 @@
 
 using namespace Qt::StringLiterals;
 
+QString ToolkitTexts::translate(
+    const char *context, const char *source, const char *comment, int number) const
+{
+    return QTranslator::translate(context, source, comment, number)
+        .replace(u"fichero"_s, u"archivo"_s)
+        .replace(u"Fichero"_s, u"Archivo"_s);
+}
+
 Translation::Translation(const QLocale &user)
 {
     const auto catalogues = u":/translations"_s;

@@ -107,6 +107,8 @@ private Q_SLOTS:
         Journal journal(f.platform, f.player);
         QAction *action = f.menu(menu).actions().at(command);
         QTEST(journal.record([&] { action->trigger(); }), "first");
+        if (menu == 0) // asks the window system to show what is open
+            QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
         QTEST(journal.record([&] { action->trigger(); }), "again");
         QVERIFY(f.window.isVisible());
     }

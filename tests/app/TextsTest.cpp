@@ -1,4 +1,5 @@
-#include "desktop/FilePicker.h"
+#include "desktop/AudioFileDialog.h"
+#include "tests/FakeService.h"
 #include "tests/TestProgram.h"
 #include "tests/app/AppFixture.h"
 #include "ui/ImportAlert.h"
@@ -17,6 +18,7 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -136,6 +138,7 @@ class TextsTest : public QObject {
 
 private:
     QSet<SourceText> m_texts = textsForTranslators();
+    PrivateBus m_bus;
 
     static void verifyAllAreMarked()
     {
@@ -191,6 +194,17 @@ private Q_SLOTS:
         dialog.accept();
         QTRY_VERIFY(app.window().findChild<ImportAlert *>());
         verifyAllAreMarked();
+        auto portal = std::make_unique<FakePortal>(m_bus);
+        for (const bool isAnswered : {true, false}) {
+            player.showFileImporter = true;
+            portal->settle();
+            if (isAnswered)
+                portal->respond(0);
+            else
+                portal.reset();
+            QTRY_VERIFY(!player.showFileImporter());
+            verifyAllAreMarked();
+        }
         ImportAlert alert(nullptr);
         alert.setError(std::nullopt);
         verifyAllAreMarked();
@@ -210,6 +224,8 @@ private Q_SLOTS:
             QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"Cancelar"_s);
             QCOMPARE(QCoreApplication::translate("ContentView", "%n canciones", nullptr, 1), u"1 canción"_s);
             QCOMPARE(QCoreApplication::translate("ContentView", "Volumen"), u"Volumen"_s);
+            QCOMPARE(QCoreApplication::translate("QFileDialog", "File &name:"), u"&Nombre de archivo:"_s);
+            QCOMPARE(QCoreApplication::translate("QFileDialog", "Files of type:"), u"Archivos de tipo:"_s);
         }
         QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"Cancel"_s);
     }

@@ -1,10 +1,13 @@
 #include "desktop/FilePicker.h"
+
+#include "desktop/AudioFileDialog.h"
 #include "tests/TestProgram.h"
 
 #include <QApplication>
 #include <QCompleter>
 #include <QDialogButtonBox>
 #include <QDirIterator>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -148,29 +151,6 @@ private Q_SLOTS:
         m_window.reset();
     }
 
-    void dialogIsThePortalsOrTheToolkitsOwn_data()
-    {
-        QTest::addColumn<QByteArray>("theme");
-        QTest::addColumn<bool>("isOwn");
-        QTest::addColumn<bool>("isInFlatpak");
-        QTest::newRow("none") << QByteArray() << true << false;
-        QTest::newRow("GTK") << QByteArray("gtk3") << true << false;
-        QTest::newRow("portal") << QByteArray("xdgdesktopportal") << false << false;
-        QTest::newRow("Flatpak") << QByteArray() << false << true;
-    }
-
-    void dialogIsThePortalsOrTheToolkitsOwn()
-    {
-        QFETCH(const QByteArray, theme);
-        QFETCH(const bool, isInFlatpak);
-        qputenv("QT_QPA_PLATFORMTHEME", theme);
-        medium().isInFlatpak = isInFlatpak;
-        open();
-        medium().isInFlatpak = false;
-        qunsetenv("QT_QPA_PLATFORMTHEME");
-        QTEST(QCoreApplication::testAttribute(Qt::AA_DontUseNativeDialogs), "isOwn");
-    }
-
     void startsInTheMusicFolderElseAtHome()
     {
         open();
@@ -186,7 +166,7 @@ private Q_SLOTS:
     void startsAtHomeIfTheMusicFolderDoesNotAnswer()
     {
         medium().isSilent = true;
-        m_picker->open();
+        open();
         const QUrl folder = dialog()->directoryUrl();
         medium().isSilent = false;
         medium().isSilent.notify_all();
@@ -194,10 +174,21 @@ private Q_SLOTS:
         const auto opensInTheMusicFolder = [this] {
             m_picker->close();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            m_picker->open();
+            open();
             return dialog()->directoryUrl() == QUrl::fromLocalFile(m_home.filePath(u"Music"_s));
         };
         QTRY_VERIFY(opensInTheMusicFolder());
+    }
+
+    void noDialogIsShownInsideASandbox()
+    {
+        medium().isInFlatpak = true;
+        m_picker->open();
+        QTRY_COMPARE(m_events, QStringList({u"completed"_s, u"closed"_s}));
+        medium().isInFlatpak = false;
+        QVERIFY(!dialog());
+        QCOMPARE(m_results.first().error().description,
+            u"El selector de archivos del escritorio no está disponible."_s);
     }
 
     void returnsTheMemoryOfTheDialog()
@@ -400,6 +391,30 @@ private Q_SLOTS:
         for (const auto &ending : {u"mp4"_s, u"mkv"_s, u"txt"_s, u"m3u"_s, u"mid"_s})
             QVERIFY2(!globs.contains(u"*."_s + ending), qPrintable(ending));
         QCOMPARE(QSet<QString>(globs.begin(), globs.end()).size(), globs.size());
+    }
+
+    void thousandsOfFilesAreSelectedByKeysAndOpened()
+    {
+        QVERIFY(QDir(path({})).mkpath(u"many/below"_s));
+        const auto name = [this](int i) {
+            return path(u"many/%1 with the long name of a track.MP3"_s.arg(i, 4));
+        };
+        for (int i = 0; i < 3000; ++i) // a link takes less time than a file
+            QCOMPARE(link(qPrintable(path(u"a.mp3"_s)), qPrintable(name(i))), 0);
+        choose(name(0)); // so that it opens in this folder
+        m_results.clear();
+        open();
+        auto *list = dialog()->findChild<QTreeView *>();
+        QTRY_COMPARE(list->model()->rowCount(list->rootIndex()), 3001);
+        QElapsedTimer clock;
+        clock.start();
+        list->setFocus();
+        list->setCurrentIndex(list->model()->index(0, 0, list->rootIndex())); // the folder
+        QTest::keyClick(list, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(list, Qt::Key_Return);
+        QTRY_VERIFY(!m_results.isEmpty());
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(m_results.first().value().size(), 3000);
     }
 
     void aTypedPathOfAFileThatIsListedIsDelivered()

@@ -5,6 +5,7 @@
 #include "ui/ImportAlert.h"
 #include "ui/controls/Button.h"
 
+#include <QAccessible>
 #include <QDialog>
 #include <QScreen>
 #include <algorithm>
@@ -47,6 +48,15 @@ struct ImportFixture : ViewFixture {
     /// What the alert says below its headline.
     [[nodiscard]] QString message() const { return alert()->findChildren<Label *>().at(1)->text(); }
 
+    /// Clicks the button that assistive technology calls `name`.
+    void press(const QString &name) const
+    {
+        for (auto *button : view.findChildren<Button *>()) {
+            if (QAccessible::queryAccessibleInterface(button)->text(QAccessible::Name) == name)
+                button->click();
+        }
+    }
+
     /// The picker's dialog, or null while it is not showing.
     [[nodiscard]] static QDialog *dialog()
     {
@@ -61,7 +71,7 @@ struct ImportFixture : ViewFixture {
     void requestImport()
     {
         player.showFileImporter = true;
-        render();
+        QTRY_VERIFY(dialog());
     }
 };
 
@@ -105,9 +115,36 @@ private Q_SLOTS:
         ImportFixture f;
         f.requestImport();
         f.dialog()->reject();
-        f.player.showFileImporter = true;
-        f.render();
-        QVERIFY(f.dialog());
+        f.requestImport();
+        QVERIFY(f.player.showFileImporter());
+    }
+
+    void askingAgainBringsThePickerToTheFront_data()
+    {
+        QTest::addColumn<QString>("button"); // empty for the command
+        QTest::newRow("command") << QString();
+        QTest::newRow("tools") << u"Añadir archivos de audio"_s;
+        QTest::newRow("empty playlist") << u"Seleccionar música…"_s;
+    }
+
+    void askingAgainBringsThePickerToTheFront()
+    {
+        QFETCH(const QString, button);
+        ImportFixture f;
+        f.requestImport();
+        QDialog *dialog = f.dialog();
+        for (const bool isMinimized : {false, true}) {
+            f.view.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&f.view));
+            if (isMinimized)
+                dialog->showMinimized();
+            if (button.isEmpty())
+                f.player.showFileImporter = true;
+            else
+                f.press(button);
+            QTRY_COMPARE(QApplication::activeWindow(), dialog);
+            QVERIFY(!dialog->isMinimized());
+        }
         QVERIFY(f.player.showFileImporter());
     }
 
