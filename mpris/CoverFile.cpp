@@ -19,15 +19,17 @@ constexpr auto ReadingTime = 5s; // then no other file with the picture is tried
 
 const auto Prefix = u"lumaverdine-cover-"_s;
 
-/// The user's runtime folder, of a sandbox's the part that it shares with the desktop; empty if there is none. See
+/// The user's runtime folder, of a sandbox's the part that it shares with the desktop; nothing if there is none. See
 /// XDG_RUNTIME_DIR in https://specifications.freedesktop.org/basedir-spec and
 /// https://docs.flatpak.org/en/latest/sandbox-permissions.html.
-QString runtimeFolder()
+std::optional<QDir> runtimeFolder()
 {
     QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (QFile::exists(u"/.flatpak-info"_s))
         folder += u"/app/"_s + qEnvironmentVariable("FLATPAK_ID");
-    return QFileInfo(folder).canonicalFilePath();
+    const QString path = QFileInfo(folder).canonicalFilePath();
+    return path.isEmpty() ? std::nullopt
+                          : std::optional(QDir(path)); // without a path it would be the working folder
 }
 
 bool lock(int descriptor)
@@ -38,10 +40,12 @@ bool lock(int descriptor)
 /// A locked file of these bytes in the runtime folder, which removes itself; null if it cannot be written.
 std::unique_ptr<QTemporaryFile> makeFile(const QByteArray &bytes)
 {
-    const QString folder = runtimeFolder();
-    auto file = std::make_unique<QTemporaryFile>(folder + u'/' + Prefix + u"XXXXXX"_s);
-    const bool isWritten = !folder.isEmpty() && !bytes.isEmpty() && file->open() && lock(file->handle())
-        && file->write(bytes) == bytes.size() && file->flush();
+    const auto folder = runtimeFolder();
+    if (!folder || bytes.isEmpty())
+        return nullptr;
+    auto file = std::make_unique<QTemporaryFile>(folder->filePath(Prefix + u"XXXXXX"_s));
+    const bool isWritten =
+        file->open() && lock(file->handle()) && file->write(bytes) == bytes.size() && file->flush();
     if (!isWritten || file->fileName().isEmpty()) // it has no name before
         return nullptr;
     file->moveToThread(QCoreApplication::instance()->thread());
@@ -52,11 +56,11 @@ std::unique_ptr<QTemporaryFile> makeFile(const QByteArray &bytes)
 
 void CoverFile::removeLeftovers()
 {
-    const QDir folder(runtimeFolder());
-    if (folder.path().isEmpty())
+    const auto folder = runtimeFolder();
+    if (!folder)
         return;
-    for (const QString &name : folder.entryList(QDir::Files)) {
-        const QByteArray path = QFile::encodeName(folder.filePath(name));
+    for (const QString &name : folder->entryList(QDir::Files)) {
+        const QByteArray path = QFile::encodeName(folder->filePath(name));
         if (!name.startsWith(Prefix))
             continue;
         const FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));

@@ -100,10 +100,23 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, folder);
         qputenv("XDG_RUNTIME_DIR", folder);
+        QVERIFY(QDir::setCurrent(m_folder->path()));
+        const QString file = write(u"lumaverdine-cover-of-another"_s);
         CoverFile cover;
         show(cover, m_files.artwork(Qt::red));
         QVERIFY(cover.url().isEmpty());
         CoverFile::removeLeftovers();
+        QCOMPARE(covers(), QStringList{QFileInfo(file).fileName()});
+    }
+
+    void thereIsNoneOfAFileThatIsGone()
+    {
+        const auto artwork = m_files.artwork(Qt::red);
+        QVERIFY(QFile::remove(artwork->files().first().toLocalFile()));
+        CoverFile cover;
+        show(cover, artwork);
+        QVERIFY(cover.url().isEmpty());
+        QCOMPARE(covers(), QStringList());
     }
 
     void onlyWhatNobodyShowsIsALeftover()

@@ -149,6 +149,30 @@ private Q_SLOTS:
         QVERIFY(f.track(0).artist.startsWith(u"Artist"_s));
     }
 
+    void coverIsToldAsSoonAsItIsThere()
+    {
+        MprisFixture f(m_shell);
+        f.player.addFiles({QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/id3v2.3.mp3")), f.url(u"none"_s)});
+        const auto isTold = [this] {
+            return m_shell.told().endsWith(
+                u"Metadata=mpris:artUrl mpris:length mpris:trackid xesam:album xesam:artist xesam:title xesam:url"_s);
+        };
+        QVERIFY(QTest::qWaitFor(isTold));
+        const QUrl cover(f.metadata(u"mpris:artUrl"_s).toString());
+        QVERIFY(QFile::exists(cover.toLocalFile()));
+        f.player.next();
+        QVERIFY(!f.metadata(u"mpris:artUrl"_s).isValid());
+        QVERIFY(!QFile::exists(cover.toLocalFile()));
+    }
+
+    void leftoversGoAtTheStart()
+    {
+        QFile left(m_runtime.filePath(u"lumaverdine-cover-left"_s));
+        QVERIFY(left.open(QIODevice::WriteOnly));
+        const MprisFixture f(m_shell);
+        QVERIFY(!left.exists());
+    }
+
     void whatIsUnknownIsLeftOut()
     {
         MprisFixture f(m_shell);
