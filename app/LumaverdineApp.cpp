@@ -3,10 +3,12 @@
 #include "ui/ContentView.h"
 #include "ui/ProgramStyle.h"
 #include "ui/controls/Menu.h"
+#include "ui/drawing/Fonts.h"
 #include "ui/drawing/Palettes.h"
 
 #include <QApplication>
 #include <QMenuBar>
+#include <QScreen>
 
 using namespace Qt::StringLiterals;
 
@@ -74,6 +76,10 @@ void LumaverdineApp::follow(const DesktopSettings &desktop)
     m_style.setAnimated(desktop.wantsAnimations);
     QApplication::setPalette({}); // the platform's own, which tells what the desktop does not
     QApplication::setPalette(windowPalette(desktop, QApplication::palette()));
+    useFonts(desktop);
+    const QSize least(textLength(MinimumContentSize.width()), textLength(MinimumContentSize.height()));
+    m_window.setMinimumSize(
+        least.boundedTo(m_window.screen()->availableSize()).expandedTo(MinimumContentSize));
     m_window.setButtonLayout(desktop.buttonLayout);
 }
 

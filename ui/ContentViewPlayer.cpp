@@ -202,7 +202,7 @@ void ContentView::seekBarEditing(bool isPressed)
 
 QBoxLayout *ContentView::times()
 {
-    const QFont font = fixedFont(11, QFont::Medium);
+    const TextFont font = fixedFont(11, QFont::Medium);
     auto *elapsed = new Label(font, Label::Tone::Secondary);
     auto *total = new Label(font, Label::Tone::Secondary);
     m_renderer.follow([=, this] {
@@ -220,7 +220,7 @@ QBoxLayout *ContentView::tools()
     speaker->setFixedWidth(20);
     auto *percentage = new Label(fixedFont(11), Label::Tone::Secondary);
     percentage->setAlignment(Qt::AlignRight);
-    percentage->setFixedWidth(38);
+    percentage->setTextWidth(38);
     m_renderer.follow([=, this] {
         speaker->setSymbol(volumeSymbol());
         // Cut, not rounded.

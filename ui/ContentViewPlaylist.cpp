@@ -43,7 +43,7 @@ double totalDuration(const QList<Track> &tracks)
     return std::accumulate(tracks.begin(), tracks.end(), 0.0, add);
 }
 
-Label *centeredText(const QString &text, const QFont &font, Label::Tone tone)
+Label *centeredText(const QString &text, const TextFont &font, Label::Tone tone)
 {
     auto *label = new Label(font, tone, 0);
     label->setText(text);
@@ -120,7 +120,7 @@ QWidget *ContentView::playlistRows()
 
 QWidget *ContentView::emptyPlaylist()
 {
-    const QFont headline = systemFont(13, QFont::Bold);
+    const TextFont headline = systemFont(13, QFont::Bold);
     const QString empty = tr("La playlist está vacía");
     const QString formats = tr("Añade archivos MP3, M4A, AAC, WAV u otros formatos compatibles.");
     auto *button = new Button(Button::Look::Prominent, tr("Seleccionar música…"));

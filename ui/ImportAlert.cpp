@@ -18,7 +18,7 @@ constexpr int Width = 400;
 constexpr int MostLines = 12;
 constexpr int TitleBar = 32; // about as high as those of window managers
 
-Label *wrappedLabel(const QFont &font)
+Label *wrappedLabel(const TextFont &font)
 {
     return new Label(font, Label::Tone::Primary, MostLines);
 }

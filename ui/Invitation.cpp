@@ -1,5 +1,6 @@
 #include "ui/Invitation.h"
 
+#include <QEvent>
 #include <QtMath>
 #include <algorithm>
 #include <cmath>
@@ -75,7 +76,14 @@ QSize Invitation::minimumSizeHint() const
     return stackedSize(&QWidget::minimumSizeHint, 2 * LeastEnd + 2 * LeastGap);
 }
 
-void Invitation::resizeEvent(QResizeEvent *)
+bool Invitation::event(QEvent *event)
+{
+    if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest)
+        arrange();
+    return QWidget::event(event);
+}
+
+void Invitation::arrange()
 {
     const auto [symbol, heading, text, button] = m_pieces;
     const int room = width() - 2 * InvitationPadding;

@@ -27,9 +27,10 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 protected:
-    void resizeEvent(QResizeEvent *event) override;
+    bool event(QEvent *event) override;
 
 private:
+    void arrange();
     [[nodiscard]] QSize stackedSize(QSize (QWidget::*sizeOf)() const, int gaps) const;
 
     std::array<QWidget *, 4> m_pieces;

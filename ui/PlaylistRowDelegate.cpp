@@ -69,7 +69,7 @@ void drawMarker(QPainter &painter, const QRect &area, const PlaylistRow &row, co
 void drawTexts(
     QPainter &painter, const PlaylistRowGeometry &at, const PlaylistRow &row, const QPalette &palette)
 {
-    const QFont titleFont = systemFont(14, row.isCurrent() ? QFont::DemiBold : QFont::Medium);
+    const TextFont titleFont = systemFont(14, row.isCurrent() ? QFont::DemiBold : QFont::Medium);
     const QColor titleColor = row.isCurrent() ? accentTextColor(palette) : primaryColor(palette);
     drawLine(painter, at.title, row.title, titleFont, titleColor);
     drawLine(painter, at.artist, row.artist, systemFont(12), secondaryColor(palette));

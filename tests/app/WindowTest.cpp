@@ -97,6 +97,19 @@ private Q_SLOTS:
         QCOMPARE(accentColor(f.window.palette()), platformAccent);
     }
 
+    void leastSizeGrowsWithTheTexts()
+    {
+        AppFixture f;
+        f.app.follow({.textScale = 1.1});
+        QCOMPARE(f.window.minimumSize(), QSize(792, 682));
+        f.app.follow({.textScale = 3});
+        QCOMPARE(f.window.minimumSize(), f.window.screen()->availableSize());
+        f.app.follow({.textScale = 0.5});
+        QCOMPARE(f.window.minimumSize(), QSize(720, 620));
+        f.app.follow({});
+        QCOMPARE(f.window.minimumSize(), QSize(720, 620));
+    }
+
     void nothingIsLoadedOrAskedForAtTheStart()
     {
         const AppFixture f;

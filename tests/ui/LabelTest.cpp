@@ -25,7 +25,7 @@ QRect textInk(const QImage &image)
 }
 
 /// What a label of this width shows of a text.
-QStringList brokenInto(const QString &text, const QFont &font, int width, int maximumLines)
+QStringList brokenInto(const QString &text, const TextFont &font, int width, int maximumLines)
 {
     Label label(font, Label::Tone::Primary, maximumLines);
     label.resize(width, 100);
@@ -61,7 +61,7 @@ private Q_SLOTS:
         QFETCH(const bool, isSelectable);
         QFETCH(const QString, text);
         QFETCH(const bool, isOnTheLeft);
-        const QFont font = systemFont(28);
+        const TextFont font = systemFont(28);
         const std::unique_ptr<Label> label = isSelectable
             ? std::make_unique<SelectableLabel>(font, Label::Tone::Primary, 1)
             : std::make_unique<Label>(font, Label::Tone::Primary, 1);
@@ -98,7 +98,7 @@ private Q_SLOTS:
 
     void noLineIsWiderThanTheLabel()
     {
-        const QFont font = systemFont(28, QFont::Bold);
+        const TextFont font = systemFont(28, QFont::Bold);
         const QString text = u"Abecedario "_s.repeated(9) + u"W"_s.repeated(90);
         for (const int maximum : {0, 2}) {
             for (const QString &line : brokenInto(text, font, 250, maximum))

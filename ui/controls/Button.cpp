@@ -91,6 +91,13 @@ void Button::keyReleaseEvent(QKeyEvent *event)
     event->ignore();
 }
 
+bool Button::event(QEvent *event)
+{
+    if (event->type() == QEvent::ApplicationFontChange && !text().isEmpty())
+        setFont(systemFont(TextSize));
+    return QAbstractButton::event(event);
+}
+
 // Geometry and drawing
 
 int Button::symbolWidth() const

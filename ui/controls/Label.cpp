@@ -4,6 +4,7 @@
 #include "ui/DisplayText.h"
 #include "ui/drawing/Colors.h"
 
+#include <QEvent>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <cmath>
@@ -25,8 +26,9 @@ QColor toneColor(const QPalette &palette, Label::Tone tone)
 
 } // namespace
 
-Label::Label(const QFont &font, Tone tone, int maximumLines)
-    : m_tone(tone)
+Label::Label(const TextFont &font, Tone tone, int maximumLines)
+    : m_textFont(font)
+    , m_tone(tone)
     , m_maximumLines(maximumLines)
 {
     installAccessible<Label, QAccessibleWidget, QAccessible::StaticText>();
@@ -91,6 +93,33 @@ void Label::layOut(QTextLayout &layout, const QString &text, int width, int maxi
         }
     }
     layout.endLayout();
+}
+
+bool Label::event(QEvent *event)
+{
+    if (event->type() == QEvent::ApplicationFontChange)
+        renewFont();
+    return QWidget::event(event);
+}
+
+void Label::renewFont()
+{
+    setFont(m_textFont.renewed());
+    if (m_textWidth > 0)
+        setFixedWidth(textLength(m_textWidth));
+}
+
+void Label::setTextWidth(int pixels)
+{
+    m_textWidth = pixels;
+    renewFont();
+}
+
+void Label::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange)
+        layOut(m_layout, m_shown, width(), m_maximumLines);
+    QWidget::changeEvent(event);
 }
 
 void Label::resizeEvent(QResizeEvent *)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/drawing/Fonts.h"
+
 #include <QTextLayout>
 #include <QWidget>
 
@@ -14,7 +16,7 @@ public:
     enum class Tone { Primary, Secondary, Tertiary };
 
     /// `maximumLines` of 0 means as many as the text takes.
-    Label(const QFont &font, Tone tone, int maximumLines = 1);
+    Label(const TextFont &font, Tone tone, int maximumLines = 1);
 
     /// Does nothing if the text is the same.
     virtual void setText(const QString &text);
@@ -23,6 +25,9 @@ public:
 
     /// On which side each line stands; on the left by default.
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
+
+    /// Keeps it this wide where texts are of the usual size, and wider or narrower as they are.
+    void setTextWidth(int pixels);
 
     /// The text as it is shown: broken at words into lines, of which the last one may be cut.
     [[nodiscard]] const QTextLayout &lines() const { return m_layout; }
@@ -33,6 +38,8 @@ public:
     [[nodiscard]] int heightForWidth(int width) const override;
 
 protected:
+    bool event(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
@@ -40,11 +47,14 @@ protected:
     [[nodiscard]] int lineHeight() const;
 
 private:
+    void renewFont();
     void layOut(QTextLayout &layout, const QString &text, int width, int maximumLines) const;
 
     /// Parts of the layout that are drawn in other colours.
     [[nodiscard]] virtual QList<QTextLayout::FormatRange> highlights() const { return {}; }
 
+    TextFont m_textFont;
+    int m_textWidth = 0; ///< 0 if the text alone decides
     Tone m_tone;
     int m_maximumLines;
     Qt::Alignment m_alignment = Qt::AlignLeft;

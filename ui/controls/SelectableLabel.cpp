@@ -15,7 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-SelectableLabel::SelectableLabel(const QFont &font, Tone tone, int maximumLines)
+SelectableLabel::SelectableLabel(const TextFont &font, Tone tone, int maximumLines)
     : Label(font, tone, maximumLines)
 {
     setMouseTracking(true);

@@ -13,7 +13,7 @@ class SelectableLabel : public Label {
     Q_OBJECT
 
 public:
-    SelectableLabel(const QFont &font, Tone tone, int maximumLines);
+    SelectableLabel(const TextFont &font, Tone tone, int maximumLines);
 
     /// Selects as much of the new text as of the former one, if that was all or nothing; otherwise nothing.
     void setText(const QString &text) override;

@@ -1,23 +1,40 @@
 #pragma once
 
+#include <QFont>
 #include <QFontDatabase>
 
-[[nodiscard]] inline QFont sizedFont(QFontDatabase::SystemFont kind, int pixels, QFont::Weight weight)
+struct DesktopSettings;
+
+/// A font of the window: the one that the user has chosen for texts or for numbers, at a height of `pixels`
+/// device-independent pixels where texts are of the usual size. It is as the user wants it when it is made.
+class TextFont : public QFont {
+public:
+    TextFont(QFontDatabase::SystemFont kind, int pixels, QFont::Weight weight);
+
+    /// The same font as the user wants it now.
+    [[nodiscard]] TextFont renewed() const { return {m_kind, m_pixels, m_weight}; }
+
+private:
+    QFontDatabase::SystemFont m_kind;
+    int m_pixels;
+    QFont::Weight m_weight;
+};
+
+/// The font for texts.
+[[nodiscard]] inline TextFont systemFont(int pixels, QFont::Weight weight = QFont::Normal)
 {
-    QFont font = QFontDatabase::systemFont(kind);
-    font.setPixelSize(pixels);
-    font.setWeight(weight);
-    return font;
+    return {QFontDatabase::GeneralFont, pixels, weight};
 }
 
-/// The system's font at a height of `pixels` device-independent pixels.
-[[nodiscard]] inline QFont systemFont(int pixels, QFont::Weight weight = QFont::Normal)
+/// The fixed-width font, for times and numbers.
+[[nodiscard]] inline TextFont fixedFont(int pixels, QFont::Weight weight = QFont::Normal)
 {
-    return sizedFont(QFontDatabase::GeneralFont, pixels, weight);
+    return {QFontDatabase::FixedFont, pixels, weight};
 }
 
-/// The system's fixed-width font, for times and numbers.
-[[nodiscard]] inline QFont fixedFont(int pixels, QFont::Weight weight = QFont::Normal)
-{
-    return sizedFont(QFontDatabase::FixedFont, pixels, weight);
-}
+/// A length that grows and shrinks with the texts, from the one at their usual size.
+[[nodiscard]] int textLength(int pixels);
+
+/// Makes all fonts as the user wants them from now on, those of menus and dialogs, too. If that changes anything, every
+/// widget gets an event ApplicationFontChange and is drawn anew.
+void useFonts(const DesktopSettings &desktop);
