@@ -172,6 +172,21 @@ class Wayland(Scenario):
         portal.emit("SettingChanged", GLib.Variant("(ssv)", change))
         wait_for(lambda: not self.has_buttons_at_left(), "the buttons to be at the right")
 
+    def test_texts_rows_and_least_size_are_as_large_as_the_user_wants(self):
+        self.tone("one.wav", 440)
+        self.tone("two.wav", 440)
+        portal = self.start_portal("")
+        self.start_with("one.wav", "two.wav")
+        distance = self.distance_of_rows()
+        scale = ("org.gnome.desktop.interface", "text-scaling-factor", GLib.Variant("d", 1.5))
+        portal.emit("SettingChanged", GLib.Variant("(ssv)", scale))
+        wait_for(lambda: self.protocol.said(r"xdg_toplevel@\.set_min_size\((1080), (900)\)"), "the least size")
+        wait_for(lambda: self.distance_of_rows() > distance, "larger rows")
+
+    def distance_of_rows(self):
+        tops = [self.window.extents(name, "list item")[1] for name in self.window.rows()]
+        return tops[1] - tops[0]
+
     def start_portal(self, button_layout):
         self.button_layout = button_layout
         portal = Service(PORTAL, "/org/freedesktop/portal/desktop", PORTAL_INTERFACE, self.settings)
