@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QSplitter>
 #include <QTreeView>
 
 using namespace Qt::StringLiterals;
@@ -18,6 +19,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QSize DialogSize(860, 560);
+constexpr int SidebarWidth = 130;
 
 /// Never destroyed: the thread that lists folders may use it as long as any dialog lives.
 NameOnlyIconProvider *nameOnlyIcons()
@@ -91,10 +93,22 @@ AudioFileDialog::AudioFileDialog(QWidget *parent, const QUrl &folder, const QUrl
         if (auto *view = findChild<QAbstractItemView *>(name))
             view->installEventFilter(this);
     }
-    if (const auto *list = findChild<QTreeView *>(u"treeView"_s))
-        list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    arrange();
     if (m_nameField)
         connect(m_nameField, &QLineEdit::textChanged, this, &AudioFileDialog::enableForAddresses);
+}
+
+/// Names take the room that the other columns leave.
+void AudioFileDialog::arrange()
+{
+    if (auto *sides = findChild<QSplitter *>(u"splitter"_s))
+        sides->setSizes({SidebarWidth, DialogSize.width()});
+    const auto *list = findChild<QTreeView *>(u"treeView"_s);
+    if (!list)
+        return;
+    list->header()->setResizeContentsPrecision(0); // what shows: there may be thousands
+    list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
 }
 
 /// The toolkit knows no addresses. Comes after it has decided on its own.

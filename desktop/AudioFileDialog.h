@@ -42,6 +42,7 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    void arrange();
     void enableForAddresses(const QString &text);
 
     QLineEdit *m_nameField; ///< the toolkit's; null if it has none

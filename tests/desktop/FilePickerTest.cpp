@@ -8,6 +8,7 @@
 #include <QDialogButtonBox>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -391,6 +392,20 @@ private Q_SLOTS:
         for (const auto &ending : {u"mp4"_s, u"mkv"_s, u"txt"_s, u"m3u"_s, u"mid"_s})
             QVERIFY2(!globs.contains(u"*."_s + ending), qPrintable(ending));
         QCOMPARE(QSet<QString>(globs.begin(), globs.end()).size(), globs.size());
+    }
+
+    void namesHaveTheRoomAndMusicIsAtTheSide()
+    {
+        open();
+        QCOMPARE(dialog()->size(), QSize(860, 560));
+        QVERIFY(dialog()->sidebarUrls().contains(QUrl::fromLocalFile(m_home.filePath(u"Music"_s))));
+        const auto &list = *dialog()->findChild<QTreeView *>();
+        QVERIFY(list.columnWidth(0) > list.viewport()->width() / 3);
+        for (const int width : {1000, 900}) {
+            const int others = list.header()->length() - list.columnWidth(0);
+            dialog()->resize(width, 560);
+            QTRY_COMPARE(list.columnWidth(0), list.viewport()->width() - others);
+        }
     }
 
     void thousandsOfFilesAreSelectedByKeysAndOpened()
