@@ -7,21 +7,20 @@ from gi.repository import Gio, GLib
 
 
 class Service:
-    """One object of a service. Answers what is called with `answer(method, arguments)`, a GLib.Variant or nothing,
-    on a thread of its own; ends with `close()`."""
+    """One object of a service, or some. Answers what is called with `answer(method, arguments)`, a GLib.Variant or
+    nothing, on a thread of its own; `sender` asks `path` then. Ends with `close()`."""
 
-    def __init__(self, name, path, interface, answer):
+    def __init__(self, name, path, interfaces, answer):
         self._path = path
-        self._interface = Gio.DBusNodeInfo.new_for_xml(f"<node>{interface}</node>").interfaces[0]
         self._answer = answer
-        context = GLib.MainContext()
+        self._context = context = GLib.MainContext()
         context.push_thread_default()
         try:
             # A connection of its own: the shared one belongs to the first session bus of the process.
             flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
             address = os.environ["DBUS_SESSION_BUS_ADDRESS"]
             self._bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
-            self._bus.register_object(path, self._interface, self._called, None, None)
+            self._register(path, interfaces)
         finally:
             context.pop_thread_default()
         self._loop = GLib.MainLoop(context)
@@ -30,13 +29,24 @@ class Service:
         self._bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
                             GLib.Variant("(su)", (name, 0)), None, 0, -1, None)
 
-    def emit(self, signal, arguments):
-        self._bus.emit_signal(None, self._path, self._interface.name, signal, arguments)
+    def offer(self, path, interfaces):
+        """Offers another object, while it answers."""
+        self._context.push_thread_default()
+        self._register(path, interfaces)
+        self._context.pop_thread_default()
+
+    def emit(self, interface, signal, arguments, path=None):
+        self._bus.emit_signal(None, path or self._path, interface, signal, arguments)
 
     def close(self):
         self._bus.close_sync(None)
         self._loop.quit()
         self._thread.join()
 
-    def _called(self, _bus, _sender, _path, _interface, method, arguments, invocation):
+    def _register(self, path, interfaces):
+        for interface in Gio.DBusNodeInfo.new_for_xml(f"<node>{interfaces}</node>").interfaces:
+            self._bus.register_object(path, interface, self._called, None, None)
+
+    def _called(self, _bus, sender, path, _interface, method, arguments, invocation):
+        self.sender, self.path = sender, path
         invocation.return_value(self._answer(method, arguments.unpack()))
