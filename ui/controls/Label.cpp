@@ -57,7 +57,9 @@ int Label::lineHeight() const
 
 QSize Label::sizeHint() const
 {
-    return {qCeil(QFontMetricsF(font()).horizontalAdvance(m_shown)), lineHeight()};
+    QTextLayout layout; // whose line may be wider than its letters are far: the last one leans out
+    layOut(layout, m_shown, QWIDGETSIZE_MAX, 0);
+    return {qCeil(layout.maximumWidth()), lineHeight()};
 }
 
 QSize Label::minimumSizeHint() const
