@@ -306,6 +306,10 @@ private Q_SLOTS:
         QCOMPARE(m_shell.get(u"Position"_s), QVariant(12'250'000LL));
         QCOMPARE(m_shell.call(u"Seek"_s, {1'000'000LL}), QString());
         QCOMPARE(f.platform.latest().currentTime, 13.25);
+        f.player.pause();
+        f.platform.latest().currentTime =
+            20; // of a sound that goes on although the next file could not be loaded
+        QCOMPARE(m_shell.get(u"Position"_s), QVariant(13'250'000LL));
     }
 
     void propertiesAreSet_data()
@@ -545,6 +549,7 @@ private Q_SLOTS:
             "CanGoNext=false CanGoPrevious=false CanPause=false CanPlay=false CanSeek=false Metadata= "
             "PlaybackStatus=Stopped");
         row("playing at 50", "fail to load", "PlaybackStatus=Paused");
+        row("stopped", "remove", QByteArray(track) + " PlaybackStatus=Paused");
     }
     void changesAreTold()
     {
@@ -590,6 +595,8 @@ private:
             player.next(), player.previous();
         else if (what == u"previous"_s)
             player.previous();
+        else if (what == u"remove"_s)
+            player.removeTrack(*player.currentTrack());
         else if (what == u"fail to load"_s)
             f.platform.unplayableNames = {u"b.mp3"_s}, player.next();
         else {
