@@ -12,6 +12,7 @@ class Service:
 
     def __init__(self, name, path, interfaces, answer):
         self._path = path
+        self._interfaces = {}
         self._answer = answer
         self._context = context = GLib.MainContext()
         context.push_thread_default()
@@ -35,8 +36,10 @@ class Service:
         self._register(path, interfaces)
         self._context.pop_thread_default()
 
-    def emit(self, interface, signal, arguments, path=None):
-        self._bus.emit_signal(None, path or self._path, interface, signal, arguments)
+    def emit(self, signal, arguments, path=None):
+        """A signal of the object at the path: of its first interface."""
+        path = path or self._path
+        self._bus.emit_signal(None, path, self._interfaces[path], signal, arguments)
 
     def close(self):
         self._bus.close_sync(None)
@@ -44,7 +47,9 @@ class Service:
         self._thread.join()
 
     def _register(self, path, interfaces):
-        for interface in Gio.DBusNodeInfo.new_for_xml(f"<node>{interfaces}</node>").interfaces:
+        offered = Gio.DBusNodeInfo.new_for_xml(f"<node>{interfaces}</node>").interfaces
+        self._interfaces[path] = offered[0].name
+        for interface in offered:
             self._bus.register_object(path, interface, self._called, None, None)
 
     def _called(self, _bus, sender, path, _interface, method, arguments, invocation):

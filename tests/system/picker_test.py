@@ -17,8 +17,8 @@ INTERFACES = """
     <interface name="org.freedesktop.portal.Inhibit"><method name="Inhibit">
         <arg type="s" direction="in"/><arg type="u" direction="in"/><arg type="a{sv}" direction="in"/>
         <arg type="o" direction="out"/></method></interface>"""
-REQUEST = "org.freedesktop.portal.Request"
-REQUEST_INTERFACE = f'<interface name="{REQUEST}"><method name="Close"/></interface>'
+REQUEST = """<interface name="org.freedesktop.portal.Request"><method name="Close"/>
+    <signal name="Response"><arg type="u"/><arg type="a{sv}"/></signal></interface>"""
 
 
 class Portal(Service):
@@ -33,7 +33,7 @@ class Portal(Service):
         return [(handle, arguments) for handle, (asked, *arguments) in self.asked.items() if asked == method]
 
     def respond(self, handle, response, results):
-        self.emit(REQUEST, "Response", GLib.Variant("(ua{sv})", (response, results)), handle)
+        self.emit("Response", GLib.Variant("(ua{sv})", (response, results)), handle)
 
     def _take(self, method, arguments):
         if method == "Close":
@@ -42,7 +42,7 @@ class Portal(Service):
         sender = self.sender[1:].replace(".", "_")
         handle = f"{PATH}/request/{sender}/{arguments[-1]['handle_token']}"
         self.asked[handle] = (method, *arguments)
-        self.offer(handle, REQUEST_INTERFACE)
+        self.offer(handle, REQUEST)
         return GLib.Variant("(o)", (handle,))
 
 

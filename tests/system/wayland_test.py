@@ -169,7 +169,7 @@ class Wayland(Scenario):
         wait_for(self.has_buttons_at_left, "the buttons to be at the left")
         self.button_layout = "appmenu:close"
         change = (WINDOW_GROUP, "button-layout", GLib.Variant("s", self.button_layout))
-        portal.emit("org.freedesktop.portal.Settings", "SettingChanged", GLib.Variant("(ssv)", change))
+        portal.emit("SettingChanged", GLib.Variant("(ssv)", change))
         wait_for(lambda: not self.has_buttons_at_left(), "the buttons to be at the right")
 
     def test_texts_rows_and_least_size_are_as_large_as_the_user_wants(self):
