@@ -1,5 +1,6 @@
 #include "app/LumaverdineApp.h"
 
+#include "desktop/SettingsWatcher.h"
 #include "ui/ContentView.h"
 #include "ui/ProgramStyle.h"
 #include "ui/controls/Menu.h"
@@ -9,6 +10,7 @@
 #include <QApplication>
 #include <QMenuBar>
 #include <QScreen>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -64,6 +66,16 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     });
 }
 
+void LumaverdineApp::showFollowing(SettingsWatcher &desktop, std::chrono::milliseconds patience)
+{
+    const auto follow = [this, isShown = false](const DesktopSettings &settings) mutable {
+        this->follow(settings);
+        if (!std::exchange(isShown, true))
+            show();
+    };
+    desktop.follow(follow, patience);
+}
+
 void LumaverdineApp::raise()
 {
     m_window.setWindowState(m_window.windowState() & ~Qt::WindowMinimized);
@@ -81,6 +93,9 @@ void LumaverdineApp::follow(const DesktopSettings &desktop)
     m_window.setMinimumSize(
         least.boundedTo(m_window.screen()->availableSize()).expandedTo(MinimumContentSize));
     m_window.setButtonLayout(desktop.buttonLayout);
+    // Windows would hear of both later, and be shown as they were until then.
+    for (const auto change : {QEvent::ApplicationPaletteChange, QEvent::ApplicationFontChange})
+        QCoreApplication::sendPostedEvents(nullptr, change);
 }
 
 void LumaverdineApp::setComposited(bool isComposited)

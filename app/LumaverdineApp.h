@@ -7,11 +7,13 @@
 #include "ui/ViewRenderer.h"
 
 #include <QCoreApplication>
+#include <chrono>
 #include <memory>
 
 class QAction;
 class QMenu;
 class ProgramStyle;
+class SettingsWatcher;
 
 /// The program: the one player of the process, its one window, and the menu commands.
 ///
@@ -24,6 +26,12 @@ public:
     explicit LumaverdineApp(PlatformServices services = {}, WindowSystem windowSystem = {});
 
     void show() { m_window.show(); }
+
+    /// Shows the window, at its first paint as the user wants it: as soon as the desktop has told that, or after
+    /// `patience` with what is known. Follows the desktop, which has been asked already, from then on.
+    void showFollowing(
+        SettingsWatcher &desktop, std::chrono::milliseconds patience = std::chrono::milliseconds(20));
+
     void raise(); ///< brings the window to the front
 
     /// Makes the program as the user wants all programs of the desktop to be.

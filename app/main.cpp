@@ -10,7 +10,6 @@
 #include <QIcon>
 #include <QTimer>
 #include <chrono>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -19,9 +18,6 @@ namespace {
 
 // What follows need not hold up the content.
 constexpr auto AfterFirstContent = 150ms;
-
-// With a desktop that is asked how the window is to look; then it shows, and changes if the answer comes after all.
-constexpr auto Patience = 20ms;
 
 /// If no session bus is named, only the user's own may be joined: the bus library would start one, and note it in a
 /// file under the home folder.
@@ -68,12 +64,7 @@ int main(int argc, char *argv[])
     Mpris mpris(
         app.player(), [&app] { app.raise(); }, [&app] { app.window().close(); });
     const Compositing compositing([&app](bool isOn) { app.setComposited(isOn); });
-    const auto follow = [&app, isShown = false](const DesktopSettings &settings) mutable {
-        app.follow(settings);
-        if (!std::exchange(isShown, true))
-            app.show();
-    };
-    desktop.follow(follow, Patience);
+    app.showFollowing(desktop);
     QTimer::singleShot(AfterFirstContent, &mpris, &Mpris::start);
     return QApplication::exec();
 }
