@@ -137,12 +137,13 @@ private Q_SLOTS:
     void metadataOfATaggedFile()
     {
         MprisFixture f(m_shell);
+        f.platform.nextDuration = 1.005;
         f.player.addFiles({QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/id3v2.2.mp3"))});
         QVariantMap data = m_shell.get(u"Metadata"_s).toMap();
         const QString path = qvariant_cast<QDBusObjectPath>(data.take(u"mpris:trackid"_s)).path();
         QCOMPARE(path, u"/org/lumaverdine/track/"_s + f.track(0).id().toString(QUuid::Id128));
         data.remove(u"mpris:artUrl"_s);
-        const QVariantMap expected{{u"mpris:length"_s, 100'000'000LL}, {u"xesam:title"_s, f.track(0).title},
+        const QVariantMap expected{{u"mpris:length"_s, 1'005'000LL}, {u"xesam:title"_s, f.track(0).title},
             {u"xesam:artist"_s, QStringList{f.track(0).artist}}, {u"xesam:album"_s, f.track(0).album},
             {u"xesam:url"_s, QStringLiteral("file://" TEST_MEDIA "/id3v2.2.mp3")}};
         QCOMPARE(data, expected);
@@ -179,6 +180,14 @@ private Q_SLOTS:
         f.player.addFiles({f.url(u"a.mp3"_s)});
         const QStringList names{u"mpris:trackid"_s, u"xesam:title"_s, u"xesam:url"_s};
         QCOMPARE(m_shell.get(u"Metadata"_s).toMap().keys(), names);
+    }
+
+    void noLengthIsTooLong()
+    {
+        MprisFixture f(m_shell);
+        f.platform.nextDuration = 1e300;
+        f.add("a"_L1);
+        QVERIFY(f.metadata(u"mpris:length"_s).toLongLong() > 0);
     }
 
     void addressIsEncoded_data()

@@ -136,6 +136,21 @@ class MediaKeys(Scenario):
         wait_for(lambda: self.shell.get("Position") > 2_500_000, "some ticks")
         self.assertEqual(self.shell.told(), [])
 
+    def test_next_track_by_itself_is_told_once(self):
+        for name, hertz in (("a.wav", A), ("b.wav", B)):
+            self.tone(name, hertz, seconds=1)
+        self.start_playing("a.wav", "b.wav")
+        playerctl("play")
+        wait_for(lambda: self.shell.get("PlaybackStatus") == "Playing", "the first track")
+        self.shell.told().clear()
+        wait_for(lambda: len(self.shell.told()) == 2, "two more tracks")
+        playerctl("loop", "Track")
+        wait_for(lambda: len(self.shell.told()) == 5, "the loop and two repeats")
+        titles = [told[2]["Metadata"]["xesam:title"] for told in self.shell.told()[:2]]
+        self.assertEqual(titles, ["b", "a"])
+        changes = [list(told[2]) if told[0] == "PropertiesChanged" else told for told in self.shell.told()]
+        self.assertEqual(changes, [["Metadata"], ["Metadata"], ["LoopStatus"], ("Seeked", 0), ("Seeked", 0)])
+
     def covers(self):
         return set((self.desktop.folder / "run").glob("lumaverdine-cover-*"))
 
