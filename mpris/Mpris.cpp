@@ -301,11 +301,12 @@ QVariantMap Mpris::metadata() const
     return data;
 }
 
-/// Seconds; 0 if its container does not tell: the player knows only as much as it has decoded then.
+/// Seconds. A length that the player has guessed may grow while it plays, up to the container's. 0 if the container tells
+/// none: the player knows only as much as it has decoded then.
 double Mpris::length() const
 {
     const auto &track = m_player.currentTrack();
-    return track && track->duration > 0 ? m_player.duration() : 0;
+    return track && track->duration > 0 ? std::max(track->duration, m_player.duration()) : 0;
 }
 
 /// Of the current track; empty if there is none.
@@ -380,7 +381,8 @@ void Mpris::seek(qlonglong offset)
 /// Leaves alone a track that is not the current one any more, and a place that it does not have.
 void Mpris::setPosition(const QString &track, qlonglong position)
 {
-    if (track == trackPath() && position >= 0 && position <= microseconds(m_player.duration()))
+    const double end = std::max(length(), m_player.duration());
+    if (track == trackPath() && position >= 0 && position <= microseconds(end))
         m_player.seek(static_cast<double>(position) / Second);
 }
 

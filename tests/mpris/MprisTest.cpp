@@ -137,13 +137,13 @@ private Q_SLOTS:
     void metadataOfATaggedFile()
     {
         MprisFixture f(m_shell);
-        f.platform.nextDuration = 1.005;
+        f.platform.nextDuration = 2.005;
         f.player.addFiles({QUrl::fromLocalFile(QStringLiteral(TEST_MEDIA "/id3v2.2.mp3"))});
         QVariantMap data = m_shell.get(u"Metadata"_s).toMap();
         const QString path = qvariant_cast<QDBusObjectPath>(data.take(u"mpris:trackid"_s)).path();
         QCOMPARE(path, u"/org/lumaverdine/track/"_s + f.track(0).id().toString(QUuid::Id128));
         data.remove(u"mpris:artUrl"_s);
-        const QVariantMap expected{{u"mpris:length"_s, 1'005'000LL}, {u"xesam:title"_s, f.track(0).title},
+        const QVariantMap expected{{u"mpris:length"_s, 2'005'000LL}, {u"xesam:title"_s, f.track(0).title},
             {u"xesam:artist"_s, QStringList{f.track(0).artist}}, {u"xesam:album"_s, f.track(0).album},
             {u"xesam:url"_s, QStringLiteral("file://" TEST_MEDIA "/id3v2.2.mp3")}};
         QCOMPARE(data, expected);
@@ -294,6 +294,18 @@ private Q_SLOTS:
         f.player.addFiles({f.url(u"a.mp3"_s), f.url(u"b.mp3"_s)});
         QCOMPARE(m_shell.call(u"Seek"_s, {101'000'000LL}), QString());
         QCOMPARE(f.state(), u"Paused a 100"_s);
+    }
+
+    void endIsTheContainersIfThePlayerGuesses()
+    {
+        MprisFixture f(m_shell);
+        f.platform.nextDuration = 60;
+        f.enter(u"paused"_s);
+        QCOMPARE(f.metadata(u"mpris:length"_s), QVariant(100'000'000LL));
+        QCOMPARE(m_shell.call(u"SetPosition"_s, {f.trackPath(), 100'000'000LL}), QString());
+        QCOMPARE(f.state(), u"Paused a 60"_s);
+        QCOMPARE(m_shell.call(u"Seek"_s, {40'000'000LL}), QString());
+        QCOMPARE(f.state(), u"Paused a 60"_s);
     }
 
     void playLoadsTheFirstTrack()
@@ -540,7 +552,8 @@ private Q_SLOTS:
         row("paused", "clear",
             "CanGoNext=false CanGoPrevious=false CanPause=false CanPlay=false CanSeek=false Metadata= "
             "PlaybackStatus=Stopped");
-        row("playing", "length", track);
+        row("playing", "length 90", ""); // up to the container's
+        row("playing", "length 110", track);
 
         row("playing", "seek", "Seeked 70000000");
         row("paused", "seek", "Seeked 70000000");
@@ -589,8 +602,8 @@ private:
             player.pause(), player.play();
         else if (what == u"add"_s)
             f.add("a"_L1);
-        else if (what == u"length"_s)
-            player.duration = 90;
+        else if (what.startsWith(u"length"_s))
+            player.duration = what.section(u' ', 1).toDouble();
         else if (what == u"repeat"_s)
             player.isRepeating = true, (void)f.shell.told(), f.platform.latest().finish(),
             QCoreApplication::processEvents();
