@@ -65,6 +65,16 @@ void readAccentText(const QVariant &value, DesktopSettings &settings)
     readAccent(parts, settings);
 }
 
+/// Red, green and blue of a window's ground in a text, each from 0 to 255.
+void readGround(const QVariant &value, DesktopSettings &settings)
+{
+    DesktopSettings read;
+    readAccentText(value, read);
+    if (read.accent.isValid())
+        settings.scheme =
+            read.accent.lightness() < 128 ? DesktopSettings::Scheme::Dark : DesktopSettings::Scheme::Light;
+}
+
 void readContrast(const QVariant &value, DesktopSettings &settings)
 {
     if (value == 1U)
@@ -142,6 +152,7 @@ const QList<Key> &keys()
     // Plasma's file "kdeglobals"
     const auto general = u"org.kde.kdeglobals.General"_s;
     const auto effects = u"org.kde.kdeglobals.KDE"_s;
+    const auto ground = u"org.kde.kdeglobals.Colors:Window"_s;
     const auto selection = u"org.kde.kdeglobals.Colors:Selection"_s;
     // https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html
     const auto appearance = u"org.freedesktop.appearance"_s;
@@ -160,6 +171,7 @@ const QList<Key> &keys()
         {general, u"fixed"_s, Type::QString, readFixedFont},
         {effects, u"AnimationDurationFactor"_s, Type::QString, readAnimationFactor},
         {effects, u"AnimationDurationFactor"_s, Type::Double, readAnimationFactor},
+        {ground, u"BackgroundNormal"_s, Type::QString, readGround},
         {selection, u"BackgroundNormal"_s, Type::QString, readAccentText},
         {appearance, u"color-scheme"_s, Type::UInt, readScheme},
         {appearance, u"accent-color"_s, Type::QVariantList, readAccent},

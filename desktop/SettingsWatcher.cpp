@@ -5,6 +5,8 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QGuiApplication>
+#include <QSettings>
+#include <QStandardPaths>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -47,10 +49,31 @@ PublishedSettings plain(PublishedSettings published)
     return published;
 }
 
+/// What Plasma's portal publishes, from Plasma's own file: for a Plasma without a portal.
+PublishedSettings plasmaSettings()
+{
+    PublishedSettings published;
+    if (!qgetenv("XDG_CURRENT_DESKTOP").split(':').contains("KDE"))
+        return published;
+    const auto locations = QStandardPaths::GenericConfigLocation;
+    QSettings file(QStandardPaths::locate(locations, u"kdeglobals"_s), QSettings::IniFormat);
+    for (const QString &group : desktopSettingsGroups()) {
+        const QString section = group.section(u"org.kde.kdeglobals."_s, 1);
+        if (section.isEmpty())
+            continue;
+        file.beginGroup(section == "General"_L1 ? QString() : section); // as this reader has it
+        for (const QString &key : file.childKeys())
+            published[group][key] = file.value(key).toStringList().join(u',');
+        file.endGroup();
+    }
+    return published;
+}
+
 } // namespace
 
 SettingsWatcher::SettingsWatcher()
-    : m_xSettings([this](const QVariantMap &settings) {
+    : m_published(plasmaSettings())
+    , m_xSettings([this](const QVariantMap &settings) {
         m_published[{}] = settings;
         tellChange();
     })

@@ -17,6 +17,7 @@ const auto Windows = "org.gnome.desktop.wm.preferences"_L1;
 const auto Assistance = "org.gnome.desktop.a11y.interface"_L1;
 const auto General = "org.kde.kdeglobals.General"_L1;
 const auto Effects = "org.kde.kdeglobals.KDE"_L1;
+const auto Ground = "org.kde.kdeglobals.Colors:Window"_L1;
 const auto Selection = "org.kde.kdeglobals.Colors:Selection"_L1;
 const auto Appearance = "org.freedesktop.appearance"_L1;
 
@@ -73,6 +74,14 @@ private Q_SLOTS:
         addRow("light, dark by the theme's name",
             {{XServer, "Net/ThemeName"_L1, u"Greybird-dark"_s}, {Appearance, "color-scheme"_L1, 2U}},
             {.scheme = Scheme::Light});
+
+        addRow("dark by Plasma's ground", {{Ground, "BackgroundNormal"_L1, u"42,46,50"_s}},
+            {.scheme = Scheme::Dark});
+        addRow("light by Plasma's ground",
+            {{XServer, "Net/ThemeName"_L1, u"Breeze-dark"_s},
+                {Ground, "BackgroundNormal"_L1, u"239,240,241"_s}},
+            {.scheme = Scheme::Light});
+        addRow("Plasma's ground in words", {{Ground, "BackgroundNormal"_L1, u"dark"_s}});
 
         addRow("accent", {{Appearance, "accent-color"_L1, rgb(0.2, 0.4, 1)}}, {.accent = blue});
         addRow("accent out of range", {{Appearance, "accent-color"_L1, rgb(0.2, 0.4, 1.01)}});
@@ -183,8 +192,8 @@ private Q_SLOTS:
     {
         QStringList groups = desktopSettingsGroups();
         groups.sort();
-        QCOMPARE(
-            groups, QStringList({Appearance, Assistance, Interface, Windows, Selection, General, Effects}));
+        QCOMPARE(groups,
+            QStringList({Appearance, Assistance, Interface, Windows, Selection, Ground, General, Effects}));
     }
 };
 

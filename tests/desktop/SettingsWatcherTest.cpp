@@ -4,6 +4,8 @@
 
 #include <QDBusMetaType>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -186,6 +188,31 @@ private Q_SLOTS:
         QTRY_COMPARE(f.schemes(), QList{Scheme::None});
         const SettingsPortal portal(m_bus);
         QTRY_COMPARE(f.schemes(), QList({Scheme::None, Scheme::Dark}));
+    }
+
+    void plasmaIsReadFromItsFileUntilItsPortalAnswers()
+    {
+        const QTemporaryDir folder;
+        QFile file(folder.filePath(u"kdeglobals"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(
+            "[Colors:Window]\nBackgroundNormal=27,30,32\n[Colors:Selection]\nBackgroundNormal=255,0,0\n"
+            "[General]\nfont=Noto Sans,11,-1,5,50,0,0,0,0,0\n[KDE]\nAnimationDurationFactor=0\n");
+        file.close();
+        qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
+        qputenv("XDG_CURRENT_DESKTOP", "KDE");
+        const WatchFixture f(Endless);
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        const WatchFixture elsewhere(Endless);
+        qunsetenv("XDG_CONFIG_HOME");
+        QTRY_COMPARE(f.schemes(), QList{Scheme::Dark});
+        QCOMPARE(f.told[0].accent, QColor(Qt::red));
+        QCOMPARE(f.told[0].font.family, u"Noto Sans"_s);
+        QVERIFY(!f.told[0].wantsAnimations);
+        QTRY_COMPARE(elsewhere.schemes(), QList{Scheme::None});
+        const SettingsPortal portal(m_bus, {{SchemeKey, 2U}});
+        QTRY_COMPARE(f.schemes(), QList({Scheme::Dark, Scheme::Light}));
+        QVERIFY(!f.told[1].accent.isValid());
     }
 
     void changesAreToldIfTheyChangeSomething()
