@@ -168,7 +168,8 @@ class Desktop:
         """Of this machine's services it starts the accessibility bus only: a portal would show a picker of its own."""
         services = self.folder / "run" / "dbus-1" / "services"
         services.mkdir(parents=True)
-        shutil.copy("/usr/share/dbus-1/services/org.a11y.Bus.service", services)
+        for accessibility in pathlib.Path("/usr/share/dbus-1/services").glob("org.a11y.Bus.service"):
+            shutil.copy(accessibility, services)
         configuration = self.folder / "bus.conf"
         configuration.write_text(
             f"<busconfig><listen>{os.environ['DBUS_SESSION_BUS_ADDRESS']}</listen><servicedir>{services}</servicedir>"
