@@ -14,8 +14,9 @@ class QDBusVariant;
 /// Asks the desktop for the user's settings and follows them.
 ///
 /// They come from the desktop's portal on the session bus, which may be started for it; what it leaves unnamed comes
-/// from the X server, if there is one. Until it answers, on Plasma, they come from Plasma's own file. Nothing ever waits for the portal: one that answers late, or appears or comes
-/// back while the program runs, is followed then. Main thread only.
+/// from the X server, if there is one. On Plasma they come from its own file until the portal answers. Nothing ever
+/// waits for the portal: one that answers late, or appears or comes back while the program runs, is followed then. Main
+/// thread only.
 class SettingsWatcher : public QObject {
     Q_OBJECT
 
