@@ -129,11 +129,16 @@ void WindowFrame::paintEvent(QPaintEvent *)
     painter.drawRoundedRect(edge.adjusted(half, half, -half, -half), radius - half, radius - half);
     if (!m_isRound)
         return;
-    QPainterPath outside; // between the two outlines
-    outside.addRect(edge.adjusted(0, 0, 1, 1));
-    outside.addRoundedRect(edge, radius, radius);
     painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-    painter.fillPath(outside, Qt::black);
+    painter.fillRect(QRectF(edge.right(), edge.top(), 1, edge.height() + 1), Qt::black); // parts of pixels
+    painter.fillRect(QRectF(edge.left(), edge.bottom(), edge.width() + 1, 1), Qt::black);
+    QPainterPath outside; // of the first corner
+    outside.lineTo(0, radius);
+    outside.arcTo(0, 0, 2 * radius, 2 * radius, 180, -90);
+    for (const auto &[x, y] : {std::pair(1, 1), {1, -1}, {-1, 1}, {-1, -1}}) {
+        const QPointF corner(x > 0 ? edge.left() : edge.right(), y > 0 ? edge.top() : edge.bottom());
+        painter.fillPath(QTransform(x, 0, 0, y, corner.x(), corner.y()).map(outside), Qt::black);
+    }
 }
 
 void WindowFrame::resizeEvent(QResizeEvent *)
