@@ -294,6 +294,8 @@ private Q_SLOTS:
         f.player.addFiles({f.url(u"a.mp3"_s), f.url(u"b.mp3"_s)});
         QCOMPARE(m_shell.call(u"Seek"_s, {101'000'000LL}), QString());
         QCOMPARE(f.state(), u"Paused a 100"_s);
+        QCOMPARE(m_shell.call(u"SetPosition"_s, {f.trackPath(), 50'000'000LL}), QString());
+        QCOMPARE(f.state(), u"Paused a 50"_s);
     }
 
     void endIsTheContainersIfThePlayerGuesses()
