@@ -76,13 +76,6 @@ void LumaverdineApp::showFollowing(SettingsWatcher &desktop, std::chrono::millis
     desktop.follow(follow, patience);
 }
 
-void LumaverdineApp::raise()
-{
-    m_window.setWindowState(m_window.windowState() & ~Qt::WindowMinimized);
-    m_window.raise();
-    m_window.activateWindow();
-}
-
 void LumaverdineApp::follow(const DesktopSettings &desktop)
 {
     m_style.setAnimated(desktop.wantsAnimations);

@@ -32,8 +32,6 @@ public:
     void showFollowing(
         SettingsWatcher &desktop, std::chrono::milliseconds patience = std::chrono::milliseconds(20));
 
-    void raise(); ///< brings the window to the front
-
     /// Makes the program as the user wants all programs of the desktop to be.
     void follow(const DesktopSettings &desktop);
 

@@ -1,4 +1,5 @@
 #include "app/LumaverdineApp.h"
+#include "desktop/BringToFront.h"
 #include "desktop/SettingsWatcher.h"
 #include "desktop/XServer.h"
 #include "files/StandardStreams.h"
@@ -62,7 +63,7 @@ int main(int argc, char *argv[])
     const Translation translation;
     LumaverdineApp app;
     Mpris mpris(
-        app.player(), [&app] { app.raise(); }, [&app] { app.window().close(); });
+        app.player(), [&app] { bringToFront(app.window()); }, [&app] { app.window().close(); });
     const Compositing compositing([&app](bool isOn) { app.setComposited(isOn); });
     app.showFollowing(desktop);
     QTimer::singleShot(AfterFirstContent, &mpris, &Mpris::start);

@@ -2,6 +2,7 @@
 
 #include "desktop/AudioFileDialog.h"
 #include "desktop/AudioFileTypes.h"
+#include "desktop/BringToFront.h"
 #include "desktop/PortalRequest.h"
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
@@ -92,13 +93,6 @@ bool isOfDocumentPortal(const QUrl &folder)
 bool isSandboxed()
 {
     return QFile::exists(u"/.flatpak-info"_s);
-}
-
-void bringToFront(QWidget &window)
-{
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.raise();
-    window.activateWindow();
 }
 
 } // namespace
