@@ -179,7 +179,7 @@ class Wayland(Scenario):
         self.start_with("one.wav", "two.wav")
         distance = self.distance_of_rows()
         scale = ("org.gnome.desktop.interface", "text-scaling-factor", GLib.Variant("d", 1.5))
-        portal.emit("org.freedesktop.portal.Settings", "SettingChanged", GLib.Variant("(ssv)", scale))
+        portal.emit("SettingChanged", GLib.Variant("(ssv)", scale))
         wait_for(lambda: self.protocol.said(r"xdg_toplevel@\.set_min_size\((1080), (900)\)"), "the least size")
         wait_for(lambda: self.distance_of_rows() > distance, "larger rows")
 
