@@ -155,6 +155,19 @@ private Q_SLOTS:
         QTRY_COMPARE(f.schemes(), QList({Scheme::None, Scheme::Dark}));
     }
 
+    void aChangeBeforeTheAnswerIsToldWithIt()
+    {
+        SettingsPortal portal(m_bus);
+        portal.isSilent = true;
+        const WatchFixture f(Endless);
+        QTRY_COMPARE(portal.calls.size(), 1);
+        portal.change(AppearanceGroup, SchemeKey, 2U);
+        settle();
+        QCOMPARE(f.told.size(), 0);
+        portal.answer();
+        QTRY_COMPARE(f.schemes(), QList{Scheme::Dark});
+    }
+
     void aPortalThatHangsIsAskedOnceAndItsChangesAreFollowed()
     {
         SettingsPortal portal(m_bus);
