@@ -37,10 +37,13 @@ PortalRequest::PortalRequest(const QString &interface, const QString &method, co
     : QObject(parent)
     , m_span(span)
 {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = QDBusConnection::sessionBus();
     const QString token = u"lumaverdine%1"_s.arg(QRandomGenerator::global()->generate());
-    // Its path is known before the question is asked, so that no answer comes too early.
-    follow(u"%1/request/%2/%3"_s.arg(PortalPath, bus.baseService().mid(1).replace(u'.', u'_'), token));
+    m_handle = u"%1/request/%2/%3"_s.arg(PortalPath, bus.baseService().mid(1).replace(u'.', u'_'), token);
+    // Before the question, so that no answer comes too early; of any request, because a portal before 0.9 chooses the
+    // handle by itself. Without the name of the service: to look up its owner, the toolkit would wait for the bus.
+    bus.connect({}, {}, PortalPrefix + u"Request"_s, u"Response"_s, this,
+        SLOT(handleResponse(uint, QVariantMap, QDBusMessage)));
     const auto *owner =
         new QDBusServiceWatcher(PortalName, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] {
@@ -62,14 +65,6 @@ PortalRequest::~PortalRequest()
 {
     if (m_state == State::Open)
         closeRequest(m_handle);
-}
-
-void PortalRequest::follow(const QString &handle)
-{
-    m_handle = handle;
-    // Without the name of the service: to look up its owner, the toolkit would wait for the bus.
-    QDBusConnection::sessionBus().connect({}, handle, PortalPrefix + u"Request"_s, u"Response"_s, this,
-        SLOT(handleResponse(uint, QVariantMap)));
 }
 
 void PortalRequest::ask(const QDBusMessage &call)
@@ -102,14 +97,12 @@ void PortalRequest::handleReply(const QDBusPendingReply<QDBusObjectPath> &handle
         return;
     }
     m_state = State::Open;
-    const QString path = handle.value().path();
-    if (path != m_handle)
-        follow(path); // a portal before 0.9 chooses it
+    m_handle = handle.value().path();
 }
 
-void PortalRequest::handleResponse(uint response, const QVariantMap &results)
+void PortalRequest::handleResponse(uint response, const QVariantMap &results, const QDBusMessage &signal)
 {
-    if (m_state == State::Over)
+    if (m_state == State::Over || signal.path() != m_handle)
         return;
     delete m_reply; // which would take back what has been answered
     m_state = m_span == Span::UntilTakenBack && response == 0 ? State::Open : State::Over;

@@ -36,10 +36,9 @@ Q_SIGNALS:
     void lost();
 
 private:
-    void follow(const QString &handle);
     void ask(const QDBusMessage &call);
     void handleReply(const QDBusPendingReply<QDBusObjectPath> &handle);
-    Q_SLOT void handleResponse(uint response, const QVariantMap &results);
+    Q_SLOT void handleResponse(uint response, const QVariantMap &results, const QDBusMessage &signal);
     void giveUp();
 
     enum class State { Asked, Open, Over };

@@ -163,9 +163,19 @@ private Q_SLOTS:
     void portalOfOldChoosesWhereItAnswers()
     {
         m_portal->ownHandle = u"/org/freedesktop/portal/desktop/request/7"_s;
+        m_portal->isSilent = true;
         open();
+        m_portal->take();
         respond(0, {u"file:///m/a.mp3"_s});
         QCOMPARE(m_choices.size(), 1);
+    }
+
+    void answersToOtherQuestionsAreNone()
+    {
+        open();
+        m_portal->ownHandle = u"/org/freedesktop/portal/desktop/request/7"_s;
+        respond(0, {u"file:///m/a.mp3"_s});
+        QCOMPARE(m_closed, 0);
     }
 
     void answerMayComeBeforeThePortalTakesTheQuestion()
