@@ -195,7 +195,7 @@ private Q_SLOTS:
         auto &style = static_cast<ProgramStyle &>(*QApplication::style());
         const auto shown = [&](bool isComposited) {
             style.setComposited(isComposited);
-            const QImage menu = f.openMenu();
+            QImage menu = f.openMenu();
             f.menu.close();
             return menu;
         };
