@@ -9,6 +9,8 @@ import struct
 import subprocess
 import unittest
 
+from gi.repository import GLib
+
 from bus import Service
 from desktop import wait_for, xdotool
 from scenario import Scenario
@@ -18,6 +20,9 @@ REGISTRAR = "com.canonical.AppMenu.Registrar"
 REGISTRAR_INTERFACE = f"""<interface name="{REGISTRAR}">
     <method name="RegisterWindow"><arg type="u" direction="in"/><arg type="o" direction="in"/></method>
     <method name="UnregisterWindow"><arg type="u" direction="in"/></method></interface>"""
+PORTAL = "org.freedesktop.portal.Desktop"
+SETTINGS_INTERFACE = """<interface name="org.freedesktop.portal.Settings">
+    <method name="ReadAll"><arg type="as" direction="in"/><arg type="a{sa{sv}}" direction="out"/></method></interface>"""
 ROLES = dict.fromkeys(("Archivo", "Reproducción"), "menu item") | dict.fromkeys(
     ("Minimizar", "Ampliar", "Cerrar"), "push button")
 DEFAULT_STRIP = list(ROLES)
@@ -143,6 +148,21 @@ class Frame(Scenario):
         desktop.set(settings, b"_XSETTINGS_SETTINGS", published("close:"))
         left = ["Cerrar", "Minimizar", "Ampliar", "Archivo", "Reproducción"]
         wait_for(lambda: self.strip() == left, "the buttons to change sides")
+
+    def test_the_portal_is_believed_before_the_x_server(self):
+        desktop = Properties()
+        self.addCleanup(desktop.close)
+        desktop.set(desktop.own(b"_XSETTINGS_S0"), b"_XSETTINGS_SETTINGS", published("close:"))
+        asked = []
+        portal = Service(PORTAL, "/org/freedesktop/portal/desktop", SETTINGS_INTERFACE,
+                         lambda *_: asked.append(1) or GLib.Variant("(a{sa{sv}})", ({},)))
+        self.addCleanup(portal.close)
+        self.start()
+        wait_for(lambda: asked, "the question")
+        self.assertEqual(self.strip(), ["Cerrar", "Minimizar", "Ampliar", "Archivo", "Reproducción"])
+        layout = ("org.gnome.desktop.wm.preferences", "button-layout", GLib.Variant("s", "menu:close"))
+        portal.emit("SettingChanged", GLib.Variant("(ssv)", layout))
+        wait_for(lambda: self.strip() == DEFAULT_STRIP, "the buttons to change sides")
 
     def test_corners_are_round_while_there_is_a_compositor(self):
         self.start()
