@@ -164,6 +164,13 @@ class Frame(Scenario):
         portal.emit("SettingChanged", GLib.Variant("(ssv)", layout))
         wait_for(lambda: self.strip() == DEFAULT_STRIP, "the buttons to change sides")
 
+    def test_a_theme_that_the_user_names_makes_the_window_dark(self):
+        theme = {"QT_QPA_PLATFORMTHEME": "gtk3", "GTK_THEME": "Adwaita:dark", "NO_AT_BRIDGE": "1"}
+        self.start(environment=theme)
+        screen = Properties()
+        self.addCleanup(screen.close)
+        wait_for(lambda: screen.pixel(self.handle(), 360, 2) & 0xFF < 0x40, "a dark window")
+
     def test_corners_are_round_while_there_is_a_compositor(self):
         self.start()
         screen, window = Properties(), self.handle()
