@@ -87,6 +87,18 @@ void MenuStrip::drawTitle(QPainter &painter, const QAction &menu, const QRect &p
     painter.drawText(place, Qt::AlignCenter | Qt::TextHideMnemonic, menu.text());
 }
 
+void MenuStrip::keyPressEvent(QKeyEvent *event)
+{
+    // What the toolkit makes of the Menu key.
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        const QPoint place = rect().center();
+        QContextMenuEvent question(QContextMenuEvent::Keyboard, place, mapToGlobal(place));
+        QCoreApplication::sendEvent(this, &question);
+    } else {
+        QMenuBar::keyPressEvent(event);
+    }
+}
+
 WindowFrame::WindowFrame(QWidget *window)
     : QWidget(window)
 {

@@ -24,6 +24,7 @@ class MenuStrip : public QMenuBar {
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void drawTitle(QPainter &painter, const QAction &menu, const QRect &place) const;

@@ -464,6 +464,18 @@ private Q_SLOTS:
         QCOMPARE(menu->accessibleName(), u"Ventana"_s);
     }
 
+    void keyOpensTheMenuOfTheStripFromItsMenus()
+    {
+        WindowFixture f;
+        QTest::keyClick(f.window.windowHandle(), Qt::Key_Alt);
+        QTRY_VERIFY(f.window.menuBar().hasFocus());
+        QTest::keyClick(f.window.windowHandle(), Qt::Key_F10);
+        QVERIFY(!f.window.openedMenu());
+        QTest::keyClick(f.window.windowHandle(), Qt::Key_F10, Qt::ShiftModifier);
+        QVERIFY(f.window.openedMenu());
+        QCOMPARE(f.window.openedMenu()->activeAction(), f.window.openedMenu()->actions().first());
+    }
+
     void altLeadsToTheMenus()
     {
         WindowFixture f;
