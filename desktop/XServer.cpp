@@ -107,8 +107,9 @@ Compositing::Compositing(Follower follower)
 bool Compositing::nativeEventFilter(const QByteArray &, void *message, qintptr *)
 {
     const auto *notice = static_cast<const SelectionNotice *>(message);
+    // Another extension's event may look the same, so the owner is asked for.
     if ((notice->kind & 0x7f) >= FirstOfExtensions && notice->selection == m_selection)
-        m_follower(notice->owner != XCB_WINDOW_NONE);
+        m_follower(owner(connection(), CompositorSelection) != XCB_WINDOW_NONE);
     return false;
 }
 
