@@ -66,14 +66,14 @@ LumaverdineApp::LumaverdineApp(PlatformServices services, WindowSystem windowSys
     });
 }
 
-void LumaverdineApp::showFollowing(SettingsWatcher &desktop, std::chrono::milliseconds patience)
+void LumaverdineApp::showFollowing(SettingsWatcher &desktop, std::chrono::milliseconds timeout)
 {
     const auto follow = [this, isShown = false](const DesktopSettings &settings) mutable {
         this->follow(settings);
         if (!std::exchange(isShown, true))
             show();
     };
-    desktop.follow(follow, patience);
+    desktop.follow(follow, timeout);
 }
 
 void LumaverdineApp::follow(const DesktopSettings &desktop)

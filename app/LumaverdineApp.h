@@ -28,9 +28,9 @@ public:
     void show() { m_window.show(); }
 
     /// Shows the window, at its first paint as the user wants it: as soon as the desktop has told that, or after
-    /// `patience` with what is known. Follows the desktop, which has been asked already, from then on.
+    /// `timeout` with what is known. Follows the desktop, which has been asked already, from then on.
     void showFollowing(
-        SettingsWatcher &desktop, std::chrono::milliseconds patience = std::chrono::milliseconds(20));
+        SettingsWatcher &desktop, std::chrono::milliseconds timeout = std::chrono::milliseconds(20));
 
     /// Makes the program as the user wants all programs of the desktop to be.
     void follow(const DesktopSettings &desktop);

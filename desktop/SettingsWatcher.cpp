@@ -78,8 +78,8 @@ SettingsWatcher::SettingsWatcher()
         tellChange();
     })
 {
-    m_patience.setSingleShot(true);
-    m_patience.callOnTimeout(this, &SettingsWatcher::tell);
+    m_timeout.setSingleShot(true);
+    m_timeout.callOnTimeout(this, &SettingsWatcher::tell);
     qDBusRegisterMetaType<PublishedSettings>();
     qRegisterMetaType<QDBusVariant>(); // by its name, for the slot
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -91,10 +91,10 @@ SettingsWatcher::SettingsWatcher()
     ask();
 }
 
-void SettingsWatcher::follow(Follower follower, std::chrono::milliseconds patience)
+void SettingsWatcher::follow(Follower follower, std::chrono::milliseconds timeout)
 {
     m_follower = std::move(follower);
-    m_patience.start(QDBusConnection::sessionBus().isConnected() ? patience : std::chrono::milliseconds(0));
+    m_timeout.start(QDBusConnection::sessionBus().isConnected() ? timeout : std::chrono::milliseconds(0));
 }
 
 void SettingsWatcher::ask()
@@ -131,7 +131,7 @@ void SettingsWatcher::tell()
 {
     if (!m_follower)
         return;
-    m_patience.stop();
+    m_timeout.stop();
     DesktopSettings settings = desktopSettings(m_published);
     // On an X server it is in the resolution already, for all of the window.
     if (!QGuiApplication::platformName().startsWith("wayland"_L1))

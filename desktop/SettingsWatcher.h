@@ -26,9 +26,9 @@ public:
     /// Sends the question.
     SettingsWatcher();
 
-    /// Calls `follower` with what is known as soon as the portal has answered or failed, or after `patience`,
+    /// Calls `follower` with what is known as soon as the portal has answered or failed, or after `timeout`,
     /// whichever is first; then after each change.
-    void follow(Follower follower, std::chrono::milliseconds patience);
+    void follow(Follower follower, std::chrono::milliseconds timeout);
 
 private:
     void ask();
@@ -39,6 +39,6 @@ private:
     PublishedSettings m_published;
     Follower m_follower;
     std::optional<DesktopSettings> m_told; ///< to the follower, last
-    QTimer m_patience{this};
+    QTimer m_timeout{this};
     XSettings m_xSettings;
 };

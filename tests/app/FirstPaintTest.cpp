@@ -57,7 +57,7 @@ struct StartFixture {
     LumaverdineApp app{platform.services()};
     Grounds grounds{*app.window().findChild<Backdrop *>()};
 
-    explicit StartFixture(std::chrono::milliseconds patience) { app.showFollowing(desktop, patience); }
+    explicit StartFixture(std::chrono::milliseconds timeout) { app.showFollowing(desktop, timeout); }
     ~StartFixture() { app.follow({}); }
     Q_DISABLE_COPY_MOVE(StartFixture)
 };

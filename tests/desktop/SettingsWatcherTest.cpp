@@ -89,10 +89,10 @@ struct WatchFixture {
     QList<DesktopSettings> told;
     QElapsedTimer sinceStart;
 
-    explicit WatchFixture(std::chrono::milliseconds patience)
+    explicit WatchFixture(std::chrono::milliseconds timeout)
     {
         sinceStart.start();
-        watcher.follow([this](const DesktopSettings &settings) { told.append(settings); }, patience);
+        watcher.follow([this](const DesktopSettings &settings) { told.append(settings); }, timeout);
     }
 
     [[nodiscard]] QList<Scheme> schemes() const
