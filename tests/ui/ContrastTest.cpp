@@ -9,6 +9,7 @@
 #include "ui/drawing/Palettes.h"
 
 #include <QPainter>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
@@ -85,8 +86,11 @@ struct PaletteFixture : ViewFixture {
         const QColor ground = image.pixel(0, 0);
         QSet<QRgb> colors;
         for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x)
-                colors.insert(image.pixel(x, y));
+            const std::span line(reinterpret_cast<const QRgb *>(image.constScanLine(y)), image.width());
+            for (std::size_t x = 0; x < line.size(); ++x) {
+                if (x == 0 || line[x] != line[x - 1])
+                    colors.insert(line[x]);
+            }
         }
         Ink found{ground, ground};
         for (const QRgb color : colors) {
