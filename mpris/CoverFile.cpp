@@ -59,10 +59,8 @@ void CoverFile::removeLeftovers()
     const auto folder = runtimeFolder();
     if (!folder)
         return;
-    for (const QString &name : folder->entryList(QDir::Files)) {
+    for (const QString &name : folder->entryList({Prefix + u'*'}, QDir::Files | QDir::CaseSensitive)) {
         const QByteArray path = QFile::encodeName(folder->filePath(name));
-        if (!name.startsWith(Prefix))
-            continue;
         const FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
         if (file.get() >= 0 && lock(file.get()))
             unlink(path.constData());
