@@ -6,10 +6,10 @@
 #include "desktop/PortalRequest.h"
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
+#include "files/Sandbox.h"
 
 #include <QDBusMetaType>
 #include <QDir>
-#include <QFile>
 #include <QGuiApplication>
 #include <QStandardPaths>
 #include <algorithm>
@@ -88,11 +88,6 @@ bool isOfDocumentPortal(const QUrl &folder)
         return path.startsWith(runtimeFolder + "/doc/");
     };
     return holds(own) || holds("/run/flatpak") || holds(qgetenv("XDG_RUNTIME_DIR"));
-}
-
-bool isSandboxed()
-{
-    return QFile::exists(u"/.flatpak-info"_s);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
+#include "files/Sandbox.h"
 #include "metadata/ArtworkLoader.h"
 
 #include <QCoreApplication>
@@ -25,7 +26,7 @@ const auto Prefix = u"lumaverdine-cover-"_s;
 std::optional<QDir> runtimeFolder()
 {
     QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (QFile::exists(u"/.flatpak-info"_s))
+    if (isSandboxed())
         folder += u"/app/"_s + qEnvironmentVariable("FLATPAK_ID");
     const QString path = QFileInfo(folder).canonicalFilePath();
     return path.isEmpty() ? std::nullopt

@@ -2,11 +2,11 @@
 
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
+#include "files/Sandbox.h"
 
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingReply>
-#include <QFile>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QRandomGenerator>
@@ -40,8 +40,8 @@ qlonglong microseconds(double seconds)
 /// For a second player. Within a sandbox all have the same process id.
 QString instanceName()
 {
-    const quint64 number = QFile::exists(u"/.flatpak-info"_s) ? QRandomGenerator::system()->generate64()
-                                                              : quint64(QCoreApplication::applicationPid());
+    const quint64 number = isSandboxed() ? QRandomGenerator::system()->generate64()
+                                         : quint64(QCoreApplication::applicationPid());
     return Name + u".instance"_s + QString::number(number);
 }
 
