@@ -18,14 +18,12 @@ namespace {
 constexpr auto ReplyTimeout = 5s;
 constexpr int NoTimeout = INT_MAX; // of the bus library: a question that is taken later has to be taken back
 
-const auto PortalName = u"org.freedesktop.portal.Desktop"_s;
-const auto PortalPath = u"/org/freedesktop/portal/desktop"_s;
 const auto PortalPrefix = u"org.freedesktop.portal."_s;
 
 void closeRequest(const QString &handle)
 {
     QDBusMessage call =
-        QDBusMessage::createMethodCall(PortalName, handle, PortalPrefix + u"Request"_s, u"Close"_s);
+        QDBusMessage::createMethodCall(PortalService, handle, PortalPrefix + u"Request"_s, u"Close"_s);
     call.setAutoStartService(false);
     QDBusConnection::sessionBus().send(call);
 }
@@ -45,7 +43,7 @@ PortalRequest::PortalRequest(const QString &interface, const QString &method, co
     bus.connect({}, {}, PortalPrefix + u"Request"_s, u"Response"_s, this,
         SLOT(handleResponse(uint, QVariantMap, QDBusMessage)));
     const auto *owner =
-        new QDBusServiceWatcher(PortalName, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+        new QDBusServiceWatcher(PortalService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] {
         if (m_state == State::Open) {
             m_state = State::Over;
@@ -54,7 +52,7 @@ PortalRequest::PortalRequest(const QString &interface, const QString &method, co
     });
 
     QDBusMessage call =
-        QDBusMessage::createMethodCall(PortalName, PortalPath, PortalPrefix + interface, method);
+        QDBusMessage::createMethodCall(PortalService, PortalPath, PortalPrefix + interface, method);
     QVariantMap allOptions = options;
     allOptions.insert(u"handle_token"_s, token);
     call.setArguments(arguments + QVariantList{allOptions});

@@ -9,6 +9,10 @@ class QDBusObjectPath;
 class QDBusPendingCallWatcher;
 template <typename... Types> class QDBusPendingReply;
 
+/// The desktop's portal on the session bus, and the object of it that answers questions.
+inline const auto PortalService = QStringLiteral("org.freedesktop.portal.Desktop");
+inline const auto PortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+
 /// A question to the desktop portal on the session bus that is answered later.
 ///
 /// Never waits for the portal, and starts it if it is not there. Destroying this takes the question back, also if it

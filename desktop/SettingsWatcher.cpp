@@ -1,5 +1,7 @@
 #include "desktop/SettingsWatcher.h"
 
+#include "desktop/PortalRequest.h"
+
 #include <QDBusConnection>
 #include <QDBusMetaType>
 #include <QDBusPendingReply>
@@ -14,8 +16,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html
-const auto Service = u"org.freedesktop.portal.Desktop"_s;
-const auto Path = u"/org/freedesktop/portal/desktop"_s;
 const auto Interface = u"org.freedesktop.portal.Settings"_s;
 constexpr int Forever =
     std::numeric_limits<int>::max(); // milliseconds; the bus library takes this for no limit
@@ -84,10 +84,11 @@ SettingsWatcher::SettingsWatcher()
     qRegisterMetaType<QDBusVariant>(); // by its name, for the slot
     QDBusConnection bus = QDBusConnection::sessionBus();
     const auto *arrival =
-        new QDBusServiceWatcher(Service, bus, QDBusServiceWatcher::WatchForRegistration, this);
+        new QDBusServiceWatcher(PortalService, bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(arrival, &QDBusServiceWatcher::serviceRegistered, this, &SettingsWatcher::ask);
     // Without the name of the service: to look up its owner, the toolkit would wait for the bus.
-    bus.connect({}, Path, Interface, u"SettingChanged"_s, this, SLOT(change(QString, QString, QDBusVariant)));
+    bus.connect(
+        {}, PortalPath, Interface, u"SettingChanged"_s, this, SLOT(change(QString, QString, QDBusVariant)));
     ask();
 }
 
@@ -99,7 +100,8 @@ void SettingsWatcher::follow(Follower follower, std::chrono::milliseconds timeou
 
 void SettingsWatcher::ask()
 {
-    QDBusMessage question = QDBusMessage::createMethodCall(Service, Path, Interface, u"ReadAll"_s);
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(PortalService, PortalPath, Interface, u"ReadAll"_s);
     question.setArguments({desktopSettingsGroups()});
     const QDBusPendingCall call = QDBusConnection::sessionBus().asyncCall(question, Forever);
     auto *answer = new QDBusPendingCallWatcher(call, this);
