@@ -107,16 +107,10 @@ void readAnimationFactor(const QVariant &value, DesktopSettings &settings)
         settings.wantsAnimations = factor != 0;
 }
 
-void readFont(const QVariant &value, DesktopSettings &settings)
+template <FontChoice DesktopSettings::*Font> void readFont(const QVariant &value, DesktopSettings &settings)
 {
     if (const FontChoice font = FontChoice::parse(value.toString()); !font.family.isEmpty())
-        settings.font = font;
-}
-
-void readFixedFont(const QVariant &value, DesktopSettings &settings)
-{
-    if (const FontChoice font = FontChoice::parse(value.toString()); !font.family.isEmpty())
-        settings.fixedFont = font;
+        settings.*Font = font;
 }
 
 void readTextScale(const QVariant &value, DesktopSettings &settings)
@@ -158,17 +152,17 @@ const QList<Key> &keys()
     const auto appearance = u"org.freedesktop.appearance"_s;
     static const QList<Key> keys{
         {xServer, u"Net/ThemeName"_s, Type::QString, readThemeName},
-        {xServer, u"Gtk/FontName"_s, Type::QString, readFont},
+        {xServer, u"Gtk/FontName"_s, Type::QString, readFont<&DesktopSettings::font>},
         {xServer, u"Gtk/DecorationLayout"_s, Type::QString, readButtonLayout},
         {xServer, u"Gtk/EnableAnimations"_s, Type::Int, readAnimations},
-        {interface, u"font-name"_s, Type::QString, readFont},
-        {interface, u"monospace-font-name"_s, Type::QString, readFixedFont},
+        {interface, u"font-name"_s, Type::QString, readFont<&DesktopSettings::font>},
+        {interface, u"monospace-font-name"_s, Type::QString, readFont<&DesktopSettings::fixedFont>},
         {interface, u"text-scaling-factor"_s, Type::Double, readTextScale},
         {interface, u"enable-animations"_s, Type::Bool, readAnimations},
         {windows, u"button-layout"_s, Type::QString, readButtonLayout},
         {assistance, u"high-contrast"_s, Type::Bool, readHighContrast},
-        {general, u"font"_s, Type::QString, readFont},
-        {general, u"fixed"_s, Type::QString, readFixedFont},
+        {general, u"font"_s, Type::QString, readFont<&DesktopSettings::font>},
+        {general, u"fixed"_s, Type::QString, readFont<&DesktopSettings::fixedFont>},
         {effects, u"AnimationDurationFactor"_s, Type::QString, readAnimationFactor},
         {effects, u"AnimationDurationFactor"_s, Type::Double, readAnimationFactor},
         {ground, u"BackgroundNormal"_s, Type::QString, readGround},
