@@ -24,11 +24,6 @@ constexpr double LeastCircleContrast = 2;
 constexpr QColor DarkRed(0xc8, 0x0d, 0x1f);
 constexpr QColor LightRed(0xff, 0x8a, 0x80);
 
-double readableContrast(const QPalette &palette)
-{
-    return isHighContrast(palette) ? 7 : 4.5;
-}
-
 /// Part of a channel's intensity, from its value in sRGB.
 double linear(double value)
 {
@@ -94,7 +89,7 @@ QColor readablePrimary(const QPalette &palette, double opacity, const QList<QCol
 
 QColor primaryColor(const QPalette &palette, double opacity)
 {
-    return atOpacity(palette.color(QPalette::Active, QPalette::WindowText), opacity);
+    return foreground(palette, static_cast<float>(opacity));
 }
 
 QColor hoverColor(const QPalette &palette)
@@ -179,6 +174,11 @@ QColor standingOut(const QColor &color, const QList<QColor> &grounds, double con
     for (double share = 0; share < 1 && !standsOut(moved, grounds, contrast); share += 0.01)
         moved = mixed(atOpacity(end, share), color);
     return moved;
+}
+
+double readableContrast(const QPalette &palette)
+{
+    return isHighContrast(palette) ? 7 : 4.5;
 }
 
 double contrastRatio(const QColor &a, const QColor &b)

@@ -12,8 +12,7 @@
 /// The wash that lies over what the mouse points at.
 [[nodiscard]] QColor hoverColor(const QPalette &palette);
 
-/// The text colour at 0.62, or at as much more as a readable text needs: for what is less important. A text is readable
-/// at a contrast of 4.5, or of 7 in a palette of high contrast.
+/// The text colour at 0.62, or at as much more as a readable text needs: for what is less important.
 [[nodiscard]] QColor secondaryColor(const QPalette &palette);
 
 /// The text colour at 0.5, or at as much more as a readable text needs: for what may be overlooked.
@@ -53,6 +52,9 @@
 /// An opaque colour, mixed with as much black or white, which keep its hue, as makes it stand out from each of the opaque
 /// grounds.
 [[nodiscard]] QColor standingOut(const QColor &color, const QList<QColor> &grounds, double contrast);
+
+/// The contrast at which a text is readable: 4.5, or 7 in a palette of high contrast.
+[[nodiscard]] double readableContrast(const QPalette &palette);
 
 /// The contrast between two opaque colours as the Web Content Accessibility Guidelines 2.1 define it, from 1 to
 /// 21. A text needs 4.5, a mark 3.

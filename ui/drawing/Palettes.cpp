@@ -32,7 +32,7 @@ bool isDark(const DesktopSettings &desktop, const QPalette &platform)
     return platform.color(QPalette::Window).lightness() < platform.color(QPalette::WindowText).lightness();
 }
 
-void setAccent(QPalette &palette, const QColor &accent, double readableContrast)
+void setAccent(QPalette &palette, const QColor &accent)
 {
     palette.setColor(QPalette::Highlight, accent);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
@@ -41,7 +41,7 @@ void setAccent(QPalette &palette, const QColor &accent, double readableContrast)
     palette.setColor(QPalette::HighlightedText, onAccentColor(palette));
     const QList<QColor> grounds{palette.color(QPalette::Window), palette.color(QPalette::Base)};
     for (const auto role : {QPalette::Link, QPalette::LinkVisited})
-        palette.setColor(role, standingOut(accent, grounds, readableContrast));
+        palette.setColor(role, standingOut(accent, grounds, readableContrast(palette)));
 }
 
 } // namespace
@@ -67,7 +67,6 @@ QPalette windowPalette(const DesktopSettings &desktop, const QPalette &platform)
     placeholder.setAlphaF(isHigh ? 1 : 0.62F);
     palette.setColor(QPalette::PlaceholderText, placeholder);
     const QColor accent = desktop.accent.isValid() ? desktop.accent : accentColor(platform);
-    const double readable = isHigh ? 7 : 4.5;
-    setAccent(palette, isHigh ? standingOut(accent, {window}, readable) : accent, readable);
+    setAccent(palette, isHigh ? standingOut(accent, {window}, readableContrast(palette)) : accent);
     return palette;
 }
