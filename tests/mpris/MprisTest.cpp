@@ -489,7 +489,7 @@ private Q_SLOTS:
         QCOMPARE(none.type(), QDBusMessage::ReplyMessage);
     }
 
-    /// As the specification of MPRIS prints it, in the order of names.
+    /// Every member that MPRIS has, in the order of names.
     void introspectionIsComplete()
     {
         const MprisFixture f(m_shell);
