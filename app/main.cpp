@@ -2,6 +2,7 @@
 #include "desktop/BringToFront.h"
 #include "desktop/SettingsWatcher.h"
 #include "desktop/XServer.h"
+#include "files/ProgramId.h"
 #include "files/StandardStreams.h"
 #include "mpris/Mpris.h"
 #include "ui/Translation.h"
@@ -54,7 +55,7 @@ int main(int argc, char *argv[])
     startNoSessionBus();
 
     QApplication::setApplicationName(u"lumaverdine"_s);
-    QApplication::setDesktopFileName(u"org.lumaverdine.Lumaverdine"_s);
+    QApplication::setDesktopFileName(QLatin1StringView(ProgramId));
     useNoDesktopsToolkit();
     QApplication application(argc, argv);
 

@@ -1,6 +1,7 @@
 #include "playback/output/PulseConnection.h"
 
 #include "files/DetachedThread.h"
+#include "files/ProgramId.h"
 
 #include <QDir>
 #include <QFile>
@@ -104,8 +105,8 @@ void PulseConnection::connect()
 {
     pa_proplist *properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "Lumaverdine");
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "lumaverdine");
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ICON_NAME, "lumaverdine");
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, ProgramId);
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_ICON_NAME, ProgramId);
     m_context = pa_context_new_with_proplist(loop(), nullptr, properties);
     pa_proplist_free(properties);
     if (!m_context)

@@ -1,5 +1,7 @@
 #include "playback/output/PulseStream.h"
 
+#include "files/ProgramId.h"
+
 #include <QByteArray>
 #include <QStringList>
 #include <string_view>
@@ -37,7 +39,7 @@ pa_proplist *streamProperties(const SoundLabel &label)
 {
     pa_proplist *properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "music");
-    pa_proplist_sets(properties, PA_PROP_MEDIA_ICON_NAME, "lumaverdine");
+    pa_proplist_sets(properties, PA_PROP_MEDIA_ICON_NAME, ProgramId);
     if (!label.title.isEmpty())
         pa_proplist_sets(properties, PA_PROP_MEDIA_TITLE, displayed(label.title).constData());
     if (!label.artist.isEmpty())

@@ -42,10 +42,10 @@ private Q_SLOTS:
         QVERIFY(m_daemon->start());
         QVERIFY(play({u"Canción del río"_s, u"Ana\nLuz"_s}));
         const QString shown = streams();
-        for (const QString &property :
-            {u"media.name = \"Canción del río – Ana Luz\""_s, u"media.title = \"Canción del río\""_s,
-                u"media.artist = \"Ana Luz\""_s, u"media.role = \"music\""_s,
-                u"media.icon_name = \"lumaverdine\""_s, u"application.name = \"Lumaverdine\""_s})
+        for (const QString &property : {u"media.name = \"Canción del río – Ana Luz\""_s,
+                 u"media.title = \"Canción del río\""_s, u"media.artist = \"Ana Luz\""_s,
+                 u"media.role = \"music\""_s, u"media.icon_name = \"org.lumaverdine.Lumaverdine\""_s,
+                 u"application.name = \"Lumaverdine\""_s})
             QVERIFY2(shown.contains(property), qPrintable(property + u" in "_s + shown));
         QVERIFY(!shown.contains(u"secret"_s));
     }

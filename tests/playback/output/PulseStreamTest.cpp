@@ -158,7 +158,7 @@ private Q_SLOTS:
         QCOMPARE(QString::fromStdString(m_server.stream().name), name);
         const QString shown = QString::fromStdString(m_server.stream().properties);
         QCOMPARE(shown,
-            property("media.role", u"music"_s) + property("media.icon_name", u"lumaverdine"_s)
+            property("media.role", u"music"_s) + property("media.icon_name", u"org.lumaverdine.Lumaverdine"_s)
                 + property("media.title", title.simplified().left(200)) + property("media.artist", artist));
         m_output.reset();
     }
@@ -169,7 +169,8 @@ private Q_SLOTS:
         connect();
         const QString shown = QString::fromStdString(m_server.application);
         for (const QString &line : {u"application.name = \"Lumaverdine\"\n"_s,
-                 u"application.id = \"lumaverdine\"\n"_s, u"application.icon_name = \"lumaverdine\"\n"_s})
+                 u"application.id = \"org.lumaverdine.Lumaverdine\"\n"_s,
+                 u"application.icon_name = \"org.lumaverdine.Lumaverdine\"\n"_s})
             QVERIFY2(shown.contains(line), qPrintable(shown));
     }
 
