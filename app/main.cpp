@@ -12,9 +12,10 @@
 #include <QIcon>
 #include <QTimer>
 #include <chrono>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
+using namespace std::literals;
 
 namespace {
 
@@ -50,6 +51,10 @@ QIcon programIcon()
 int main(int argc, char *argv[])
 {
     guardStandardStreams();
+    if (argc == 2 && argv[1] == "--version"sv) { // no other argument means anything
+        printLine(QStringLiteral("lumaverdine " VERSION));
+        return 0;
+    }
     // Nothing of a run is kept for the next one, so there is no session to take part in.
     qunsetenv("SESSION_MANAGER");
     startNoSessionBus();
