@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <functional>
 #include <malloc.h>
-#include <unistd.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -77,17 +76,6 @@ bool isUsable(const QUrl &folder)
         return !lookup.isBlocked() && QDir(folder.toLocalFile()).exists();
     };
     return folder.isLocalFile() && callWithTimeout(exists).value_or(false);
-}
-
-/// Whether a folder has only what one choice has granted to a sandbox.
-bool isOfDocumentPortal(const QUrl &folder)
-{
-    const QByteArray path = localFolderPath(folder);
-    const QByteArray own = "/run/user/" + QByteArray::number(getuid());
-    const auto holds = [&path](const QByteArray &runtimeFolder) {
-        return path.startsWith(runtimeFolder + "/doc/");
-    };
-    return holds(own) || holds("/run/flatpak") || holds(qgetenv("XDG_RUNTIME_DIR"));
 }
 
 } // namespace
@@ -207,7 +195,7 @@ void FilePicker::finish(const Result<QList<QUrl>> &result)
     const bool isChoice = !result.isError() && !result.value().isEmpty();
     if (isChoice) {
         const QUrl folder = result.value().first().adjusted(QUrl::RemoveFilename);
-        m_lastFolder = isOfDocumentPortal(folder) ? m_lastFolder : folder;
+        m_lastFolder = isPortalDocument(localFolderPath(folder)) ? m_lastFolder : folder;
     }
     if (isChoice || result.isError())
         Q_EMIT completed(result);

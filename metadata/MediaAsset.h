@@ -40,6 +40,7 @@ struct MetadataItem {
 struct MediaAsset {
     MediaTime duration; ///< not numeric if it is unknown
     QList<MetadataItem> commonMetadata; ///< in stored order
+    QByteArray hostPath = {}; ///< documentHostPath() of the file
 
     /// The bytes of the first picture; empty if there is none.
     [[nodiscard]] QByteArray firstPicture() const;

@@ -4,6 +4,7 @@
 #include "decoder/Id3v2Header.h"
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
+#include "files/Sandbox.h"
 #include "metadata/FormatReaders.h"
 #include "metadata/MediaSource.h"
 #include "metadata/TagValues.h"
@@ -102,10 +103,11 @@ MediaAsset readMedia(const QUrl &url)
 
     MediaSource source(file.value().get());
     MediaAsset asset = readFile(source);
+    asset.hostPath = documentHostPath(standardizedFilePath(url), file.value().get());
     if (asset.duration.isNumeric() || source.size() == 0)
         return asset;
     const MediaAsset decoded = readByDecoder(file.take());
-    return {decoded.duration, mergedTags({asset.commonMetadata, decoded.commonMetadata})};
+    return {decoded.duration, mergedTags({asset.commonMetadata, decoded.commonMetadata}), asset.hostPath};
 }
 
 MediaAsset openMedia(const QUrl &url)

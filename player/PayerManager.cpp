@@ -258,14 +258,14 @@ void PlayerManager::addFiles(const QList<QUrl> &urls)
 {
     const QList<QUrl> sorted = sortedByFileName(urls);
     QList<QUrl> unlisted = sorted;
-    unlisted.removeIf([this](const QUrl &url) { return isListed(url); });
+    unlisted.removeIf([this](const QUrl &url) { return isListed(standardizedFilePath(url)); });
     const QHash<QUrl, Track> tracks = readTracks(unlisted);
     for (const QUrl &url : sorted) {
-        if (isListed(url))
+        const auto track = tracks.constFind(url);
+        if (isListed(track == tracks.constEnd() ? standardizedFilePath(url) : track->filePath()))
             continue;
         if (m_services.startAccessing(url))
             m_securityScopedURLs.append(url);
-        const auto track = tracks.constFind(url);
         append(track == tracks.constEnd() ? Track(url) : *track);
     }
 
@@ -273,14 +273,14 @@ void PlayerManager::addFiles(const QList<QUrl> &urls)
         load(playlist().first(), false);
 }
 
-bool PlayerManager::isListed(const QUrl &url)
+bool PlayerManager::isListed(const QByteArray &filePath)
 {
     if (!m_listedFiles) {
         m_listedFiles.emplace();
         for (const Track &track : playlist())
             m_listedFiles->insert(track.filePath());
     }
-    return m_listedFiles->contains(standardizedFilePath(url));
+    return m_listedFiles->contains(filePath);
 }
 
 void PlayerManager::append(const Track &track)

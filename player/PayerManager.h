@@ -100,7 +100,7 @@ private:
     void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
     void handleEndOfTrack();
 
-    [[nodiscard]] bool isListed(const QUrl &url);
+    [[nodiscard]] bool isListed(const QByteArray &filePath);
     void append(const Track &track);
     void playRandomTrack();
     void applyVolume(double value);

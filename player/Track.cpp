@@ -52,7 +52,7 @@ Track::Track(const QUrl &url, const MediaAsset &asset)
     , artist(unknownArtist())
     , album(unknownAlbum())
     , m_url(url)
-    , m_filePath(standardizedFilePath(url))
+    , m_filePath(asset.hostPath.isEmpty() ? standardizedFilePath(url) : asset.hostPath)
 {
     loadMetadata(asset);
 }

@@ -27,7 +27,8 @@ public:
 
     [[nodiscard]] const QUuid &id() const { return m_id; }
     [[nodiscard]] const QUrl &url() const { return m_url; }
-    /// standardizedFilePath() of the URL.
+    /// What tells whether two tracks are of the same file: standardizedFilePath() of the URL, of a sandbox's document
+    /// its path outside if the portal tells it.
     [[nodiscard]] const QByteArray &filePath() const { return m_filePath; }
 
     static const QString &unknownArtist(); ///< "Artista desconocido"

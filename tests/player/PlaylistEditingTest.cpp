@@ -1,15 +1,19 @@
 #include "files/LocalFile.h"
 #include "metadata/MediaAsset.h"
 #include "tests/TestProgram.h"
+#include "tests/files/FakeSandbox.h"
 #include "tests/player/PlayerFixture.h"
 
+#include <QDir>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <algorithm>
 #include <array>
 #include <ctime>
 #include <limits>
 #include <sys/inotify.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -53,6 +57,29 @@ private Q_SLOTS:
         f.player.addFiles({f.url(u"./a.mp3"_s), f.url(u"x/../a.mp3"_s), f.url(u"x/./y/../../a.mp3"_s),
             f.url(u"a.mp3/."_s), f.url(u"a.mp3/"_s), f.url(u"/a.mp3"_s)});
         QCOMPARE(f.titles(), u"a"_s);
+    }
+
+    void documentsOfTheSameFileAreTheSameFile()
+    {
+        const FakeSandbox sandbox;
+        const QTemporaryDir runtimeFolder;
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
+        int count = 0;
+        const auto document = [&](const QByteArray &hostPath) {
+            const QDir folder(runtimeFolder.filePath(u"doc/%1"_s.arg(++count)));
+            folder.mkpath(u"."_s);
+            QFile file(folder.filePath(QFileInfo(QFile::decodeName(hostPath)).fileName()));
+            file.open(QIODevice::WriteOnly);
+            fsetxattr(file.handle(), "user.document-portal.host-path", hostPath.constData(),
+                size_t(hostPath.size()), 0);
+            return QUrl::fromLocalFile(file.fileName());
+        };
+        PlayerFixture f;
+        const QUrl a = document("/m/a.mp3");
+        f.player.addFiles({a, document("/m/b.mp3"), document("/m/a.mp3")});
+        QCOMPARE(f.titles(), u"ab"_s);
+        f.player.addFiles({a, document("/m/b.mp3"), document("/n/a.mp3")});
+        QCOMPARE(f.titles(), u"aba"_s);
     }
 
     void addressesThatAreNotFilesAreAdmittedOneByOne()
