@@ -42,7 +42,7 @@ QIcon programIcon()
 {
     QIcon icon;
     for (const int pixels : {16, 32, 64}) // for lists of windows and for switchers
-        icon.addPixmap(programPicture(pixels));
+        icon.addPixmap(QPixmap::fromImage(programPicture(pixels)));
     return icon;
 }
 

@@ -122,9 +122,9 @@ private Q_SLOTS:
         const QStringList install{
             u"--install"_s, QCoreApplication::applicationDirPath(), u"--prefix"_s, prefix.path()};
         QCOMPARE(run(QStringLiteral(CMAKE), install, u"/"_s).exitCode, 0);
-        const QDir programs(prefix.filePath(u"bin"_s)), library(prefix.filePath(u"lib/lumaverdine"_s));
-        QCOMPARE(QFileInfo(programs.filePath(u"lumaverdine"_s)).canonicalFilePath(),
-            library.filePath(u"lumaverdine"_s));
+        const QDir programs(prefix.filePath(u"bin"_s));
+        const QDir library(QFileInfo(programs.filePath(u"lumaverdine"_s)).canonicalPath());
+        QVERIFY(library.path().startsWith(prefix.path() + u"/lib"_s));
 
         // Another program in the player's place and with its name shows what the player finds.
         QVERIFY(QFile::remove(library.filePath(u"lumaverdine"_s)));

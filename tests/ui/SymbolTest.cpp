@@ -150,7 +150,7 @@ private Q_SLOTS:
     void programsPictureIsANoteOnALeaf()
     {
         for (const int pixels : {16, 48, 128}) {
-            const QImage picture = programPicture(pixels).toImage();
+            const QImage picture = programPicture(pixels);
             QCOMPARE(picture.size(), QSize(pixels, pixels));
             const auto at = [&](double x, double y) { // in units of the drawing
                 return picture.pixelColor(qFloor(x * pixels / 128), qFloor(y * pixels / 128));

@@ -185,13 +185,13 @@ QPixmap symbolPixmap(const QString &name, int pixels, const QColor &color, QFont
     return pixmap;
 }
 
-QPixmap programPicture(int pixels)
+QImage programPicture(int pixels)
 {
     constexpr double Side = 128; // units of the drawing
     QLinearGradient leaf(0, 0, Side, Side);
     leaf.setColorAt(1.0 / 16, QColor(0x7bd88f));
     leaf.setColorAt(15.0 / 16, QColor(0x0f7a5f));
-    QPixmap picture(pixels, pixels);
+    QImage picture(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);

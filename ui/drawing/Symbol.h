@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QImage>
 #include <QPixmap>
 #include <QRectF>
 #include <QString>
@@ -16,9 +17,10 @@ class QPainter;
 [[nodiscard]] QPixmap symbolPixmap(
     const QString &name, int pixels, const QColor &color, QFont::Weight weight = QFont::Normal);
 
-/// The program's own picture, `pixels` wide and high: app/org.lumaverdine.Lumaverdine.svg in its colours. It takes none
-/// of the toolkit's picture formats, which are plugins that may be missing.
-[[nodiscard]] QPixmap programPicture(int pixels);
+/// The program's own picture, `pixels` wide and high: packaging/org.lumaverdine.Lumaverdine.svg in its colours. It
+/// takes none of the toolkit's picture formats, which are plugins that may be missing, and no application object. Any
+/// thread.
+[[nodiscard]] QImage programPicture(int pixels);
 
 /// Where the ink of a symbol lies in its square for a font of `pointSize`, without what is hardly seen; in
 /// device-independent pixels.
