@@ -76,9 +76,9 @@ void Journal::settleProperties()
 
 void Journal::settleTimer()
 {
-    const int id = m_timer ? m_timer->timerId() : -1;
-    if (id != std::exchange(m_timerId, id))
-        m_entries.append(id < 0 ? u"timer off"_s : u"timer on"_s);
+    const bool isOn = m_timer && m_timer->isActive();
+    if (isOn != std::exchange(m_isTimerOn, isOn))
+        m_entries.append(isOn ? u"timer on"_s : u"timer off"_s);
 }
 
 void Journal::settleOutput()

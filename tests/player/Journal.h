@@ -37,7 +37,7 @@ private:
     QStringList m_entries;
 
     QStringList m_properties; ///< as they were when the last event was noted
-    int m_timerId = -1; ///< the same
+    bool m_isTimerOn = false; ///< the same
     bool m_isAnnounced = false; ///< that event was a notification
     std::FILE *m_output = nullptr; ///< standard output of the operation
     qint64 m_outputRead = 0;
