@@ -24,7 +24,7 @@ PORTAL = "org.freedesktop.portal.Desktop"
 SETTINGS_INTERFACE = """<interface name="org.freedesktop.portal.Settings">
     <method name="ReadAll"><arg type="as" direction="in"/><arg type="a{sa{sv}}" direction="out"/></method></interface>"""
 ROLES = dict.fromkeys(("Archivo", "Reproducción"), "menu item") | dict.fromkeys(
-    ("Minimizar", "Ampliar", "Cerrar"), "push button")
+    ("Minimizar", "Ampliar", "Cerrar"), "button")
 DEFAULT_STRIP = list(ROLES)
 
 
@@ -114,14 +114,14 @@ class Frame(Scenario):
         x, y, *size = self.place()
         self.desktop.double_click(x + 300, y + 14)
         wait_for(lambda: self.place() == [0, 0, 1280, 900], "the window to fill the screen")
-        wait_for(lambda: self.window.names("push button").count("Restaurar") == 1, "the button that restores")
+        wait_for(lambda: self.window.names("button").count("Restaurar") == 1, "the button that restores")
         self.desktop.double_click(300, 14)
         wait_for(lambda: self.place() == [x, y, *size], "the window to be restored")
 
     def test_buttons_are_read_and_pressed(self):
         self.start()
         for name in ("Minimizar", "Ampliar", "Cerrar"):
-            self.assertIn(name, self.window.names("push button"))
+            self.assertIn(name, self.window.names("button"))
         self.window.press("Cerrar")
         self.assertEqual(self.program.process.wait(2), 0)
 

@@ -153,7 +153,7 @@ class Pointer(Scenario):
     # Pieces on the screen
 
     def extents(self, name):
-        return self.window.screen_extents(lambda node: node.get_name() == name and node.get_role_name() == "push button")
+        return self.window.screen_extents(lambda node: (node.get_name(), self.window.role_of(node)) == (name, "button"))
 
     def row(self, index):
         return self.window.node_extents(self.window.row_node(index))

@@ -201,7 +201,7 @@ class Wayland(Scenario):
         return GLib.Variant("(a{sa{sv}})", (asked,))
 
     def has_buttons_at_left(self):
-        close, menu = self.window.extents("Cerrar", "push button"), self.window.extents("Archivo", "menu item")
+        close, menu = self.window.extents("Cerrar", "button"), self.window.extents("Archivo", "menu item")
         return close[0] < menu[0]
 
     def test_draws_finely_on_a_fine_screen(self):
@@ -288,12 +288,12 @@ class Wayland(Scenario):
         self.desktop.drag(start, step, is_done)
         wait_for(lambda: len(self.entries()) > entries, "the pointer to come back")
 
-    def beneath(self, name, role="push button"):
+    def beneath(self, name, role="button"):
         """The left end of the line under a control."""
         left, top, _, height = self.window.extents(name, role)
         return [left, top + height]
 
-    def click(self, window, name, role="push button"):
+    def click(self, window, name, role="button"):
         """Clicks on a control of the window that lies at a point of the screen."""
         left, top, width, height = self.window.extents(name, role)
         self.desktop.click(window[0] + left + width // 2, window[1] + top + height // 2)

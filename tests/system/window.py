@@ -37,7 +37,7 @@ class Window:
 
     def names(self, role):
         """The names of everything of a role ("label", "list item") that shows, in order."""
-        return [node.get_name() for node in self._showing() if node.get_role_name() == role]
+        return [node.get_name() for node in self._showing() if self.role_of(node) == role]
 
     def labels(self):
         return self.names("label")
@@ -46,7 +46,7 @@ class Window:
         return [
             node.get_name()
             for node in self._nodes(self._application)
-            if node.get_role_name() == "list item"
+            if self.role_of(node) == "list item"
         ]
 
     def current_row(self):
@@ -71,7 +71,7 @@ class Window:
         return self._node(name)
 
     def row_node(self, index):
-        return [node for node in self.nodes() if node.get_role_name() == "list item"][index]
+        return [node for node in self.nodes() if self.role_of(node) == "list item"][index]
 
     def states(self, name):
         """The states of the control `name`, such as "enabled"."""
@@ -80,12 +80,17 @@ class Window:
     def states_of(self, node):
         return {state.value_nick for state in node.get_state_set().get_states()}
 
+    @staticmethod
+    def role_of(node):
+        """The role of an object in words. A "button" is a "push button" to the versions of Debian 12."""
+        return node.get_role_name().removeprefix("push ")
+
     def description(self, name):
         return self._node(name).get_description()
 
     def choose(self, name):
         """Presses the entry `name` of a menu that is open."""
-        entries = (n for n in self._showing() if n.get_role_name() == "menu item" and n.get_name() == name)
+        entries = (n for n in self._showing() if self.role_of(n) == "menu item" and n.get_name() == name)
         next(entries).do_action(0)
 
     @contextlib.contextmanager
@@ -115,7 +120,7 @@ class Window:
 
     def middle_of_row(self, index):
         """The point of the screen in the middle of a row that shows."""
-        rows = [node for node in self._showing() if node.get_role_name() == "list item"]
+        rows = [node for node in self._showing() if self.role_of(node) == "list item"]
         extents = rows[index].get_extents(Atspi.CoordType.SCREEN)
         return extents.x + extents.width // 2, extents.y + extents.height // 2
 
@@ -126,7 +131,7 @@ class Window:
 
     def extents(self, name, role):
         """Left, top, width and height in the window of what shows by this name, as soon as it does."""
-        found = lambda: [n for n in self._showing() if n.get_name() == name and n.get_role_name() == role]
+        found = lambda: [n for n in self._showing() if n.get_name() == name and self.role_of(n) == role]
         extents = wait_for(found, f"“{name}” in the window")[0].get_extents(Atspi.CoordType.WINDOW)
         return extents.x, extents.y, extents.width, extents.height
 
@@ -143,8 +148,8 @@ class Window:
         return self._node(name).get_state_set().contains(Atspi.StateType.CHECKED)
 
     def _node(self, name):
-        controls = ("push button", "check box", "slider")
-        return next(n for n in self._showing() if n.get_name() == name and n.get_role_name() in controls)
+        controls = ("button", "check box", "slider")
+        return next(n for n in self._showing() if n.get_name() == name and self.role_of(n) in controls)
 
     def _showing(self):
         for node in self._nodes(self._application):
