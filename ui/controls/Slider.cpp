@@ -42,8 +42,10 @@ void drawGroove(QPainter &painter, const QRectF &groove, const QColor &color)
 
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
 using WordsInterface = QAccessibleAttributesInterface;
+constexpr bool WordsAreDescription = false;
 #else
 class WordsInterface { };
+constexpr bool WordsAreDescription = true;
 #endif
 
 /// A slider as assistive technology meets it. Setting its value is a whole edit.
@@ -71,10 +73,8 @@ public:
 
     [[nodiscard]] QString text(QAccessible::Text kind) const override
     {
-#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0)
-        if (kind == QAccessible::Description)
-            return m_slider.spokenWords();
-#endif
+        if (kind == QAccessible::Description) // not the tooltip, which is the name
+            return WordsAreDescription ? m_slider.spokenWords() : QString();
         return kind == QAccessible::Value ? m_slider.spokenWords() : QAccessibleWidget::text(kind);
     }
 
