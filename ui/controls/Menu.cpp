@@ -58,7 +58,4 @@ void Menu::initStyleOption(QStyleOptionMenuItem *option, const QAction *action) 
     QPalette &colors = option->palette;
     colors.setColor(QPalette::WindowText, destructiveColor(palette()));
     colors.setColor(QPalette::Highlight, destructiveGroundColor(palette()));
-#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
-    colors.setColor(QPalette::Accent, destructiveGroundColor(palette()));
-#endif
 }

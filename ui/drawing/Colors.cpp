@@ -110,11 +110,8 @@ QColor tertiaryColor(const QPalette &palette)
 
 QColor accentColor(const QPalette &palette, double opacity)
 {
-#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
-    return atOpacity(palette.color(QPalette::Active, QPalette::Accent), opacity);
-#else
+    // The toolkit's own role for it came with Qt 6.6, and not every palette names it.
     return atOpacity(palette.color(QPalette::Active, QPalette::Highlight), opacity);
-#endif
 }
 
 QColor accentTextColor(const QPalette &palette)
