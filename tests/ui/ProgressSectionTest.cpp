@@ -258,6 +258,7 @@ private Q_SLOTS:
         f.add("abc");
         QVERIFY(clear.isEnabled());
 
+        QTest::mouseMove(&options); // no menu of Qt 6.8 takes the click of a mouse that has never moved
         QTest::mouseClick(&options, Qt::LeftButton);
         QVERIFY(options.menu().isVisible());
         QTest::mouseClick(
