@@ -2,6 +2,7 @@
 
 import hashlib
 import os
+import re
 import unittest
 
 from desktop import wait_for
@@ -20,6 +21,12 @@ DESKTOPS = {
 }
 # The user's settings are where they are outside of tests.
 REAL_SETTINGS = ("env", "-u", "GSETTINGS_BACKEND", "-u", "XDG_CONFIG_DIRS")
+
+# Calls that change a file or a folder, as strace writes them; the devices keep nothing.
+CHANGES = re.compile(
+    r"O_WRONLY|O_RDWR|O_CREAT| (creat|mkdir|mknod|link|symlink|rename|unlink|rmdir|truncate|f?chmod|[fl]?chown|f?utime)\w*\(")
+DEVICES = re.compile(r'"/dev/(null|zero)"')
+
 
 
 class Home(Scenario):
@@ -54,6 +61,17 @@ class Home(Scenario):
         self.program.quit()
         self.capture.wait_for_silence()
         self.assertEqual(self.tree(), before)
+
+    def test_nothing_is_written_anywhere(self):
+        self.tone("a.wav", 440)
+        trace = self.desktop.folder / "trace"
+        self.start_with("a.wav", prefix=["strace", "-f", "-z", "-o", trace, "-e", "trace=%file", *REAL_SETTINGS])
+        self.desktop.key("space")
+        self.capture.wait_for_pitch(440)
+        self.program.quit()
+        calls = trace.read_text().splitlines()
+        self.assertTrue(any("a.wav" in call for call in calls))
+        self.assertEqual([call for call in calls if CHANGES.search(call) and not DEVICES.search(call)], [])
 
     def check_theme(self, environment):
         """GTK's platform theme is installed for this test; with it, the picker could be GTK's own."""
