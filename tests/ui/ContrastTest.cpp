@@ -32,17 +32,26 @@ QPalette contrastPalette(QRgb window, QRgb text, QRgb accent)
 
 // What the guidelines define, for the colours of pixels.
 
-double luminance(const QColor &color)
+/// Of a channel, for each of its values.
+std::array<double, 256> linearValues()
 {
-    const auto linear = [](double value) {
-        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+    std::array<double, 256> linear;
+    for (std::size_t i = 0; i < linear.size(); ++i) {
+        const double value = static_cast<double>(i) / 255;
+        linear.at(i) = value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    }
+    return linear;
+}
+
+double luminance(QRgb color)
+{
+    static const std::array<double, 256> linear = linearValues();
+    return 0.2126 * linear[qRed(color)] + 0.7152 * linear[qGreen(color)] + 0.0722 * linear[qBlue(color)];
 }
 
 double contrast(const QColor &a, const QColor &b)
 {
-    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
+    const auto [darker, lighter] = std::minmax({luminance(a.rgb()), luminance(b.rgb())});
     return (lighter + 0.05) / (darker + 0.05);
 }
 
@@ -83,18 +92,18 @@ struct PaletteFixture : ViewFixture {
     [[nodiscard]] Ink ink(const QRect &area)
     {
         const QImage image = seen(area);
-        const QColor ground = image.pixel(0, 0);
-        QSet<QRgb> colors;
-        for (int y = 0; y < image.height(); ++y) {
-            const std::span line(reinterpret_cast<const QRgb *>(image.constScanLine(y)), image.width());
-            for (std::size_t x = 0; x < line.size(); ++x) {
-                if (x == 0 || line[x] != line[x - 1])
-                    colors.insert(line[x]);
-            }
-        }
+        const QRgb ground = image.pixel(0, 0);
         Ink found{ground, ground};
-        for (const QRgb color : colors) {
-            if (const Ink other{color, ground}; other.contrast() > found.contrast())
+        double darkest = luminance(ground);
+        double lightest = darkest;
+        const auto *pixel = reinterpret_cast<const QRgb *>(image.constBits());
+        for (const QRgb *end = pixel + image.width() * image.height(); pixel != end; ++pixel) {
+            const double light = luminance(*pixel);
+            if (light >= darkest && light <= lightest)
+                continue;
+            darkest = std::min(darkest, light);
+            lightest = std::max(lightest, light);
+            if (const Ink other{*pixel, ground}; other.contrast() > found.contrast())
                 found = other;
         }
         return found;

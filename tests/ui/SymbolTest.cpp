@@ -26,7 +26,7 @@ QImage drawn(const QString &name, int pixels, QFont::Weight weight = QFont::Norm
 
 int alphaAt(const QImage &image, int x, int y)
 {
-    return image.pixelColor(x, y).alpha();
+    return qAlpha(reinterpret_cast<const QRgb *>(image.constScanLine(y))[x]);
 }
 
 QRect inkOf(const QImage &image)
