@@ -45,16 +45,20 @@ class Scenario(unittest.TestCase):
         self.desktop.wait_for_window("Lumaverdine")
 
     def tone(self, name, hertz, seconds=10, level=0.5):
-        """Writes a stereo sine of a known pitch, in whole hertz, and amplitude into the music folder."""
-        second = array.array("h")
-        for index in range(RATE):
-            value = round(32767 * level * math.sin(2 * math.pi * hertz * index / RATE))
-            second.extend((value, value))
-        samples = (second * math.ceil(seconds))[: 2 * int(seconds * RATE)]
+        """Puts a stereo sine of a known pitch, in whole hertz, and amplitude into the music folder."""
+        kept = self.desktop.folder / f"{hertz}-{seconds}-{level}.wav"
+        if not kept.exists():
+            second = array.array("h")
+            for index in range(RATE):
+                value = round(32767 * level * math.sin(2 * math.pi * hertz * index / RATE))
+                second.extend((value, value))
+            samples = (second * math.ceil(seconds))[: 2 * int(seconds * RATE)]
+            with wave.open(str(kept), "wb") as file:
+                file.setparams((2, 2, RATE, 0, "NONE", ""))
+                file.writeframes(samples.tobytes())
         path = self.desktop.music / name
-        with wave.open(str(path), "wb") as file:
-            file.setparams((2, 2, RATE, 0, "NONE", ""))
-            file.writeframes(samples.tobytes())
+        path.unlink(missing_ok=True)
+        path.hardlink_to(kept)
         return path
 
     def _end_program(self):
