@@ -161,7 +161,9 @@ class Wayland(Scenario):
         services = self.desktop.folder / "run" / "dbus-1" / "services"
         services.mkdir(parents=True, exist_ok=True)
         mark = self.desktop.folder / "portal-started"
-        (services / f"{PORTAL}.service").write_text(f"[D-BUS Service]\nName={PORTAL}\nExec=/usr/bin/touch {mark}\n")
+        service = services / f"{PORTAL}.service"
+        service.write_text(f"[D-BUS Service]\nName={PORTAL}\nExec=/usr/bin/touch {mark}\n")
+        self.addCleanup(service.unlink)
         self.start()
         self.assertFalse(self.has_buttons_at_left())
         wait_for(mark.exists, "the portal to be started")
