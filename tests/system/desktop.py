@@ -24,11 +24,13 @@ class Timeout(AssertionError):
 def wait_for(condition, what, seconds=30):
     """The first true value of `condition()`; raises Timeout naming `what` after `seconds`."""
     deadline = time.monotonic() + seconds
-    while not (value := condition()):
+    while True:
+        asked = time.monotonic()
+        if value := condition():
+            return value
         if time.monotonic() > deadline:
             raise Timeout(f"waited {seconds} s for {what}")
-        time.sleep(0.02)
-    return value
+        time.sleep(max(0.02, time.monotonic() - asked))  # what is costly to ask is asked less often
 
 
 def xdotool(*arguments):

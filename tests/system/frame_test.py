@@ -221,8 +221,8 @@ class Frame(Scenario):
 
     def strip(self):
         """The names of the buttons and menus in the strip, from left to right."""
-        names = [name for name in DEFAULT_STRIP if name in self.window.names(ROLES[name])]
-        return sorted(names, key=lambda name: self.window.extents(name, ROLES[name])[0])
+        pieces = [node for node in self.window.showing() if ROLES.get(node.get_name()) == self.window.role_of(node)]
+        return [node.get_name() for node in sorted(pieces, key=lambda node: self.window.node_extents(node)[0])]
 
     def handle(self):
         return int(xdotool("search", "--onlyvisible", "--name", "^Lumaverdine$"))

@@ -21,15 +21,15 @@ class Pointer(Scenario):
 
     def test_click_on_a_row_that_shows_in_part_scrolls_nothing(self):
         self.start_with_tracks(16)
-        x, y, *_ = self.row(0)
+        x, y, *_ = self.rows()[0]
         xdotool("mousemove", x + 200, y + 20, "click", "--repeat", 1, 5)
-        wait_for(lambda: self.row(0)[1] < y, "the list to scroll")
-        hidden = [self.row(index) for index in range(16)]
+        wait_for(lambda: self.rows()[0][1] < y, "the list to scroll")
+        hidden = self.rows()
         top = y - 10  # of the list
         cut = next(row for row in hidden if row[1] < top < row[1] + row[3] - 4)
         self.desktop.click(cut[0] + 200, (top + cut[1] + cut[3]) // 2)
         self.capture.listen(1)  # longer than a second click could take
-        self.assertEqual([self.row(index) for index in range(16)], hidden)
+        self.assertEqual(self.rows(), hidden)
 
     def test_second_click_on_any_ellipsis_removes_nothing(self):
         self.start_with_tracks(8)
@@ -155,14 +155,14 @@ class Pointer(Scenario):
     def extents(self, name):
         return self.window.screen_extents(lambda node: (node.get_name(), self.window.role_of(node)) == (name, "button"))
 
-    def row(self, index):
-        return self.window.node_extents(self.window.row_node(index))
+    def rows(self):
+        return [self.window.node_extents(node) for node in self.window.row_nodes()]
 
     def ellipses(self):
         """The middles of the ellipses that show as a whole, with the list's padding, from top to bottom."""
         x, y, width, height = self.place(self.handle())
-        rows = [self.row(index) for index in range(len(self.window.rows()))]
-        return [(left + length - 25, top + high // 2) for left, top, length, high in rows if top + high < y + height - 5]
+        return [(left + length - 25, top + high // 2) for left, top, length, high in self.rows()
+                if top + high < y + height - 5]
 
     def square(self, center):
         return center[0] - 13, center[1] - 13, 26, 26

@@ -30,31 +30,33 @@ def active_window():
     return next((w.get_name() for w in windows if w.get_state_set().contains(Atspi.StateType.ACTIVE)), "")
 
 
+def is_shown(node):
+    return node.get_state_set().contains(Atspi.StateType.SHOWING)
+
+
 class Window:
     def __init__(self, program):
         self._process = program.process.pid
+        self._controls = {}  # found so far, by name
+        self._list = None
         self._application = wait_for(self._find_application, "the program on the accessibility bus")
 
     def names(self, role):
         """The names of everything of a role ("label", "list item") that shows, in order."""
-        return [node.get_name() for node in self._showing() if self.role_of(node) == role]
+        return [node.get_name() for node in self.showing() if self.role_of(node) == role]
 
     def labels(self):
         return self.names("label")
 
     def rows(self):
-        return [
-            node.get_name()
-            for node in self._nodes(self._application)
-            if self.role_of(node) == "list item"
-        ]
+        return [node.get_name() for node in self.row_nodes()]
 
     def current_row(self):
         """The position of the row that reads as the current one; none where none does."""
         return next((index for index, row in enumerate(self.rows()) if ", actual" in row), None)
 
     def shows(self, text):
-        return any(node.get_name() == text for node in self._showing())
+        return any(node.get_name() == text for node in self.showing())
 
     def wait_for(self, text):
         wait_for(lambda: self.shows(text), f"“{text}” in the window")
@@ -70,8 +72,14 @@ class Window:
         """The control `name`."""
         return self._node(name)
 
+    def row_nodes(self):
+        if not self._list:
+            is_list = lambda node: node.get_name() == "Playlist" and self.role_of(node) == "list"
+            self._list = next(filter(is_list, self.nodes()))
+        return [node for node in children(self._list) if self.role_of(node) == "list item"]
+
     def row_node(self, index):
-        return [node for node in self.nodes() if self.role_of(node) == "list item"][index]
+        return self.row_nodes()[index]
 
     def states(self, name):
         """The states of the control `name`, such as "enabled"."""
@@ -80,17 +88,17 @@ class Window:
     def states_of(self, node):
         return {state.value_nick for state in node.get_state_set().get_states()}
 
+    def description(self, name):
+        return self._node(name).get_description()
+
     @staticmethod
     def role_of(node):
         """The role of an object in words. A "button" is a "push button" to the versions of Debian 12."""
         return node.get_role_name().removeprefix("push ")
 
-    def description(self, name):
-        return self._node(name).get_description()
-
     def choose(self, name):
         """Presses the entry `name` of a menu that is open."""
-        entries = (n for n in self._showing() if self.role_of(n) == "menu item" and n.get_name() == name)
+        entries = (n for n in self.showing() if self.role_of(n) == "menu item" and n.get_name() == name)
         next(entries).do_action(0)
 
     @contextlib.contextmanager
@@ -120,7 +128,7 @@ class Window:
 
     def middle_of_row(self, index):
         """The point of the screen in the middle of a row that shows."""
-        rows = [node for node in self._showing() if self.role_of(node) == "list item"]
+        rows = [node for node in self.showing() if self.role_of(node) == "list item"]
         extents = rows[index].get_extents(Atspi.CoordType.SCREEN)
         return extents.x + extents.width // 2, extents.y + extents.height // 2
 
@@ -131,13 +139,13 @@ class Window:
 
     def extents(self, name, role):
         """Left, top, width and height in the window of what shows by this name, as soon as it does."""
-        found = lambda: [n for n in self._showing() if n.get_name() == name and self.role_of(n) == role]
+        found = lambda: [n for n in self.showing() if n.get_name() == name and self.role_of(n) == role]
         extents = wait_for(found, f"“{name}” in the window")[0].get_extents(Atspi.CoordType.WINDOW)
         return extents.x, extents.y, extents.width, extents.height
 
     def screen_extents(self, is_wanted):
         """Left, top, width and height on the screen of what shows and is wanted, as soon as it does."""
-        found = lambda: [node for node in self._showing() if is_wanted(node)]
+        found = lambda: [node for node in self.showing() if is_wanted(node)]
         return self.node_extents(wait_for(found, "a piece of the window")[0])
 
     def node_extents(self, node):
@@ -148,13 +156,19 @@ class Window:
         return self._node(name).get_state_set().contains(Atspi.StateType.CHECKED)
 
     def _node(self, name):
-        controls = ("button", "check box", "slider")
-        return next(n for n in self._showing() if n.get_name() == name and self.role_of(n) in controls)
+        roles = ("button", "check box", "slider")
+        is_wanted = lambda node: node.get_name() == name and self.role_of(node) in roles
+        known = self._controls.get(name)
+        if not (known and is_shown(known) and is_wanted(known)):
+            self._controls[name] = next(node for node in self.showing() if is_wanted(node))
+        return self._controls[name]
 
-    def _showing(self):
-        for node in self._nodes(self._application):
-            if node.get_state_set().contains(Atspi.StateType.SHOWING):
+    def showing(self, parent=None):
+        """What shows is part only of what shows."""
+        for node in children(parent or self._application):
+            if is_shown(node):
                 yield node
+                yield from self.showing(node)
 
     def _nodes(self, parent):
         for child in children(parent):
