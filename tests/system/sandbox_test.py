@@ -1,4 +1,7 @@
-"""The player inside a sandbox with the holes of Flatpak's manifest: it reads only what was picked, and misses nothing."""
+"""The player inside a sandbox with the holes of Flatpak's manifest: it reads only what was picked, and misses nothing.
+
+One desktop a process: each other class is run by its name.
+"""
 
 import itertools
 import json
@@ -7,6 +10,7 @@ import pathlib
 import re
 import shutil
 import subprocess
+import tempfile
 import unittest
 
 from gi.repository import GLib
@@ -15,6 +19,7 @@ import admission_test
 import desktop
 import frame_test
 import playback_test
+import wayland_test
 from desktop import wait_for, xdotool
 from mpris_test import MEDIA, NAME, PLAYER, Shell
 from portal import Portal
@@ -67,6 +72,15 @@ class Inside(Scenario):
 
 class Playback(Inside, playback_test.Playback):
     pass
+
+
+class Wayland(Inside):
+    Desktop = wayland_test.WaylandDesktop
+
+    def test_window_is_there_where_no_x_server_is_seen(self):
+        self.addCleanup(desktop.end, self.desktop.start_compositor())
+        self.start()
+        self.window.wait_for("Sin canciones")
 
 
 class Sandbox(Inside, admission_test.Admission):
@@ -129,8 +143,10 @@ class Sandbox(Inside, admission_test.Admission):
 
 class Manifest(unittest.TestCase):
     def test_manifest_is_read_and_builds_the_ffmpeg_of_the_other_packages(self):
-        shown = subprocess.run(["flatpak-builder", "--show-manifest", MANIFEST], check=True, capture_output=True).stdout
-        ffmpeg = json.loads(shown)["modules"][0]["sources"][0]
+        with tempfile.TemporaryDirectory() as folder:  # for what it leaves behind
+            command = ["flatpak-builder", "--show-manifest", MANIFEST]
+            shown = subprocess.run(command, check=True, capture_output=True, cwd=folder)
+        ffmpeg = json.loads(shown.stdout)["modules"][0]["sources"][0]
         values = dict(re.findall(r"^(\w+)=(\S+)$", (PROJECT / "decoder" / "ffmpeg.conf").read_text(), re.MULTILINE))
         self.assertEqual(ffmpeg["sha256"], values["sha256"])
         self.assertTrue(ffmpeg["url"].endswith(f"/ffmpeg-{values['version']}.tar.xz"), ffmpeg["url"])
