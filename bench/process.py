@@ -23,6 +23,11 @@ class Process:
     def processor_seconds(self):
         return sum(seconds for _, _, seconds, _ in self.threads())
 
+    def libraries(self):
+        """How many are mapped."""
+        rows = (self._folder / "maps").read_text().splitlines()
+        return len({row.split()[-1] for row in rows if ".so" in row})
+
     def memory(self):
         """In MiB: its proportional share of memory; its resident memory; what of that is in no other process; what
         it has written and no file holds, the one number on which other processes have no bearing."""
