@@ -109,8 +109,10 @@ class Desktop:
         xdotool("type", "--clearmodifiers", "--delay", 4, text)
 
     def active_window(self):
-        """The title of the window that has the keyboard; empty for none."""
-        answer = subprocess.run(["xdotool", "getactivewindow", "getwindowname"], capture_output=True)
+        """The title of the window that has the keyboard; empty for none.
+
+        What the window manager calls active may be a window that is gone, whose number a new one has."""
+        answer = subprocess.run(["xdotool", "getwindowfocus", "getwindowname"], capture_output=True)
         return answer.stdout.decode(errors="replace").strip()
 
     def wait_for_window(self, title, seconds=30):

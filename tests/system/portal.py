@@ -43,6 +43,6 @@ class Portal(Service):
             return None
         sender = self.sender[1:].replace(".", "_")
         handle = f"{PATH}/request/{sender}/{arguments[-1]['handle_token']}"
-        self.asked[handle] = (method, *arguments)
         self.offer(handle, REQUEST)
+        self.asked[handle] = (method, *arguments)
         return GLib.Variant("(o)", (handle,))
