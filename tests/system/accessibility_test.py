@@ -80,7 +80,7 @@ class Accessibility(Scenario):
     def test_the_position_is_read_in_words_too(self):
         self.start_with_tones()
         self.window.set_value("Posición", 80)
-        said = lambda: self.window.description("Posición") == "1 minuto 20 segundos de 3 minutos 5 segundos"
+        said = lambda: self.window.words("Posición") == "1 minuto 20 segundos de 3 minutos 5 segundos"
         wait_for(said, "the position in words")
         self.assertEqual(self.window.value("Posición"), 80)
 

@@ -96,6 +96,10 @@ class Window:
         """The role of an object in words. A "button" is a "push button" to the versions of Debian 12."""
         return node.get_role_name().removeprefix("push ")
 
+    def words(self, name):
+        """What is read aloud for the value of the slider `name`: its description, before the toolkit's version 6.8."""
+        return self.node(name).get_attributes().get("valuetext", self.description(name))
+
     def choose(self, name):
         """Presses the entry `name` of a menu that is open."""
         entries = (n for n in self.showing() if self.role_of(n) == "menu item" and n.get_name() == name)
@@ -140,8 +144,9 @@ class Window:
     def extents(self, name, role):
         """Left, top, width and height in the window of what shows by this name, as soon as it does."""
         found = lambda: [n for n in self.showing() if n.get_name() == name and self.role_of(n) == role]
-        extents = wait_for(found, f"“{name}” in the window")[0].get_extents(Atspi.CoordType.WINDOW)
-        return extents.x, extents.y, extents.width, extents.height
+        x, y, width, height = self.node_extents(wait_for(found, f"“{name}” in the window")[0])
+        left, top, *_ = self.node_extents(self._application.get_child_at_index(0))  # a menu is a window of its own
+        return x - left, y - top, width, height
 
     def screen_extents(self, is_wanted):
         """Left, top, width and height on the screen of what shows and is wanted, as soon as it does."""
