@@ -265,6 +265,9 @@ bool FramelessWindow::event(QEvent *event)
 
 void FramelessWindow::resizeEvent(QResizeEvent *)
 {
+    // Some Wayland compositors ask for less than the least size, and Qt 6.8 obeys.
+    if (size().expandedTo(minimumSize()) != size())
+        resize(size().expandedTo(minimumSize()));
     arrange();
 }
 
