@@ -103,7 +103,7 @@ class Desktop:
 
     def key(self, *keys):
         """Presses keys on the keyboard ("ctrl+o"), whatever has the focus."""
-        xdotool("key", "--clearmodifiers", *keys)
+        xdotool("key", "--clearmodifiers", "--delay", 4, *keys)
 
     def type(self, text):
         xdotool("type", "--clearmodifiers", "--delay", 4, text)
