@@ -31,7 +31,8 @@ class WaylandDesktop(Desktop):
 
     def start_compositor(self, *options):
         settings = self.folder / "weston.ini"
-        settings.write_text(f"[shell]\npanel-position=none\nbackground-color=0xff{BACKGROUND.hex()}\n")
+        shell = f"[shell]\npanel-position=none\nbackground-color=0xff{BACKGROUND.hex()}\n"
+        settings.write_text(shell + "[input-method]\npath=\n")  # no keyboard on the screen
         socket = self.folder / "run" / "compositor"
         compositor = self.start(
             "weston", "--backend=x11-backend.so", "--use-pixman", "--fullscreen", "--idle-time=0",
