@@ -5,9 +5,7 @@
 #include "files/Sandbox.h"
 #include "metadata/ArtworkLoader.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QPointer>
 #include <fcntl.h>
 #include <sys/file.h>
 
@@ -49,11 +47,16 @@ std::unique_ptr<QTemporaryFile> makeFile(const QByteArray &bytes)
         file->open() && lock(file->handle()) && file->write(bytes) == bytes.size() && file->flush();
     if (!isWritten || file->fileName().isEmpty()) // it has no name before
         return nullptr;
-    file->moveToThread(QCoreApplication::instance()->thread());
     return file;
 }
 
 } // namespace
+
+CoverFile::~CoverFile()
+{
+    const std::lock_guard lock(m_receiver->mutex);
+    m_receiver->cover = nullptr;
+}
 
 void CoverFile::removeLeftovers()
 {
@@ -88,16 +91,19 @@ void CoverFile::write()
 {
     if (!m_artwork || m_isWriting)
         return;
-    const auto work = [self = QPointer(this), picture = m_artwork->fingerprint(),
+    const auto work = [receiver = m_receiver, picture = m_artwork->fingerprint(),
                           files = m_artwork->files()] {
-        const QByteArray bytes = pictureBytes(files, picture, QDeadlineTimer(ReadingTime));
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, picture, file = makeFile(bytes)]() mutable {
-                if (self)
-                    self->take(picture, std::move(file));
-            },
-            Qt::QueuedConnection);
+        auto file = makeFile(pictureBytes(files, picture, QDeadlineTimer(ReadingTime)));
+        const std::lock_guard lock(receiver->mutex);
+        CoverFile *const cover = receiver->cover;
+        if (!cover)
+            return;
+        if (file)
+            file->moveToThread(cover->thread());
+        auto take = [cover, picture, file = std::move(file)]() mutable {
+            cover->take(picture, std::move(file));
+        };
+        QMetaObject::invokeMethod(cover, std::move(take), Qt::QueuedConnection);
     };
     m_isWriting = startDetachedThread(work);
 }

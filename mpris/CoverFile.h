@@ -6,6 +6,7 @@
 #include <QTemporaryFile>
 #include <QUrl>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 /// The cover of the current track as a file that the user's other programs can show.
@@ -17,6 +18,9 @@ class CoverFile : public QObject {
     Q_OBJECT
 
 public:
+    CoverFile() { m_receiver->cover = this; }
+    ~CoverFile() override;
+
     /// Removes what crashed players have left. Any thread.
     static void removeLeftovers();
 
@@ -30,10 +34,17 @@ Q_SIGNALS:
     void changed(); ///< the file of the cover is there
 
 private:
+    /// Whom a thread that has written a file tells so. It may outlive this, and the application.
+    struct Receiver {
+        std::mutex mutex;
+        CoverFile *cover = nullptr; ///< none once that is gone
+    };
+
     void write();
     void take(const Fingerprint &picture, std::unique_ptr<QTemporaryFile> file);
 
     std::optional<Artwork> m_artwork;
     std::unique_ptr<QTemporaryFile> m_file; ///< null as long as there is none
+    const std::shared_ptr<Receiver> m_receiver = std::make_shared<Receiver>();
     bool m_isWriting = false; ///< one thread at a time, however fast tracks change
 };
