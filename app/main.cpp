@@ -12,6 +12,7 @@
 #include <QIcon>
 #include <QTimer>
 #include <chrono>
+#include <cstdlib>
 #include <string_view>
 
 using namespace Qt::StringLiterals;
@@ -46,9 +47,7 @@ QIcon programIcon()
     return icon;
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+int run(int argc, char *argv[])
 {
     guardStandardStreams();
     if (argc == 2 && argv[1] == "--version"sv) { // no other argument means anything
@@ -74,4 +73,13 @@ int main(int argc, char *argv[])
     app.showFollowing(desktop);
     QTimer::singleShot(AfterFirstContent, &mpris, &Mpris::start);
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const int status = run(argc, argv);
+    // A thread that a medium keeps waiting may still run: what it uses stays until the process is gone.
+    std::quick_exit(status);
 }

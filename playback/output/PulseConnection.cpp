@@ -57,7 +57,9 @@ PulseConnection &PulseConnection::instance()
 {
     // Never destroyed: a decoder thread may use it until the process is gone.
     static PulseConnection *const connection = [] {
-        std::atexit([] { instance().waitForFades(); });
+        const auto wait = [] { instance().waitForFades(); };
+        std::atexit(wait);
+        std::at_quick_exit(wait);
         return new PulseConnection;
     }();
     return *connection;
