@@ -1,5 +1,6 @@
 #include "desktop/XServer.h"
 
+#include <QDBusConnection>
 #include <QDataStream>
 #include <QGuiApplication>
 #include <QIODevice>
@@ -101,7 +102,16 @@ Compositing::Compositing(Follower follower)
     }
     m_selection = atom(server, CompositorSelection);
     qGuiApp->installNativeEventFilter(this);
-    m_follower(owner(server, CompositorSelection) != XCB_WINDOW_NONE);
+    // KWin gives the selection up two seconds after it has suspended. Without the name of its service: to look up the
+    // owner, the toolkit would wait for the bus.
+    QDBusConnection::sessionBus().connect({}, u"/Compositor"_s, u"org.kde.kwin.Compositing"_s,
+        u"compositingToggled"_s, this, SLOT(follow(bool)));
+    follow(owner(server, CompositorSelection) != XCB_WINDOW_NONE);
+}
+
+void Compositing::follow(bool isComposited)
+{
+    m_follower(isComposited);
 }
 
 bool Compositing::nativeEventFilter(const QByteArray &, void *message, qintptr *)
@@ -109,7 +119,7 @@ bool Compositing::nativeEventFilter(const QByteArray &, void *message, qintptr *
     const auto *notice = static_cast<const SelectionNotice *>(message);
     // Another extension's event may look the same, so the owner is asked for.
     if ((notice->kind & 0x7f) >= FirstOfExtensions && notice->selection == m_selection)
-        m_follower(owner(connection(), CompositorSelection) != XCB_WINDOW_NONE);
+        follow(owner(connection(), CompositorSelection) != XCB_WINDOW_NONE);
     return false;
 }
 

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <QAbstractNativeEventFilter>
+#include <QObject>
 #include <QVariant>
 #include <cstdint>
 #include <functional>
 
 /// Follows whether the window system shows what lies behind the translucent parts of a window; without that, they are
-/// black. It does on Wayland, and on X11 while a compositor runs. Main thread only.
-class Compositing final : public QAbstractNativeEventFilter {
+/// black. It does on Wayland, and on X11 while a compositor runs and is not suspended. Main thread only.
+class Compositing final : public QObject, public QAbstractNativeEventFilter {
+    Q_OBJECT
+
 public:
     using Follower = std::function<void(bool isComposited)>;
 
@@ -15,6 +18,9 @@ public:
     explicit Compositing(Follower follower);
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+
+private Q_SLOTS:
+    void follow(bool isComposited);
 
 private:
     Follower m_follower;

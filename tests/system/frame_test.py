@@ -188,6 +188,13 @@ class Frame(Scenario):
         wait_for(lambda: opacity([(0, 0), (1279, 899)]) == {255}, "square corners")
         self.window.press("Restaurar")
         wait_for(lambda: opacity(corners) == {0}, "round corners again")
+        # KWin says so at once when it suspends, and keeps the selection for a while.
+        kwin = Service("org.kde.KWin", "/Compositor", "<interface name='org.kde.kwin.Compositing'/>", None)
+        self.addCleanup(kwin.close)
+        kwin.emit("compositingToggled", GLib.Variant("(b)", (False,)))
+        wait_for(lambda: opacity(corners) == {255}, "square corners under a compositor that is suspended")
+        kwin.emit("compositingToggled", GLib.Variant("(b)", (True,)))
+        wait_for(lambda: opacity(corners) == {0}, "round corners under one that is resumed")
         compositor.close()
         wait_for(lambda: opacity(corners) == {255}, "no pixel that shows what lies behind")
 
