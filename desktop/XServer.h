@@ -19,10 +19,9 @@ public:
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
 
-private Q_SLOTS:
-    void follow(bool isComposited);
-
 private:
+    Q_SLOT void follow(bool isComposited);
+
     Follower m_follower;
     std::uint32_t m_selection = 0; ///< that a compositor owns
 };
