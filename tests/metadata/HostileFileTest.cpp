@@ -525,16 +525,19 @@ private Q_SLOTS:
         verifyBounded(bytes, "cover");
     }
 
+    /// Of the two ways, FFmpeg knows one only with zlib, which a package's own is made without.
     void compressedBlocksOfMatroskaArePlayed()
     {
         const auto sound = soundOf(MatroskaFile::encoded(MatroskaFile::track(1, {})));
         const QByteArray stripped = MatroskaFile::track(1, matroskaCompression(1, 3, "\x21\x21"));
         QVERIFY(soundOf(MatroskaFile::encoded(stripped, {}, MatroskaFile::block(QByteArray(3198, '\x21'))))
             == sound);
-        const QByteArray deflated = qCompress(QByteArray(3200, '\x21')).sliced(qsizetype(sizeof(int)));
-        QVERIFY(soundOf(MatroskaFile::encoded(
-                    MatroskaFile::track(1, matroskaCompression(1, 0)), {}, MatroskaFile::block(deflated)))
-            == sound);
+        if (HAS_ZLIB) {
+            const QByteArray deflated = qCompress(QByteArray(3200, '\x21')).sliced(qsizetype(sizeof(int)));
+            QVERIFY(soundOf(MatroskaFile::encoded(
+                        MatroskaFile::track(1, matroskaCompression(1, 0)), {}, MatroskaFile::block(deflated)))
+                == sound);
+        }
     }
 
     void tagLeavesTheSound_data()
