@@ -89,6 +89,9 @@ public:
     void pause() override { }
     void stop() override { }
     void setCurrentTime(double) override { }
+    void setSuccessor(const QUrl &, const SoundLabel &) override { }
+    void dropSuccessor() override { }
+    std::shared_ptr<AudioPlayer> takeSuccessor() override { return nullptr; }
     [[nodiscard]] State state() const override { return {}; }
 };
 

@@ -31,8 +31,9 @@ using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 class DecoderModule {
 public:
     /// A decoder that has already decoded its first frames; fails with a readable description if the file
-    /// holds no sound that is understood.
-    virtual Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop) const = 0;
+    /// holds no sound that is understood. Without `format`, the decoder's is what suits the file.
+    virtual Result<std::unique_ptr<Decoder>> open(
+        FileDescriptor file, StopFlag stop, std::optional<AudioFormat> format = {}) const = 0;
 
     /// Reads the container's own account of itself. What cannot be read is missing.
     [[nodiscard]] virtual ProbedMedia probe(FileDescriptor file) const = 0;

@@ -42,8 +42,9 @@ constexpr double OggPage = 2; // seconds, more than pages last
 
 } // namespace
 
-FFmpegDecoder::FFmpegDecoder(std::unique_ptr<FFmpegInput> input)
+FFmpegDecoder::FFmpegDecoder(std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format)
     : m_input(std::move(input))
+    , m_wantedFormat(format)
     , m_packet(av_packet_alloc())
     , m_frame(av_frame_alloc())
 {
@@ -56,9 +57,10 @@ FFmpegDecoder::~FFmpegDecoder()
     avcodec_free_context(&m_codec);
 }
 
-Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(std::unique_ptr<FFmpegInput> input)
+Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(
+    std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format)
 {
-    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input)));
+    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input), format));
     if (const auto error = decoder->openCodec())
         return *error;
     if (const auto error = decoder->decodeFirstFrame())
@@ -91,7 +93,7 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
         return m_input->hasReadError() ? failure()
                                        : Error{u"El audio del archivo no se puede decodificar."_s};
     m_origin = m_frame->best_effort_timestamp == AV_NOPTS_VALUE ? 0 : m_frame->best_effort_timestamp;
-    m_format = FrameConverter::formatFor(*m_frame);
+    m_format = m_wantedFormat.value_or(FrameConverter::formatFor(*m_frame));
     m_converter.setOutput(m_format);
     if (convertFrame() != Step::Frame)
         return Error{u"El audio del archivo no se puede decodificar."_s};
@@ -102,7 +104,7 @@ double FFmpegDecoder::duration() const
 {
     // Ogg has no length but the time of its last page, which is as wrong as the one who wrote it.
     if (const std::int64_t frames = flacLength(flacStreamInfo()))
-        return m_format.seconds(frames);
+        return double(frames) / m_input->audioStream()->codecpar->sample_rate;
     return m_input->duration().value_or(0);
 }
 

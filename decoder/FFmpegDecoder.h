@@ -23,8 +23,9 @@ struct AVPacket;
 /// A seek that the container cannot be trusted with decodes from the first frame on, faster than time passes.
 class FFmpegDecoder final : public Decoder {
 public:
-    /// Decodes the first frame; fails if nothing at all can be decoded.
-    static Result<std::unique_ptr<Decoder>> open(std::unique_ptr<FFmpegInput> input);
+    /// Decodes the first frame; fails if nothing at all can be decoded. Without `format`, it is what suits the file.
+    static Result<std::unique_ptr<Decoder>> open(
+        std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format = {});
     ~FFmpegDecoder() override;
 
     [[nodiscard]] AudioFormat format() const override { return m_format; }
@@ -38,7 +39,7 @@ private:
     /// What became of one attempt to decode a frame.
     enum class Step { Frame, Again, End, Failed };
 
-    explicit FFmpegDecoder(std::unique_ptr<FFmpegInput> input);
+    FFmpegDecoder(std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format);
 
     std::optional<Error> openCodec();
     std::optional<Error> decodeFirstFrame();
@@ -65,6 +66,7 @@ private:
     bool decodeUntil(std::int64_t frame, const IsObsolete &isObsolete);
 
     std::unique_ptr<FFmpegInput> m_input;
+    const std::optional<AudioFormat> m_wantedFormat;
     AVCodecContext *m_codec = nullptr;
     AVPacket *m_packet = nullptr;
     AVFrame *m_frame = nullptr;

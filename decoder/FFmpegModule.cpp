@@ -102,12 +102,13 @@ public:
         av_max_alloc(std::size_t(64) << 20);
     }
 
-    Result<std::unique_ptr<Decoder>> open(FileDescriptor file, StopFlag stop) const override
+    Result<std::unique_ptr<Decoder>> open(
+        FileDescriptor file, StopFlag stop, std::optional<AudioFormat> format) const override
     {
         auto input = FFmpegInput::open(std::move(file), std::move(stop));
         if (input.isError())
             return input.error();
-        return FFmpegDecoder::open(input.take());
+        return FFmpegDecoder::open(input.take(), format);
     }
 
     ProbedMedia probe(FileDescriptor file) const override

@@ -91,8 +91,10 @@ int FrameConverter::run(const AVFrame *input, std::vector<float> &samples)
 {
     if (!m_resampler) {
         m_resampler = swr_alloc();
-        // Mixing several channels into one must not exceed full scale.
+        // Mixing several channels into one must not exceed full scale, and one is as loud on two.
         av_opt_set_double(m_resampler, "rematrix_maxval", 1.0, 0);
+        if (input && input->ch_layout.nb_channels == 1 && m_output.channels == 2)
+            av_opt_set_double(m_resampler, "rematrix_volume", M_SQRT2, 0);
     }
     AVFrame *output = av_frame_alloc();
     if (!m_resampler || !output) {

@@ -15,6 +15,10 @@ class AudioPlayerDelegate {
 public:
     virtual ~AudioPlayerDelegate() = default;
 
+    /// The last sample of the track has been decoded and will be heard in a moment: it is time for setSuccessor().
+    /// Again after every seek.
+    virtual void audioPlayerDidReachEndOfFile(AudioPlayer &player) = 0;
+
     /// The last sample of the track has been heard; `successfully` is false if part of it was damaged.
     virtual void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) = 0;
 
@@ -75,6 +79,18 @@ public:
 
     /// Seeks, while playing or paused; clamped to 0…duration(). currentTime() answers the target from now on.
     virtual void setCurrentTime(double seconds) = 0;
+
+    /// Opens the file behind `url` on another thread, to sound right behind the last sample of this one, with no
+    /// frame in between and in the format of the same stream. Nothing is heard of it if that fails or comes too
+    /// late. Any seek drops it, and so does another successor.
+    virtual void setSuccessor(const QUrl &url, const SoundLabel &label) = 0;
+
+    /// What follows is silence again, also if frames of the successor are queued.
+    virtual void dropSuccessor() = 0;
+
+    /// The successor, once it has taken over: it is the one that sounds or is paused, and this player has ended. Null
+    /// if there is none. Whoever takes it owns it.
+    virtual std::shared_ptr<AudioPlayer> takeSuccessor() = 0;
 
     /// All at one moment.
     [[nodiscard]] virtual State state() const = 0;

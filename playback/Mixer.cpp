@@ -1,6 +1,7 @@
 #include "playback/Mixer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -41,9 +42,8 @@ PositionMap::Piece PositionMap::pieceAt(std::int64_t frame) const
     return first;
 }
 
-Mixer::Mixer(AudioFormat format, std::shared_ptr<Wakeup> writer)
+Mixer::Mixer(AudioFormat format)
     : m_format(format)
-    , m_writer(std::move(writer))
     , m_channels(format.channels)
     , m_memory(format.frames(LongestQueue))
     , m_output(std::size_t(m_memory * m_channels))
@@ -67,10 +67,24 @@ void Mixer::skipTo(std::int64_t frame)
     m_rendered = frame;
 }
 
+void Mixer::follow(std::shared_ptr<RingBuffer> ring)
+{
+    m_isTakenBack = m_former != nullptr;
+    m_next = std::move(ring);
+}
+
+void Mixer::settle()
+{
+    m_former = nullptr;
+    m_isTakenBack = false;
+    m_joint.reset();
+}
+
 bool Mixer::needsChange(const Mix &mix) const
 {
     const bool hasMissingFrames = m_isStarved && m_ring && m_ring->available() > 0;
-    return mix != m_mix || m_offered || hasMissingFrames;
+    const bool isSilentBeforeNext = m_next && m_end;
+    return mix != m_mix || m_offered || m_isTakenBack || hasMissingFrames || isSilentBeforeNext;
 }
 
 void Mixer::change(std::int64_t frame, const Mix &mix)
@@ -87,6 +101,8 @@ void Mixer::change(std::int64_t frame, const Mix &mix)
     const std::int64_t turn = mix.isPlaying ? frame : frame + fade;
     // Never back to the place before, also if that was still to be heard at the frame.
     m_cursor = std::max(m_cursors.at(turn), m_placeStart);
+    if (m_isTakenBack)
+        takeBackJoin();
     if (isNewPlace)
         adoptOffered();
     m_cursors.append({turn, m_cursor, false, 0});
@@ -94,8 +110,10 @@ void Mixer::change(std::int64_t frame, const Mix &mix)
     m_fadeFrames = fade;
     m_mix = mix;
     m_isStarved = false;
-    if (frame < m_end)
+    if (frame < m_end || m_next)
         m_end.reset();
+    if (frame < m_joint)
+        m_joint.reset();
     m_rendered = frame;
     render(oldEnd - frame);
 }
@@ -108,8 +126,7 @@ std::span<const float> Mixer::samplesFrom(std::int64_t frame) const
 
 void Mixer::detach()
 {
-    m_ring = nullptr;
-    m_offered = nullptr;
+    m_ring = m_offered = m_next = m_former = nullptr;
 }
 
 Mixer::Position Mixer::positionAt(std::int64_t frame) const
@@ -131,6 +148,8 @@ void Mixer::renderSound(std::int64_t frames)
         }
         m_cursors.append({m_rendered, m_cursor, true, 0});
         mixInto(m_rendered, m_history.data() + sampleOf(m_cursor), run);
+        if (m_former && m_cursor <= m_jointCursor && m_jointCursor < m_cursor + run)
+            m_joint = m_rendered + (m_jointCursor - m_cursor);
         m_cursor += run;
         m_rendered += run;
         frames -= run;
@@ -154,12 +173,14 @@ std::int64_t Mixer::fetch(std::int64_t frames)
         return std::min(frames, m_taken - m_cursor);
     if (!m_ring)
         return 0;
-    const RingBuffer::Run run = m_ring->read(m_history.data() + sampleOf(m_cursor), frames);
+    RingBuffer::Run run = m_ring->read(m_history.data() + sampleOf(m_cursor), frames);
+    if (run.frames == 0 && m_next && !m_end && m_ring->isExhausted()) {
+        join();
+        run = m_ring->read(m_history.data() + sampleOf(m_cursor), frames);
+    }
     if (run.frames > 0)
         m_track.append({m_taken, run.position, true, m_ring->generation()});
     m_taken += run.frames;
-    if (m_ring->available() < m_ring->capacity() / 2 && !m_ring->isFinished())
-        m_writer->signal();
     return run.frames;
 }
 
@@ -184,8 +205,9 @@ void Mixer::mixInto(std::int64_t frame, const float *source, std::int64_t frames
         const std::int64_t faded = frame + index - m_fadeStart;
         const float share = faded < m_fadeFrames ? float(faded + 1) / float(m_fadeFrames + 1) : 1.0F;
         for (std::int64_t channel = 0; channel < m_channels; ++channel, ++target) {
-            const float fresh = source ? source[index * m_channels + channel] * m_mix.gain * share : 0.0F;
-            *target = fresh + *target * (1 - share);
+            const float fresh = source ? source[index * m_channels + channel] * m_mix.gain : 0.0F;
+            if (*target != fresh) // what stays equal stays exact
+                *target = fresh * share + *target * (1 - share);
         }
     }
 }
@@ -193,8 +215,28 @@ void Mixer::mixInto(std::int64_t frame, const float *source, std::int64_t frames
 void Mixer::adoptOffered()
 {
     m_ring = std::move(m_offered);
+    m_former = nullptr;
     m_end.reset();
+    m_joint.reset();
     m_placeStart = m_taken;
     m_cursor = m_taken;
     m_track.append({m_taken, m_ring->start(), true, m_ring->generation()});
+}
+
+void Mixer::join()
+{
+    m_former = std::exchange(m_ring, std::move(m_next));
+    m_jointCursor = m_taken;
+    m_formerPiece = m_track.pieceAt(m_taken);
+}
+
+/// What was taken of the ring that followed is forgotten; what is left to render of the former one is its end.
+void Mixer::takeBackJoin()
+{
+    m_track.append({m_jointCursor, m_formerPiece.at(m_jointCursor), true, m_formerPiece.tag});
+    m_cursor = std::min(m_cursor, m_jointCursor);
+    m_taken = m_jointCursor;
+    m_ring = std::move(m_former);
+    m_joint.reset();
+    m_isTakenBack = false;
 }

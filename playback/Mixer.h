@@ -75,8 +75,7 @@ public:
         std::uint32_t generation = 0; ///< of the request that the frame answers; 0 before the first
     };
 
-    /// Signals `writer` when a ring is half empty.
-    Mixer(AudioFormat format, std::shared_ptr<Wakeup> writer);
+    explicit Mixer(AudioFormat format);
 
     [[nodiscard]] AudioFormat format() const { return m_format; }
 
@@ -92,6 +91,13 @@ public:
     /// From the next change() on, frames come from `ring`; the one that they come from already changes nothing. Null
     /// takes back what was offered since the last change().
     void offer(std::shared_ptr<RingBuffer> ring) { m_offered = ring == m_ring ? nullptr : std::move(ring); }
+
+    /// Behind the last frame of the present ring come those of `ring`, with none in between. Null takes that
+    /// back with the next change(), also if frames of it have been rendered.
+    void follow(std::shared_ptr<RingBuffer> ring);
+
+    /// The ring that follows is the present one from now on: nothing takes it back, another may follow it.
+    void settle();
 
     /// Whether change() would alter anything.
     [[nodiscard]] bool needsChange(const Mix &mix) const;
@@ -111,9 +117,9 @@ public:
 
     [[nodiscard]] Position positionAt(std::int64_t frame) const;
 
-    /// The output frame after the last one of the track, once that has been rendered.
-    [[nodiscard]] std::optional<std::int64_t> end() const { return m_end; }
-    [[nodiscard]] bool isEndedAt(std::int64_t frame) const { return m_end && frame >= *m_end; }
+    /// The output frame after the last one of the present ring, once that has been rendered.
+    [[nodiscard]] std::optional<std::int64_t> end() const { return m_joint ? m_joint : m_end; }
+    [[nodiscard]] bool isEndedAt(std::int64_t frame) const { return end() && frame >= *end(); }
 
 private:
     void renderSound(std::int64_t frames);
@@ -122,27 +128,34 @@ private:
     void noteMissing();
     void mixInto(std::int64_t frame, const float *source, std::int64_t frames);
     void adoptOffered();
+    void join();
+    void takeBackJoin();
     [[nodiscard]] std::int64_t sampleOf(std::int64_t frame) const { return frame % m_memory * m_channels; }
     [[nodiscard]] std::int64_t untilWrap(std::int64_t frame) const { return m_memory - frame % m_memory; }
 
     const AudioFormat m_format;
-    const std::shared_ptr<Wakeup> m_writer;
     const std::int64_t m_channels;
     const std::int64_t m_memory;
     std::shared_ptr<RingBuffer> m_ring; ///< where frames come from; none before the first is adopted
     std::shared_ptr<RingBuffer> m_offered; ///< where they come from after the next change; null if that stays
+    std::shared_ptr<RingBuffer> m_next; ///< where they come from once m_ring is exhausted
+    std::shared_ptr<RingBuffer> m_former; ///< the one before m_ring, until they are settled
+    bool m_isTakenBack = false; ///< m_former is to be the present one again
 
     Mix m_mix;
     std::int64_t m_rendered = 0;
     std::int64_t m_fadeStart = 0;
     std::int64_t m_fadeFrames = 0;
-    std::optional<std::int64_t> m_end;
+    std::optional<std::int64_t> m_end; ///< output frame after the last one of m_ring
+    std::optional<std::int64_t> m_joint; ///< output frame after the last one of m_former
     bool m_isStarved = false; ///< silence stands where frames were missing
 
     // Frames taken from the ring are numbered on through all rings; the cursor is the next one to be heard.
     std::int64_t m_cursor = 0;
     std::int64_t m_taken = 0;
-    std::int64_t m_placeStart = 0; ///< cursor of the first frame from the present ring
+    std::int64_t m_placeStart = 0; ///< cursor of the first frame from the ring that was adopted last
+    std::int64_t m_jointCursor = 0; ///< of the first frame after those of m_former
+    PositionMap::Piece m_formerPiece; ///< what m_track said there of m_former
     PositionMap m_cursors; ///< output frame to cursor
     PositionMap m_track; ///< cursor to track frame, tagged with the generation
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <ctime>
 
-RingBuffer::RingBuffer(AudioFormat format, std::int64_t capacity)
+RingBuffer::RingBuffer(AudioFormat format, std::int64_t capacity, std::shared_ptr<Wakeup> writer)
     : m_capacity(capacity)
     , m_channels(format.channels)
+    , m_writer(std::move(writer))
     , m_samples(std::make_unique_for_overwrite<float[]>(std::size_t(capacity * format.channels)))
 {
 }
@@ -42,6 +43,14 @@ std::int64_t RingBuffer::write(std::span<const float> samples, std::int64_t posi
 }
 
 RingBuffer::Run RingBuffer::read(float *samples, std::int64_t frames)
+{
+    const Run run = take(samples, frames);
+    if (m_writer && !isFinished() && available() < m_capacity / 2)
+        m_writer->signal();
+    return run;
+}
+
+RingBuffer::Run RingBuffer::take(float *samples, std::int64_t frames)
 {
     const std::int64_t read = m_read.load(std::memory_order_relaxed);
     frames = std::min(frames, m_written.load(std::memory_order_acquire) - read);

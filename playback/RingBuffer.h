@@ -11,6 +11,27 @@
 #include <semaphore.h>
 #include <span>
 
+/// Lets one thread sleep until any other has news for it. Signalling never blocks, allocates or locks; news
+/// that arrive before the sleeper looks are one.
+class Wakeup {
+public:
+    Wakeup();
+    ~Wakeup();
+    Wakeup(const Wakeup &) = delete;
+    Wakeup &operator=(const Wakeup &) = delete;
+
+    /// Any thread.
+    void signal();
+
+    /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and at times early
+    /// without one; answers whether there was one.
+    bool wait(std::optional<std::chrono::milliseconds> time = {});
+
+private:
+    sem_t m_semaphore;
+    std::atomic<bool> m_isSignalled = false;
+};
+
 /// Carries decoded frames from the one thread that writes to the one that reads, without a lock. Every frame
 /// knows its position in the track, also if the track jumps.
 class RingBuffer {
@@ -21,7 +42,8 @@ public:
         std::int64_t position = 0; ///< track frame of the first
     };
 
-    RingBuffer(AudioFormat format, std::int64_t capacity);
+    /// Signals `writer`, if there is one, whenever frames are read and less than half of the capacity is left.
+    RingBuffer(AudioFormat format, std::int64_t capacity, std::shared_ptr<Wakeup> writer = nullptr);
 
     /// Empties the ring for frames from `start` on. Only while no other thread uses it.
     void reset(std::uint32_t generation, std::int64_t start);
@@ -65,12 +87,14 @@ private:
     };
     static constexpr std::size_t JumpCapacity = 32;
 
+    Run take(float *samples, std::int64_t frames);
     bool addJump(std::int64_t frame, std::int64_t position);
     void followJumps(std::int64_t frame);
     [[nodiscard]] std::int64_t framesUntilJump(std::int64_t frame) const;
 
     const std::int64_t m_capacity;
     const std::int64_t m_channels;
+    const std::shared_ptr<Wakeup> m_writer;
     const std::unique_ptr<float[]> m_samples; ///< not touched before it is used
     std::array<Jump, JumpCapacity> m_jumps;
     std::uint32_t m_generation = 0;
@@ -84,25 +108,4 @@ private:
     std::atomic<bool> m_isStarved = false;
     alignas(64) std::atomic<std::int64_t> m_read = 0;
     std::atomic<std::size_t> m_jumpsRead = 0;
-};
-
-/// Lets one thread sleep until any other has news for it. Signalling never blocks, allocates or locks; news
-/// that arrive before the sleeper looks are one.
-class Wakeup {
-public:
-    Wakeup();
-    ~Wakeup();
-    Wakeup(const Wakeup &) = delete;
-    Wakeup &operator=(const Wakeup &) = delete;
-
-    /// Any thread.
-    void signal();
-
-    /// The sleeping thread only; for `time` at most. Returns at once if a signal is waiting, and at times early
-    /// without one; answers whether there was one.
-    bool wait(std::optional<std::chrono::milliseconds> time = {});
-
-private:
-    sem_t m_semaphore;
-    std::atomic<bool> m_isSignalled = false;
 };

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -24,12 +25,21 @@ constexpr double ReadAhead = 2; // seconds
 // What has to be ready before the sound of another position begins.
 constexpr double EnoughToBegin = 0.05; // seconds
 
-Result<std::unique_ptr<Decoder>> openDecoder(const DecoderModule &module, const QUrl &url, StopFlag stop)
+/// Without a format, the file's own.
+Result<std::unique_ptr<Decoder>> openDecoder(
+    const DecoderModule &module, const QUrl &url, StopFlag stop, std::optional<AudioFormat> format = {})
 {
     auto file = openRegularFile(url);
     if (file.isError())
         return file.error();
-    return module.open(file.take(), std::move(stop));
+    return module.open(file.take(), std::move(stop), format);
+}
+
+/// Never 0.
+std::uint32_t nextGeneration()
+{
+    static std::atomic<std::uint32_t> newest = 0;
+    return ++newest;
 }
 
 void warnOfSilence()
@@ -55,10 +65,7 @@ Result<std::shared_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const So
     }
     if (decoder->isError())
         return decoder->error();
-    const auto makeOutput = [label](AudioFormat format, std::shared_ptr<Wakeup> wakeup) {
-        return PulseStream::open(format, std::move(wakeup), label);
-    };
-    return std::shared_ptr<AudioPlayer>(Session::make(decoder->take(), stop, makeOutput));
+    return std::shared_ptr<AudioPlayer>(Session::make(decoder->take(), stop, PulseStream::open, label));
 }
 
 std::optional<ReconnectBackoff::Moment> ReconnectBackoff::nextAttempt(Moment now)
@@ -74,25 +81,27 @@ std::optional<ReconnectBackoff::Moment> ReconnectBackoff::nextAttempt(Moment now
     return m_next;
 }
 
-Session::Session(
-    std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
+Session::Session(std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop,
+    OutputFactory makeOutput, const SoundLabel &label)
     : m_format(decoder->format())
     , m_isLengthUnknown(decoder->duration() <= 0)
     , m_isLengthGuessed(m_isLengthUnknown || decoder->isDurationGuessed())
     , m_makeOutput(std::move(makeOutput))
+    , m_label(label)
     , m_isStopped(std::move(stop))
+    , m_request{nextGeneration(), 0}
     , m_duration(decoder->duration())
     , m_decoder(std::move(decoder))
-    , m_rings{std::make_shared<RingBuffer>(m_format, m_format.frames(ReadAhead)),
-          std::make_shared<RingBuffer>(m_format, m_format.frames(ReadAhead))}
+    , m_rings{std::make_shared<RingBuffer>(m_format, m_format.frames(ReadAhead), m_wakeup),
+          std::make_shared<RingBuffer>(m_format, m_format.frames(ReadAhead), m_wakeup)}
 {
 }
 
-std::shared_ptr<Session> Session::make(
-    std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput)
+std::shared_ptr<Session> Session::make(std::unique_ptr<Decoder> decoder,
+    std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput, const SoundLabel &label)
 {
     const std::shared_ptr<Session> session(
-        new Session(std::move(decoder), std::move(stop), std::move(makeOutput)));
+        new Session(std::move(decoder), std::move(stop), std::move(makeOutput), label));
     return {session.get(), [session](Session *) { session->close(); }};
 }
 
@@ -100,6 +109,7 @@ void Session::setDelegate(AudioPlayerDelegate *delegate)
 {
     const std::lock_guard lock(m_delegateMutex);
     m_delegate = delegate;
+    m_wakeup->signal(); // there may be something to tell already
 }
 
 void Session::setVolume(float volume)
@@ -117,6 +127,11 @@ bool Session::prepareToPlay()
         if (!m_output)
             makeOutput();
     }
+    return startDecoding();
+}
+
+bool Session::startDecoding()
+{
     if (!m_isDecoding)
         m_isDecoding = startDetachedThread([self = shared_from_this()] { self->run(); });
     return m_isDecoding;
@@ -129,8 +144,8 @@ bool Session::play()
     const std::lock_guard lock(m_mutex);
     if (m_isAtEnd)
         requestPosition(0);
-    m_mix.isPlaying = true;
-    if (m_isFallback || m_output->status().state == AudioOutput::State::Failed)
+    const bool isResumed = !std::exchange(m_mix.isPlaying, true);
+    if ((m_isFallback && isResumed) || m_output->status().state == AudioOutput::State::Failed)
         makeOutput();
     else
         m_output->apply(m_mix);
@@ -162,6 +177,7 @@ void Session::close()
     m_isStopped->store(true);
     m_wakeup->signal();
     const std::lock_guard lock(m_mutex);
+    forgetSuccessor();
     m_output.reset();
 }
 
@@ -181,7 +197,9 @@ Session::Request Session::request()
 void Session::requestPosition(double seconds)
 {
     m_isAtEnd = false;
-    m_request = {m_request.generation + 1, seconds};
+    m_request = {nextGeneration(), seconds};
+    m_readyRing.reset();
+    forgetSuccessor();
     if (m_output)
         m_output->offer(nullptr);
     m_wakeup->signal();
@@ -192,14 +210,17 @@ double Session::heardTime() const
     if (!m_output)
         return m_request.seconds;
     const Mixer::Position heard = m_output->status().heard;
-    return heard.generation == m_request.generation ? heard.seconds : m_request.seconds;
+    if (heard.generation == m_request.generation)
+        return heard.seconds;
+    const bool hasSuccessorBegun = m_successor.generation != 0 && heard.generation == m_successor.generation;
+    return hasSuccessorBegun ? m_duration : m_request.seconds;
 }
 
 // The output
 
 std::optional<std::chrono::milliseconds> Session::watchOutput()
 {
-    std::unique_lock lock(m_mutex);
+    const std::lock_guard lock(m_mutex);
     if (!m_output)
         return std::nullopt;
     const AudioOutput::Status status = m_output->status();
@@ -207,22 +228,26 @@ std::optional<std::chrono::milliseconds> Session::watchOutput()
         m_reconnect.connected();
     if (status.state == AudioOutput::State::Failed)
         return recoverOutput();
+    const bool isEnded = status.isEndHeard && status.heard.generation == m_request.generation;
+    if (!isEnded)
+        offerSuccessor();
     if (!m_mix.isPlaying)
         return std::nullopt;
-    if (!status.isEndHeard || status.heard.generation != m_request.generation)
-        return m_isFallback ? std::optional(FallbackPolling) : std::nullopt;
-    m_isAtEnd = true;
-    m_mix.isPlaying = false;
-    m_output->apply(m_mix);
-    const Ending ending = m_ending;
-    lock.unlock();
-    reportEnd(ending);
+    if (status.isEndHeard && status.heard.generation == m_successor.generation) {
+        handOver();
+    } else if (isEnded) {
+        m_isAtEnd = true;
+        m_mix.isPlaying = false;
+        m_output->apply(m_mix);
+    } else if (m_isFallback) {
+        return FallbackPolling;
+    }
     return std::nullopt;
 }
 
 void Session::makeOutput()
 {
-    setOutput(m_makeOutput(m_format, m_wakeup), false);
+    setOutput(m_makeOutput(m_format, m_wakeup, m_label), false);
 }
 
 /// Another output begins where the former one was heard last.
@@ -261,18 +286,127 @@ void Session::fallBack()
         return;
     }
     warnOfSilence();
-    setOutput(std::make_shared<NullOutput>(m_format, m_wakeup), true);
+    setOutput(std::make_shared<NullOutput>(m_format), true);
 }
 
-void Session::reportEnd(const Ending &ending)
+void Session::tellDelegate()
 {
+    const auto [ended, ending] = [this] {
+        const std::lock_guard lock(m_mutex);
+        return std::pair(m_isAtEnd ? m_request.generation : 0, m_ending);
+    }();
+    const std::uint32_t read = m_ring && m_ring->isFinished() ? m_generation : 0;
     const std::lock_guard lock(m_delegateMutex);
     if (!m_delegate)
+        return;
+    if (std::exchange(m_toldRead, read) != read && read != 0)
+        m_delegate->audioPlayerDidReachEndOfFile(*this);
+    if (std::exchange(m_toldEnd, ended) == ended || ended == 0)
         return;
     if (ending.error)
         m_delegate->audioPlayerDecodeErrorDidOccur(*this, ending.error);
     else
         m_delegate->audioPlayerDidFinishPlaying(*this, !ending.isDamaged);
+}
+
+// The successor
+
+void Session::setSuccessor(const QUrl &url, const SoundLabel &label)
+{
+    const auto module = DecoderModule::load();
+    const auto stop = std::make_shared<std::atomic<bool>>(false);
+    {
+        const std::lock_guard lock(m_mutex);
+        forgetSuccessor();
+        m_successor.stop = stop;
+    }
+    const auto open = [former = weak_from_this(), module = module.value(), makeOutput = m_makeOutput,
+                          format = m_format, stop, url, label] {
+        auto decoder = openDecoder(*module, url, stop, format);
+        const auto session = former.lock();
+        if (session && !decoder.isError())
+            session->follow(stop, make(decoder.take(), stop, makeOutput, label));
+    };
+    if (!startDetachedThread(open))
+        dropSuccessor();
+}
+
+void Session::dropSuccessor()
+{
+    const std::lock_guard lock(m_mutex);
+    forgetSuccessor();
+}
+
+std::shared_ptr<AudioPlayer> Session::takeSuccessor()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_successor.hasTakenOver ? std::exchange(m_successor, {}).session : nullptr;
+}
+
+void Session::forgetSuccessor()
+{
+    if (m_successor.stop)
+        m_successor.stop->store(true);
+    if (m_successor.generation != 0 && m_output)
+        m_output->follow(nullptr);
+    m_successor = {};
+}
+
+void Session::follow(const std::shared_ptr<std::atomic<bool>> &stop, std::shared_ptr<Session> successor)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_successor.stop != stop)
+        return;
+    m_successor.session = std::move(successor);
+    m_wakeup->signal();
+}
+
+/// Behind the present ring, as soon as the successor's is ready.
+void Session::offerSuccessor()
+{
+    if (!m_successor.session || m_successor.generation != 0)
+        return;
+    if (const auto ring = m_successor.session->prepareToFollow(m_wakeup)) {
+        m_successor.generation = ring->generation();
+        m_output->follow(ring);
+    }
+}
+
+/// The first ring once it is ready; null before that, of which `former` is told.
+std::shared_ptr<RingBuffer> Session::prepareToFollow(std::shared_ptr<Wakeup> former)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_former = std::move(former);
+    }
+    startDecoding();
+    const std::lock_guard lock(m_mutex);
+    return m_readyRing;
+}
+
+/// The first frame of the successor has been heard.
+void Session::handOver()
+{
+    m_isAtEnd = true;
+    m_request.seconds = m_duration;
+    const Mix mix = std::exchange(m_mix, {false, m_mix.gain});
+    m_successor.session->takeOver(std::move(m_output), mix, m_isFallback, m_reconnect);
+    m_output = nullptr;
+    m_successor.hasTakenOver = true;
+}
+
+void Session::takeOver(
+    std::shared_ptr<AudioOutput> output, const Mix &mix, bool isFallback, const ReconnectBackoff &reconnect)
+{
+    const std::lock_guard lock(m_mutex);
+    m_output = std::move(output);
+    m_mix = mix;
+    m_isFallback = isFallback;
+    m_reconnect = reconnect;
+    m_readyRing.reset();
+    m_former.reset();
+    m_output->handOver(m_wakeup, m_label);
+    m_wakeup->signal();
 }
 
 // The decoder thread
@@ -282,6 +416,7 @@ void Session::run()
     while (!m_isStopped->load()) {
         const bool isBusy = advance();
         const auto timeout = watchOutput();
+        tellDelegate();
         if (!isBusy)
             m_wakeup->wait(timeout);
     }
@@ -377,6 +512,11 @@ void Session::offerWhenReady()
         return;
     m_isOffered = true;
     const std::lock_guard lock(m_mutex);
-    if (m_output && m_generation == m_request.generation)
-        m_output->offer(m_ring);
+    if (m_generation != m_request.generation)
+        return;
+    if (m_output)
+        return m_output->offer(m_ring);
+    m_readyRing = m_ring;
+    if (m_former)
+        m_former->signal();
 }

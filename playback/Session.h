@@ -14,7 +14,8 @@
 
 /// Makes the output of a session, which signals the session's decoder thread. Called by the main or the decoder
 /// thread; must not wait for the sound server.
-using OutputFactory = std::function<std::shared_ptr<AudioOutput>(AudioFormat, std::shared_ptr<Wakeup>)>;
+using OutputFactory =
+    std::function<std::shared_ptr<AudioOutput>(AudioFormat, std::shared_ptr<Wakeup>, const SoundLabel &)>;
 
 /// When to try again after the sound server has gone away: soon, then ever more rarely, not for ever.
 class ReconnectBackoff {
@@ -59,21 +60,23 @@ private:
 ///    thread answers the newest one in the other ring, while the output plays on from the first.
 /// 4. The decoder thread also watches the output: it replaces one that has failed, and reports the end once that
 ///    was heard. If there is nothing to do it sleeps, without a timer.
-/// 5. close() ends the sound and the callbacks. The decoder thread ends by itself, however long the file keeps it
+/// 5. Once the file's end is decoded, another session can be made the successor: the output goes on with its ring, and
+///    when that is heard the output is handed over to it.
+/// 6. close() ends the sound and the callbacks. The decoder thread ends by itself, however long the file keeps it
 ///    waiting, and whichever thread is left last destroys the session.
 ///
 /// One mutex guards what both threads use; it is never held while a file is read or the delegate is called.
 class Session final : public AudioPlayer, public std::enable_shared_from_this<Session> {
 public:
     struct Request {
-        std::uint32_t generation = 0; ///< its number
+        std::uint32_t generation = 0; ///< its number, which no other request of any session has
         double seconds = 0;
     };
 
     /// A session that is closed when what this returns is destroyed. `stop` is the flag that `decoder` gives up at;
     /// close() sets it.
-    static std::shared_ptr<Session> make(
-        std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput);
+    static std::shared_ptr<Session> make(std::unique_ptr<Decoder> decoder,
+        std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput, const SoundLabel &label = {});
 
     void setDelegate(AudioPlayerDelegate *delegate) override;
     void setVolume(float volume) override;
@@ -82,6 +85,9 @@ public:
     void pause() override;
     void stop() override { pause(); }
     void setCurrentTime(double seconds) override;
+    void setSuccessor(const QUrl &url, const SoundLabel &label) override;
+    void dropSuccessor() override;
+    std::shared_ptr<AudioPlayer> takeSuccessor() override;
     [[nodiscard]] State state() const override;
 
     void close();
@@ -90,10 +96,16 @@ public:
 
     [[nodiscard]] Request request();
 
+    /// Makes `successor`, which has no output, follow if `stop` is still the flag of the one that is wanted.
+    void follow(const std::shared_ptr<std::atomic<bool>> &stop, std::shared_ptr<Session> successor);
+
     // Decoder thread
 
     /// Returns when it wants to be called again at the latest; nothing if only news can change anything.
     std::optional<std::chrono::milliseconds> watchOutput();
+
+    /// Once a request: that the file is decoded to its end, and that the end has been heard.
+    void tellDelegate();
 
 private:
     /// How the track ends: by itself, or because decoding failed.
@@ -102,8 +114,16 @@ private:
         std::optional<Error> error;
     };
 
-    Session(
-        std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop, OutputFactory makeOutput);
+    /// The session whose ring follows, and how far that has come.
+    struct Successor {
+        std::shared_ptr<std::atomic<bool>> stop; ///< set when it is dropped; null if there is none
+        std::shared_ptr<Session> session; ///< none before it is open
+        std::uint32_t generation = 0; ///< of the ring that follows; 0 before the output has it
+        bool hasTakenOver = false;
+    };
+
+    Session(std::unique_ptr<Decoder> decoder, std::shared_ptr<std::atomic<bool>> stop,
+        OutputFactory makeOutput, const SoundLabel &label);
 
     void requestPosition(double seconds);
     void makeOutput();
@@ -111,7 +131,14 @@ private:
     void fallBack();
     std::optional<std::chrono::milliseconds> recoverOutput();
     [[nodiscard]] double heardTime() const;
-    void reportEnd(const Ending &ending);
+
+    bool startDecoding();
+    std::shared_ptr<RingBuffer> prepareToFollow(std::shared_ptr<Wakeup> former);
+    void offerSuccessor();
+    void handOver();
+    void takeOver(std::shared_ptr<AudioOutput> output, const Mix &mix, bool isFallback,
+        const ReconnectBackoff &reconnect);
+    void forgetSuccessor();
 
     void run();
     bool advance();
@@ -126,6 +153,7 @@ private:
     const bool m_isLengthUnknown;
     const bool m_isLengthGuessed; ///< or unknown
     const OutputFactory m_makeOutput;
+    const SoundLabel m_label;
     const std::shared_ptr<Wakeup> m_wakeup = std::make_shared<Wakeup>(); ///< of the decoder thread
     const std::shared_ptr<std::atomic<bool>> m_isStopped;
     bool m_isDecoding = false; ///< the main thread's
@@ -135,13 +163,18 @@ private:
     bool m_isFallback = false; ///< whether m_output is one that sounds nothing
     ReconnectBackoff m_reconnect;
     Mix m_mix;
-    Request m_request{1, 0};
+    Request m_request;
     double m_duration;
     Ending m_ending; ///< of the newest request; means something once its end is heard
     bool m_isAtEnd = false; ///< the end was reported, and no other position requested since
+    Successor m_successor;
+    std::shared_ptr<RingBuffer> m_readyRing; ///< of a session without an output: what it would offer
+    std::shared_ptr<Wakeup> m_former; ///< whom that is told
 
     std::mutex m_delegateMutex; ///< held while the delegate is called
     AudioPlayerDelegate *m_delegate = nullptr;
+    std::uint32_t m_toldRead = 0; ///< the generation whose end of file it has been told
+    std::uint32_t m_toldEnd = 0; ///< the one whose heard end it has been told
 
     // The decoder thread's alone
     std::unique_ptr<Decoder> m_decoder;

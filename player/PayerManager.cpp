@@ -76,17 +76,17 @@ void PlayerManager::applyVolume(double value)
 void PlayerManager::load(const Track &track, bool autoplay)
 {
     stopProgressTimer();
-    auto opened = m_services.openAudioPlayer(track.url(), {track.title, track.artist});
-    if (opened.isError()) {
-        printError(u"No se pudo reproducir el archivo:"_s, opened.error());
-        isPlaying = false;
-        return;
+    if (auto successor = m_following == track ? m_audioPlayer->takeSuccessor() : nullptr) {
+        adopt(std::move(successor));
+    } else {
+        auto opened = m_services.openAudioPlayer(track.url(), {track.title, track.artist});
+        if (opened.isError()) {
+            printError(u"No se pudo reproducir el archivo:"_s, opened.error());
+            isPlaying = false;
+            return;
+        }
+        adopt(opened.take());
     }
-    auto player = opened.take();
-    player->setDelegate(this);
-    player->setVolume(static_cast<float>(volume()));
-    player->prepareToPlay();
-    m_audioPlayer = std::move(player);
 
     currentTrack = track;
     currentTime = 0;
@@ -97,6 +97,16 @@ void PlayerManager::load(const Track &track, bool autoplay)
         play();
     else
         isPlaying = false;
+}
+
+void PlayerManager::adopt(std::shared_ptr<AudioPlayer> player)
+{
+    m_isFileRead = false;
+    m_following.reset();
+    player->setDelegate(this);
+    player->setVolume(static_cast<float>(volume()));
+    player->prepareToPlay();
+    m_audioPlayer = std::move(player);
 }
 
 void PlayerManager::play()
@@ -136,7 +146,7 @@ void PlayerManager::stop()
 {
     if (m_audioPlayer) {
         m_audioPlayer->stop();
-        m_audioPlayer->setCurrentTime(0);
+        moveTo(0);
     }
     currentTime = 0;
     isPlaying = false;
@@ -151,8 +161,21 @@ void PlayerManager::seek(double time)
         return;
     // In this order the larger of 0 and what is not a number is 0.
     const double target = std::min(std::max(0.0, time), m_audioPlayer->duration());
-    m_audioPlayer->setCurrentTime(target);
-    currentTime = target;
+    moveTo(target);
+    setPosition(target);
+}
+
+/// What was to follow is to be found anew at the end of the file.
+void PlayerManager::moveTo(double time)
+{
+    m_isFileRead = false;
+    m_following.reset();
+    m_audioPlayer->setCurrentTime(time);
+}
+
+void PlayerManager::setPosition(double time)
+{
+    currentTime = time;
     m_isStopped = false;
     Q_EMIT positionSet();
 }
@@ -189,13 +212,19 @@ void PlayerManager::next()
 {
     if (playlist().isEmpty())
         return;
-    if (isShuffling() && playlist().size() > 1) {
-        playRandomTrack();
-        return;
-    }
+    load(followingTrack());
+}
+
+/// The one that next() goes to; the playlist must not be empty.
+Track PlayerManager::followingTrack() const
+{
+    const qsizetype count = playlist().size();
     const std::optional<qsizetype> current = currentIndex();
-    const qsizetype following = current ? (*current + 1) % playlist().size() : 0;
-    load(playlist().at(following));
+    if (!isShuffling() || count == 1)
+        return playlist().at(current ? (*current + 1) % count : 0);
+    // Drawn among the others: the positions behind the current track move up by one.
+    const qsizetype pick = QRandomGenerator::system()->bounded(current ? count - 1 : count);
+    return playlist().at(current && pick >= *current ? pick + 1 : pick);
 }
 
 void PlayerManager::previous()
@@ -212,13 +241,37 @@ void PlayerManager::previous()
     load(playlist().at(preceding));
 }
 
-void PlayerManager::playRandomTrack()
+// From track to track
+
+void PlayerManager::audioPlayerDidReachEndOfFile(AudioPlayer &player)
 {
-    // Drawn among the others: the positions behind the current track move up by one.
-    const qsizetype last = playlist().size() - 1;
-    const qsizetype current = currentIndex().value_or(last + 1);
-    const qsizetype pick = QRandomGenerator::system()->bounded(current > last ? last + 1 : last);
-    load(playlist().at(pick >= current ? pick + 1 : pick));
+    const auto handle = [this, reader = &player] {
+        if (reader != m_audioPlayer.get())
+            return;
+        m_isFileRead = true;
+        m_following.reset();
+        prepareFollowing();
+    };
+    QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+}
+
+void PlayerManager::prepareFollowing()
+{
+    if (!m_audioPlayer || !m_isFileRead || m_following || !currentTrack() || playlist().isEmpty())
+        return;
+    m_following = isRepeating() ? *currentTrack() : followingTrack();
+    m_audioPlayer->setSuccessor(m_following->url(), {m_following->title, m_following->artist});
+}
+
+/// Something has changed that decides which track follows; that is found once all has changed that changes at once.
+void PlayerManager::forgetFollowing()
+{
+    if (!m_following)
+        return;
+    m_following.reset();
+    if (m_audioPlayer)
+        m_audioPlayer->dropSuccessor();
+    QMetaObject::invokeMethod(this, &PlayerManager::prepareFollowing, Qt::QueuedConnection);
 }
 
 void PlayerManager::audioPlayerDidFinishPlaying(AudioPlayer &, bool)
@@ -231,8 +284,15 @@ void PlayerManager::handleEndOfTrack()
     isPlaying = false;
     stopProgressTimer();
     if (isRepeating()) {
-        seek(0);
+        if (auto again = m_audioPlayer ? m_audioPlayer->takeSuccessor() : nullptr) {
+            adopt(std::move(again));
+            setPosition(0);
+        } else {
+            seek(0);
+        }
         play();
+    } else if (const auto following = m_following) {
+        load(*following);
     } else {
         next();
     }

@@ -35,14 +35,18 @@ public:
     explicit PlayerManager(PlatformServices services = {});
     ~PlayerManager() override;
 
-    Published<QList<Track>> playlist{*this, {}, [this](const auto &) { m_listedFiles.reset(); }};
-    Published<std::optional<Track>> currentTrack{*this, std::nullopt}; ///< a copy of the playlist's entry
+    Published<QList<Track>> playlist{*this, {}, [this](const auto &) {
+                                         m_listedFiles.reset();
+                                         forgetFollowing();
+                                     }};
+    /// A copy of the playlist's entry.
+    Published<std::optional<Track>> currentTrack{*this, {}, [this](const auto &) { forgetFollowing(); }};
     Published<bool> isPlaying{*this, false};
     Published<double> currentTime{*this, 0};
     Published<double> duration{*this, 0}; ///< as the audio player reports it
     Published<double> volume{*this, 0.75, [this](double value) { applyVolume(value); }}; ///< linear, 0…1
-    Published<bool> isRepeating{*this, false};
-    Published<bool> isShuffling{*this, false};
+    Published<bool> isRepeating{*this, false, [this](bool) { forgetFollowing(); }};
+    Published<bool> isShuffling{*this, false, [this](bool) { forgetFollowing(); }};
     /// Asks the window for the file picker.
     Published<bool> showFileImporter{*this, false, [this](bool) { Q_EMIT showFileImporterWritten(); }};
 
@@ -96,13 +100,20 @@ Q_SIGNALS:
     void showFileImporterWritten();
 
 private:
+    void audioPlayerDidReachEndOfFile(AudioPlayer &player) override;
     void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) override;
     void audioPlayerDecodeErrorDidOccur(AudioPlayer &player, const std::optional<Error> &error) override;
     void handleEndOfTrack();
 
+    void adopt(std::shared_ptr<AudioPlayer> player);
+    void moveTo(double time);
+    void setPosition(double time);
+    void prepareFollowing();
+    void forgetFollowing();
+    [[nodiscard]] Track followingTrack() const;
+
     [[nodiscard]] bool isListed(const QByteArray &filePath);
     void append(const Track &track);
-    void playRandomTrack();
     void applyVolume(double value);
     void startProgressTimer() { m_progressTimer.start(); }
     void stopProgressTimer() { m_progressTimer.stop(); }
@@ -110,6 +121,8 @@ private:
 
     PlatformServices m_services;
     std::shared_ptr<AudioPlayer> m_audioPlayer;
+    bool m_isFileRead = false; ///< whether m_audioPlayer has decoded all that it will play
+    std::optional<Track> m_following; ///< what it goes on with if nothing changes; none before that
     QTimer m_progressTimer{this}; ///< active only while isPlaying
     bool m_isStopped = false;
     QList<QUrl> m_securityScopedURLs; ///< one entry a grant, kept until the end

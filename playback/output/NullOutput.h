@@ -8,8 +8,8 @@
 /// nobody is woken.
 class NullOutput final : public AudioOutput {
 public:
-    NullOutput(AudioFormat format, std::shared_ptr<Wakeup> decoder)
-        : m_mixer(format, std::move(decoder))
+    explicit NullOutput(AudioFormat format)
+        : m_mixer(format)
     {
     }
 
@@ -27,6 +27,12 @@ public:
         m_mixer.offer(std::move(ring));
         apply(m_mix);
     }
+    void follow(std::shared_ptr<RingBuffer> ring) override
+    {
+        m_mixer.follow(std::move(ring));
+        apply(m_mix);
+    }
+    void handOver(std::shared_ptr<Wakeup>, const SoundLabel &) override { m_mixer.settle(); }
     [[nodiscard]] Status status() override
     {
         catchUp();

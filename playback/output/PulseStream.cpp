@@ -35,16 +35,26 @@ QByteArray displayed(const QString &text)
     return text.simplified().left(LongestName).toUtf8();
 }
 
-pa_proplist *streamProperties(const SoundLabel &label)
+using Properties = std::unique_ptr<pa_proplist, decltype(&pa_proplist_free)>;
+
+Properties streamProperties(const SoundLabel &label)
 {
-    pa_proplist *properties = pa_proplist_new();
+    Properties holder(pa_proplist_new(), pa_proplist_free);
+    pa_proplist *properties = holder.get();
     pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "music");
     pa_proplist_sets(properties, PA_PROP_MEDIA_ICON_NAME, ProgramId);
     if (!label.title.isEmpty())
         pa_proplist_sets(properties, PA_PROP_MEDIA_TITLE, displayed(label.title).constData());
     if (!label.artist.isEmpty())
         pa_proplist_sets(properties, PA_PROP_MEDIA_ARTIST, displayed(label.artist).constData());
-    return properties;
+    return holder;
+}
+
+/// Nobody waits for it.
+void unrefOperation(pa_operation *operation)
+{
+    if (operation)
+        pa_operation_unref(operation);
 }
 
 /// "Title – Artist", or what there is of it.
@@ -62,7 +72,7 @@ PulseStream::PulseStream(AudioFormat format, std::shared_ptr<Wakeup> decoder, co
     , m_decoder(std::move(decoder))
     , m_label(label)
     , m_frameSize(std::int64_t(sizeof(float)) * format.channels)
-    , m_mixer(format, m_decoder)
+    , m_mixer(format)
     , m_clock(format.rate)
 {
 }
@@ -100,6 +110,29 @@ void PulseStream::offer(std::shared_ptr<RingBuffer> ring)
 {
     const std::lock_guard lock(PulseConnection::instance());
     m_mixer.offer(std::move(ring));
+    update();
+}
+
+void PulseStream::follow(std::shared_ptr<RingBuffer> ring)
+{
+    const std::lock_guard lock(PulseConnection::instance());
+    m_mixer.follow(std::move(ring));
+    update();
+}
+
+void PulseStream::handOver(std::shared_ptr<Wakeup> decoder, const SoundLabel &label)
+{
+    const std::lock_guard lock(PulseConnection::instance());
+    m_decoder = std::move(decoder);
+    m_label = label;
+    m_mixer.settle();
+    m_isEndNoted = false;
+    if (m_state != State::Ready)
+        return;
+    const Properties properties = streamProperties(m_label);
+    unrefOperation(
+        pa_stream_proplist_update(m_stream, PA_UPDATE_REPLACE, properties.get(), nullptr, nullptr));
+    unrefOperation(pa_stream_set_name(m_stream, streamName(m_label).constData(), nullptr, nullptr));
     update();
 }
 
@@ -161,10 +194,9 @@ bool PulseStream::connectStream(pa_context *context)
 {
     const pa_sample_spec spec{
         PA_SAMPLE_FLOAT32NE, std::uint32_t(m_format.rate), std::uint8_t(m_format.channels)};
-    pa_proplist *properties = streamProperties(m_label);
-    m_stream =
-        pa_stream_new_with_proplist(context, streamName(m_label).constData(), &spec, nullptr, properties);
-    pa_proplist_free(properties);
+    const Properties properties = streamProperties(m_label);
+    m_stream = pa_stream_new_with_proplist(
+        context, streamName(m_label).constData(), &spec, nullptr, properties.get());
     if (!m_stream)
         return false;
     setCallbacks();
@@ -330,8 +362,7 @@ void PulseStream::setCorked(bool isCorked)
     if (isCorked)
         stopClock();
     m_isCorked = isCorked;
-    if (pa_operation *operation = pa_stream_cork(m_stream, isCorked ? 1 : 0, nullptr, nullptr))
-        pa_operation_unref(operation);
+    unrefOperation(pa_stream_cork(m_stream, isCorked ? 1 : 0, nullptr, nullptr));
 }
 
 void PulseStream::noteEnd()

@@ -68,6 +68,8 @@ public:
 
     void apply(const Mix &mix) override;
     void offer(std::shared_ptr<RingBuffer> ring) override;
+    void follow(std::shared_ptr<RingBuffer> ring) override;
+    void handOver(std::shared_ptr<Wakeup> decoder, const SoundLabel &label) override;
     [[nodiscard]] Status status() override;
 
 private:
@@ -105,8 +107,8 @@ private:
     [[nodiscard]] std::int64_t heardFrame() const;
 
     const AudioFormat m_format;
-    const std::shared_ptr<Wakeup> m_decoder;
-    const SoundLabel m_label;
+    std::shared_ptr<Wakeup> m_decoder;
+    SoundLabel m_label;
     const std::int64_t m_frameSize; ///< bytes
     Mixer m_mixer;
     PulseClock m_clock;

@@ -166,7 +166,7 @@ private Q_SLOTS:
         for (int round = 0; round < 5; ++round) {
             auto decoder = DecoderModule::load().value()->open(memory.open(), nullptr).take();
             const auto player = Session::make(std::move(decoder), std::make_shared<std::atomic<bool>>(false),
-                [](AudioFormat format, auto wakeup) { return std::make_unique<NullOutput>(format, wakeup); });
+                [](AudioFormat format, auto, auto) { return std::make_unique<NullOutput>(format); });
             QVERIFY(player->play());
             for (int i = 0; i < 4; ++i) {
                 const double target = i == 0 ? twoHours - 10 : random.bounded(twoHours - 10);

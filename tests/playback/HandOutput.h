@@ -9,14 +9,14 @@ class HandOutput final : public AudioOutput {
 public:
     HandOutput(AudioFormat format, const std::shared_ptr<Wakeup> &decoder)
         : m_decoder(decoder)
-        , m_mixer(format, decoder)
+        , m_mixer(format)
     {
     }
 
     /// A factory that notes the newest of the outputs that it makes in `newest`.
     static OutputFactory factory(HandOutput *&newest)
     {
-        return [&newest](AudioFormat format, const std::shared_ptr<Wakeup> &decoder) {
+        return [&newest](AudioFormat format, const std::shared_ptr<Wakeup> &decoder, const SoundLabel &) {
             auto output = std::make_shared<HandOutput>(format, decoder);
             newest = output.get();
             return output;
@@ -35,10 +35,42 @@ public:
         m_mixer.offer(std::move(ring));
         update();
     }
+    void follow(std::shared_ptr<RingBuffer> ring) override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_hasNext = ring != nullptr;
+        m_mixer.follow(std::move(ring));
+        update();
+    }
+    [[nodiscard]] bool hasNext()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_hasNext;
+    }
+    [[nodiscard]] SoundLabel label()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_label;
+    }
+    void handOver(std::shared_ptr<Wakeup> decoder, const SoundLabel &label) override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_mixer.settle();
+        m_hasNext = false;
+        m_decoder = std::move(decoder);
+        m_label = label;
+    }
     [[nodiscard]] Status status() override
     {
         const std::lock_guard lock(m_mutex);
         return {State::Ready, m_mixer.positionAt(m_heard), m_mixer.isEndedAt(m_heard)};
+    }
+
+    /// Renders `frames` frames ahead of what is heard, as a server queues them.
+    void render(std::int64_t frames)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_mixer.render(m_heard + frames - m_mixer.rendered());
     }
 
     /// Lets `frames` frames be heard, a second's at most, wakes the decoder thread and returns them.
@@ -66,8 +98,10 @@ private:
             m_mixer.change(m_heard, m_mix);
     }
 
-    const std::shared_ptr<Wakeup> m_decoder;
     std::mutex m_mutex; ///< guards all below
+    std::shared_ptr<Wakeup> m_decoder;
+    SoundLabel m_label;
+    bool m_hasNext = false; ///< whether a ring follows
     Mixer m_mixer;
     Mix m_mix;
     std::int64_t m_heard = 0;

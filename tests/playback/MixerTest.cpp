@@ -28,10 +28,26 @@ private:
 
     void offer(std::int64_t start, std::int64_t frames)
     {
-        m_ring = std::make_shared<RingBuffer>(stereo, 96000);
+        m_ring = std::make_shared<RingBuffer>(stereo, 96000, m_wakeup);
         m_ring->reset(++m_generation, start);
         add(start, frames);
         m_mixer->offer(m_ring);
+    }
+
+    /// Makes frames that a ring of their own holds come behind those of the present one.
+    void follow(std::int64_t start, std::int64_t frames)
+    {
+        m_ring = std::make_shared<RingBuffer>(stereo, 96000, m_wakeup);
+        m_ring->reset(++m_generation, start);
+        add(start, frames);
+        m_mixer->follow(m_ring);
+    }
+
+    /// The first `frames` frames are the track's, at full gain from `from` on to the last bit.
+    void verifyUncut(std::int64_t frames, std::int64_t from)
+    {
+        for (auto index = std::size_t(from) * 2; index < std::size_t(frames) * 2; ++index)
+            QVERIFY2(m_output[index] == m_sound[index], qPrintable(QString::number(index / 2)));
     }
 
     void add(std::int64_t start, std::int64_t frames)
@@ -92,7 +108,7 @@ private Q_SLOTS:
     {
         m_sound = WavFile::positionCodedSamples(stereo.rate, seconds * 2);
         m_wakeup = std::make_shared<Wakeup>();
-        m_mixer = std::make_unique<Mixer>(stereo, m_wakeup);
+        m_mixer = std::make_unique<Mixer>(stereo);
         m_generation = 0;
         m_heard = 0;
         m_output.clear();
@@ -354,6 +370,147 @@ private Q_SLOTS:
         offer(2000, 1000);
         change({true, 1});
         QVERIFY(!m_mixer->end());
+    }
+
+    /// One ring after the other without a seam, whatever is asked of the output meanwhile.
+    void followingRingBeginsRightBehindTheLastFrame()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        const auto first = m_ring;
+        follow(10000, 10000);
+        change({true, 1});
+        hear(12000);
+        verifyUncut(12000, fade);
+        QCOMPARE(m_mixer->end(), 10000);
+        QCOMPARE(m_mixer->positionAt(9999).generation, first->generation());
+        QCOMPARE(m_mixer->positionAt(10000).generation, m_ring->generation());
+        QCOMPARE(m_mixer->positionAt(10000).seconds, stereo.seconds(10000));
+    }
+
+    void ringThatFollowsLateReplacesTheSilenceThatIsQueued()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        change({true, 1});
+        hear(1000);
+        QCOMPARE(m_mixer->end(), 10000);
+        follow(10000, 10000);
+        QVERIFY(m_mixer->needsChange({true, 1}));
+        change({true, 1});
+        QVERIFY(!m_mixer->needsChange({true, 1}));
+        hear(11000);
+        verifyUncut(12000, fade);
+    }
+
+    void ringThatFollowsBehindTheEndFadesIn()
+    {
+        offer(0, 1000);
+        m_ring->finish();
+        change({true, 1});
+        hear(1500);
+        follow(1000, 10000);
+        change({true, 1});
+        hear(1000);
+        for (std::int64_t frame = 1000; frame < 1500; ++frame)
+            QCOMPARE(gainAt(frame), 0.0);
+        for (std::int64_t frame = 1500; frame < 2500; ++frame)
+            QCOMPARE(placeAt(frame), frame - 500);
+        QVERIFY(gainAt(1500) < 2.0 / fade);
+        QCOMPARE(m_mixer->end(), 1500);
+    }
+
+    void pauseAndVolumeAtTheJointLoseNothing()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        follow(10000, 20000);
+        change({true, 1});
+        hear(9900);
+        change({false, 1}); // fades over the joint
+        hear(1000);
+        change({true, 1});
+        hear(1000);
+        change({true, 0.5F});
+        hear(1000);
+        std::int64_t expected = 0;
+        for (std::int64_t frame = 0; frame < m_heard; ++frame) {
+            if (gainAt(frame) != 0)
+                QCOMPARE(placeAt(frame), expected++);
+        }
+        QCOMPARE(expected, 9900 + fade + 2000);
+    }
+
+    void ringThatIsTakenBackLeavesSilenceBehindTheEnd()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        const std::uint32_t generation = m_ring->generation();
+        follow(20000, 10000);
+        change({true, 1});
+        hear(1000);
+        m_mixer->follow(nullptr);
+        QVERIFY(m_mixer->needsChange({true, 1}));
+        change({true, 1});
+        QVERIFY(!m_mixer->needsChange({true, 1}));
+        hear(10000);
+        verifyUncut(10000, fade);
+        for (std::int64_t frame = 10000; frame < 11000; ++frame)
+            QCOMPARE(gainAt(frame), 0.0);
+        QCOMPARE(m_mixer->end(), 10000);
+        QCOMPARE(m_mixer->positionAt(10500).generation, generation);
+        QCOMPARE(m_mixer->positionAt(10500).seconds, stereo.seconds(10000));
+    }
+
+    void anotherRingCanFollowInsteadOfTheOneTakenBack()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        follow(30000, 10000);
+        change({true, 1});
+        hear(1000);
+        m_mixer->follow(nullptr);
+        follow(10000, 10000);
+        change({true, 1});
+        hear(11000);
+        verifyUncut(12000, fade);
+    }
+
+    void ringThatIsHeardFadesOutWhenTakenBack()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        follow(10000, 10000);
+        change({true, 1});
+        hear(10100);
+        m_mixer->follow(nullptr);
+        change({true, 1});
+        hear(1000);
+        verifyUncut(10100, fade);
+        QCOMPARE(gainAt(10100 + fade), 0.0);
+        verifyNoStep(1.01 / fade);
+        QCOMPARE(m_mixer->end(), 10100);
+    }
+
+    void settledRingHasAnEndAndASuccessorOfItsOwn()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        follow(10000, 5000);
+        m_ring->finish();
+        change({true, 1});
+        hear(10001);
+        QVERIFY(m_mixer->isEndedAt(m_heard));
+        m_mixer->settle();
+        QCOMPARE(m_mixer->end(), 15000);
+        QVERIFY(!m_mixer->isEndedAt(m_heard));
+        follow(15000, 5000);
+        change({true, 1});
+        hear(8000);
+        verifyUncut(18001, fade);
+        m_mixer->settle();
+        m_mixer->follow(nullptr);
+        QVERIFY(!m_mixer->needsChange({true, 1}));
     }
 
     void decoderIsWokenWhenHalfOfItsFramesAreGone()

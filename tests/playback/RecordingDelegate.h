@@ -8,6 +8,8 @@
 /// Notes what a player tells its delegate.
 class RecordingDelegate final : public AudioPlayerDelegate {
 public:
+    void audioPlayerDidReachEndOfFile(AudioPlayer &) override { ++m_endsOfFile; }
+
     void audioPlayerDidFinishPlaying(AudioPlayer &player, bool successfully) override
     {
         m_wasPlaying = player.isPlaying();
@@ -23,6 +25,7 @@ public:
         ++m_errors;
     }
 
+    [[nodiscard]] int endsOfFile() const { return m_endsOfFile; }
     [[nodiscard]] int finishes() const { return m_finishes; }
     [[nodiscard]] int errors() const { return m_errors; }
     [[nodiscard]] bool wasSuccessful() const { return m_wasSuccessful; }
@@ -35,6 +38,7 @@ public:
     [[nodiscard]] double finishTime() const { return m_finishTime; }
 
 private:
+    std::atomic<int> m_endsOfFile = 0;
     std::atomic<int> m_finishes = 0;
     std::atomic<int> m_errors = 0;
     std::atomic<bool> m_wasSuccessful = false;

@@ -22,6 +22,7 @@ struct OutputScript {
     std::atomic<bool> isEndHeard = false;
     std::atomic<bool> isPlaying = false; ///< what was applied last
     std::shared_ptr<Wakeup> decoder;
+    std::shared_ptr<RingBuffer> next; ///< the one that follows
     std::shared_ptr<RingBuffer> ring; ///< the one offered last, unless it was taken back
     std::atomic<int> made = 0, alive = 0, offers = 0, questions = 0;
 };
@@ -43,6 +44,11 @@ public:
         m_script.ring = std::move(ring);
         m_script.offers += m_script.ring ? 1 : 0;
     }
+    void follow(std::shared_ptr<RingBuffer> ring) override { m_script.next = std::move(ring); }
+    void handOver(std::shared_ptr<Wakeup> decoder, const SoundLabel &) override
+    {
+        m_script.decoder = std::move(decoder);
+    }
     [[nodiscard]] Status status() override
     {
         ++m_script.questions;
@@ -55,7 +61,7 @@ private:
 
 OutputFactory factoryOf(OutputScript &script)
 {
-    return [&script](AudioFormat, std::shared_ptr<Wakeup> decoder) {
+    return [&script](AudioFormat, std::shared_ptr<Wakeup> decoder, const SoundLabel &) {
         return std::make_unique<ScriptedOutput>(std::move(decoder), script);
     };
 }
@@ -459,7 +465,7 @@ private Q_SLOTS:
         QCOMPARE(session->watchOutput(), std::nullopt);
         script.state = AudioOutput::State::Ready;
         script.heard = 4.5;
-        script.generation = 1;
+        script.generation = session->request().generation;
         QCOMPARE(session->watchOutput(), std::nullopt);
         QVERIFY(session->play());
         QCOMPARE(script.made, 1);
@@ -492,20 +498,23 @@ private Q_SLOTS:
         RecordingDelegate delegate;
         script.state = AudioOutput::State::Ready;
         script.isEndHeard = true;
-        script.generation = 1;
         WaitingSession waiting(script);
         Session *const session = waiting.session.get();
+        script.generation = session->request().generation;
         session->setDelegate(&delegate);
         QVERIFY(waiting.prepare());
         QVERIFY(waiting.prepare());
         QCOMPARE(script.made, 1);
         session->watchOutput();
+        session->tellDelegate();
         session->play();
         session->setCurrentTime(3);
         session->watchOutput();
+        session->tellDelegate();
         QCOMPARE(delegate.finishes(), 0);
         script.generation = session->request().generation;
         session->watchOutput();
+        session->tellDelegate();
         QCOMPARE(delegate.finishes(), 1);
         QVERIFY(!script.isPlaying && !session->state().isPlaying);
         session->play();
@@ -529,14 +538,15 @@ private Q_SLOTS:
         RecordingDelegate delegate;
         script.state = AudioOutput::State::Ready;
         script.isEndHeard = true;
-        script.generation = 1;
         WaitingSession waiting(script);
         Session *const session = waiting.session.get();
+        script.generation = session->request().generation;
         session->setDelegate(&delegate);
         QVERIFY(waiting.prepare());
         session->close();
         session->play();
         session->watchOutput();
+        session->tellDelegate();
         QCOMPARE(delegate.finishes(), 0);
     }
 
@@ -708,7 +718,7 @@ private Q_SLOTS:
     void timeWithoutASoundServerPassesUnobserved()
     {
         constexpr AudioFormat mono{FakeDecoder::rate, 1};
-        NullOutput output(mono, std::make_shared<Wakeup>());
+        NullOutput output(mono);
         std::uint32_t generation = 0;
         const auto offer = [&](std::int64_t start) {
             const auto ring = std::make_shared<RingBuffer>(mono, FakeDecoder::rate);
@@ -742,8 +752,8 @@ private Q_SLOTS:
     {
         bool isThere = false;
         OutputScript script;
-        const auto player = makePlayer({}, [&](AudioFormat format, const auto &decoder) {
-            return (isThere ? HandOutput::factory(m_output) : factoryOf(script))(format, decoder);
+        const auto player = makePlayer({}, [&](AudioFormat format, const auto &decoder, const auto &label) {
+            return (isThere ? HandOutput::factory(m_output) : factoryOf(script))(format, decoder, label);
         });
         QVERIFY(!player->play());
         QTRY_VERIFY(player->currentTime() > 0.1);

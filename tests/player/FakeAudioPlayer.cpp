@@ -4,6 +4,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+QString nameOf(const QUrl &url)
+{
+    return url.fileName().section(u'.', 0, 0);
+}
+
 class FakeAudioPlayer : public AudioPlayer {
 public:
     FakeAudioPlayer(FakePlatform &platform, std::shared_ptr<FakePlayerState> state)
@@ -57,6 +62,17 @@ public:
         m_state->currentTime = seconds;
         note(u"seek %1"_s.arg(seconds));
     }
+    void setSuccessor(const QUrl &url, const SoundLabel &) override
+    {
+        m_state->successor = url;
+        note(u"successor "_s + nameOf(url));
+    }
+    void dropSuccessor() override
+    {
+        m_state->successor.clear();
+        note(u"no successor"_s);
+    }
+    std::shared_ptr<AudioPlayer> takeSuccessor() override { return std::exchange(m_state->heir, nullptr); }
 
 private:
     void note(const QString &call) const { m_platform.observer(m_state->name + u' ' + call); }
@@ -64,11 +80,6 @@ private:
     FakePlatform &m_platform;
     std::shared_ptr<FakePlayerState> m_state;
 };
-
-QString nameOf(const QUrl &url)
-{
-    return url.fileName().section(u'.', 0, 0);
-}
 
 } // namespace
 

@@ -15,6 +15,8 @@ struct FakePlayerState {
     bool isPlaying = false;
     double currentTime = 0;
     double duration = 0;
+    QUrl successor; ///< what it is to go on with
+    std::shared_ptr<AudioPlayer> heir; ///< its successor that has taken over
 
     [[nodiscard]] bool isAlive() const { return player != nullptr; }
 

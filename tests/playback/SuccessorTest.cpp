@@ -1,0 +1,229 @@
+#include "decoder/DecoderModule.h"
+#include "tests/TestProgram.h"
+#include "tests/playback/HandOutput.h"
+#include "tests/playback/RecordingDelegate.h"
+#include "tests/playback/WavFile.h"
+
+#include <QTemporaryDir>
+#include <cmath>
+
+namespace {
+
+constexpr int rate = 48000;
+constexpr std::int64_t fadeIn = 400; // frames and more
+
+} // namespace
+
+/// A recording cut into tracks: each sounds right behind the one before.
+class SuccessorTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    const std::vector<float> m_recording = WavFile::positionCodedSamples(rate, 4);
+    HandOutput *m_output = nullptr;
+    std::vector<float> m_heard;
+    std::optional<RecordingDelegate> m_delegate;
+
+    /// A file of the frames from `from` to `to`.
+    QUrl cut(std::int64_t from, std::int64_t to)
+    {
+        const auto samples =
+            std::span(m_recording).subspan(std::size_t(from) * 2, std::size_t(to - from) * 2);
+        const QString path = m_folder.filePath(QStringLiteral("%1-%2.wav").arg(from).arg(to));
+        if (!WavFile::save(path, WavFile::encoded(samples, rate, 2)))
+            qFatal("%s cannot be written.", qPrintable(path));
+        return QUrl::fromLocalFile(path);
+    }
+
+    /// Plays `url` up to where its successor can be named.
+    std::shared_ptr<AudioPlayer> begin(const QUrl &url)
+    {
+        const auto stop = std::make_shared<std::atomic<bool>>(false);
+        auto decoder = DecoderModule::load().value()->open(openRegularFile(url).take(), stop);
+        auto player = Session::make(decoder.take(), stop, HandOutput::factory(m_output));
+        player->setDelegate(&*m_delegate);
+        player->play();
+        return player;
+    }
+
+    void hear(std::int64_t frames)
+    {
+        const auto samples = m_output->advance(frames);
+        m_heard.insert(m_heard.end(), samples.begin(), samples.end());
+    }
+
+    template <typename Condition> bool hearUntil(Condition condition)
+    {
+        return QTest::qWaitFor([&] {
+            hear(480);
+            return condition();
+        });
+    }
+
+    /// Makes `url` follow `player` and waits until the output has it.
+    bool prepare(AudioPlayer &player, const QUrl &url)
+    {
+        if (!QTest::qWaitFor([this] { return m_delegate->endsOfFile() > 0; }))
+            return false;
+        player.setSuccessor(url, {QStringLiteral("Marea"), QStringLiteral("Los Grillos")});
+        return QTest::qWaitFor([this] { return m_output->hasNext(); });
+    }
+
+    /// Whether the frames heard since the first fade are those of the recording.
+    [[nodiscard]] bool isUncut(std::int64_t frames) const
+    {
+        return std::equal(
+            m_heard.begin() + 2 * fadeIn, m_heard.begin() + 2 * frames, m_recording.begin() + 2 * fadeIn);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_heard.clear();
+        m_delegate.emplace();
+    }
+
+    void soundsRightBehindTheLastFrame()
+    {
+        const auto first = begin(cut(0, 30011));
+        QVERIFY(prepare(*first, cut(30011, 90000)));
+        QVERIFY(!first->takeSuccessor());
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(m_delegate->wasSuccessful());
+        QVERIFY(!first->isPlaying());
+        QCOMPARE(first->currentTime(), first->duration());
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        QVERIFY(!first->takeSuccessor());
+        QVERIFY(second->isPlaying());
+        QVERIFY(second->currentTime() < 0.1);
+        QCOMPARE(m_output->label().title, QStringLiteral("Marea"));
+        second->play(); // changes nothing
+        second->setVolume(1);
+        QVERIFY(hearUntil([&] { return second->currentTime() >= 1; }));
+        QVERIFY(isUncut(70000));
+        QCOMPARE(m_delegate->finishes(), 1);
+    }
+
+    void everyTrackOfAnAlbumFollowsTheOneBefore()
+    {
+        constexpr std::int64_t ends[] = {9001, 21003, 45007, 90000};
+        auto player = begin(cut(0, ends[0]));
+        for (std::size_t index = 1; index < std::size(ends); ++index) {
+            QVERIFY(prepare(*player, cut(ends[index - 1], ends[index])));
+            QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+            player = player->takeSuccessor();
+            QVERIFY(player);
+            m_delegate.emplace();
+            player->setDelegate(&*m_delegate);
+        }
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(isUncut(90000));
+    }
+
+    /// What is over before anybody asks is told all the same.
+    void endOfAShortSuccessorIsToldToItsDelegate()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(prepare(*first, cut(30000, 30100)));
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        hear(48000);
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        QTRY_VERIFY(!second->isPlaying());
+        RecordingDelegate delegate;
+        second->setDelegate(&delegate);
+        QTRY_COMPARE(delegate.endsOfFile(), 1);
+        QTRY_COMPARE(delegate.finishes(), 1);
+        QVERIFY(isUncut(30100));
+    }
+
+    void volumeAndPauseAtTheJointAreTheSuccessorsToo()
+    {
+        const auto first = begin(cut(0, 30000));
+        first->setVolume(0.5F);
+        QVERIFY(prepare(*first, cut(30000, 90000)));
+        QVERIFY(hearUntil([&] { return first->currentTime() > 0.6; }));
+        first->pause();
+        hear(4800);
+        QCOMPARE(m_output->advance(1)[1], 0.0F);
+        first->play();
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        hear(4800);
+        QVERIFY(std::abs(m_output->advance(1)[1] - 0.4F) < 1e-6F);
+        second->setCurrentTime(1);
+        QVERIFY(hearUntil([&] { return second->currentTime() > 1.05; }));
+        second->pause();
+        hear(4800);
+        QCOMPARE(m_output->advance(1)[1], 0.0F);
+    }
+
+    void droppedSuccessorIsNotHeard()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(prepare(*first, cut(60000, 90000)));
+        QVERIFY(hearUntil([&] { return first->currentTime() > 0.4; }));
+        m_output->render(20000); // far into the successor
+        first->dropSuccessor();
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(!first->takeSuccessor());
+        hear(48000);
+        QVERIFY(isUncut(30000));
+        QVERIFY(std::all_of(
+            m_heard.begin() + 2 * 30000, m_heard.end(), [](float sample) { return sample == 0; }));
+    }
+
+    void seekDropsTheSuccessorAndIsToldTheEndAgain()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(prepare(*first, cut(60000, 90000)));
+        QVERIFY(hearUntil([&] { return first->currentTime() > 0.4; }));
+        first->setCurrentTime(0.1);
+        QVERIFY(!m_output->hasNext());
+        QVERIFY(hearUntil([&] { return m_delegate->endsOfFile() == 2; }));
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(!first->takeSuccessor());
+    }
+
+    void successorOfAnotherFormatIsConverted()
+    {
+        const auto first = begin(cut(0, 30000));
+        std::vector<float> sine;
+        for (int frame = 0; frame < 44100; ++frame)
+            sine.push_back(float(0.5 * std::sin(2 * M_PI * 441 * frame / 44100)));
+        const QString path = m_folder.filePath(QStringLiteral("mono.wav"));
+        QVERIFY(WavFile::save(path, WavFile::encoded(sine, 44100, 1)));
+        QVERIFY(prepare(*first, QUrl::fromLocalFile(path)));
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        QVERIFY(std::abs(second->duration() - 1) < 1e-6);
+        second->setDelegate(&*m_delegate);
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() == 2; }));
+        for (std::int64_t frame = 0; frame < rate; ++frame) {
+            const double expected = 0.5 * std::sin(2 * M_PI * 441 * double(frame) / rate);
+            for (const std::int64_t channel : {0, 1}) {
+                const double actual = double(m_heard[std::size_t((30000 + frame) * 2 + channel)]);
+                QVERIFY2(std::abs(actual - expected) < 0.02, qPrintable(QString::number(frame)));
+            }
+        }
+    }
+
+    void fileThatCannotBeOpenedCostsNothing()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(QTest::qWaitFor([this] { return m_delegate->endsOfFile() > 0; }));
+        first->setSuccessor(QUrl::fromLocalFile(m_folder.filePath(QStringLiteral("gone.wav"))), {});
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(isUncut(30000));
+        QVERIFY(!first->takeSuccessor());
+        QVERIFY(first->play()); // as after any end
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() == 2; }));
+    }
+};
+
+LUMAVERDINE_TEST(SuccessorTest)
+#include "SuccessorTest.moc"
