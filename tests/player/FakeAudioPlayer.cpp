@@ -60,11 +60,13 @@ public:
     void setCurrentTime(double seconds) override
     {
         m_state->currentTime = seconds;
+        m_state->successor.clear();
         note(u"seek %1"_s.arg(seconds));
     }
-    void setSuccessor(const QUrl &url, const SoundLabel &) override
+    void setSuccessor(const QUrl &url, const SoundLabel &label) override
     {
         m_state->successor = url;
+        m_state->successorLabel = label;
         note(u"successor "_s + nameOf(url));
     }
     void dropSuccessor() override
@@ -82,6 +84,11 @@ private:
 };
 
 } // namespace
+
+void FakePlayerState::readToTheEnd()
+{
+    delegate->audioPlayerDidReachEndOfFile(*player);
+}
 
 void FakePlayerState::finish(bool successfully)
 {
@@ -113,10 +120,23 @@ Result<std::shared_ptr<AudioPlayer>> FakePlatform::open(const QUrl &url, const S
     observer(u"open "_s + nameOf(url));
     if (unplayableNames.contains(url.fileName()))
         return Error{u"formato desconocido"_s};
+    return make(url, label);
+}
+
+void FakePlatform::finishIntoSuccessor()
+{
+    FakePlayerState &former = latest();
+    former.heir = make(former.successor, former.successorLabel);
+    latest().isPlaying = true;
+    former.finish();
+}
+
+std::shared_ptr<AudioPlayer> FakePlatform::make(const QUrl &url, const SoundLabel &label)
+{
     auto state = std::make_shared<FakePlayerState>();
     state->name = nameOf(url);
     state->label = label;
     state->duration = nextDuration;
     opened.push_back(state);
-    return std::shared_ptr<AudioPlayer>(std::make_shared<FakeAudioPlayer>(*this, state));
+    return std::make_shared<FakeAudioPlayer>(*this, state);
 }
