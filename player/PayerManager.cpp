@@ -261,6 +261,7 @@ void PlayerManager::prepareFollowing()
         return;
     m_following = isRepeating() ? *currentTrack() : followingTrack();
     m_audioPlayer->setSuccessor(m_following->url(), {m_following->title, m_following->artist});
+    Q_EMIT followingTrackFound(*m_following);
 }
 
 /// Something has changed that decides which track follows; that is found once all has changed that changes at once.

@@ -96,6 +96,9 @@ Q_SIGNALS:
     /// load(), seek() or stop() has set the position, which did not come about by playing on.
     void positionSet();
 
+    /// This track will be the current one in a moment if nothing changes: it is time to read what it shows.
+    void followingTrackFound(const Track &track);
+
     /// Also if the value is the same: who asks for a picker that is open wants to see it.
     void showFileImporterWritten();
 

@@ -81,6 +81,10 @@ QWidget *ContentView::artwork()
         const std::optional<Track> &track = m_player.currentTrack();
         cover->setPicture(track ? track->id() : QUuid(), track ? track->artwork : std::nullopt);
     });
+    connect(&m_player, &PlayerManager::followingTrackFound, cover, [cover](const Track &track) {
+        if (track.artwork)
+            cover->prepare(*track.artwork);
+    });
     return cover;
 }
 

@@ -50,8 +50,12 @@ private Q_SLOTS:
     void nothingFollowsBeforeTheFileIsRead()
     {
         EndingFixture f;
+        QString found;
+        QObject::connect(&f.player, &PlayerManager::followingTrackFound,
+            [&found](const Track &track) { found += track.title; });
         QCOMPARE(f.successor(), u""_s);
         f.readToTheEnd();
+        QCOMPARE(found, u"b"_s);
         QCOMPARE(f.successor(), u"b"_s);
         QCOMPARE(f.state().successorLabel.title, u"b"_s);
         QCOMPARE(f.current(), u"a"_s);

@@ -279,6 +279,20 @@ private Q_SLOTS:
         QVERIFY(!f.artworks.image(*track.artwork, pixels).image.isNull());
     }
 
+    void preparedCoverIsThereAtOnce()
+    {
+        CoverFixture f;
+        StillStyle still;
+        f.cover->setStyle(&still);
+        const Track track = f.track(Qt::red);
+        const QSignalSpy loads(&f.artworks, &ArtworkLoader::changed);
+        f.cover->prepare(*track.artwork);
+        QTRY_COMPARE(loads.size(), 1);
+        QVERIFY(f.center() != QColor(Qt::red));
+        f.setTrack(track);
+        QCOMPARE(f.center(), QColor(Qt::red));
+    }
+
     void coverStaysUntilItIsLoadedInAnotherSize()
     {
         CoverFixture f;

@@ -153,6 +153,11 @@ void Cover::setPicture(const QUuid &name, const std::optional<Artwork> &picture)
     showWantedFace();
 }
 
+void Cover::prepare(const Artwork &picture)
+{
+    (void)m_artworks.image(picture, pixels());
+}
+
 QSize Cover::pixels() const
 {
     return QSize(1, 1) * qFloor(width() * devicePixelRatioF());

@@ -20,6 +20,9 @@ public:
     explicit Cover(ArtworkLoader &artworks);
     ~Cover() override;
 
+    /// Loads a picture that setPicture() will be called with in a moment.
+    void prepare(const Artwork &picture);
+
     /// The picture of whatever bears this name, or the placeholder. Does nothing if the name is the same.
     void setPicture(const QUuid &name, const std::optional<Artwork> &picture);
 
