@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QString>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -23,6 +24,9 @@ struct ProbedMedia {
 /// Set to true by its owner to make those who read a file for it give up at the next chance.
 using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 
+/// Answers the format that a decoder is to give out, which differs from the file's `own` if it has to.
+using FormatChoice = std::function<AudioFormat(AudioFormat own)>;
+
 /// The one way to the libraries that understand audio containers and codecs. They live in a module of their
 /// own, because linking them would slow down every start, also of a player that never opens a file.
 ///
@@ -31,9 +35,9 @@ using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 class DecoderModule {
 public:
     /// A decoder that has already decoded its first frames; fails with a readable description if the file
-    /// holds no sound that is understood. Without `format`, the decoder's is what suits the file.
+    /// holds no sound that is understood. Without a choice, its format is the file's own.
     virtual Result<std::unique_ptr<Decoder>> open(
-        FileDescriptor file, StopFlag stop, std::optional<AudioFormat> format = {}) const = 0;
+        FileDescriptor file, StopFlag stop, const FormatChoice &chooseFormat = {}) const = 0;
 
     /// Reads the container's own account of itself. What cannot be read is missing.
     [[nodiscard]] virtual ProbedMedia probe(FileDescriptor file) const = 0;

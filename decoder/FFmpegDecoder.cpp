@@ -42,9 +42,9 @@ constexpr double OggPage = 2; // seconds, more than pages last
 
 } // namespace
 
-FFmpegDecoder::FFmpegDecoder(std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format)
+FFmpegDecoder::FFmpegDecoder(std::unique_ptr<FFmpegInput> input, FormatChoice chooseFormat)
     : m_input(std::move(input))
-    , m_wantedFormat(format)
+    , m_chooseFormat(std::move(chooseFormat))
     , m_packet(av_packet_alloc())
     , m_frame(av_frame_alloc())
 {
@@ -58,9 +58,9 @@ FFmpegDecoder::~FFmpegDecoder()
 }
 
 Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(
-    std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format)
+    std::unique_ptr<FFmpegInput> input, FormatChoice chooseFormat)
 {
-    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input), format));
+    std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input), std::move(chooseFormat)));
     if (const auto error = decoder->openCodec())
         return *error;
     if (const auto error = decoder->decodeFirstFrame())
@@ -93,7 +93,8 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
         return m_input->hasReadError() ? failure()
                                        : Error{u"El audio del archivo no se puede decodificar."_s};
     m_origin = m_frame->best_effort_timestamp == AV_NOPTS_VALUE ? 0 : m_frame->best_effort_timestamp;
-    m_format = m_wantedFormat.value_or(FrameConverter::formatFor(*m_frame));
+    const AudioFormat own = FrameConverter::formatOf(*m_frame);
+    m_format = m_chooseFormat ? m_chooseFormat(own) : own;
     m_converter.setOutput(m_format);
     if (convertFrame() != Step::Frame)
         return Error{u"El audio del archivo no se puede decodificar."_s};

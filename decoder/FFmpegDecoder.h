@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decoder/Decoder.h"
+#include "decoder/DecoderModule.h"
 #include "decoder/FFmpegInput.h"
 #include "decoder/FrameConverter.h"
 
@@ -23,9 +23,10 @@ struct AVPacket;
 /// A seek that the container cannot be trusted with decodes from the first frame on, faster than time passes.
 class FFmpegDecoder final : public Decoder {
 public:
-    /// Decodes the first frame; fails if nothing at all can be decoded. Without `format`, it is what suits the file.
+    /// Decodes the first frame; fails if nothing at all can be decoded. Without a choice, the format is the file's own:
+    /// its rate up to 192 kHz, mono or stereo.
     static Result<std::unique_ptr<Decoder>> open(
-        std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format = {});
+        std::unique_ptr<FFmpegInput> input, FormatChoice chooseFormat = {});
     ~FFmpegDecoder() override;
 
     [[nodiscard]] AudioFormat format() const override { return m_format; }
@@ -39,7 +40,7 @@ private:
     /// What became of one attempt to decode a frame.
     enum class Step { Frame, Again, End, Failed };
 
-    FFmpegDecoder(std::unique_ptr<FFmpegInput> input, std::optional<AudioFormat> format);
+    FFmpegDecoder(std::unique_ptr<FFmpegInput> input, FormatChoice chooseFormat);
 
     std::optional<Error> openCodec();
     std::optional<Error> decodeFirstFrame();
@@ -66,7 +67,7 @@ private:
     bool decodeUntil(std::int64_t frame, const IsObsolete &isObsolete);
 
     std::unique_ptr<FFmpegInput> m_input;
-    const std::optional<AudioFormat> m_wantedFormat;
+    const FormatChoice m_chooseFormat;
     AVCodecContext *m_codec = nullptr;
     AVPacket *m_packet = nullptr;
     AVFrame *m_frame = nullptr;

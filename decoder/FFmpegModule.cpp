@@ -103,12 +103,12 @@ public:
     }
 
     Result<std::unique_ptr<Decoder>> open(
-        FileDescriptor file, StopFlag stop, std::optional<AudioFormat> format) const override
+        FileDescriptor file, StopFlag stop, const FormatChoice &chooseFormat) const override
     {
         auto input = FFmpegInput::open(std::move(file), std::move(stop));
         if (input.isError())
             return input.error();
-        return FFmpegDecoder::open(input.take(), format);
+        return FFmpegDecoder::open(input.take(), chooseFormat);
     }
 
     ProbedMedia probe(FileDescriptor file) const override

@@ -15,6 +15,9 @@ namespace {
 // A second and more of any sound; a damaged rate would make minutes of a frame.
 constexpr int MostFramesAtOnce = 4 << 20;
 
+// Keeps 20 kHz whole from 48 to 44.1 kHz, where the resampler's usual 32 samples take 1.3 dB.
+constexpr int FilterLength = 128; // samples of the lower rate
+
 /// Without a branch, so that the compiler does several at once.
 template <typename T> void makeReasonable(std::span<T> samples)
 {
@@ -52,7 +55,7 @@ FrameConverter::~FrameConverter()
     reset();
 }
 
-AudioFormat FrameConverter::formatFor(const AVFrame &frame)
+AudioFormat FrameConverter::formatOf(const AVFrame &frame)
 {
     return {std::clamp(frame.sample_rate, 1, 192'000), std::clamp(frame.ch_layout.nb_channels, 1, 2)};
 }
@@ -93,6 +96,7 @@ int FrameConverter::run(const AVFrame *input, std::vector<float> &samples)
         m_resampler = swr_alloc();
         // Mixing several channels into one must not exceed full scale, and one is as loud on two.
         av_opt_set_double(m_resampler, "rematrix_maxval", 1.0, 0);
+        av_opt_set_int(m_resampler, "filter_size", FilterLength, 0);
         if (input && input->ch_layout.nb_channels == 1 && m_output.channels == 2)
             av_opt_set_double(m_resampler, "rematrix_volume", M_SQRT2, 0);
     }

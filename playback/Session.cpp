@@ -25,14 +25,21 @@ constexpr double ReadAhead = 2; // seconds
 // What has to be ready before the sound of another position begins.
 constexpr double EnoughToBegin = 0.05; // seconds
 
-/// Without a format, the file's own.
+constexpr int LowestRate = 44'100; // of a stream
+
+/// What an output takes for a file, whatever follows that: a song behind a mono recording of 8 kHz loses nothing.
+AudioFormat streamFormat(AudioFormat own)
+{
+    return {std::max(own.rate, LowestRate), 2};
+}
+
 Result<std::unique_ptr<Decoder>> openDecoder(
-    const DecoderModule &module, const QUrl &url, StopFlag stop, std::optional<AudioFormat> format = {})
+    const DecoderModule &module, const QUrl &url, StopFlag stop, const FormatChoice &chooseFormat)
 {
     auto file = openRegularFile(url);
     if (file.isError())
         return file.error();
-    return module.open(file.take(), std::move(stop), format);
+    return module.open(file.take(), std::move(stop), chooseFormat);
 }
 
 /// Never 0.
@@ -57,8 +64,8 @@ Result<std::shared_ptr<AudioPlayer>> AudioPlayer::open(const QUrl &url, const So
     if (module.isError())
         return module.error();
     const auto stop = std::make_shared<std::atomic<bool>>(false);
-    auto decoder =
-        callWithTimeout([module = module.value(), url, stop] { return openDecoder(*module, url, stop); });
+    auto decoder = callWithTimeout(
+        [module = module.value(), url, stop] { return openDecoder(*module, url, stop, streamFormat); });
     if (!decoder) {
         stop->store(true);
         return Error{u"El archivo no responde."_s};
@@ -322,7 +329,7 @@ void Session::setSuccessor(const QUrl &url, const SoundLabel &label)
     }
     const auto open = [former = weak_from_this(), module = module.value(), makeOutput = m_makeOutput,
                           format = m_format, stop, url, label] {
-        auto decoder = openDecoder(*module, url, stop, format);
+        auto decoder = openDecoder(*module, url, stop, [format](AudioFormat) { return format; });
         const auto session = former.lock();
         if (session && !decoder.isError())
             session->follow(stop, make(decoder.take(), stop, makeOutput, label));

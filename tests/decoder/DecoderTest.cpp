@@ -16,12 +16,26 @@ namespace {
 
 constexpr int rate = 48000;
 
-Result<std::unique_ptr<Decoder>> openDecoder(const QString &path)
+Result<std::unique_ptr<Decoder>> openDecoder(const QString &path, const FormatChoice &chooseFormat = {})
 {
     auto file = openRegularFile(QUrl::fromLocalFile(path));
     if (file.isError())
         return file.error();
-    return DecoderModule::load().value()->open(file.take(), nullptr);
+    return DecoderModule::load().value()->open(file.take(), nullptr, chooseFormat);
+}
+
+/// Chooses whatever the file's own format is.
+FormatChoice always(AudioFormat format)
+{
+    return [format](AudioFormat) { return format; };
+}
+
+std::vector<float> sine(double frequency, int ofRate, double seconds = 1)
+{
+    std::vector<float> samples(size_t(ofRate * seconds));
+    for (size_t i = 0; i < samples.size(); ++i)
+        samples[i] = 0.5F * float(std::sin(2 * M_PI * frequency * double(i) / ofRate));
+    return samples;
 }
 
 std::vector<float> readAll(Decoder &decoder)
@@ -104,15 +118,66 @@ private Q_SLOTS:
 
     void resamplingGoesOnFromFrameToFrame()
     {
-        const auto sine = [](size_t frame, int ofRate) {
-            return 0.5F * float(std::sin(2 * M_PI * 10'000 * double(frame) / ofRate));
-        };
-        std::vector<float> sound(384'000);
-        for (size_t i = 0; i < sound.size(); ++i)
-            sound[i] = sine(i, 384'000);
-        const auto samples = readAll(*openDecoder(saveWav(sound, 1, 384'000)).take());
+        const auto samples = readAll(*openDecoder(saveWav(sine(10'000, 384'000), 1, 384'000)).take());
+        const auto expected = sine(10'000, 192'000);
         for (size_t i = 100; i + 100 < samples.size(); ++i)
-            QVERIFY2(std::abs(samples[i] - sine(i, 192'000)) < 0.001F, qPrintable(QString::number(i)));
+            QVERIFY2(std::abs(samples[i] - expected[i]) < 0.001F, qPrintable(QString::number(i)));
+    }
+
+    void chosenFormatKnowsTheFilesOwn()
+    {
+        std::optional<AudioFormat> told;
+        const auto choose = [&told](AudioFormat own) {
+            told = own;
+            return AudioFormat{own.rate, 2};
+        };
+        const auto samples = WavFile::countingSamples(rate + 17, 1);
+        const auto decoder = openDecoder(saveWav(samples, 1), choose).take();
+        QCOMPARE(told, (AudioFormat{rate, 1}));
+        QCOMPARE(decoder->format(), (AudioFormat{rate, 2}));
+        const auto read = readAll(*decoder);
+        QCOMPARE(read.size(), 2 * samples.size());
+        for (size_t i = 0; i < read.size(); ++i)
+            QCOMPARE(read[i], samples[i / 2]);
+    }
+
+    void highestSoundSurvivesAnotherRate_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::newRow("48 to 44.1 kHz") << 48000 << 44100;
+        QTest::newRow("44.1 to 48 kHz") << 44100 << 48000;
+        QTest::newRow("96 to 44.1 kHz") << 96000 << 44100;
+    }
+
+    /// The whole of it, as long as it was.
+    void highestSoundSurvivesAnotherRate()
+    {
+        QFETCH(int, from);
+        QFETCH(int, to);
+        const auto decoder = openDecoder(saveWav(sine(20'000, from), 1, from), always({to, 1})).take();
+        QCOMPARE(decoder->duration(), 1.0);
+        const auto samples = readAll(*decoder);
+        const auto expected = sine(20'000, to);
+        QCOMPARE(samples.size(), expected.size());
+        for (size_t i = 200; i + 200 < samples.size(); ++i)
+            QVERIFY2(std::abs(samples[i] - expected[i]) < 0.002F, qPrintable(QString::number(i)));
+    }
+
+    /// Within half a frame, because a packet need not begin with a whole frame of another rate.
+    void seekFindsItsPlaceAtAnotherRate()
+    {
+        const QString path = saveWav(sine(441, 44100, 3), 1, 44100);
+        const auto whole = readAll(*openDecoder(path, always({rate, 1})).take());
+        constexpr double halfAFrame = 0.5 * M_PI * 441 / rate; // where the sine is steepest
+        for (const std::int64_t target : {1, 12'345, rate + 1, 3 * rate - 10}) {
+            const auto decoder = openDecoder(path, always({rate, 1})).take();
+            QVERIFY(decoder->seek(target, {}));
+            const auto rest = readAll(*decoder);
+            QCOMPARE(rest.size(), whole.size() - size_t(target));
+            for (size_t i = 0; i < rest.size(); ++i)
+                QVERIFY(std::abs(double(rest[i]) - double(whole[size_t(target) + i])) <= halfAFrame);
+        }
     }
 
     /// Of what is resampled, the last frames are still on their way when others come that are not.

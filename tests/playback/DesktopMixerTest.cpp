@@ -22,9 +22,11 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase() { saveTrack(); }
-
-    void init() { cleanup(); }
+    void init()
+    {
+        release();
+        saveTrack();
+    }
 
     void cleanup() { release(); }
 
@@ -48,6 +50,30 @@ private Q_SLOTS:
                  u"application.name = \"Lumaverdine\""_s})
             QVERIFY2(shown.contains(property), qPrintable(property + u" in "_s + shown));
         QVERIFY(!shown.contains(u"secret"_s));
+    }
+
+    /// Whatever follows in the same stream loses nothing by what went before.
+    void streamIsStereoAndOfAUsualRate_data()
+    {
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<int>("channels");
+        QTest::addColumn<QString>("stream");
+        QTest::newRow("speech") << 8000 << 1 << u"2ch 44100Hz"_s;
+        QTest::newRow("studio") << 96000 << 2 << u"2ch 96000Hz"_s;
+    }
+
+    void streamIsStereoAndOfAUsualRate()
+    {
+        QFETCH(int, rate);
+        QFETCH(int, channels);
+        QFETCH(QString, stream);
+        const std::vector<float> silence(size_t(rate * channels));
+        m_path = m_folder.filePath(u"silence.wav"_s);
+        QVERIFY(WavFile::save(m_path, WavFile::encoded(silence, rate, channels)));
+        m_daemon = std::make_unique<PulseDaemon>();
+        QVERIFY(m_daemon->start());
+        QVERIFY(play({}));
+        QVERIFY2(streams().contains(stream), qPrintable(streams()));
     }
 
     void streamsOfAnyNameSound_data()

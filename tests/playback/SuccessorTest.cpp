@@ -207,7 +207,7 @@ private Q_SLOTS:
             const double expected = 0.5 * std::sin(2 * M_PI * 441 * double(frame) / rate);
             for (const std::int64_t channel : {0, 1}) {
                 const double actual = double(m_heard[std::size_t((30000 + frame) * 2 + channel)]);
-                QVERIFY2(std::abs(actual - expected) < 0.02, qPrintable(QString::number(frame)));
+                QVERIFY2(std::abs(actual - expected) < 0.002, qPrintable(QString::number(frame)));
             }
         }
     }
