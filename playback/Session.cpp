@@ -302,7 +302,8 @@ void Session::tellDelegate()
         const std::lock_guard lock(m_mutex);
         return std::pair(m_isAtEnd ? m_request.generation : 0, m_ending);
     }();
-    const std::uint32_t read = m_ring && m_ring->isFinished() ? m_generation : 0;
+    const bool isRead = m_ring && m_ring->isFinished() && !ending.error; // behind an error nothing follows
+    const std::uint32_t read = isRead ? m_generation : 0;
     const std::lock_guard lock(m_delegateMutex);
     if (!m_delegate)
         return;

@@ -595,6 +595,7 @@ private Q_SLOTS:
         QVERIFY(delegate.wasErrorNamed());
         QVERIFY(!player->isPlaying());
         QCOMPARE(delegate.finishes(), 0);
+        QCOMPARE(delegate.endsOfFile(), 0); // or another track would go on
     }
 
     void guessedDurationIsCorrected_data()
