@@ -139,7 +139,7 @@ class MediaKeys(Scenario):
 
     def test_next_track_by_itself_is_told_once(self):
         for name, hertz in (("a.wav", A), ("b.wav", B)):
-            self.tone(name, hertz, seconds=1)
+            self.tone(name, hertz, seconds=2)
         self.start_playing("a.wav", "b.wav")
         playerctl("play")
         wait_for(lambda: self.shell.get("PlaybackStatus") == "Playing", "the first track")
@@ -183,15 +183,17 @@ class MediaKeys(Scenario):
         self.assertEqual(self.covers(), {crashed.cover, living.cover})
         crashed.process.kill()
         crashed.process.wait()
+        wait_for(lambda: not self.shell.sees(), "its name to go")
         self.assertEqual(self.covers(), {crashed.cover, living.cover})
         third = self.start_another()
         self.assertEqual(self.covers(), {living.cover, third.cover})
 
     def start_another(self):
         """A player that shows a cover, under the name that is left for it."""
+        is_second = self.shell.sees()
         program = Program(self.desktop, os.environ["LUMAVERDINE"])
         self.addCleanup(end, program.process)
-        name = f"{NAME}.instance{program.process.pid}" if self.shell.sees() else NAME
+        name = f"{NAME}.instance{program.process.pid}" if is_second else NAME
         self.shell.wait_for_player(name)
         program.pick("c.mp3")
         program.cover = self.cover(name)
