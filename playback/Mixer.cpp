@@ -148,8 +148,9 @@ void Mixer::renderSound(std::int64_t frames)
         }
         m_cursors.append({m_rendered, m_cursor, true, 0});
         mixInto(m_rendered, m_history.data() + sampleOf(m_cursor), run);
-        if (m_former && m_cursor <= m_jointCursor && m_jointCursor < m_cursor + run)
-            m_joint = m_rendered + (m_jointCursor - m_cursor);
+        // What a pause has faded out over the joint is behind it when it goes on.
+        if (m_former && !m_joint && m_jointCursor < m_cursor + run)
+            m_joint = m_rendered + std::max<std::int64_t>(m_jointCursor - m_cursor, 0);
         m_cursor += run;
         m_rendered += run;
         frames -= run;

@@ -369,10 +369,11 @@ void Session::follow(const std::shared_ptr<std::atomic<bool>> &stop, std::shared
     m_wakeup->signal();
 }
 
-/// Behind the present ring, as soon as the successor's is ready.
+/// Behind the ring with the end of the file, as soon as the successor's is ready.
 void Session::offerSuccessor()
 {
-    if (!m_successor.session || m_successor.generation != 0)
+    const bool isRead = m_generation == m_request.generation && m_ring->isFinished();
+    if (!isRead || !m_successor.session || m_successor.generation != 0)
         return;
     if (const auto ring = m_successor.session->prepareToFollow(m_wakeup)) {
         m_successor.generation = ring->generation();

@@ -439,6 +439,7 @@ private Q_SLOTS:
                 QCOMPARE(placeAt(frame), expected++);
         }
         QCOMPARE(expected, 9900 + fade + 2000);
+        QVERIFY(m_mixer->isEndedAt(m_heard)); // of the former ring
     }
 
     void ringThatIsTakenBackLeavesSilenceBehindTheEnd()

@@ -1,16 +1,31 @@
 #include "decoder/DecoderModule.h"
 #include "tests/TestProgram.h"
+#include "tests/files/FaultyMedium.h"
+#include "tests/playback/FakeDecoder.h"
 #include "tests/playback/HandOutput.h"
 #include "tests/playback/RecordingDelegate.h"
 #include "tests/playback/WavFile.h"
 
+#include <QDeadlineTimer>
 #include <QTemporaryDir>
 #include <cmath>
+#include <random>
+#include <thread>
 
 namespace {
 
 constexpr int rate = 48000;
 constexpr std::int64_t fadeIn = 400; // frames and more
+constexpr long slowFrom = 260'000; // bytes: behind what is read to open a file
+
+/// Waits for other threads, no longer than they take.
+template <typename Condition> bool isSoon(Condition condition)
+{
+    const QDeadlineTimer deadline(10'000);
+    while (!condition() && !deadline.hasExpired())
+        std::this_thread::yield();
+    return condition();
+}
 
 } // namespace
 
@@ -64,10 +79,10 @@ private:
     /// Makes `url` follow `player` and waits until the output has it.
     bool prepare(AudioPlayer &player, const QUrl &url)
     {
-        if (!QTest::qWaitFor([this] { return m_delegate->endsOfFile() > 0; }))
+        if (!isSoon([this] { return m_delegate->endsOfFile() > 0; }))
             return false;
         player.setSuccessor(url, {QStringLiteral("Marea"), QStringLiteral("Los Grillos")});
-        return QTest::qWaitFor([this] { return m_output->hasNext(); });
+        return isSoon([this] { return m_output->hasNext(); });
     }
 
     /// Whether the frames heard since the first fade are those of the recording.
@@ -75,6 +90,34 @@ private:
     {
         return std::equal(
             m_heard.begin() + 2 * fadeIn, m_heard.begin() + 2 * frames, m_recording.begin() + 2 * fadeIn);
+    }
+
+    [[nodiscard]] bool isSilent(std::int64_t frame) const { return m_heard[std::size_t(frame) * 2 + 1] == 0; }
+
+    /// Frames that were heard, without silence.
+    [[nodiscard]] std::int64_t sounded() const
+    {
+        std::int64_t count = 0;
+        for (std::int64_t frame = 0; frame < std::int64_t(m_heard.size() / 2); ++frame)
+            count += isSilent(frame) ? 0 : 1;
+        return count;
+    }
+
+    /// Whether the frames heard, whatever their gain and the silence between them, are the recording's, which begins
+    /// anew behind its end.
+    [[nodiscard]] bool isWhole() const
+    {
+        const auto length = std::int64_t(m_recording.size() / 2);
+        std::int64_t expected = 0;
+        for (std::int64_t frame = 0; frame < std::int64_t(m_heard.size() / 2); ++frame) {
+            if (isSilent(frame))
+                continue;
+            const auto index = std::size_t(frame) * 2;
+            const double left = double(m_heard[index]) / double(m_heard[index + 1]) * 0.8;
+            if (std::llround((left - 0.2) / 0.6 * double(length)) != expected++ % length)
+                return false;
+        }
+        return true;
     }
 
 private Q_SLOTS:
@@ -120,6 +163,112 @@ private Q_SLOTS:
         }
         QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
         QVERIFY(isUncut(90000));
+    }
+
+    void joinsLoseAndRepeatNothing_data()
+    {
+        QTest::addColumn<bool>("hasPauses");
+        QTest::newRow("playing on") << false;
+        QTest::newRow("with pauses that fade over joints") << true;
+    }
+    void joinsLoseAndRepeatNothing()
+    {
+        QFETCH(const bool, hasPauses);
+        std::mt19937 random(19);
+        std::vector<QUrl> pieces;
+        std::vector<std::int64_t> lengths;
+        const auto length = std::int64_t(m_recording.size() / 2);
+        for (std::int64_t from = 0; from < length; from += lengths.back()) {
+            const std::int64_t frames = 500 + std::int64_t(random() % 3000);
+            lengths.push_back(from + frames + 500 < length ? frames : length - from);
+            pieces.push_back(cut(from, from + lengths.back()));
+        }
+        auto player = begin(pieces[0]);
+        std::int64_t left = lengths[0]; // frames of the present piece
+        const auto hearSound = [&](std::int64_t frames) {
+            const std::size_t before = m_heard.size();
+            hear(frames);
+            for (std::size_t index = before + 1; index < m_heard.size(); index += 2)
+                left -= m_heard[index] == 0 ? 0 : 1;
+        };
+        for (std::size_t join = 1; join <= 1000; ++join) {
+            const std::size_t piece = join % pieces.size();
+            QVERIFY(prepare(*player, pieces[piece]));
+            if (hasPauses && join % 3 == 0) {
+                hearSound(std::max<std::int64_t>(left - std::int64_t(random() % 500), 0));
+                player->pause();
+                hearSound(500);
+                player->play();
+            }
+            hearSound(std::max<std::int64_t>(left, 0) + 1);
+            QVERIFY2(isSoon([&] { return m_delegate->finishes() > 0; }), qPrintable(QString::number(join)));
+            left += lengths[piece];
+            player = player->takeSuccessor();
+            QVERIFY(player);
+            m_delegate.emplace();
+            player->setDelegate(&*m_delegate);
+        }
+        QVERIFY(isWhole());
+        QCOMPARE(sounded() == std::int64_t(m_heard.size() / 2), !hasPauses);
+    }
+
+    void successorOfASlowMediumIsHeardWhole()
+    {
+        const auto first = begin(cut(0, 10000));
+        const QUrl url = cut(10000, 70000);
+        FaultyMedium medium(url.toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Slowness, slowFrom);
+        QVERIFY(prepare(*first, url));
+        hear(rate); // more than has been read
+        QVERIFY(sounded() < rate);
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        second->setDelegate(&*m_delegate);
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() == 2; }));
+        QCOMPARE(sounded(), 70000);
+        QVERIFY(isWhole());
+    }
+
+    void successorOfAMediumThatDoesNotAnswerCostsNothing()
+    {
+        const auto first = begin(cut(0, 30000));
+        const QUrl url = cut(30000, 40000);
+        FaultyMedium medium(url.toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Silence);
+        QVERIFY(isSoon([this] { return m_delegate->endsOfFile() > 0; }));
+        first->setSuccessor(url, {});
+        QVERIFY(isSoon([&] { return medium.faults() > 0; }));
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(isUncut(30000));
+        QVERIFY(!first->takeSuccessor());
+    }
+
+    /// The end of what is still to be heard of the place before is not the end of the track.
+    void successorWaitsForThePlaceThatIsSought()
+    {
+        int pipe[2] = {};
+        QVERIFY(pipe2(pipe, O_CLOEXEC) == 0);
+        const auto readBlocks = [&](std::size_t count) {
+            return write(pipe[1], QByteArray(qsizetype(count), ' ').constData(), count) == ssize_t(count);
+        };
+        const auto first =
+            Session::make(std::make_unique<FakeDecoder>(FakeDecoder::Script{
+                              .seconds = 0.1, .claimedSeconds = 0.1, .blocksOn = pipe[0], .blockFrames = 64}),
+                std::make_shared<std::atomic<bool>>(false), HandOutput::factory(m_output));
+        first->setDelegate(&*m_delegate);
+        first->play();
+        QVERIFY(readBlocks(4800 / 64 + 1));
+        QVERIFY(isSoon([this] { return m_delegate->endsOfFile() > 0; }));
+        first->setCurrentTime(0.01);
+        first->setSuccessor(cut(60000, 90000), {}); // on news of the end from before
+        const auto isOfferedEarly = [&] { return !readBlocks(1) || m_output->hasNext(); };
+        QVERIFY(!QTest::qWaitFor(isOfferedEarly, 300)); // 50 ms are not ready by then
+        close(pipe[1]);
+        QVERIFY(isSoon([this] { return m_output->hasNext(); }));
+        hear(480);
+        QCOMPARE(first->currentTime(), 0.02);
+        close(pipe[0]);
     }
 
     /// What is over before anybody asks is told all the same.
@@ -192,6 +341,7 @@ private Q_SLOTS:
     {
         const auto first = begin(cut(0, 30000));
         std::vector<float> sine;
+        sine.reserve(44100);
         for (int frame = 0; frame < 44100; ++frame)
             sine.push_back(float(0.5 * std::sin(2 * M_PI * 441 * frame / 44100)));
         const QString path = m_folder.filePath(QStringLiteral("mono.wav"));
