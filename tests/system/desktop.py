@@ -23,14 +23,16 @@ class Timeout(AssertionError):
 
 def wait_for(condition, what, seconds=30):
     """The first true value of `condition()`; raises Timeout naming `what` after `seconds`."""
-    deadline = time.monotonic() + seconds
+    began = time.monotonic()
     while True:
         asked = time.monotonic()
         if value := condition():
             return value
-        if time.monotonic() > deadline:
+        now = time.monotonic()
+        if now > began + seconds:
             raise Timeout(f"waited {seconds} s for {what}")
-        time.sleep(max(0.02, time.monotonic() - asked))  # what is costly to ask is asked less often
+        # What is costly to ask, or takes its time, is asked less often.
+        time.sleep(max(0.02, now - asked, min(0.1, (now - began) / 10)))
 
 
 def xdotool(*arguments):
