@@ -65,7 +65,8 @@ class Home(Scenario):
     def test_nothing_is_written_anywhere(self):
         self.tone("a.wav", 440)
         trace = self.desktop.folder / "trace"
-        self.start_with("a.wav", prefix=["strace", "-f", "-z", "-o", trace, "-e", "trace=%file", *REAL_SETTINGS])
+        tracer = ["strace", "-f", "--seccomp-bpf", "-z", "-o", trace, "-e", "trace=%file"]
+        self.start_with("a.wav", prefix=[*tracer, *REAL_SETTINGS])
         self.desktop.key("space")
         self.capture.wait_for_pitch(440)
         self.program.quit()

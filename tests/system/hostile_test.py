@@ -88,7 +88,8 @@ class Hostile(Scenario):
     def test_nothing_but_the_chosen_files_is_opened(self):
         trace = self.desktop.folder / "opened.txt"
         files = self.hostile_files()
-        self.start_with(*files, prefix=["strace", "-f", "-o", trace, "-e", "trace=open,openat,openat2,connect"])
+        calls = "trace=open,openat,openat2,connect"
+        self.start_with(*files, prefix=["strace", "-f", "--seccomp-bpf", "-o", trace, "-e", calls])
         self.play_every_row(len(files))
         self.program.quit()
         text = trace.read_text(errors="replace")
