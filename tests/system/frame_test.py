@@ -84,7 +84,7 @@ class Frame(Scenario):
     def test_strip_moves_the_window(self):
         self.start()
         x, y, *size = self.place()
-        self.drag((x + 300, y + 14), (2, 1), lambda now: now[0] > x + 20 and now[1] > y + 10)
+        self.drag((x + 300, y + 14), (4, 2), lambda now: now[0] > x + 20 and now[1] > y + 10)
         self.assertEqual(self.place()[2:], size)
 
     def test_opens_high_enough_for_what_it_says(self):
@@ -96,7 +96,7 @@ class Frame(Scenario):
     def test_edges_resize_the_window_down_to_its_least_size(self):
         self.start()
         x, y, width, height = self.place()
-        self.drag((x + width - 2, y + height - 2), (2, 1), lambda now: now[2] > width + 40 and now[3] > height + 10)
+        self.drag((x + width - 2, y + height - 2), (4, 2), lambda now: now[2] > width + 40 and now[3] > height + 10)
         self.assertEqual(self.place()[:2], [x, y])
         right, bottom = (start + length for start, length in zip((x, y), self.place()[2:]))
         seen = []
@@ -105,7 +105,7 @@ class Frame(Scenario):
             seen.append(now[2:])
             return self.desktop.pointer()[0] > right - 500
 
-        self.drag((x + 1, y + 1), (8, 8), is_far_beyond)
+        self.drag((x + 1, y + 1), (16, 16), is_far_beyond)
         wait_for(lambda: self.place() == [right - 720, bottom - 620, 720, 620], "the least size")
         self.assertTrue(all(width >= 720 and height >= 620 for width, height in seen))
 
@@ -236,8 +236,8 @@ class Frame(Scenario):
 
     def place(self):
         """The window's x, y, width and height on the screen."""
-        lines = xdotool("getwindowgeometry", "--shell", self.handle()).splitlines()
-        values = dict(line.split("=") for line in lines)
+        lines = xdotool("search", "--onlyvisible", "--name", "^Lumaverdine$", "getwindowgeometry", "--shell")
+        values = dict(line.split("=") for line in lines.splitlines())
         return [int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")]
 
     def drag(self, start, step, is_done):
