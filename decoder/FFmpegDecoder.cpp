@@ -9,6 +9,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/intreadwrite.h>
 }
 
 using namespace Qt::StringLiterals;
@@ -36,6 +37,10 @@ constexpr double UsualRunUp = 0.5; // seconds
 constexpr double LongRunUp = 1;
 constexpr double LongerRunUp = 4;
 constexpr double LongestRunUp = 12;
+
+// Of AV_PKT_DATA_SKIP_SAMPLES, in bytes.
+constexpr std::size_t SkipSize = 10;
+constexpr std::size_t PaddingOffset = 4;
 
 // The last page of an Ogg stream has no time of its own; it has to be reached from the one before.
 constexpr double OggPage = 2; // seconds, more than pages last
@@ -96,6 +101,11 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
     const AudioFormat own = FrameConverter::formatOf(*m_frame);
     m_format = m_chooseFormat ? m_chooseFormat(own) : own;
     m_converter.setOutput(m_format);
+    if (const auto range = m_input->soundRange()) {
+        m_origin = std::max(m_origin, range->begin);
+        m_end = av_rescale_q(range->length, m_input->audioStream()->time_base, {1, m_format.rate});
+        m_chunkPosition = framePosition().value_or(0);
+    }
     if (convertFrame() != Step::Frame)
         return Error{u"El audio del archivo no se puede decodificar."_s};
     return std::nullopt;
@@ -123,6 +133,8 @@ FFmpegDecoder::Step FFmpegDecoder::fillChunk()
     m_chunkPosition += chunkFrames();
     m_chunk.clear();
     while (m_chunk.empty()) {
+        if (m_chunkPosition >= m_end)
+            return Step::End;
         Step step = decodeFrame();
         if (step == Step::Frame)
             step = convertFrame();
@@ -131,6 +143,7 @@ FFmpegDecoder::Step FFmpegDecoder::fillChunk()
         if (step == Step::End) {
             m_converter.drain(m_chunk);
             m_converter.reset();
+            dropPadding();
             return step;
         }
     }
@@ -142,6 +155,7 @@ FFmpegDecoder::Step FFmpegDecoder::convertFrame()
     followTimestamp(framePosition());
     const bool isConverted = m_converter.convert(*m_frame, m_chunk);
     av_frame_unref(m_frame);
+    dropPadding();
     m_isChunkFresh = !m_chunk.empty();
     return isConverted ? Step::Frame : countDamage();
 }
@@ -214,6 +228,7 @@ FFmpegDecoder::Step FFmpegDecoder::sendPacket()
         return Step::Again;
     }
     correctTimestamp();
+    correctPadding();
     m_badTime += std::clamp<std::int64_t>(m_packet->duration, 0, INT32_MAX);
     result = avcodec_send_packet(m_codec, m_packet);
     av_packet_unref(m_packet);
@@ -245,6 +260,22 @@ void FFmpegDecoder::correctTimestamp()
         m_packet->pts = time;
 }
 
+/// The first packet of Vorbis has no sound. FFmpeg sees that only if its page is not the last one, too, and else takes
+/// as much too much off the end.
+void FFmpegDecoder::correctPadding()
+{
+    if (m_codec->codec_id != AV_CODEC_ID_VORBIS || !m_input->isOgg())
+        return;
+    if (m_silentTime < 0)
+        m_silentTime = m_packet->pts == 0 ? std::max<std::int64_t>(m_packet->duration, 0) : 0;
+    std::size_t size = 0;
+    std::uint8_t *skip = av_packet_get_side_data(m_packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
+    if (skip && size >= SkipSize) {
+        const std::uint32_t padding = AV_RL32(skip + PaddingOffset);
+        AV_WL32(skip + PaddingOffset, padding - std::min(padding, std::uint32_t(m_silentTime)));
+    }
+}
+
 FFmpegDecoder::Step FFmpegDecoder::countDamage()
 {
     m_isDamaged = true;
@@ -273,6 +304,13 @@ void FFmpegDecoder::dropFrames(std::int64_t count)
     const std::int64_t dropped = std::clamp<std::int64_t>(count, 0, chunkFrames());
     m_chunk.erase(m_chunk.begin(), m_chunk.begin() + dropped * m_format.channels);
     m_chunkPosition += dropped;
+}
+
+void FFmpegDecoder::dropPadding()
+{
+    dropFrames(-m_chunkPosition);
+    const std::int64_t left = std::clamp<std::int64_t>(m_end - m_chunkPosition, 0, chunkFrames());
+    m_chunk.resize(std::size_t(left * m_format.channels));
 }
 
 Error FFmpegDecoder::failure() const

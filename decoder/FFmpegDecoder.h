@@ -15,10 +15,11 @@ struct AVPacket;
 
 /// Decodes the audio stream of an FFmpegInput.
 ///
-/// Position zero is the first frame that the codec gives out, once encoder delay is cut off. A packet with
-/// invalid data is left out; after 100 in a row, or two seconds' worth, decoding has failed. If sound is
-/// missing, by the container's timestamps or after damage, the position jumps with them; any other jump of
-/// theirs (chained streams, wrong numbers) is ignored, and the container's own seeking not used from then on.
+/// Position zero is the first frame that the codec gives out, once encoder delay is cut off; nothing is played of what
+/// lies outside the input's soundRange(). A packet with invalid data is left out; after 100 in a row, or two seconds'
+/// worth, decoding has failed. If sound is missing, by the container's timestamps or after damage, the position jumps
+/// with them; any other jump of theirs (chained streams, wrong numbers) is ignored, and the container's own seeking not
+/// used from then on.
 ///
 /// A seek that the container cannot be trusted with decodes from the first frame on, faster than time passes.
 class FFmpegDecoder final : public Decoder {
@@ -49,11 +50,13 @@ private:
     Step sendPacket();
     Step countDamage();
     void correctTimestamp();
+    void correctPadding();
     [[nodiscard]] std::span<const std::uint8_t> flacStreamInfo() const;
     Step fillChunk();
     Step convertFrame();
     void followTimestamp(std::optional<std::int64_t> position);
     void dropFrames(std::int64_t count);
+    void dropPadding();
     [[nodiscard]] std::optional<std::int64_t> framePosition() const;
     [[nodiscard]] std::int64_t chunkFrames() const;
     [[nodiscard]] bool isInTrack(std::int64_t position) const;
@@ -80,6 +83,9 @@ private:
     bool m_isPositionKnown = true; ///< false between a seek of the container and the first timestamp after it
 
     std::int64_t m_origin = 0; ///< timestamp of track frame 0, in the stream's time base
+    std::int64_t m_end = INT64_MAX; ///< track frame behind the last one
+    std::int64_t m_silentTime =
+        -1; ///< that FFmpeg takes for sound at the begin of Vorbis, in the same time base
     bool m_canSeek = false; ///< whether the container leads where its timestamps say
     bool m_hasLostSound = false; ///< since the last frame
     int m_badPackets = 0; ///< in a row

@@ -1,6 +1,8 @@
 #include "decoder/FFmpegInput.h"
 
+#include "decoder/GaplessComment.h"
 #include "decoder/Id3v2Header.h"
+#include "decoder/Mp4Track.h"
 
 #include <algorithm>
 #include <array>
@@ -104,8 +106,13 @@ std::optional<Error> FFmpegInput::openContainer()
     else if (!mayHoldCovers)
         m_bytesLeft = MostBytesWithoutCovers;
     dropReadAhead();
+    AVDictionary *options = nullptr;
+    if (av_match_list(probed->name, "mov", ',') > 0 && readSoundRange())
+        av_dict_set(&options, "ignore_editlist", "1", 0); // of which FFmpeg heeds whole packets only
     // On failure this frees the format context and sets it to null.
-    if (avformat_open_input(&m_format, nullptr, probed, nullptr) < 0)
+    const int result = avformat_open_input(&m_format, nullptr, probed, &options);
+    av_dict_free(&options);
+    if (result < 0)
         return openingError();
     // All others read their tags with the container's headers; in ADTS they may stand between any two frames.
     m_masksTags = demuxer() == "aac";
@@ -117,6 +124,8 @@ std::optional<Error> FFmpegInput::openContainer()
         return openingError();
     if (!chooseAudioStream())
         return Error{u"El archivo no contiene audio."_s};
+    if (demuxer() == "mp3")
+        readComment();
     m_isOpen = true;
     return std::nullopt;
 }
@@ -133,6 +142,34 @@ void FFmpegInput::skipLeadingTags()
             return;
         m_begin += size;
     }
+}
+
+bool FFmpegInput::readSoundRange()
+{
+    MediaSource source(m_file.get());
+    source.dropFront(m_begin);
+    const auto sound = mp4Sound(source);
+    if (sound && sound->begin)
+        m_soundRange = {*sound->begin, sound->length};
+    return m_soundRange.has_value();
+}
+
+/// Of MP3 without a LAME header: other encoders may write a GaplessComment, which counts if it agrees with the length.
+void FFmpegInput::readComment()
+{
+    constexpr int decoderDelay = 529; // frames; FFmpeg adds them to what a LAME header states
+    constexpr std::int64_t mostTagBytes = 1 << 20; // a cover may stand in front
+    constexpr std::int64_t mostDifference = 4096; // frames; tags behind the sound may have been taken for it
+    const AVStream &stream = *m_audioStream;
+    const AVRational frame{1, stream.codecpar->sample_rate};
+    if (stream.start_time > 0 || frame.den <= 0)
+        return;
+    const auto comment = gaplessComment(MediaSource(m_file.get()).read(0, std::min(m_begin, mostTagBytes)));
+    const std::int64_t length =
+        av_rescale_q(std::max<std::int64_t>(stream.duration, 0), stream.time_base, frame);
+    if (comment && std::abs(comment->total() - length) <= mostDifference)
+        m_soundRange = {av_rescale_q(comment->delay + decoderDelay, frame, stream.time_base),
+            av_rescale_q(comment->length, frame, stream.time_base)};
 }
 
 /// What comes next is read again, by the rules of the next step.
@@ -181,7 +218,9 @@ bool FFmpegInput::chooseAudioStream()
 std::optional<double> FFmpegInput::duration() const
 {
     double seconds = 0;
-    if (m_audioStream->duration != AV_NOPTS_VALUE) {
+    if (m_soundRange)
+        seconds = double(m_soundRange->length) * av_q2d(m_audioStream->time_base);
+    else if (m_audioStream->duration != AV_NOPTS_VALUE) {
         const double partOfPacket = isRoundedDown() ? 1 : 0;
         seconds = (double(m_audioStream->duration) + partOfPacket) * av_q2d(m_audioStream->time_base);
     } else if (m_format->duration != AV_NOPTS_VALUE)

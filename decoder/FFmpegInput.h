@@ -41,6 +41,14 @@ public:
     [[nodiscard]] AVFormatContext *format() { return m_format; }
     [[nodiscard]] AVStream *audioStream() { return m_audioStream; }
 
+    /// What of the stream is sound, by what the file says and FFmpeg does not heed to the sample: all but encoder delay
+    /// and padding. Nothing if FFmpeg cuts these, or if the file does not tell.
+    struct SoundRange {
+        std::int64_t begin = 0; ///< timestamp, in the stream's time base
+        std::int64_t length = 0; ///< the same
+    };
+    [[nodiscard]] std::optional<SoundRange> soundRange() const { return m_soundRange; }
+
     /// Length in seconds, not negative and at most three years; nothing if the container does not tell.
     [[nodiscard]] std::optional<double> duration() const;
 
@@ -82,6 +90,8 @@ private:
 
     std::optional<Error> openContainer();
     void skipLeadingTags();
+    bool readSoundRange();
+    void readComment();
     bool allocateContexts();
     void dropReadAhead();
     void startStep(); ///< a packet or a seek
@@ -111,4 +121,5 @@ private:
     AVIOContext *m_io = nullptr;
     AVFormatContext *m_format = nullptr;
     AVStream *m_audioStream = nullptr;
+    std::optional<SoundRange> m_soundRange;
 };

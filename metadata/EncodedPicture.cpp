@@ -1,6 +1,6 @@
 #include "metadata/EncodedPicture.h"
 
-#include "metadata/Fields.h"
+#include "decoder/Fields.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "decoder/MediaSource.h"
 #include "metadata/MediaAsset.h"
-#include "metadata/MediaSource.h"
 
 #include <optional>
 
@@ -17,9 +17,8 @@ MediaAsset readOgg(MediaSource &source);
 
 /// Reads an MP4 or QuickTime file (ISO/IEC 14496-12, "QuickTime File Format", 3GPP TS 26.244).
 ///
-/// Its length is how long the first audio track plays: what an edit list leaves of its media. Not numeric if there are
-/// fragments, which tell their lengths one by one all over the file. Tags are those of the item list, then those under
-/// named keys, then the user data of QuickTime and 3GPP.
+/// Its length is that of mp4Sound(); not numeric if there is none. Tags are those of the item list, then those under named
+/// keys, then the user data of QuickTime and 3GPP.
 MediaAsset readMp4(MediaSource &source);
 
 /// Reads an ASF file (WMA), as Microsoft's "Advanced Systems Format Specification" lays it out: length, title,

@@ -2,11 +2,11 @@
 
 #include "decoder/DecoderModule.h"
 #include "decoder/Id3v2Header.h"
+#include "decoder/MediaSource.h"
 #include "files/DetachedThread.h"
 #include "files/LocalFile.h"
 #include "files/Sandbox.h"
 #include "metadata/FormatReaders.h"
-#include "metadata/MediaSource.h"
 #include "metadata/TagValues.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "metadata/FormatReaders.h"
 
-#include "metadata/Fields.h"
+#include "decoder/Fields.h"
 
 #include <algorithm>
 #include <array>

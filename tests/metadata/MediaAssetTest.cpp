@@ -438,9 +438,9 @@ private Q_SLOTS:
         row("vorbis.ogg", title, {u"First artist"_s, u"Second artist"_s}, album, png, 2, exact);
         row("coverart.ogg", title, artist, album, png, 1, exact);
         row("opus.opus", title, artist, album, jpg, 2, exact);
-        row("aac.m4a", title, artist, album, jpg, 2, priming);
+        row("aac.m4a", title, artist, album, jpg, 2, exact);
         row("alac.m4a", title, artist, album, jpg, 1, exact);
-        row("two-covers.m4a", title, {u"First artist"_s, u"Second artist"_s}, album, both, 2, priming);
+        row("two-covers.m4a", title, {u"First artist"_s, u"Second artist"_s}, album, both, 2, exact);
         row("mp4-items.m4a", {u"Canci\uFFFDn"_s}, {u"Ñandú"_s, u"Second"_s}, {u"Keyed album"_s}, png, 2,
             exact);
         row("mp4-keys.m4a", {u"Keyed title"_s}, {u"Keyed artist"_s}, {u"Keyed album"_s}, jpg, 2, exact);
@@ -624,7 +624,7 @@ private Q_SLOTS:
         other = bigEndian(other.size() + 8) + "mdia" + other;
         bytes += bigEndian(other.size() + 8) + "trak" + other;
         bytes.replace(movie, 4, bigEndian(bytes.size() - movie));
-        QVERIFY(qAbs(read(temporaryFile(u"tracks.m4a"_s, bytes)).duration.seconds() - 2.046) < 0.001);
+        QVERIFY(qAbs(read(temporaryFile(u"tracks.m4a"_s, bytes)).duration.seconds() - 2) < 0.001);
     }
 
     void editListTellsWhatPlays_data()
@@ -634,8 +634,8 @@ private Q_SLOTS:
         QTest::addColumn<double>("seconds");
         QTest::newRow("a part") << quint32(1200) << quint32(11'025) << 1.2;
         QTest::newRow("more than there is") << quint32(5000) << quint32(22'050) << 1.046;
-        QTest::newRow("lead-in") << quint32(1950) << quint32(1024) << 2.046;
-        QTest::newRow("to the end") << quint32(0) << quint32(11'025) << 2.046;
+        QTest::newRow("lead-in") << quint32(1950) << quint32(1024) << 1.95;
+        QTest::newRow("to the end") << quint32(0) << quint32(11'025) << 1.546;
         QTest::newRow("silence") << quint32(1200) << quint32(-1) << 2.046;
     }
     /// Of the first version, with numbers of 32 bits.
@@ -1180,8 +1180,8 @@ private Q_SLOTS:
         QTest::newRow("MP4, first part") << mp4(Movie{.edits = {{600, 0}}}) << 1.0;
         QTest::newRow("MP4, two parts") << mp4(Movie{.edits = {{600, 0}, {300, 8000}}}) << 1.5;
         QTest::newRow("MP4, a part behind the end") << mp4(Movie{.edits = {{600, 0}, {600, 40'000}}}) << 1.0;
-        QTest::newRow("MP4, much padding") << mp4(Movie{.edits = {{1416, 0}}}) << 2.5;
-        QTest::newRow("MP4, more than padding") << mp4(Movie{.edits = {{1404, 0}}}) << 2.34;
+        QTest::newRow("MP4, a part to the end, rounded") << mp4(Movie{.edits = {{1499, 1}}}) << 2.499875;
+        QTest::newRow("MP4, a part almost to the end") << mp4(Movie{.edits = {{1497, 1}}}) << 2.495;
         QTest::newRow("MP4, unknown units of parts") << mp4(Movie{.scale = 0, .edits = {{600, 8000}}}) << 1.5;
         const QByteArray kind = atom("ftyp", "M4A "), movie = mp4(Movie()).sliced(kind.size() + 8);
         QTest::newRow("MP4, long size of an atom")

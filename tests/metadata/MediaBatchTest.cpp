@@ -1,5 +1,5 @@
 #include "metadata/MediaBatch.h"
-#include "metadata/MediaSource.h"
+#include "decoder/MediaSource.h"
 #include "tests/MemoryFile.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"

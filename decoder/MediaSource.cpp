@@ -1,4 +1,4 @@
-#include "metadata/MediaSource.h"
+#include "decoder/MediaSource.h"
 
 #include <algorithm>
 #include <cerrno>
