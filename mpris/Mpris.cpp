@@ -4,14 +4,18 @@
 #include "files/LocalFile.h"
 #include "files/Sandbox.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingReply>
+#include <QDBusVirtualObject>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QRandomGenerator>
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 using namespace Qt::StringLiterals;
 
@@ -128,11 +132,74 @@ const QList<Mpris::Method> &Mpris::methods()
     return table;
 }
 
+/// The object that clients call. It lives in the thread of the bus library and answers there from what is kept if they ask
+/// for all of an interface, as shells do many times a second: that wakes no other thread. Every other call is answered on
+/// the main thread; so is this one if nothing is kept or if calls that came before are still on their way there.
+struct Mpris::BusObject : QDBusVirtualObject {
+    BusObject(Mpris &owner, QString xml)
+        : mpris(owner)
+        , description(std::move(xml))
+    {
+    }
+
+    void keep(const QHash<QString, QVariantMap> &interfaces, bool isPlaying = false);
+    bool handleMessage(const QDBusMessage &call, const QDBusConnection &bus) override;
+    [[nodiscard]] QString introspect(const QString &) const override { return description; }
+
+    Mpris &mpris;
+    const QString description;
+    std::mutex mutex; ///< guards what follows
+    QHash<QString, QVariantMap> kept; ///< the properties of each interface; empty for nothing
+    qlonglong position = 0; ///< when it was kept
+    QElapsedTimer age; ///< of the position, which has gone on since; invalid if it stands still
+    int callsOnTheirWay = 0; ///< to the main thread
+};
+
+void Mpris::BusObject::keep(const QHash<QString, QVariantMap> &interfaces, bool isPlaying)
+{
+    const std::lock_guard lock(mutex);
+    kept = interfaces;
+    position = kept.value(Player).value(u"Position"_s).toLongLong();
+    age.invalidate();
+    if (isPlaying)
+        age.start();
+}
+
+bool Mpris::BusObject::handleMessage(const QDBusMessage &call, const QDBusConnection &bus)
+{
+    const Method *method = calledMethod(call);
+    if (!method && call.interface() != Root && call.interface() != Player)
+        return false; // introspection, or an error of the toolkit's
+    const bool asksForAll = method && method->name == "GetAll"_L1 && call.signature() == method->signature;
+    const QString interface = call.arguments().value(0).toString();
+    const std::lock_guard lock(mutex);
+    if (asksForAll && kept.contains(interface) && callsOnTheirWay == 0) {
+        if (age.isValid())
+            kept[Player].insert(u"Position"_s, position + age.nsecsElapsed() / 1000);
+        return bus.send(call.createReply(kept.value(interface)));
+    }
+    ++callsOnTheirWay;
+    const auto answer = [this, call, method] {
+        mpris.answer(call, method);
+        const std::lock_guard isAnswered(mutex);
+        --callsOnTheirWay;
+    };
+    return QMetaObject::invokeMethod(&mpris, answer, Qt::QueuedConnection);
+}
+
 Mpris::Mpris(PlayerManager &player, std::function<void()> raise, std::function<void()> quit)
     : m_player(player)
     , m_raise(std::move(raise))
     , m_quit(std::move(quit))
 {
+}
+
+Mpris::~Mpris()
+{
+    if (!m_object || m_object->thread() == thread())
+        return;
+    const auto bringHome = [this] { m_object->moveToThread(thread()); };
+    QMetaObject::invokeMethod(m_object.get(), bringHome, Qt::BlockingQueuedConnection); // behind a call
 }
 
 // Joining the bus
@@ -155,11 +222,14 @@ void Mpris::start()
 void Mpris::join(const QDBusConnection &bus)
 {
     m_bus = bus;
-    m_bus.registerVirtualObject(Path, this);
+    m_announced = announcedProperties();
+    m_object = std::make_unique<BusObject>(*this, describe(Root) + describe(Player));
+    if (const QObject *library = m_bus.interface()) // null if the bus has died meanwhile
+        m_object->moveToThread(library->thread());
+    m_bus.registerVirtualObject(Path, m_object.get());
     connect(&m_player, &ObservableObject::objectWillChange, this, &Mpris::markOutOfDate);
     connect(&m_player, &PlayerManager::positionSet, this, &Mpris::noteLeap);
     connect(&m_cover, &CoverFile::changed, this, &Mpris::markOutOfDate);
-    m_announced = announcedProperties();
     markOutOfDate();
     requestName(Name);
 }
@@ -189,8 +259,10 @@ void Mpris::send(const QString &interface, const QString &signal, const QVariant
 
 void Mpris::markOutOfDate()
 {
-    if (!std::exchange(m_isOutOfDate, true))
-        QMetaObject::invokeMethod(this, &Mpris::announce, Qt::QueuedConnection);
+    if (std::exchange(m_isOutOfDate, true))
+        return;
+    m_object->keep({});
+    QMetaObject::invokeMethod(this, &Mpris::announce, Qt::QueuedConnection);
 }
 
 /// That a track begins at its start is expected, unless clients know it already.
@@ -215,6 +287,9 @@ void Mpris::announce()
     }
     if (!changed.isEmpty())
         send(Properties, u"PropertiesChanged"_s, {Player, changed, QStringList()});
+    // What has just begun to sound is heard a little later, so that its position does not go on evenly yet.
+    if (!m_player.isPlaying() || (changed.isEmpty() && !m_hasLeapt))
+        m_object->keep({{Root, *properties(Root)}, {Player, *properties(Player)}}, m_player.isPlaying());
     if (std::exchange(m_hasLeapt, false) && track)
         send(Player, u"Seeked"_s, {microseconds(m_player.position())});
     m_announcedTrack = trackPath();
@@ -237,7 +312,7 @@ std::optional<QVariantMap> Mpris::properties(const QString &interface) const
         };
     }
     if (interface == Player) {
-        QVariantMap all = announcedProperties();
+        QVariantMap all = m_isOutOfDate ? announcedProperties() : m_announced;
         all.insert(u"CanControl"_s, true);
         all.insert(u"Position"_s, microseconds(m_player.position()));
         return all;
@@ -318,24 +393,25 @@ QString Mpris::trackPath() const
 
 // Calls
 
-bool Mpris::handleMessage(const QDBusMessage &message, const QDBusConnection &connection)
+/// Null if there is none of that name.
+const Mpris::Method *Mpris::calledMethod(const QDBusMessage &call)
 {
-    const QString interface = message.interface();
+    const QString interface = call.interface();
     const auto isCalled = [&](const Method &method) {
-        return method.name == message.member() && (interface.isEmpty() || interface == method.interface);
+        return method.name == call.member() && (interface.isEmpty() || interface == method.interface);
     };
     const auto method = std::find_if(methods().begin(), methods().end(), isCalled);
-    const bool isKnown = method != methods().end();
-    if (!isKnown && interface != Root && interface != Player)
-        return false; // introspection, or an error of the toolkit's
-    const QDBusMessage reply = !isKnown
-        ? message.createErrorReply(QDBusError::UnknownMethod, u"No such method"_s)
-        : method->signature != message.signature()
-        ? message.createErrorReply(QDBusError::InvalidArgs, u"The arguments are of another type"_s)
-        : method->answer(*this, message);
-    if (message.isReplyRequired())
-        connection.send(reply);
-    return true;
+    return method == methods().end() ? nullptr : &*method;
+}
+
+void Mpris::answer(const QDBusMessage &call, const Method *method)
+{
+    const QDBusMessage reply = !method ? call.createErrorReply(QDBusError::UnknownMethod, u"No such method"_s)
+        : method->signature != call.signature()
+        ? call.createErrorReply(QDBusError::InvalidArgs, u"The arguments are of another type"_s)
+        : method->answer(*this, call);
+    if (call.isReplyRequired())
+        m_bus.send(reply);
 }
 
 QDBusMessage Mpris::getAll(const QDBusMessage &call) const
@@ -387,11 +463,6 @@ void Mpris::setPosition(const QString &track, qlonglong position)
 }
 
 // Introspection; the toolkit adds the standard interfaces.
-
-QString Mpris::introspect(const QString &) const
-{
-    return describe(Root) + describe(Player);
-}
 
 QString Mpris::describe(const QString &interface) const
 {

@@ -116,13 +116,12 @@ private Q_SLOTS:
     {
         const MprisFixture f(m_shell);
         QCOMPARE(f.toldAtFirst, QString());
-        QVariantMap state = m_shell.all(PlayerInterface);
-        QCOMPARE(qdbus_cast<QVariantMap>(state.take(u"Metadata"_s)), QVariantMap());
-        const QVariantMap expected{{u"PlaybackStatus"_s, u"Stopped"_s}, {u"LoopStatus"_s, u"None"_s},
-            {u"Rate"_s, 1.0}, {u"MinimumRate"_s, 1.0}, {u"MaximumRate"_s, 1.0}, {u"Shuffle"_s, false},
-            {u"Volume"_s, 0.75}, {u"Position"_s, 0LL}, {u"CanGoNext"_s, false}, {u"CanGoPrevious"_s, false},
-            {u"CanPlay"_s, false}, {u"CanPause"_s, false}, {u"CanSeek"_s, false}, {u"CanControl"_s, true}};
-        QCOMPARE(state, expected);
+        const QVariantMap expected{{u"Metadata"_s, QVariantMap()}, {u"PlaybackStatus"_s, u"Stopped"_s},
+            {u"LoopStatus"_s, u"None"_s}, {u"Rate"_s, 1.0}, {u"MinimumRate"_s, 1.0}, {u"MaximumRate"_s, 1.0},
+            {u"Shuffle"_s, false}, {u"Volume"_s, 0.75}, {u"Position"_s, 0LL}, {u"CanGoNext"_s, false},
+            {u"CanGoPrevious"_s, false}, {u"CanPlay"_s, false}, {u"CanPause"_s, false}, {u"CanSeek"_s, false},
+            {u"CanControl"_s, true}};
+        QCOMPARE(m_shell.all(PlayerInterface), expected);
     }
 
     void filledPlayerCanDoAll()
@@ -333,6 +332,74 @@ private Q_SLOTS:
         f.platform.latest().currentTime =
             20; // of a sound that goes on although the next file could not be loaded
         QCOMPARE(m_shell.get(u"Position"_s), QVariant(13'250'000LL));
+    }
+
+    void allIsAnsweredWithoutTheMainThread()
+    {
+        MprisFixture f(m_shell);
+        f.enter(u"paused at 50"_s);
+        QVariantMap all = m_shell.allAtOnce(PlayerInterface);
+        QCOMPARE(all.value(u"Position"_s), QVariant(50'000'000LL));
+        QCOMPARE(m_shell.allAtOnce(PlayerInterface), all); // it stands still
+        all.insert(m_shell.allAtOnce(RootInterface));
+        QCOMPARE(m_shell.all({}), all); // which comes from the main thread
+    }
+
+    void positionGoesOnWithoutTheMainThread()
+    {
+        MprisFixture f(m_shell);
+        f.enter(u"playing at 50"_s);
+        QElapsedTimer sinceTick;
+        sinceTick.start();
+        f.platform.latest().currentTime = 50.25;
+        f.player.currentTime = 50.25;
+        (void)m_shell.told();
+        const auto position = [this] {
+            return m_shell.allAtOnce(PlayerInterface).value(u"Position"_s).toLongLong();
+        };
+        const qlonglong before = position();
+        QVERIFY(before >= 50'250'000);
+        qlonglong after = before;
+        while (after < before + 20'000 && !sinceTick.hasExpired(5000))
+            after = position();
+        QVERIFY(after >= before + 20'000);
+        QVERIFY(after <= 50'250'000 + sinceTick.nsecsElapsed() / 1000);
+    }
+
+    /// The first sound after a leap is heard a little later.
+    void positionAfterALeapWaitsForATick()
+    {
+        MprisFixture f(m_shell);
+        f.enter(u"playing"_s);
+        const auto askAfterLeap = [&] {
+            f.player.seek(50);
+            (void)m_shell.told();
+            return m_shell.all(PlayerInterface).value(u"Position"_s).toLongLong();
+        };
+        QTRY_COMPARE(askAfterLeap(), 50'000'000LL); // again if a tick comes in between
+    }
+
+    /// Also if it is asked for before clients are told.
+    void allIsWhatHasJustChanged_data()
+    {
+        QTest::addColumn<bool>("byClient");
+        QTest::newRow("by the player") << false;
+        QTest::newRow("by a call before") << true;
+    }
+    void allIsWhatHasJustChanged()
+    {
+        QFETCH(bool, byClient);
+        MprisFixture f(m_shell);
+        f.enter(u"paused"_s);
+        const QVariantList volume{PlayerInterface, u"Volume"_s, QVariant::fromValue(QDBusVariant(0.5))};
+        if (byClient)
+            (void)m_shell.send(PropertiesInterface, u"Set"_s, volume);
+        else
+            f.player.volume = 0.5;
+        QDBusPendingCall all = m_shell.send(PropertiesInterface, u"GetAll"_s, {PlayerInterface});
+        m_shell.ping();
+        QTRY_VERIFY(all.isFinished());
+        QCOMPARE(Shell::properties(all.reply()).value(u"Volume"_s), QVariant(0.5));
     }
 
     void propertiesAreSet_data()

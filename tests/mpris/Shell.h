@@ -6,6 +6,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusPendingCall>
 #include <QDBusVariant>
 #include <QObject>
 #include <QStringList>
@@ -35,10 +36,37 @@ public:
     [[nodiscard]] QDBusMessage ask(
         const QString &interface, const QString &method, const QVariantList &arguments = {}) const
     {
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            address, QStringLiteral("/org/mpris/MediaPlayer2"), interface, method);
-        call.setArguments(arguments);
-        return m_bus.call(call, QDBus::BlockWithGui);
+        return m_bus.call(message(interface, method, arguments), QDBus::BlockWithGui);
+    }
+
+    /// The same later on.
+    [[nodiscard]] QDBusPendingCall send(
+        const QString &interface, const QString &method, const QVariantList &arguments = {}) const
+    {
+        return m_bus.asyncCall(message(interface, method, arguments));
+    }
+
+    /// All of an interface, while the player's main thread does nothing.
+    [[nodiscard]] QVariantMap allAtOnce(const QString &interface) const
+    {
+        const QDBusMessage call = message(PropertiesInterface, QStringLiteral("GetAll"), {interface});
+        return properties(m_bus.call(call, QDBus::Block, 5000));
+    }
+
+    [[nodiscard]] static QVariantMap properties(const QDBusMessage &answer)
+    {
+        auto all = qdbus_cast<QVariantMap>(answer.arguments().value(0));
+        const auto metadata = all.find(QStringLiteral("Metadata"));
+        if (metadata != all.end())
+            *metadata = qdbus_cast<QVariantMap>(*metadata);
+        return all;
+    }
+
+    /// Waits until the player's thread of the bus has what was sent before, while its main thread does nothing.
+    void ping() const
+    {
+        m_bus.call(
+            message(QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"), {}), QDBus::Block);
     }
 
     /// Calls a verb of the player; the name of the error, if any.
@@ -63,8 +91,7 @@ public:
 
     [[nodiscard]] QVariantMap all(const QString &interface) const
     {
-        const QDBusMessage answer = ask(PropertiesInterface, QStringLiteral("GetAll"), {interface});
-        return qdbus_cast<QVariantMap>(answer.arguments().value(0));
+        return properties(ask(PropertiesInterface, QStringLiteral("GetAll"), {interface}));
     }
 
     /// What the player has told up to now, since this was asked last: "PlaybackStatus=Playing Shuffle=true" of one
@@ -86,6 +113,14 @@ public:
     void release(const QString &name) { m_bus.unregisterService(name); }
 
 private:
+    [[nodiscard]] QDBusMessage message(
+        const QString &interface, const QString &method, const QVariantList &arguments) const
+    {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            address, QStringLiteral("/org/mpris/MediaPlayer2"), interface, method);
+        call.setArguments(arguments);
+        return call;
+    }
     Q_SLOT void noteChanges(
         const QString &interface, const QVariantMap &changed, const QStringList &invalidated)
     {
