@@ -3,6 +3,7 @@
 #include "decoder/GaplessComment.h"
 #include "decoder/Id3v2Header.h"
 #include "decoder/Mp4Track.h"
+#include "decoder/XingHeader.h"
 
 #include <algorithm>
 #include <array>
@@ -32,6 +33,7 @@ constexpr std::int64_t MostBytesWithoutCovers = 6 << 20; // headers, tables of p
 constexpr std::int64_t LongestOpening = 1'000'000'000; // nanoseconds of work; waiting for the medium is none
 
 constexpr std::int64_t LongestStep = 700'000'000; // the same, for a packet or a seek in damaged data
+constexpr int MostFrameBytes = 1441; // of MP3
 constexpr int MostLeadingTags = 4096; // a few are usual; those behind them are masked
 constexpr double LongestDuration = 1e8; // seconds; more than that is damage
 
@@ -125,7 +127,7 @@ std::optional<Error> FFmpegInput::openContainer()
     if (!chooseAudioStream())
         return Error{u"El archivo no contiene audio."_s};
     if (demuxer() == "mp3")
-        readComment();
+        readMp3Ends();
     m_isOpen = true;
     return std::nullopt;
 }
@@ -154,20 +156,26 @@ bool FFmpegInput::readSoundRange()
     return m_soundRange.has_value();
 }
 
-/// Of MP3 without a LAME header: other encoders may write a GaplessComment, which counts if it agrees with the length.
-void FFmpegInput::readComment()
+/// Of MP3: FFmpeg cuts by a LAME header, but leaves its length as it is; by a GaplessComment, which other encoders write,
+/// the sound is cut here.
+void FFmpegInput::readMp3Ends()
 {
     constexpr int decoderDelay = 529; // frames; FFmpeg adds them to what a LAME header states
-    constexpr std::int64_t mostTagBytes = 1 << 20; // a cover may stand in front
-    constexpr std::int64_t mostDifference = 4096; // frames; tags behind the sound may have been taken for it
-    const AVStream &stream = *m_audioStream;
+    constexpr std::int64_t mostTagBytes = 1 << 20; // a cover may stand in front of the comment
+    AVStream &stream = *m_audioStream;
     const AVRational frame{1, stream.codecpar->sample_rate};
-    if (stream.start_time > 0 || frame.den <= 0)
+    if (frame.den <= 0 || stream.duration <= 0)
         return;
-    const auto comment = gaplessComment(MediaSource(m_file.get()).read(0, std::min(m_begin, mostTagBytes)));
-    const std::int64_t length =
-        av_rescale_q(std::max<std::int64_t>(stream.duration, 0), stream.time_base, frame);
-    if (comment && std::abs(comment->total() - length) <= mostDifference)
+    MediaSource source(m_file.get());
+    if (stream.start_time > 0) {
+        const auto header = xingHeader(source.read(m_begin, MostFrameBytes));
+        const int ends = header && header->frames > 0 ? header->delay + header->padding : 0;
+        stream.duration =
+            std::max<std::int64_t>(stream.duration - av_rescale_q(ends, frame, stream.time_base), 0);
+        return;
+    }
+    const auto comment = gaplessComment(source.read(0, std::min(m_begin, mostTagBytes)));
+    if (comment && comment->agreesWith(av_rescale_q(stream.duration, stream.time_base, frame)))
         m_soundRange = {av_rescale_q(comment->delay + decoderDelay, frame, stream.time_base),
             av_rescale_q(comment->length, frame, stream.time_base)};
 }
@@ -222,7 +230,8 @@ std::optional<double> FFmpegInput::duration() const
         seconds = double(m_soundRange->length) * av_q2d(m_audioStream->time_base);
     else if (m_audioStream->duration != AV_NOPTS_VALUE) {
         const double partOfPacket = isRoundedDown() ? 1 : 0;
-        seconds = (double(m_audioStream->duration) + partOfPacket) * av_q2d(m_audioStream->time_base);
+        seconds = (double(m_audioStream->duration) + partOfPacket - double(preSkip()))
+            * av_q2d(m_audioStream->time_base);
     } else if (m_format->duration != AV_NOPTS_VALUE)
         seconds = double(m_format->duration) / AV_TIME_BASE;
     if (!(seconds > 0 && seconds <= LongestDuration))
@@ -242,6 +251,15 @@ bool FFmpegInput::isDurationGuessed() const
 bool FFmpegInput::isRoundedDown() const
 {
     return demuxer() == "mpc8";
+}
+
+/// The length of Opus in Ogg counts what is in front of the sound (RFC 7845, "Identification Header").
+int FFmpegInput::preSkip() const
+{
+    constexpr int offset = 10;
+    const AVCodecParameters &codec = *m_audioStream->codecpar;
+    const bool isStated = isOgg() && codec.codec_id == AV_CODEC_ID_OPUS && codec.extradata_size >= offset + 2;
+    return isStated ? codec.extradata[offset] | codec.extradata[offset + 1] << 8 : 0;
 }
 
 std::string_view FFmpegInput::demuxer() const

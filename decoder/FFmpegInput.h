@@ -91,7 +91,7 @@ private:
     std::optional<Error> openContainer();
     void skipLeadingTags();
     bool readSoundRange();
-    void readComment();
+    void readMp3Ends();
     bool allocateContexts();
     void dropReadAhead();
     void startStep(); ///< a packet or a seek
@@ -101,6 +101,7 @@ private:
     [[nodiscard]] bool isDemuxerOneOf(const char *names) const;
     [[nodiscard]] bool isStopped() const;
     [[nodiscard]] bool isRoundedDown() const;
+    [[nodiscard]] int preSkip() const;
     [[nodiscard]] Error openingError() const;
 
     static int read(void *self, std::uint8_t *buffer, int size);

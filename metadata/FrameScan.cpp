@@ -1,3 +1,4 @@
+#include "decoder/XingHeader.h"
 #include "metadata/FormatReaders.h"
 
 #include <QtEndian>
@@ -111,21 +112,10 @@ MediaTime statedDuration(const Frame &frame, const QByteArray &content)
     if (content.indexOf("VBRI") == 36 && number(50) > 0)
         return {qint64(number(50)) * frame.samples, frame.rate};
 
-    constexpr qsizetype lastPlace = 36; // in stereo MPEG-1
-    const qsizetype xing = std::max(content.indexOf("Xing"), content.indexOf("Info"));
-    if (xing < 0 || xing > lastPlace)
+    const auto xing = xingHeader(content);
+    if (!xing || xing->frames == 0)
         return {};
-    const quint32 fields = number(xing + 4);
-    if (!(fields & 1) || number(xing + 8) == 0)
-        return {};
-    qint64 samples = qint64(number(xing + 8)) * frame.samples;
-
-    const qsizetype encoder =
-        xing + 12 + (fields & 2 ? 4 : 0) + (fields & 4 ? 100 : 0) + (fields & 8 ? 4 : 0);
-    if (content.indexOf("LAME", encoder) == encoder || content.indexOf("Lav", encoder) == encoder) {
-        const quint32 edges = number(encoder + 20) & 0xFF'FFFF; // 12 bits of delay, 12 of padding
-        samples -= (edges >> 12) + (edges & 0xFFF);
-    }
+    const qint64 samples = xing->frames * frame.samples - xing->delay - xing->padding;
     return {std::max<qint64>(samples, 0), frame.rate};
 }
 

@@ -1,6 +1,7 @@
 #include "metadata/MediaAsset.h"
 
 #include "decoder/DecoderModule.h"
+#include "decoder/GaplessComment.h"
 #include "decoder/Id3v2Header.h"
 #include "decoder/MediaSource.h"
 #include "files/DetachedThread.h"
@@ -37,7 +38,16 @@ constexpr std::array Formats{
     Format{"MPCKSH", 0, "", readMusepack},
 };
 
-MediaAsset readContent(MediaSource &source)
+/// Of MPEG audio, of which a GaplessComment in front of it may tell more.
+MediaTime soundDuration(MediaSource &source, const std::optional<GaplessComment> &comment)
+{
+    MediaTime duration = scannedDuration(source);
+    if (comment && duration.isNumeric() && comment->agreesWith(duration.value))
+        duration.value = comment->length;
+    return duration;
+}
+
+MediaAsset readContent(MediaSource &source, const std::optional<GaplessComment> &comment)
 {
     constexpr qint64 headSize = 16; // bytes, with all marks
     const QByteArray head = source.read(0, headSize);
@@ -45,11 +55,11 @@ MediaAsset readContent(MediaSource &source)
         if (head.startsWith(format.begin) && head.mid(format.offset).startsWith(format.mark))
             return format.read(source);
     }
-    return {scannedDuration(source), {}};
+    return {soundDuration(source, comment), {}};
 }
 
 /// Some writers put a new tag in front of the old one instead of in its place.
-QList<MetadataItem> takeId3v2Tags(MediaSource &source)
+QList<MetadataItem> takeId3v2Tags(MediaSource &source, std::optional<GaplessComment> &comment)
 {
     constexpr int tagLimit = 64;
     QList<QList<MetadataItem>> tags;
@@ -57,7 +67,10 @@ QList<MetadataItem> takeId3v2Tags(MediaSource &source)
         const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
         if (size == 0)
             break;
-        tags.append(id3v2Items(source.readTag(0, size)));
+        const QByteArray tag = source.readTag(0, size);
+        tags.append(id3v2Items(tag));
+        if (!comment)
+            comment = gaplessComment(tag);
         source.dropFront(size);
     }
     return mergedTags(tags);
@@ -68,8 +81,9 @@ MediaAsset readFile(MediaSource &source)
 {
     const QList<MetadataItem> id3v1 = takeId3v1Tag(source);
     const QList<MetadataItem> ape = takeApeTag(source);
-    const QList<MetadataItem> id3v2 = takeId3v2Tags(source);
-    const MediaAsset content = readContent(source);
+    std::optional<GaplessComment> comment;
+    const QList<MetadataItem> id3v2 = takeId3v2Tags(source, comment);
+    const MediaAsset content = readContent(source, comment);
     return {content.duration, mergedTags({content.commonMetadata, id3v2, ape, id3v1})};
 }
 

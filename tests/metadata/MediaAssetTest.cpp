@@ -1220,6 +1220,35 @@ private Q_SLOTS:
                 qPrintable(QString::number(asset.duration.seconds(), 'f')));
     }
 
+    void lengthOfAPieceIsThatOfItsFrames()
+    {
+        const QStringList names = QDir(QStringLiteral(TEST_MEDIA)).entryList({u"piece-*"_s});
+        QVERIFY(names.size() > 10);
+        for (const QString &name : names) {
+            const int frames = name.section(u'-', 1).section(u'.', 0, 0).toInt();
+            const int rate = name.endsWith(u"opus"_s) ? 48'000 : frames == 12'291 ? 22'050 : 44'100;
+            const double found = read(mediaUrl(name)).duration.seconds() * rate;
+            QVERIFY2(qAbs(found - frames) < 0.05, qPrintable(u"%1: %2"_s.arg(name).arg(found)));
+        }
+    }
+
+    void commentTellsTheLength_data()
+    {
+        QTest::addColumn<QByteArray>("numbers");
+        QTest::addColumn<int>("frames");
+        QTest::newRow("right") << " 00000000 00000240 000004B9 0000000000005C07"_ba << 23'559;
+        QTest::newRow("wrong") << " 00000000 00000240 000004B9 0000000000000001"_ba << 22 * 1152;
+    }
+
+    void commentTellsTheLength()
+    {
+        QFETCH(QByteArray, numbers);
+        QFETCH(int, frames);
+        const QByteArray tag = id3v2Tag(id3v2Frame("COMM", "\0engiTunSMPB\0"_ba + numbers));
+        const QByteArray sound = mediaFile("piece-23559.mp3").replace("Lavf", "    ");
+        QCOMPARE(read(temporaryFile(u"comment.mp3"_s, tag + sound)).duration.value, frames);
+    }
+
     void emptyFirstValueCountsAndIsNoTitle()
     {
         const QByteArray title = id3v24Frame("TIT2", "\3\0Title"_ba),
