@@ -33,7 +33,12 @@ public:
         m_connection.registerVirtualObject(path, this, QDBusConnection::SubPath);
         m_connection.registerService(name);
     }
-    ~FakeService() override { QDBusConnection::disconnectFromBus(m_connection.name()); }
+    ~FakeService() override
+    {
+        m_connection.unregisterObject(m_path, QDBusConnection::UnregisterTree);
+        QCoreApplication::removePostedEvents(this); // refused while the connection lives
+        QDBusConnection::disconnectFromBus(m_connection.name());
+    }
     Q_DISABLE_COPY_MOVE(FakeService)
 
     QList<QDBusMessage> calls;
