@@ -32,7 +32,7 @@ def wait_for(condition, what, seconds=30):
         if now > began + seconds:
             raise Timeout(f"waited {seconds} s for {what}")
         # What is costly to ask, or takes its time, is asked less often.
-        time.sleep(max(0.02, now - asked, min(0.1, (now - began) / 10)))
+        time.sleep(max(0.02, 3 * (now - asked), min(0.1, (now - began) / 10)))
 
 
 def xdotool(*arguments):
