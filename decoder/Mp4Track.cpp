@@ -176,7 +176,6 @@ private:
         constexpr std::int64_t longestPacket = 2048;
         const auto units = std::int64_t(m_track.media.units);
         const bool isTrue = m_comment && m_comment->length > 0 && m_comment->delay <= LongestDelay
-            && m_comment->delay + m_comment->length <= units
             && std::abs(m_comment->total() - units) <= longestPacket;
         return isTrue ? Mp4Sound{.length = m_comment->length, .begin = m_comment->delay}
                       : Mp4Sound{.length = units, .begin = {}};

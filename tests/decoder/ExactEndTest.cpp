@@ -219,13 +219,17 @@ private Q_SLOTS:
         QTest::newRow("MP4") << withComment(plain, text) << length;
         QTest::newRow("MP4, too short")
             << withComment(plain, commentText(1024, 1017, 1)) << qint64(24 * 1024);
-        QTest::newRow("MP4, too long") << withComment(plain, commentText(0, 0, 25'601)) << qint64(25 * 1024);
+        const QByteArray shortened = withoutEdits(mediaFile("piece-23559.m4a"));
+        QTest::newRow("MP4, last packet counted as far as it sounds")
+            << withComment(shortened, text) << length;
         QTest::newRow("MP4, edit alone") << edited << qint64(23'549);
         QTest::newRow("MP4, edit") << withComment(edited, text) << length;
         QTest::newRow("MP4, another edit")
             << withComment(edited, commentText(1024, 0, 23'500)) << qint64(23'549);
         const QByteArray all = withFullPackets(aacWithEdit(bigEndian(580) + bigEndian(0)));
         QTest::newRow("MP4, edit of everything") << withComment(all, text) << length;
+        QTest::newRow("MP4, edit of everything, too short")
+            << withComment(all, commentText(1024, 1017, 1)) << qint64(24 * 1024);
 
         const QByteArray mp3 = bareMp3(), description = "\0engiTunSMPB\0"_ba;
         const QByteArray mp3Text = commentText(576, 1209, length);
