@@ -151,9 +151,9 @@ class MediaKeys(Scenario):
         self.assertEqual(titles, ["b", "a"])
         changes = [list(told[2]) if told[0] == "PropertiesChanged" else told[0] for told in self.shell.told()]
         self.assertEqual(changes, [["Metadata"], ["Metadata"], ["LoopStatus"], "Seeked", "Seeked"])
-        # Without a gap the track already sounds when it is told of.
+        # Without a gap the track already sounds when it is told of: for how long, TrackChangeTest hears.
         for _, position in self.shell.told()[3:]:
-            self.assertLess(position, 100_000)
+            self.assertLess(position, 1_000_000)
 
     def covers(self):
         return set((self.desktop.folder / "run").glob("lumaverdine-cover-*"))
