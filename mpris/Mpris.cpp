@@ -206,14 +206,16 @@ Mpris::~Mpris()
 
 void Mpris::start()
 {
-    const auto connectToBus = [self = QPointer(this)] {
+    auto *messenger = new QObject; // stays for the thread, also after the application
+    const auto connectToBus = [self = QPointer(this), messenger] {
         CoverFile::removeLeftovers();
         const QDBusConnection bus = QDBusConnection::sessionBus(); // which a bus that hangs may keep for long
-        const auto deliver = [self, bus] {
+        const auto deliver = [self, bus, messenger] {
+            messenger->deleteLater();
             if (self && bus.isConnected())
                 self->join(bus);
         };
-        QMetaObject::invokeMethod(QCoreApplication::instance(), deliver, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(messenger, deliver, Qt::QueuedConnection);
     };
     (void)startDetachedThread(connectToBus);
 }
