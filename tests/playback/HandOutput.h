@@ -7,8 +7,9 @@
 /// An output whose clock the test moves by hand.
 class HandOutput final : public AudioOutput {
 public:
-    HandOutput(AudioFormat format, const std::shared_ptr<Wakeup> &decoder)
+    HandOutput(AudioFormat format, const std::shared_ptr<Wakeup> &decoder, const SoundLabel &label = {})
         : m_decoder(decoder)
+        , m_label(label)
         , m_mixer(format)
     {
     }
@@ -63,7 +64,7 @@ public:
     [[nodiscard]] Status status() override
     {
         const std::lock_guard lock(m_mutex);
-        return {State::Ready, m_mixer.positionAt(m_heard), m_mixer.isEndedAt(m_heard)};
+        return {m_state, m_mixer.positionAt(m_heard), m_mixer.isEndedAt(m_heard)};
     }
 
     /// Renders `frames` frames ahead of what is heard, as a server queues them.
@@ -91,6 +92,16 @@ public:
         return samples;
     }
 
+    /// Lets `frames` frames be heard and fails, both at once for the decoder thread.
+    void fail(std::int64_t frames)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_heard += frames;
+        m_mixer.render(m_heard - m_mixer.rendered());
+        m_state = State::Failed;
+        m_decoder->signal();
+    }
+
 private:
     void update()
     {
@@ -101,6 +112,7 @@ private:
     std::mutex m_mutex; ///< guards all below
     std::shared_ptr<Wakeup> m_decoder;
     SoundLabel m_label;
+    State m_state = State::Ready;
     bool m_hasNext = false; ///< whether a ring follows
     Mixer m_mixer;
     Mix m_mix;

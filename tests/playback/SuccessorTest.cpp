@@ -36,7 +36,9 @@ class SuccessorTest : public QObject {
 private:
     QTemporaryDir m_folder;
     const std::vector<float> m_recording = WavFile::positionCodedSamples(rate, 4);
-    HandOutput *m_output = nullptr;
+    std::vector<std::shared_ptr<HandOutput>> m_outputs; ///< a decoder thread makes all but the first
+    std::atomic<std::size_t> m_outputCount = 0;
+    HandOutput *m_output = nullptr; ///< the one that is heard
     std::vector<float> m_heard;
     std::optional<RecordingDelegate> m_delegate;
 
@@ -56,10 +58,31 @@ private:
     {
         const auto stop = std::make_shared<std::atomic<bool>>(false);
         auto decoder = DecoderModule::load().value()->open(openRegularFile(url).take(), stop);
-        auto player = Session::make(decoder.take(), stop, HandOutput::factory(m_output));
+        auto player = Session::make(decoder.take(), stop, factory());
         player->setDelegate(&*m_delegate);
         player->play();
+        m_output = m_outputs.front().get();
         return player;
+    }
+
+    OutputFactory factory()
+    {
+        return [this](AudioFormat format, const std::shared_ptr<Wakeup> &decoder, const SoundLabel &label) {
+            m_outputs.push_back(std::make_shared<HandOutput>(format, decoder, label));
+            ++m_outputCount;
+            return m_outputs.back();
+        };
+    }
+
+    /// Loses the output `frames` frames later, waits for another one, and hears that.
+    bool loseOutput(std::int64_t frames)
+    {
+        m_output->fail(frames);
+        if (!isSoon([this] { return m_outputCount == 2; }))
+            return false;
+        m_output = m_outputs.back().get();
+        m_heard.clear();
+        return true;
     }
 
     void hear(std::int64_t frames)
@@ -77,9 +100,9 @@ private:
     }
 
     /// Makes `url` follow `player` and waits until the output has it.
-    bool prepare(AudioPlayer &player, const QUrl &url)
+    bool prepare(AudioPlayer &player, const QUrl &url, int endsOfFile = 1)
     {
-        if (!isSoon([this] { return m_delegate->endsOfFile() > 0; }))
+        if (!isSoon([=, this] { return m_delegate->endsOfFile() == endsOfFile; }))
             return false;
         player.setSuccessor(url, {QStringLiteral("Marea"), QStringLiteral("Los Grillos")});
         return isSoon([this] { return m_output->hasNext(); });
@@ -103,12 +126,11 @@ private:
         return count;
     }
 
-    /// Whether the frames heard, whatever their gain and the silence between them, are the recording's, which begins
-    /// anew behind its end.
-    [[nodiscard]] bool isWhole() const
+    /// Whether the frames heard, whatever their gain and the silence between them, are the recording's from `expected`
+    /// on, which begins anew behind its end.
+    [[nodiscard]] bool isWhole(std::int64_t expected = 0) const
     {
         const auto length = std::int64_t(m_recording.size() / 2);
-        std::int64_t expected = 0;
         for (std::int64_t frame = 0; frame < std::int64_t(m_heard.size() / 2); ++frame) {
             if (isSilent(frame))
                 continue;
@@ -125,6 +147,9 @@ private Q_SLOTS:
     {
         m_heard.clear();
         m_delegate.emplace();
+        m_outputs.clear();
+        m_outputs.reserve(4);
+        m_outputCount = 0;
     }
 
     void soundsRightBehindTheLastFrame()
@@ -255,9 +280,10 @@ private Q_SLOTS:
         const auto first =
             Session::make(std::make_unique<FakeDecoder>(FakeDecoder::Script{
                               .seconds = 0.1, .claimedSeconds = 0.1, .blocksOn = pipe[0], .blockFrames = 64}),
-                std::make_shared<std::atomic<bool>>(false), HandOutput::factory(m_output));
+                std::make_shared<std::atomic<bool>>(false), factory());
         first->setDelegate(&*m_delegate);
         first->play();
+        m_output = m_outputs.front().get();
         QVERIFY(readBlocks(4800 / 64 + 1));
         QVERIFY(isSoon([this] { return m_delegate->endsOfFile() > 0; }));
         first->setCurrentTime(0.01);
@@ -269,6 +295,49 @@ private Q_SLOTS:
         hear(480);
         QCOMPARE(first->currentTime(), 0.02);
         close(pipe[0]);
+    }
+
+    void outputLostBeforeTheJointComesBackAndGoesOn()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(prepare(*first, cut(30000, 90000)));
+        hear(27000);
+        QVERIFY(loseOutput(600));
+        QVERIFY(first->isPlaying());
+        QVERIFY(prepare(*first, cut(30000, 90000), 2));
+        hear(12400);
+        QVERIFY(isSoon([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(first->takeSuccessor());
+        QCOMPARE(sounded(), 12400);
+        QVERIFY(isWhole(27600));
+    }
+
+    /// Nobody knew that it was being heard.
+    void outputLostRightBehindTheJointEndsTheTrack()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(prepare(*first, cut(30000, 90000)));
+        hear(29000);
+        QVERIFY(loseOutput(1100));
+        QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
+        QVERIFY(!first->takeSuccessor());
+        QCOMPARE(first->currentTime(), first->duration());
+        QCOMPARE(sounded(), 0);
+    }
+
+    void outputLostAfterTheHandOverComesBackInTheSuccessor()
+    {
+        const auto first = begin(cut(0, 30000));
+        QVERIFY(prepare(*first, cut(30000, 90000)));
+        hear(30001);
+        QVERIFY(isSoon([&] { return m_delegate->finishes() > 0; }));
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        QVERIFY(loseOutput(999));
+        QVERIFY(second->isPlaying());
+        QCOMPARE(m_output->label().title, QStringLiteral("Marea"));
+        QVERIFY(hearUntil([&] { return second->currentTime() > 0.2; }));
+        QVERIFY(isWhole(31000));
     }
 
     /// What is over before anybody asks is told all the same.
