@@ -149,6 +149,9 @@ bool Session::play()
     if (!prepareToPlay())
         return false;
     const std::lock_guard lock(m_mutex);
+    const bool isUnderWay = std::exchange(m_isUnderWay, false);
+    if (m_isAtEnd && isUnderWay)
+        return true; // over already, of which the delegate is told
     if (m_isAtEnd)
         requestPosition(0);
     const bool isResumed = !std::exchange(m_mix.isPlaying, true);
@@ -412,6 +415,7 @@ void Session::takeOver(
     m_mix = mix;
     m_isFallback = isFallback;
     m_reconnect = reconnect;
+    m_isUnderWay = true;
     m_readyRing.reset();
     m_former.reset();
     m_output->handOver(m_wakeup, m_label);

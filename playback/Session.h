@@ -167,6 +167,7 @@ private:
     double m_duration;
     Ending m_ending; ///< of the newest request; means something once its end is heard
     bool m_isAtEnd = false; ///< the end was reported, and no other position requested since
+    bool m_isUnderWay = false; ///< has taken over as a successor, and nobody has asked it to play yet
     Successor m_successor;
     std::shared_ptr<RingBuffer> m_readyRing; ///< of a session without an output: what it would offer
     std::shared_ptr<Wakeup> m_former; ///< whom that is told
