@@ -26,21 +26,21 @@ std::unique_ptr<Decoder> decoderOf(const QByteArray &bytes)
     return DecoderModule::load().value()->open(MemoryFile(bytes).open(), nullptr).take();
 }
 
-/// What the file was cut from, at the place of its frame `frame`, which may lie outside the file.
-double original(qint64 frame, int soundRate)
+/// What the file was cut from: the frame that lies so many seconds behind the cut.
+double original(double seconds, int fileRate)
 {
-    const double time = double(12'345 + frame) / soundRate;
+    const double time = 12'345.0 / fileRate + seconds;
     return 0.4 * std::sin(2 * M_PI * time * (1000 + 3000 * time));
 }
 
-/// Frames by which the sound comes late.
-int delayOf(std::span<const float> samples, int soundRate)
+/// Frames by which the sound comes late, of a rate that need not be the file's own.
+int delayOf(std::span<const float> samples, int soundRate, int fileRate)
 {
     constexpr int most = 1200; // more than any encoder's delay
     constexpr std::size_t compared = 4000;
     std::vector<double> sound;
     for (qint64 frame = -most; frame < qint64(compared) + most; ++frame)
-        sound.push_back(original(frame, soundRate));
+        sound.push_back(original(double(frame) / soundRate, fileRate));
     int best = -most;
     double least = INFINITY;
     for (int delay = -most; delay <= most; ++delay) {
@@ -162,12 +162,37 @@ private Q_SLOTS:
         const auto samples = restOf(*decoder);
         if (isLossless) {
             for (std::size_t i = 0; i < samples.size(); ++i) {
-                const double difference = std::abs(samples[i] - original(qint64(i), soundRate));
+                const double difference = std::abs(samples[i] - original(double(i) / soundRate, soundRate));
                 QVERIFY2(difference < 1.0 / 32768, qPrintable(QString::number(i)));
             }
         } else if (frames > 1023) { // of less, a codec makes what it likes
-            QCOMPARE(delayOf(samples, soundRate), 0);
+            QCOMPARE(delayOf(samples, soundRate, soundRate), 0);
         }
+    }
+
+    void pieceHasItsFramesAtAnotherRate_data()
+    {
+        QTest::addColumn<qint64>("frames");
+        for (const qint64 frames : {1023, 23'559}) {
+            for (const char *format : {"mp3", "m4a", "opus", "ogg"})
+                QTest::addRow("piece-%lld.%s", frames, format) << frames;
+        }
+        QTest::newRow("piece-12291.alac.m4a") << qint64(12'291);
+    }
+
+    void pieceHasItsFramesAtAnotherRate()
+    {
+        QFETCH(qint64, frames);
+        constexpr AudioFormat wanted{96'000, 1};
+        const QByteArray file = mediaFile(QTest::currentDataTag());
+        const int fileRate = decoderOf(file)->format().rate;
+        const auto decoder = DecoderModule::load().value()->open(
+            MemoryFile(file).open(), nullptr, [=](AudioFormat) { return wanted; });
+        const auto samples = restOf(*decoder.value());
+        const double surplus = double(samples.size()) - double(frames) * wanted.rate / fileRate;
+        QVERIFY2(std::abs(surplus) <= 1, qPrintable(QString::number(surplus)));
+        if (frames > 1023)
+            QVERIFY(std::abs(delayOf(samples, wanted.rate, fileRate)) <= 1);
     }
 
     void lengthIsThatOfTheSound_data()
@@ -256,7 +281,7 @@ private Q_SLOTS:
         verifyLength(file, frames);
         const auto decoder = decoderOf(file);
         if (frames == 23'559)
-            QCOMPARE(delayOf(restOf(*decoder), decoder->format().rate), 0);
+            QCOMPARE(delayOf(restOf(*decoder), 44'100, 44'100), 0);
     }
 
     void headerOfMp3IsHeeded_data()
