@@ -396,11 +396,29 @@ private Q_SLOTS:
         hear(1000);
         QCOMPARE(m_mixer->end(), 10000);
         follow(10000, 10000);
+        m_mixer->render(100); // behind that silence it would come too late
         QVERIFY(m_mixer->needsChange({true, 1}));
         change({true, 1});
         QVERIFY(!m_mixer->needsChange({true, 1}));
         hear(11000);
         verifyUncut(12000, fade);
+    }
+
+    void ringThatFollowsWaitsForFramesThatAreMissing()
+    {
+        offer(0, 10000);
+        const auto first = m_ring;
+        follow(12000, 10000);
+        const auto second = std::exchange(m_ring, first);
+        change({true, 1});
+        hear(10500);
+        QCOMPARE(second->available(), 10000);
+        add(10000, 2000);
+        m_ring->finish();
+        change({true, 1});
+        hear(5000);
+        for (std::int64_t frame = 10500; frame < 15500; ++frame)
+            QCOMPARE(placeAt(frame), frame - 500);
     }
 
     void ringThatFollowsBehindTheEndFadesIn()
@@ -491,6 +509,21 @@ private Q_SLOTS:
         QCOMPARE(gainAt(10100 + fade), 0.0);
         verifyNoStep(1.01 / fade);
         QCOMPARE(m_mixer->end(), 10100);
+        QCOMPARE(m_mixer->positionAt(m_heard).seconds, stereo.seconds(10000));
+    }
+
+    void ringOfAnotherPlaceReplacesBoth()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        follow(10000, 10000);
+        change({true, 1});
+        hear(10100);
+        offer(20000, 10000);
+        change({true, 1});
+        hear(1000);
+        QVERIFY(!m_mixer->end());
+        QCOMPARE(placeAt(m_heard - 1), 20999);
     }
 
     void settledRingHasAnEndAndASuccessorOfItsOwn()

@@ -165,6 +165,44 @@ private Q_SLOTS:
         QCOMPARE(f.successor(), u"a"_s);
     }
 
+    void isNotFoundBeforeTheFileIsReadAgainAlsoIfTheChangeCameFirst_data()
+    {
+        using Change = std::function<void(PlayerFixture &)>;
+        QTest::addColumn<Change>("change");
+        QTest::newRow("seek") << Change([](auto &f) { f.player.seek(1); });
+        QTest::newRow("another track") << Change([](auto &f) { f.player.load(f.track(2)); });
+    }
+    void isNotFoundBeforeTheFileIsReadAgainAlsoIfTheChangeCameFirst()
+    {
+        QFETCH(const std::function<void(PlayerFixture &)>, change);
+        EndingFixture f;
+        f.readToTheEnd();
+        f.player.isRepeating = true;
+        change(f);
+        settle();
+        QCOMPARE(f.successor(), u""_s);
+    }
+
+    /// As when the sound server has gone and come back.
+    void isPreparedAgainWhenTheFileIsReadAgain()
+    {
+        EndingFixture f;
+        f.readToTheEnd();
+        f.state().successor.clear();
+        f.readToTheEnd();
+        QCOMPARE(f.successor(), u"b"_s);
+    }
+
+    void trackThatIsAskedForIsOpenedAlsoIfAnotherOneSoundsAlready()
+    {
+        EndingFixture f;
+        f.readToTheEnd();
+        f.platform.finishIntoSuccessor();
+        f.calls.clear();
+        f.player.load(f.track(2));
+        QCOMPARE(f.calls.filter(u"open"_s), QStringList(u"open c"_s));
+    }
+
     void newsOfAPlayerThatIsGoneChangeNothing()
     {
         EndingFixture f;
