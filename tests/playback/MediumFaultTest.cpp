@@ -93,6 +93,22 @@ private Q_SLOTS:
         QTRY_VERIFY(player->currentTime() > 0.05);
     }
 
+    void tracksFollowEachOtherWithoutASoundServer()
+    {
+        RecordingDelegate delegate;
+        const auto first = open(saveWav(u"one.wav"_s, 0.3));
+        first->setDelegate(&delegate);
+        first->play();
+        QTRY_VERIFY(first->currentTime() > 0.05);
+        first->setSuccessor(saveWav(u"two.wav"_s, 0.3), {});
+        QTRY_COMPARE(delegate.finishes(), 1);
+        const auto second = first->takeSuccessor();
+        QVERIFY(second);
+        second->setDelegate(&delegate);
+        QTRY_COMPARE(delegate.finishes(), 2);
+        QCOMPARE(second->currentTime(), second->duration());
+    }
+
     void importFromAMediumThatDoesNotAnswerEndsInGoodTime_data()
     {
         QTest::addColumn<Fault>("fault");

@@ -269,6 +269,19 @@ private Q_SLOTS:
         QVERIFY(!first->takeSuccessor());
     }
 
+    void droppedSuccessorIsNotReadAnyMore()
+    {
+        const auto first = begin(cut(0, 30000));
+        const QUrl url = cut(30000, 90000);
+        FaultyMedium medium(url.toLocalFile().toUtf8());
+        medium.set(FaultyMedium::Fault::Slowness);
+        first->setSuccessor(url, {});
+        QVERIFY(isSoon([&] { return medium.faults() > 0; }));
+        first->dropSuccessor();
+        const int faults = medium.faults();
+        QVERIFY(!QTest::qWaitFor([&] { return medium.faults() > faults + 2; }, 300));
+    }
+
     /// The end of what is still to be heard of the place before is not the end of the track.
     void successorWaitsForThePlaceThatIsSought()
     {

@@ -131,6 +131,40 @@ private Q_SLOTS:
         QVERIFY(silence < 50);
     }
 
+    void nothingOfTheNextTrackIsHeardBeforeItsTurn()
+    {
+        addCut({1, 2});
+        const auto waitFor = [this](double position) {
+            return QTest::qWaitFor([&] { return m_player->position() > position; }) && capture().record(0.05);
+        };
+        const auto isHeardWithin = [this](std::int64_t from, double least, double greatest) {
+            for (; from < capture().frames(); ++from) {
+                if (capture().gain(from) > 0.01
+                    && (capture().place(from) < least || capture().place(from) > greatest))
+                    return false;
+            }
+            return true;
+        };
+        m_player->play();
+        QVERIFY(waitFor(0.7)); // the next track is queued
+        m_player->pause();
+        QVERIFY(capture().record(0.3));
+        m_player->play();
+        m_player->isRepeating = true;
+        QVERIFY(QTest::qWaitFor([this] { return m_player->position() < 0.5; }));
+        QVERIFY(waitFor(0.7)); // it is queued to follow itself
+        m_player->seek(0.5);
+        m_player->isRepeating = false;
+        QVERIFY(waitFor(0.7));
+        QVERIFY(isHeardWithin(0, 0, 1));
+        m_player->next();
+        QCOMPARE(m_player->currentIndex(), std::optional<qsizetype>(1));
+        QVERIFY(capture().record(0.2));
+        const std::int64_t settled = capture().frames();
+        QVERIFY(waitFor(0.4));
+        QVERIFY(isHeardWithin(settled, 1, 2));
+    }
+
     void changeOfMindIsHeardAsIfNothingHadBeenPrepared()
     {
         addCut({1, 2, 3});
