@@ -460,6 +460,21 @@ private Q_SLOTS:
         QVERIFY(m_mixer->isEndedAt(m_heard)); // of the former ring
     }
 
+    void pauseBeforeTheJointMovesIt()
+    {
+        offer(0, 10000);
+        m_ring->finish();
+        follow(10000, 10000);
+        change({true, 1});
+        hear(5000);
+        QCOMPARE(m_mixer->end(), 10000);
+        change({false, 1}); // is heard until its fade is over
+        QVERIFY(!m_mixer->end());
+        hear(2000);
+        change({true, 1});
+        QCOMPARE(m_mixer->end(), 12000 - fade);
+    }
+
     void ringThatIsTakenBackLeavesSilenceBehindTheEnd()
     {
         offer(0, 10000);
