@@ -142,7 +142,8 @@ struct Mpris::BusObject : QDBusVirtualObject {
     {
     }
 
-    void keep(const QHash<QString, QVariantMap> &interfaces, bool isPlaying = false);
+    void keep(const QHash<QString, QVariantMap> &interfaces, bool isPlaying);
+    void keepNothing();
     bool handleMessage(const QDBusMessage &call, const QDBusConnection &bus) override;
     [[nodiscard]] QString introspect(const QString &) const override { return description; }
 
@@ -150,7 +151,7 @@ struct Mpris::BusObject : QDBusVirtualObject {
     const QString description;
     std::mutex mutex; ///< guards what follows
     QHash<QString, QVariantMap> kept; ///< the properties of each interface; empty for nothing
-    qlonglong position = 0; ///< when it was kept
+    qlonglong position = 0; ///< when it was kept last
     QElapsedTimer age; ///< of the position, which has gone on since; invalid if it stands still
     int callsOnTheirWay = 0; ///< to the main thread
 };
@@ -159,10 +160,16 @@ void Mpris::BusObject::keep(const QHash<QString, QVariantMap> &interfaces, bool 
 {
     const std::lock_guard lock(mutex);
     kept = interfaces;
-    position = kept.value(Player).value(u"Position"_s).toLongLong();
+    const qlonglong former = std::exchange(position, kept.value(Player).value(u"Position"_s).toLongLong());
     age.invalidate();
-    if (isPlaying)
+    if (isPlaying && position != former) // a sound server may hold it up
         age.start();
+}
+
+void Mpris::BusObject::keepNothing()
+{
+    const std::lock_guard lock(mutex);
+    kept.clear();
 }
 
 bool Mpris::BusObject::handleMessage(const QDBusMessage &call, const QDBusConnection &bus)
@@ -263,7 +270,7 @@ void Mpris::markOutOfDate()
 {
     if (std::exchange(m_isOutOfDate, true))
         return;
-    m_object->keep({});
+    m_object->keepNothing();
     QMetaObject::invokeMethod(this, &Mpris::announce, Qt::QueuedConnection);
 }
 

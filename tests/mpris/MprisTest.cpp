@@ -366,6 +366,17 @@ private Q_SLOTS:
         QVERIFY(after <= 50'250'000 + sinceTick.nsecsElapsed() / 1000);
     }
 
+    void positionOfSoundThatIsHeldUpStandsStill()
+    {
+        MprisFixture f(m_shell);
+        f.enter(u"playing at 50"_s);
+        for (int tick = 0; tick < 2; ++tick) {
+            f.player.currentTime = 50;
+            (void)m_shell.told();
+        }
+        QCOMPARE(m_shell.allAtOnce(PlayerInterface).value(u"Position"_s), QVariant(50'000'000LL));
+    }
+
     /// The first sound after a leap is heard a little later.
     void positionAfterALeapWaitsForATick()
     {
