@@ -85,7 +85,7 @@ private:
 
 } // namespace
 
-void FakePlayerState::readToTheEnd()
+void FakePlayerState::readToTheEnd() const
 {
     delegate->audioPlayerDidReachEndOfFile(*player);
 }

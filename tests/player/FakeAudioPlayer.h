@@ -22,7 +22,7 @@ struct FakePlayerState {
     [[nodiscard]] bool isAlive() const { return player != nullptr; }
 
     /// What a real player does when the track's last sample has been decoded.
-    void readToTheEnd();
+    void readToTheEnd() const;
 
     /// And when it has been heard.
     void finish(bool successfully = true);
