@@ -266,13 +266,13 @@ void FFmpegDecoder::correctPadding()
 {
     if (m_codec->codec_id != AV_CODEC_ID_VORBIS || !m_input->isOgg())
         return;
-    if (m_silentTime < 0)
+    if (!m_silentTime)
         m_silentTime = m_packet->pts == 0 ? std::max<std::int64_t>(m_packet->duration, 0) : 0;
     std::size_t size = 0;
     std::uint8_t *skip = av_packet_get_side_data(m_packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
     if (skip && size >= SkipSize) {
         const std::uint32_t padding = AV_RL32(skip + PaddingOffset);
-        AV_WL32(skip + PaddingOffset, padding - std::min(padding, std::uint32_t(m_silentTime)));
+        AV_WL32(skip + PaddingOffset, padding - std::min(padding, std::uint32_t(*m_silentTime)));
     }
 }
 

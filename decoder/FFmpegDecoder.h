@@ -84,8 +84,8 @@ private:
 
     std::int64_t m_origin = 0; ///< timestamp of track frame 0, in the stream's time base
     std::int64_t m_end = INT64_MAX; ///< track frame behind the last one
-    std::int64_t m_silentTime =
-        -1; ///< that FFmpeg takes for sound at the begin of Vorbis, in the same time base
+    /// In the same time base: what FFmpeg takes for sound in front of Vorbis; nothing before the first packet.
+    std::optional<std::int64_t> m_silentTime;
     bool m_canSeek = false; ///< whether the container leads where its timestamps say
     bool m_hasLostSound = false; ///< since the last frame
     int m_badPackets = 0; ///< in a row

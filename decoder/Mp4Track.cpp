@@ -53,8 +53,7 @@ public:
 
 private:
     static constexpr double LongestMedia = 1e15; // units; exact as a double
-    static constexpr std::int64_t LongestDelay =
-        16'384; // frames of an encoder's lead-in; beyond it music was cut off
+    static constexpr std::int64_t LongestDelay = 16'384; // frames of an encoder; beyond it music was cut off
 
     void readMovieField(const Mp4Atom &atom)
     {

@@ -62,8 +62,7 @@ private:
 struct Mp4Sound {
     std::int64_t unitsPerSecond = 0; ///< positive
     std::int64_t length = 0; ///< units; positive
-    std::optional<std::int64_t>
-        begin; ///< units; nothing if the packets, with all padding, or several parts of them play
+    std::optional<std::int64_t> begin; ///< units; nothing if all packets play, or several parts of them
 };
 
 /// Reads it from the edit list or, if that leaves everything, from a GaplessComment that agrees with the packets.

@@ -2,6 +2,7 @@
 #include "tests/MatroskaFile.h"
 #include "tests/MemoryFile.h"
 #include "tests/TestProgram.h"
+#include "tests/decoder/ReadAll.h"
 #include "tests/playback/WavFile.h"
 
 #include <QFile>
@@ -36,17 +37,6 @@ std::vector<float> sine(double frequency, int ofRate, double seconds = 1)
     for (size_t i = 0; i < samples.size(); ++i)
         samples[i] = 0.5F * float(std::sin(2 * M_PI * frequency * double(i) / ofRate));
     return samples;
-}
-
-std::vector<float> readAll(Decoder &decoder)
-{
-    std::vector<float> samples;
-    for (;;) {
-        const auto block = decoder.read();
-        if (block.isError() || block.value().samples.empty())
-            return samples;
-        samples.insert(samples.end(), block.value().samples.begin(), block.value().samples.end());
-    }
 }
 
 } // namespace

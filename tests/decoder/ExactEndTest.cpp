@@ -3,23 +3,13 @@
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
+#include "tests/decoder/ReadAll.h"
 
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-std::vector<float> restOf(Decoder &decoder)
-{
-    std::vector<float> samples;
-    for (;;) {
-        const auto block = decoder.read();
-        if (block.isError() || block.value().samples.empty())
-            return samples;
-        samples.insert(samples.end(), block.value().samples.begin(), block.value().samples.end());
-    }
-}
 
 std::unique_ptr<Decoder> decoderOf(const QByteArray &bytes)
 {
@@ -129,7 +119,7 @@ private:
     static void verifyLength(const QByteArray &file, qint64 frames)
     {
         const auto decoder = decoderOf(file);
-        QCOMPARE(qint64(restOf(*decoder).size()), frames);
+        QCOMPARE(qint64(readAll(*decoder).size()), frames);
         QVERIFY(decoder->seek(frames - 1, {}));
         const auto last = decoder->read().take();
         QCOMPARE(last.position, frames - 1);
@@ -159,7 +149,7 @@ private Q_SLOTS:
         verifyLength(file, frames);
         const auto decoder = decoderOf(file);
         const int soundRate = decoder->format().rate;
-        const auto samples = restOf(*decoder);
+        const auto samples = readAll(*decoder);
         if (isLossless) {
             for (std::size_t i = 0; i < samples.size(); ++i) {
                 const double difference = std::abs(samples[i] - original(double(i) / soundRate, soundRate));
@@ -188,7 +178,7 @@ private Q_SLOTS:
         const int fileRate = decoderOf(file)->format().rate;
         const auto decoder = DecoderModule::load().value()->open(
             MemoryFile(file).open(), nullptr, [=](AudioFormat) { return wanted; });
-        const auto samples = restOf(*decoder.value());
+        const auto samples = readAll(*decoder.value());
         const double surplus = double(samples.size()) - double(frames) * wanted.rate / fileRate;
         QVERIFY2(std::abs(surplus) <= 1, qPrintable(QString::number(surplus)));
         if (frames > 1023)
@@ -281,7 +271,7 @@ private Q_SLOTS:
         verifyLength(file, frames);
         const auto decoder = decoderOf(file);
         if (frames == 23'559)
-            QCOMPARE(delayOf(restOf(*decoder), 44'100, 44'100), 0);
+            QCOMPARE(delayOf(readAll(*decoder), 44'100, 44'100), 0);
     }
 
     void headerOfMp3IsHeeded_data()
@@ -316,9 +306,9 @@ private Q_SLOTS:
     {
         for (const char *name : {"piece-23559.mp3", "piece-66151.ogg", "piece-12291.flac"}) {
             const QByteArray whole = mediaFile(name);
-            const std::size_t frames = restOf(*decoderOf(whole)).size();
+            const std::size_t frames = readAll(*decoderOf(whole)).size();
             const auto decoder = decoderOf(whole.first(whole.size() * 7 / 8));
-            const std::size_t left = restOf(*decoder).size();
+            const std::size_t left = readAll(*decoder).size();
             QVERIFY2(left > frames / 3 && left < frames, name);
             QVERIFY(decoder->seek(qint64(left) - 1, {}));
             QCOMPARE(decoder->read().value().samples.size(), std::size_t(1));

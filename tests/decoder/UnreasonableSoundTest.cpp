@@ -2,6 +2,7 @@
 #include "tests/MemoryFile.h"
 #include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
+#include "tests/decoder/ReadAll.h"
 #include "tests/playback/WavFile.h"
 
 #include <algorithm>
@@ -16,14 +17,7 @@ constexpr float infinite = std::numeric_limits<float>::infinity();
 std::vector<float> soundOf(const QByteArray &bytes)
 {
     const MemoryFile file(bytes);
-    const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
-    std::vector<float> sound;
-    for (;;) {
-        const auto block = decoder->read();
-        if (block.isError() || block.value().samples.empty())
-            return sound;
-        sound.insert(sound.end(), block.value().samples.begin(), block.value().samples.end());
-    }
+    return readAll(*DecoderModule::load().value()->open(file.open(), nullptr).take());
 }
 
 template <typename T> QByteArray bigEndians(const std::vector<T> &values)
