@@ -189,21 +189,21 @@ QByteArray waveWithCues(quint32 cues)
     return mediaFile(u"plain.wav"_s).insert(36, "cue " + littleEndian(points.size()) + points);
 }
 
-/// How Matroska says that a track's blocks (1) or its codec's header (2) are compressed.
-QByteArray matroskaCompression(quint8 scope, quint8 method, const QByteArray &settings = {})
+/// How Matroska says that a track's blocks (1) or its codec's header (2) are compressed, with `fields` in front.
+QByteArray matroskaCompression(
+    const QByteArray &scope, quint8 method, const QByteArray &settings = {}, const QByteArray &fields = {})
 {
     const QByteArray details = element("4254", QByteArray(1, char(method))) + element("4255", settings);
-    return element(
-        "6d80", element("6240", element("5032", QByteArray(1, char(scope))) + element("5034", details)));
+    return element("6d80", element("6240", fields + element("5032", scope) + element("5034", details)));
 }
 
-/// Sixty tracks with a header that inflates to 8 MiB each.
-QByteArray matroskaWithCompressedHeaders()
+/// Tracks with a header that inflates to 13 MiB each.
+QByteArray matroskaWithCompressedHeaders(int count, const QByteArray &compression)
 {
-    const QByteArray header = qCompress(QByteArray(8 << 20, '\0'), 9).sliced(qsizetype(sizeof(int)));
+    const QByteArray header = qCompress(QByteArray(13 << 20, '\0'), 9).sliced(qsizetype(sizeof(int)));
     QByteArray tracks;
-    for (int number = 1; number <= 60; ++number)
-        tracks += MatroskaFile::track(number, element("63a2", header) + matroskaCompression(2, 0));
+    for (int number = 1; number <= count; ++number)
+        tracks += MatroskaFile::track(number, element("63a2", header) + compression);
     return MatroskaFile::encoded(tracks);
 }
 
@@ -459,7 +459,14 @@ private Q_SLOTS:
         QTest::newRow("compressed header that just fits") << compressedMovie(60 << 20);
         QTest::newRow("frames of Monkey's Audio") << monkeysAudio(2'000'000);
         QTest::newRow("frames of Monkey's Audio that just fit") << monkeysAudio(1'400'000);
-        QTest::newRow("compressed headers of Matroska") << matroskaWithCompressedHeaders();
+        QTest::newRow("compressed headers of Matroska")
+            << matroskaWithCompressedHeaders(60, matroskaCompression("\2", 0));
+        QTest::newRow("compressed header of Matroska with a wide number")
+            << matroskaWithCompressedHeaders(1, matroskaCompression(QByteArray("\0\0\0\0\0\0\0\2", 8), 0));
+        QTest::newRow("compressed header of Matroska behind other fields") << matroskaWithCompressedHeaders(
+            1, matroskaCompression("\2", 0, {}, element("ec", QByteArray(9000, '\0'))));
+        QTest::newRow("compressed header of Matroska behind many fields") << matroskaWithCompressedHeaders(
+            1, matroskaCompression("\2", 0, {}, element("ec", {}).repeated(500)));
         QTest::newRow("tags of Matroska") << matroskaWithTags(300'000);
         QTest::newRow("chapters of Matroska") << matroskaWithChapters(300'000);
         QTest::newRow("comments of FLAC") << flacWithComments(100'000, 100'000);
@@ -492,7 +499,7 @@ private Q_SLOTS:
     {
         const auto sound = soundOf(MatroskaFile::encoded(MatroskaFile::track(1, {})));
         QCOMPARE(sound.size(), std::size_t(1600));
-        QVERIFY(soundOf(matroskaWithCompressedHeaders()) == sound);
+        QVERIFY(soundOf(matroskaWithCompressedHeaders(60, matroskaCompression("\2", 0))) == sound);
         QVERIFY(soundOf(matroskaWithTags(5000)) == sound);
         QVERIFY(soundOf(matroskaWithChapters(2)) == sound);
     }
@@ -529,13 +536,13 @@ private Q_SLOTS:
     void compressedBlocksOfMatroskaArePlayed()
     {
         const auto sound = soundOf(MatroskaFile::encoded(MatroskaFile::track(1, {})));
-        const QByteArray stripped = MatroskaFile::track(1, matroskaCompression(1, 3, "\x21\x21"));
+        const QByteArray stripped = MatroskaFile::track(1, matroskaCompression("\1", 3, "\x21\x21"));
         QVERIFY(soundOf(MatroskaFile::encoded(stripped, {}, MatroskaFile::block(QByteArray(3198, '\x21'))))
             == sound);
         if (HAS_ZLIB) {
             const QByteArray deflated = qCompress(QByteArray(3200, '\x21')).sliced(qsizetype(sizeof(int)));
-            QVERIFY(soundOf(MatroskaFile::encoded(
-                        MatroskaFile::track(1, matroskaCompression(1, 0)), {}, MatroskaFile::block(deflated)))
+            QVERIFY(soundOf(MatroskaFile::encoded(MatroskaFile::track(1, matroskaCompression("\1", 0)), {},
+                        MatroskaFile::block(deflated)))
                 == sound);
         }
     }
