@@ -1,9 +1,10 @@
 #include "tests/playback/PulseDaemon.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
+#include <QTimer>
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -171,12 +172,12 @@ bool Capture::start(const QString &sink)
 bool Capture::record(double seconds)
 {
     const std::int64_t wanted = frames() + std::int64_t(seconds * rate);
-    QElapsedTimer timer;
-    timer.start();
-    while (frames() < wanted && timer.elapsed() < patience + std::int64_t(seconds * 1000)) {
-        // The event loop runs, for those whose calls come through it.
-        QCoreApplication::processEvents();
-        m_process.waitForReadyRead(5);
+    const QDeadlineTimer deadline(patience + std::int64_t(seconds * 1000));
+    QTimer wakeup; // looks at the deadline if nothing arrives
+    wakeup.start(100);
+    while (frames() < wanted && !deadline.hasExpired()) {
+        // The event loop runs, for those whose calls come through it, and does not wait for the capture alone.
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         take();
     }
     return frames() >= wanted;
