@@ -3,7 +3,9 @@
 #include "decoder/GaplessComment.h"
 
 #include <QList>
+#include <bit>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -16,6 +18,26 @@ struct Timing {
 struct Edit {
     double duration = 0; ///< in units of the movie; infinite if it lasts to the end of the media
     double start = 0; ///< in units of the track's media; negative for silence
+};
+
+/// Those of an atom that starts with a version and flags.
+class VersionedFields : public Fields {
+public:
+    explicit VersionedFields(QByteArray bytes)
+        : Fields(std::move(bytes))
+        , m_start(number<quint32_be>())
+    {
+    }
+
+    [[nodiscard]] quint32 flags(quint32 among) const { return m_start & among; }
+
+    double time() { return isLong() ? double(number<quint64_be>()) : number<quint32_be>(); }
+    double signedTime() { return isLong() ? double(number<qint64_be>()) : number<qint32_be>(); }
+
+private:
+    [[nodiscard]] bool isLong() const { return m_start >> 24 == 1; }
+
+    quint32 m_start;
 };
 
 struct AudioTrack {
@@ -32,21 +54,17 @@ public:
     {
     }
 
-    /// Reads the first movie, which describes all else.
     std::optional<Mp4Sound> sound()
     {
-        bool isFound = false;
-        m_walk.forEach([this, &isFound](const Mp4Atom &atom) {
-            if (!isFound && atom.name == "moov")
-                m_walk.forEach(atom, [this](const Mp4Atom &field) { readMovieField(field); });
-            isFound = isFound || atom.name == "moov";
-        });
+        m_walk.forEach(m_walk.movie(), [this](const Mp4Atom &field) { readMovieField(field); });
+        if (m_isFragmented)
+            readLastFragment();
         const Timing &media = m_track.media;
-        if (m_isFragmented || !(media.units > 0 && media.units < LongestMedia && media.scale > 0))
+        if (!(media.units > 0 && media.units < LongestMedia && media.scale > 0))
             return std::nullopt;
         Mp4Sound sound = editedSound();
         sound.unitsPerSecond = std::int64_t(media.scale);
-        if (m_hasSeveralTracks)
+        if (m_hasSeveralSounds)
             sound.begin.reset();
         return sound;
     }
@@ -54,21 +72,86 @@ public:
 private:
     static constexpr double LongestMedia = 1e15; // units; exact as a double
     static constexpr std::int64_t LongestDelay = 16'384; // frames of an encoder; beyond it music was cut off
+    static constexpr qint64 LongestFragment = 4 << 20; // bytes without the sound; hours of packets
 
     void readMovieField(const Mp4Atom &atom)
     {
         if (atom.name == "mvhd")
             m_movie = timing(atom);
         else if (atom.name == "mvex")
-            m_isFragmented = true;
+            readExtension(atom);
         else if (atom.name == "trak")
             readTrack(atom);
         else if (atom.name == "udta")
             m_walk.forEach(atom, [this](const Mp4Atom &inner) { readUserData(inner); });
     }
 
+    void readExtension(const Mp4Atom &atom)
+    {
+        m_isFragmented = true;
+        m_walk.forEach(atom, [this](const Mp4Atom &field) {
+            if (field.name != "trex")
+                return;
+            VersionedFields fields = versionedFields(field);
+            fields.take(8); // track, kind of packets
+            m_packetUnits = fields.number<quint32_be>();
+        });
+    }
+
+    /// The media end where it does; nobody knows where if it is not of one track alone, or does not say where it begins.
+    void readLastFragment()
+    {
+        Mp4Atom last;
+        m_walk.forEach(m_walk.file(), [&last](const Mp4Atom &atom) {
+            if (atom.name == "moof")
+                last = atom;
+        });
+        last.end = std::min(last.end, last.begin + LongestFragment);
+        m_track.media.units = NAN;
+        m_walk.forEach(last, [this](const Mp4Atom &part) {
+            if (part.name == "traf")
+                m_walk.forEach(part, [this](const Mp4Atom &field) { readFragmentField(field); });
+        });
+        if (m_tracks != 1)
+            m_track.media.units = NAN;
+    }
+
+    void readFragmentField(const Mp4Atom &atom)
+    {
+        VersionedFields fields = versionedFields(atom, LongestFragment);
+        if (atom.name == "tfhd") {
+            fields.take(4); // track
+            fields.take(fields.flags(0x1) ? 8 : 0); // where the data is
+            fields.take(fields.flags(0x2) ? 4 : 0); // kind of packets
+            if (fields.flags(0x8))
+                m_packetUnits = fields.number<quint32_be>();
+        } else if (atom.name == "tfdt") {
+            m_track.media.units = fields.time();
+        } else if (atom.name == "trun") {
+            m_track.media.units += runUnits(fields);
+        }
+    }
+
+    /// What a run of packets lasts.
+    [[nodiscard]] double runUnits(VersionedFields &run) const
+    {
+        constexpr quint32 haveUnits = 0x100, haveOthers = 0xE00; // of a packet, four bytes each
+        const quint32 packets = run.number<quint32_be>();
+        run.take(run.flags(0x1) ? 4 : 0); // where the data is
+        run.take(run.flags(0x4) ? 4 : 0); // flags of the first packet
+        if (!run.flags(haveUnits))
+            return packets * m_packetUnits;
+        double units = 0;
+        for (quint32 left = packets; left > 0 && !run.isEmpty(); --left) {
+            units += run.number<quint32_be>();
+            run.take(4 * quint64(std::popcount(run.flags(haveOthers))));
+        }
+        return units;
+    }
+
     void readTrack(const Mp4Atom &atom)
     {
+        ++m_tracks;
         AudioTrack track;
         m_walk.forEach(atom, [this, &track](const Mp4Atom &part) {
             if (part.name == "edts" || part.name == "mdia")
@@ -76,7 +159,7 @@ private:
         });
         if (!track.isAudio)
             return;
-        m_hasSeveralTracks = m_track.isAudio;
+        m_hasSeveralSounds = m_track.isAudio;
         if (!m_track.isAudio)
             m_track = track;
     }
@@ -109,35 +192,28 @@ private:
         });
     }
 
-    /// The fields of an atom whose numbers may have 32 or 64 bits.
-    Fields versionedFields(const Mp4Atom &atom, bool &isLong)
+    VersionedFields versionedFields(const Mp4Atom &atom, qint64 most = 64 << 10)
     {
-        constexpr qint64 most = 64 << 10; // bytes; an edit list has a few dozen
-        Fields fields(m_source.read(atom.begin, std::min(atom.end - atom.begin, most)));
-        isLong = fields.number<quint8>() == 1;
-        fields.take(3); // flags
-        return fields;
+        return VersionedFields(m_source.read(atom.begin, std::min(atom.end - atom.begin, most)));
     }
 
     /// From an atom "mvhd" or "mdhd".
     Timing timing(const Mp4Atom &atom)
     {
-        bool isLong = false;
-        Fields fields = versionedFields(atom, isLong);
-        fields.take(isLong ? 16 : 8); // times of creation and change
+        VersionedFields fields = versionedFields(atom);
+        fields.time(); // of creation
+        fields.time(); // of change
         const double scale = fields.number<quint32_be>();
-        return {isLong ? double(fields.number<quint64_be>()) : fields.number<quint32_be>(), scale};
+        return {fields.time(), scale};
     }
 
     QList<Edit> edits(const Mp4Atom &atom)
     {
-        bool isLong = false;
-        Fields fields = versionedFields(atom, isLong);
+        VersionedFields fields = versionedFields(atom);
         QList<Edit> edits;
         for (quint32 left = fields.number<quint32_be>(); left > 0 && !fields.isEmpty(); --left) {
-            const double duration =
-                isLong ? double(fields.number<quint64_be>()) : fields.number<quint32_be>();
-            const double start = isLong ? double(fields.number<qint64_be>()) : fields.number<qint32_be>();
+            const double duration = fields.time();
+            const double start = fields.signedTime();
             fields.take(4); // speed
             if (start >= 0)
                 edits.append({duration > 0 ? duration : INFINITY, start});
@@ -182,8 +258,10 @@ private:
 
     MediaSource &m_source;
     Mp4Walk m_walk;
+    int m_tracks = 0; ///< of whatever
     bool m_isFragmented = false;
-    bool m_hasSeveralTracks = false;
+    double m_packetUnits = 0; ///< of a packet that does not tell, in those of the media
+    bool m_hasSeveralSounds = false;
     Timing m_movie;
     AudioTrack m_track; ///< the first of sound
     std::optional<GaplessComment> m_comment;

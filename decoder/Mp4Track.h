@@ -22,8 +22,20 @@ public:
     {
     }
 
-    /// Calls `use` with the atoms of the file or of another one, one behind the other.
-    template <typename Use> void forEach(Use use) { forEach({{}, 0, m_source.size()}, use); }
+    [[nodiscard]] Mp4Atom file() const { return {{}, 0, m_source.size()}; }
+
+    /// The file's movie, which describes all else: the first one counts. Empty if there is none.
+    [[nodiscard]] Mp4Atom movie()
+    {
+        Mp4Atom movie;
+        forEach(file(), [&movie](const Mp4Atom &atom) {
+            if (movie.name.isEmpty() && atom.name == "moov")
+                movie = atom;
+        });
+        return movie;
+    }
+
+    /// Calls `use` with the atoms of another one, one behind the other.
     template <typename Use> void forEach(const Mp4Atom &whole, Use use)
     {
         constexpr qint64 shortHeader = 8; // size, name
@@ -68,6 +80,6 @@ struct Mp4Sound {
 /// Reads it from the edit list or, if that leaves everything, from a GaplessComment that agrees with the packets.
 ///
 /// The length is exact also if the movie counts in milliseconds: it is that of the comment, or all that lies behind the
-/// edit's begin, if it is as long as the edit within one unit of the movie. Nothing if there are fragments, which tell
-/// their lengths one by one all over the file. Of several audio tracks only the length is told.
+/// edit's begin, if it is as long as the edit within one unit of the movie. Of fragments the last one tells where the media
+/// end, if that is all of one track and says when it begins; else nothing. Of several audio tracks only the length is told.
 std::optional<Mp4Sound> mp4Sound(MediaSource &source);

@@ -20,16 +20,9 @@ public:
     {
     }
 
-    /// Reads the first movie, which describes all else.
     MediaAsset asset()
     {
-        bool isFound = false;
-        m_walk.forEach([this, &isFound](const Mp4Atom &atom) {
-            if (isFound || atom.name != "moov")
-                return;
-            isFound = true;
-            m_walk.forEach(atom, [this](const Mp4Atom &field) { readMovieField(field); });
-        });
+        m_walk.forEach(m_walk.movie(), [this](const Mp4Atom &field) { readMovieField(field); });
         const auto sound = mp4Sound(m_source);
         const auto duration = sound ? MediaTime{sound->length, qint32(sound->unitsPerSecond)} : MediaTime();
         return {duration, mergedTags({m_items, m_keyed, m_userData})};

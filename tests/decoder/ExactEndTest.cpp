@@ -137,6 +137,7 @@ private Q_SLOTS:
                 QTest::addRow("piece-%lld.%s", frames, format) << frames << false;
         }
         QTest::newRow("piece-66151.ogg") << qint64(66'151) << false;
+        QTest::newRow("piece-23559.fragments.m4a") << qint64(23'559) << false;
         for (const char *format : {"flac", "alac.m4a", "wav", "oga", "wv", "tta"})
             QTest::addRow("piece-12291.%s", format) << qint64(12'291) << true;
     }
@@ -168,6 +169,7 @@ private Q_SLOTS:
                 QTest::addRow("piece-%lld.%s", frames, format) << frames;
         }
         QTest::newRow("piece-12291.alac.m4a") << qint64(12'291);
+        QTest::newRow("piece-23559.fragments.m4a") << qint64(23'559);
     }
 
     void pieceHasItsFramesAtAnotherRate()
@@ -193,6 +195,7 @@ private Q_SLOTS:
                 QTest::addRow("piece-%lld.%s", frames, format) << frames;
         }
         QTest::newRow("piece-12291.alac.m4a") << qint64(12'291);
+        QTest::newRow("piece-23559.fragments.m4a") << qint64(23'559);
     }
 
     void lengthIsThatOfTheSound()

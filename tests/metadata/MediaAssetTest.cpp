@@ -151,6 +151,7 @@ struct Movie {
     quint64 length = 20'000; ///< in units of its media
     QList<std::pair<quint32, quint32>> edits = {}; ///< length and start
     const char *kind = "soun";
+    QByteArray more = {}; ///< behind its track
 };
 
 QByteArray mp4(const Movie &movie)
@@ -167,7 +168,30 @@ QByteArray mp4(const Movie &movie)
         atom("mdhd", version + dates + bigEndian(movie.mediaScale) + number(movie.length))
         + atom("hdlr", QByteArray(8, '\0') + movie.kind);
     return mp4(atom("mvhd", version + dates + bigEndian(movie.scale) + number(0))
-        + atom("trak", atom("edts", atom("elst", edits)) + atom("mdia", media)));
+        + atom("trak", atom("edts", atom("elst", edits)) + atom("mdia", media)) + movie.more);
+}
+
+/// A movie whose sound begins after 1,000 units of media in fragments, packets of which last 500 if nothing else is said.
+QByteArray fragmentedMp4(const QByteArray &fragments, const QByteArray &more = {})
+{
+    const QByteArray usual =
+        bigEndian(0) + bigEndian(1) + bigEndian(1) + bigEndian(500) + QByteArray(8, '\0');
+    const QByteArray extension = atom("mvex", atom("trex", usual));
+    return mp4(Movie{.length = 0, .edits = {{0, 1000}}, .more = extension + more}) + fragments;
+}
+
+/// Begins at 10,000 units and holds `runs`; the other arguments are flags and what stands behind the track's number.
+QByteArray mp4Fragment(const QByteArray &runs, quint32 flags = 0, const QByteArray &fields = {})
+{
+    return atom("moof",
+        atom("traf",
+            atom("tfhd", bigEndian(flags) + bigEndian(1) + fields)
+                + atom("tfdt", bigEndian(0) + bigEndian(10'000)) + runs));
+}
+
+QByteArray mp4Run(quint32 flags, quint32 packets, const QByteArray &fields = {})
+{
+    return atom("trun", bigEndian(flags) + bigEndian(packets) + fields);
 }
 
 /// The first block of a WavPack file; `rate` is a position in the list of usual ones.
@@ -469,7 +493,7 @@ private Q_SLOTS:
         row("matroska-cover.mka", none, none, none, jpg, 1, 0.01);
         row("core.caf", none, none, none, none, 1, exact);
         row("dolby.ac3", none, none, none, none, 1, 0.05);
-        row("partly-fragmented.m4a", title, artist, album, none, 2, priming);
+        row("partly-fragmented.m4a", title, artist, album, none, 2 + 1024 / 22050.0, exact);
         row("ima.wav", none, none, none, none, 8164 / 8000.0, exact);
         row("flac.wav", none, none, none, none, 1, exact);
         row("ima4.aiff", none, none, none, none, 1, 0.01);
@@ -1193,6 +1217,28 @@ private Q_SLOTS:
         QTest::newRow("MP4, no units") << mp4(Movie{.mediaScale = 0}) << unknown;
         QTest::newRow("MP4, no length") << mp4(Movie{.length = 0}) << unknown;
         QTest::newRow("MP4, no sound") << mp4(Movie{.kind = "vide"}) << unknown;
+        const QByteArray run = mp4Run(0, 2), fragment = mp4Fragment(run);
+        const QByteArray numbers = bigEndian(9999) + bigEndian(8888);
+        QTest::newRow("MP4, fragment") << fragmentedMp4(fragment) << 1.25;
+        QTest::newRow("MP4, two fragments") << fragmentedMp4(mp4Fragment(mp4Run(0, 9)) + fragment) << 1.25;
+        QTest::newRow("MP4, two runs") << fragmentedMp4(mp4Fragment(run + run)) << 1.375;
+        QTest::newRow("MP4, packets of a fragment")
+            << fragmentedMp4(mp4Fragment(run, 0x8, bigEndian(700))) << 1.3;
+        QTest::newRow("MP4, all of a fragment")
+            << fragmentedMp4(mp4Fragment(run, 0xB, numbers + bigEndian(1) + bigEndian(700))) << 1.3;
+        QTest::newRow("MP4, begin of a run") << fragmentedMp4(mp4Fragment(mp4Run(0x5, 2, numbers))) << 1.25;
+        QTest::newRow("MP4, packets of a run")
+            << fragmentedMp4(mp4Fragment(mp4Run(0x100, 2, bigEndian(700) + bigEndian(300)))) << 1.25;
+        QTest::newRow("MP4, all of a run") << fragmentedMp4(mp4Fragment(
+            mp4Run(0xF05, 2, numbers + bigEndian(700) + numbers + bigEndian(1) + bigEndian(400) + numbers)))
+                                           << 1.2625;
+        QTest::newRow("MP4, fewer packets than a run counts")
+            << fragmentedMp4(mp4Fragment(mp4Run(0x100, quint32(-1), bigEndian(1000)))) << 1.25;
+        QTest::newRow("MP4, fragments to come") << fragmentedMp4({}) << unknown;
+        QTest::newRow("MP4, fragment without a begin")
+            << fragmentedMp4(QByteArray(fragment).replace("tfdt", "free")) << unknown;
+        QTest::newRow("MP4, fragments of two tracks") << fragmentedMp4(fragment, atom("trak", {})) << unknown;
+        QTest::newRow("MP4, far too many fragments") << fragmentedMp4(fragment.repeated(10'000)) << unknown;
         QTest::newRow("Vorbis, no rate") << vorbisHead(0) + oggPage(1, 20'000, "x") << unknown;
         QTest::newRow("Vorbis, no samples") << vorbisHead() + oggPage(1, 0, "x") << unknown;
         QTest::newRow("Speex") << oggPage(1, 0, "Speex   " + QByteArray(28, 'x') + littleEndian(8000))
