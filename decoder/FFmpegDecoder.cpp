@@ -68,9 +68,9 @@ Result<std::unique_ptr<Decoder>> FFmpegDecoder::open(
     std::unique_ptr<FFmpegDecoder> decoder(new FFmpegDecoder(std::move(input), std::move(chooseFormat)));
     if (const auto error = decoder->openCodec())
         return *error;
+    decoder->m_canSeek = decoder->m_input->seeksExactly();
     if (const auto error = decoder->decodeFirstFrame())
         return *error;
-    decoder->m_canSeek = decoder->m_input->seeksExactly();
     return std::unique_ptr<Decoder>(std::move(decoder));
 }
 
@@ -108,6 +108,8 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
     }
     if (convertFrame() != Step::Frame)
         return Error{u"El audio del archivo no se puede decodificar."_s};
+    if (m_canSeek && m_chunkPosition < -m_format.frames(UsualRunUp))
+        seekContainer(m_origin - std::int64_t(UsualRunUp / av_q2d(m_input->audioStream()->time_base)));
     return std::nullopt;
 }
 

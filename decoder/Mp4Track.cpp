@@ -231,7 +231,7 @@ private:
         if (!(edited > 0))
             return uneditedSound();
         const Edit &edit = m_track.edits.first();
-        if (m_track.edits.size() > 1 || edit.start > double(LongestDelay))
+        if (m_track.edits.size() > 1)
             return {.length = std::llround(edited), .begin = {}};
         const auto isMeant = [&](double length) { return std::abs(length - edit.duration * unit) < unit; };
         const Mp4Sound whole = uneditedSound();

@@ -45,10 +45,17 @@ int delayOf(std::span<const float> samples, int soundRate, int fileRate)
     return best;
 }
 
-QByteArray aacWithEdit(const QByteArray &edit)
+QByteArray aacWithEdit(const QByteArray &edit, const char *name = "piece-23559.m4a")
 {
-    QByteArray bytes = mediaFile("piece-23559.m4a");
+    QByteArray bytes = mediaFile(name);
     return bytes.replace(bytes.indexOf("elst") + 12, edit.size(), edit);
+}
+
+/// The MP4 file with some of its sound replaced by what no codec understands.
+QByteArray withoutBytes(QByteArray file, qsizetype begin)
+{
+    constexpr qsizetype length = 1000;
+    return file.replace(file.indexOf("mdat") + begin, length, QByteArray(length, '\xff'));
 }
 
 QByteArray atomOf(const char *name, const QByteArray &content)
@@ -216,6 +223,8 @@ private Q_SLOTS:
         QTest::newRow("more than there is") << bigEndian(quint32(-1)) + bigEndian(1024) << qint64(23'559);
         QTest::newRow("all") << bigEndian(557) + bigEndian(0) << qint64(24'583);
         QTest::newRow("to the end") << bigEndian(0) + bigEndian(2024) << qint64(22'559);
+        QTest::newRow("from far behind") << bigEndian(0) + bigEndian(20'000) << qint64(4583);
+        QTest::newRow("a part far behind") << bigEndian(50) + bigEndian(20'000) << qint64(2205);
     }
 
     void editIsHeeded()
@@ -223,6 +232,31 @@ private Q_SLOTS:
         QFETCH(QByteArray, edit);
         QFETCH(qint64, frames);
         verifyLength(aacWithEdit(edit), frames);
+    }
+
+    void silenceBeforeTheEditIsLeftOut() { verifyLength(mediaFile("edited.m4a"), 22'050); }
+
+    void soundFarBeforeTheEditIsNotDecoded()
+    {
+        constexpr quint32 begin = 40'000;
+        const auto whole = readAll(*decoderOf(aacWithEdit(bigEndian(0) + bigEndian(0), "aac.m4a")));
+        QByteArray damaged = aacWithEdit(bigEndian(0) + bigEndian(begin), "aac.m4a");
+        const auto decoder = decoderOf(withoutBytes(damaged, 500));
+        const auto samples = readAll(*decoder);
+        QVERIFY(!decoder->isDamaged());
+        QCOMPARE(samples.size(), whole.size() - begin);
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            QVERIFY2(std::abs(samples[i] - whole[begin + i]) < 5e-3, qPrintable(QString::number(i)));
+    }
+
+    void soundBetweenTwoEditsIsNotDecoded()
+    {
+        const QByteArray speed = bigEndian(0x1'0000);
+        const QByteArray edits =
+            bigEndian(500) + bigEndian(1024) + speed + bigEndian(500) + bigEndian(30'000);
+        const auto decoder = decoderOf(withoutBytes(aacWithEdit(edits, "edited.m4a"), 4000));
+        QVERIFY(readAll(*decoder).size() > 22'050);
+        QVERIFY(!decoder->isDamaged());
     }
 
     void commentIsHeeded_data()
