@@ -51,13 +51,6 @@ QByteArray aacWithEdit(const QByteArray &edit, const char *name = "piece-23559.m
     return bytes.replace(bytes.indexOf("elst") + 12, edit.size(), edit);
 }
 
-/// The MP4 file with some of its sound replaced by what no codec understands.
-QByteArray withoutBytes(QByteArray file, qsizetype begin)
-{
-    constexpr qsizetype length = 1000;
-    return file.replace(file.indexOf("mdat") + begin, length, QByteArray(length, '\xff'));
-}
-
 QByteArray atomOf(const char *name, const QByteArray &content)
 {
     return bigEndian(content.size() + 8) + name + content;
@@ -241,22 +234,13 @@ private Q_SLOTS:
         constexpr quint32 begin = 40'000;
         const auto whole = readAll(*decoderOf(aacWithEdit(bigEndian(0) + bigEndian(0), "aac.m4a")));
         QByteArray damaged = aacWithEdit(bigEndian(0) + bigEndian(begin), "aac.m4a");
-        const auto decoder = decoderOf(withoutBytes(damaged, 500));
+        damaged.replace(damaged.indexOf("mdat") + 500, 1000, QByteArray(1000, '\xff'));
+        const auto decoder = decoderOf(damaged);
         const auto samples = readAll(*decoder);
         QVERIFY(!decoder->isDamaged());
         QCOMPARE(samples.size(), whole.size() - begin);
         for (std::size_t i = 0; i < samples.size(); ++i)
             QVERIFY2(std::abs(samples[i] - whole[begin + i]) < 5e-3, qPrintable(QString::number(i)));
-    }
-
-    void soundBetweenTwoEditsIsNotDecoded()
-    {
-        const QByteArray speed = bigEndian(0x1'0000);
-        const QByteArray edits =
-            bigEndian(500) + bigEndian(1024) + speed + bigEndian(500) + bigEndian(30'000);
-        const auto decoder = decoderOf(withoutBytes(aacWithEdit(edits, "edited.m4a"), 4000));
-        QVERIFY(readAll(*decoder).size() > 22'050);
-        QVERIFY(!decoder->isDamaged());
     }
 
     void commentIsHeeded_data()
