@@ -17,6 +17,7 @@ constexpr int MostFramesAtOnce = 4 << 20;
 
 // Keeps 20 kHz whole from 48 to 44.1 kHz, where the resampler's usual 32 samples take 1.3 dB.
 constexpr int FilterLength = 128; // samples of the lower rate
+constexpr int LongestFilter = 1024; // samples of the higher one; a quarter of 192 kHz takes
 
 /// Without a branch, so that the compiler does several at once.
 template <typename T> void makeReasonable(std::span<T> samples)
@@ -80,13 +81,22 @@ bool FrameConverter::convert(AVFrame &frame, std::vector<float> &samples)
 
 void FrameConverter::drain(std::vector<float> &samples)
 {
-    if (m_resampler)
-        run(nullptr, samples);
+    if (m_given == 0)
+        return;
+    const std::int64_t left = av_rescale(m_given, m_output.rate, m_givenRate) - m_made;
+    const std::size_t end = samples.size() + std::size_t(std::max<std::int64_t>(left, 0) * m_output.channels);
+    // The resampler goes on with its last samples in reverse, and ends too early if it has too few of them.
+    if (m_given < LongestFilter)
+        swr_inject_silence(m_resampler, LongestFilter);
+    run(nullptr, samples);
+    samples.resize(end);
 }
 
 void FrameConverter::reset()
 {
     swr_free(&m_resampler);
+    m_given = 0;
+    m_made = 0;
 }
 
 /// Appends what `input` becomes, or what is left if it is null. Negative if that fails: an AVERROR code.
@@ -110,6 +120,9 @@ int FrameConverter::run(const AVFrame *input, std::vector<float> &samples)
     av_channel_layout_default(&output->ch_layout, m_output.channels);
     const int result = swr_convert_frame(m_resampler, output, input);
     if (result >= 0) {
+        m_made += output->nb_samples;
+        m_given += input ? input->nb_samples : 0;
+        m_givenRate = input ? input->sample_rate : m_givenRate;
         const std::span sound(reinterpret_cast<float *>(output->data[0]),
             std::size_t(output->nb_samples) * std::size_t(m_output.channels));
         makeReasonable(sound); // resampling overshoots

@@ -36,4 +36,7 @@ private:
 
     AudioFormat m_output;
     SwrContext *m_resampler = nullptr;
+    int m_givenRate = 0; ///< of the frames that it was given
+    std::int64_t m_given = 0; ///< frames since it was made
+    std::int64_t m_made = 0; ///< frames since then
 };

@@ -4,6 +4,7 @@
 #include "tests/NumberBytes.h"
 #include "tests/TestProgram.h"
 #include "tests/decoder/ReadAll.h"
+#include "tests/playback/WavFile.h"
 
 #include <cmath>
 
@@ -164,7 +165,7 @@ private Q_SLOTS:
     void pieceHasItsFramesAtAnotherRate_data()
     {
         QTest::addColumn<qint64>("frames");
-        for (const qint64 frames : {1023, 23'559}) {
+        for (const qint64 frames : {100, 1023, 23'559}) {
             for (const char *format : {"mp3", "m4a", "opus", "ogg"})
                 QTest::addRow("piece-%lld.%s", frames, format) << frames;
         }
@@ -185,6 +186,32 @@ private Q_SLOTS:
         QVERIFY2(std::abs(surplus) <= 1, qPrintable(QString::number(surplus)));
         if (frames > 1023)
             QVERIFY(std::abs(delayOf(samples, wanted.rate, fileRate)) <= 1);
+    }
+
+    void tinyTrackIsWholeAtAnotherRate_data()
+    {
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<int>("otherRate");
+        QTest::newRow("higher") << 44'100 << 96'000;
+        QTest::newRow("lower") << 192'000 << 44'100;
+    }
+
+    void tinyTrackIsWholeAtAnotherRate()
+    {
+        QFETCH(int, rate);
+        QFETCH(int, otherRate);
+        for (int frames = 4; frames < 2000; frames += 1 + frames / 9) {
+            const std::vector<float> constant(std::size_t(frames), 0.5F);
+            const MemoryFile file(WavFile::encoded(constant, rate, 1));
+            const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr, [=](AudioFormat) {
+                return AudioFormat{otherRate, 1};
+            });
+            const auto samples = readAll(*decoder.value());
+            QCOMPARE(std::llround(double(frames) * otherRate / rate), qint64(samples.size()));
+            const float least = frames < 1024 ? 0.1F : 0.4F; // only of less than the resampler's filter takes
+            for (const float sample : samples)
+                QVERIFY2(sample > least, qPrintable(QString::number(frames)));
+        }
     }
 
     void lengthIsThatOfTheSound_data()
