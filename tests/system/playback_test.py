@@ -1,8 +1,12 @@
 """What is heard: play and pause, navigation, repeat, shuffle, volume. Each track is a tone of its own pitch."""
 
+import array
+import itertools
+import math
 import unittest
+import wave
 
-from desktop import amplitude, wait_for
+from desktop import RATE, amplitude, wait_for
 from scenario import Scenario
 
 A, B, C = 440, 660, 990  # hertz of the tracks a, b and c
@@ -14,6 +18,18 @@ class Playback(Scenario):
             self.tone(f"{name}.wav", hertz, seconds)
         self.start_with(*(f"{name}.wav" for name in names))
         self.window.wait_for(f"Canción 1 de {len(names)}")
+
+    def album(self, **frames):
+        """Cuts a sweep into files of so many frames each; answers all of it as it is heard."""
+        turns = lambda index: 200 * index / RATE + 100 * (index / RATE) ** 2
+        sweep = [round(16384 * math.sin(2 * math.pi * turns(index))) for index in range(sum(frames.values()))]
+        pieces = iter(sweep)
+        for name, count in frames.items():
+            samples = array.array("h", (value for value in itertools.islice(pieces, count) for _ in range(2)))
+            with wave.open(str(self.desktop.music / f"{name}.wav"), "wb") as file:
+                file.setparams((2, 2, RATE, 0, "NONE", ""))
+                file.writeframes(samples.tobytes())
+        return array.array("f", (value / 32768 for value in sweep))
 
     def position(self):
         return self.window.value("Posición")
@@ -60,6 +76,24 @@ class Playback(Scenario):
         self.capture.wait_for_pitch(A)
         self.window.wait_for_current_row(0)
         self.window.wait_for("Pausar")
+
+    def test_an_album_in_one_go_sounds_as_one(self):
+        recording = self.album(a=50_021, b=50_023, c=240_000)
+        joint = 50_021 + 50_023
+        self.start_with("a.wav", "b.wav", "c.wav")
+        self.window.set_value("Volumen", 100)
+        self.window.wait_for("100 %")
+        start = self.capture.now()
+        self.desktop.key("space")
+        self.window.wait_for("Canción 3 de 3")
+        change = self.capture.now() - start
+        self.assertIn("c", self.window.labels())
+        heard = self.capture.frames(start)[0]
+        first = next(index for index, value in enumerate(heard) if value) + 1000  # behind the fade
+        place = recording.tobytes().find(heard[first : first + 100].tobytes()) // recording.itemsize
+        self.assertGreater(change, first - place + joint - RATE / 20)  # of which the capture may be late
+        wrong = [index for index, pair in enumerate(zip(heard[first:], recording[place:])) if pair[0] != pair[1]]
+        self.assertEqual(wrong[:3], [])
 
     def test_repeat_plays_the_same_track_again(self):
         self.start_with_tones("ab", seconds=2)
