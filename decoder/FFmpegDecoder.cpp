@@ -89,6 +89,7 @@ std::optional<Error> FFmpegDecoder::openCodec()
     m_codec->max_samples = MostSamplesAtOnce;
     if (avcodec_open2(m_codec, codec, nullptr) < 0)
         return Error{u"El códec de audio del archivo no es compatible."_s};
+    m_isFirstPacket = true;
     return std::nullopt;
 }
 
@@ -231,6 +232,8 @@ FFmpegDecoder::Step FFmpegDecoder::sendPacket()
     }
     correctTimestamp();
     correctPadding();
+    if (std::exchange(m_isFirstPacket, false))
+        cutDelay();
     m_badTime += std::clamp<std::int64_t>(m_packet->duration, 0, INT32_MAX);
     result = avcodec_send_packet(m_codec, m_packet);
     av_packet_unref(m_packet);
@@ -276,6 +279,20 @@ void FFmpegDecoder::correctPadding()
         const std::uint32_t padding = AV_RL32(skip + PaddingOffset);
         AV_WL32(skip + PaddingOffset, padding - std::min(padding, std::uint32_t(*m_silentTime)));
     }
+}
+
+/// What Matroska states, in front of the file's first packet. FFmpeg cuts only that of Opus, and not even that if padding
+/// is behind the same packet.
+void FFmpegDecoder::cutDelay()
+{
+    const int delay = m_input->codecDelay();
+    if (delay == 0)
+        return;
+    std::uint8_t *skip = av_packet_get_side_data(m_packet, AV_PKT_DATA_SKIP_SAMPLES, nullptr);
+    if (!skip)
+        skip = av_packet_new_side_data(m_packet, AV_PKT_DATA_SKIP_SAMPLES, SkipSize);
+    if (skip)
+        AV_WL32(skip, std::uint32_t(delay));
 }
 
 FFmpegDecoder::Step FFmpegDecoder::countDamage()

@@ -51,6 +51,7 @@ private:
     Step countDamage();
     void correctTimestamp();
     void correctPadding();
+    void cutDelay();
     [[nodiscard]] std::span<const std::uint8_t> flacStreamInfo() const;
     Step fillChunk();
     Step convertFrame();
@@ -86,6 +87,7 @@ private:
     std::int64_t m_end = INT64_MAX; ///< track frame behind the last one
     /// In the same time base: what FFmpeg takes for sound in front of Vorbis; nothing before the first packet.
     std::optional<std::int64_t> m_silentTime;
+    bool m_isFirstPacket = true; ///< the next one is
     bool m_canSeek = false; ///< whether the container leads where its timestamps say
     bool m_hasLostSound = false; ///< since the last frame
     int m_badPackets = 0; ///< in a row

@@ -233,7 +233,8 @@ std::optional<double> FFmpegInput::duration() const
         seconds = (double(m_audioStream->duration) + partOfPacket - double(preSkip()))
             * av_q2d(m_audioStream->time_base);
     } else if (m_format->duration != AV_NOPTS_VALUE)
-        seconds = double(m_format->duration) / AV_TIME_BASE;
+        seconds = double(m_format->duration) / AV_TIME_BASE
+            - double(codecDelay()) / m_audioStream->codecpar->sample_rate;
     if (!(seconds > 0 && seconds <= LongestDuration))
         return std::nullopt;
     return seconds;
@@ -260,6 +261,13 @@ int FFmpegInput::preSkip() const
     const AVCodecParameters &codec = *m_audioStream->codecpar;
     const bool isStated = isOgg() && codec.codec_id == AV_CODEC_ID_OPUS && codec.extradata_size >= offset + 2;
     return isStated ? codec.extradata[offset] | codec.extradata[offset + 1] << 8 : 0;
+}
+
+int FFmpegInput::codecDelay() const
+{
+    constexpr int longest = 16'384; // beyond what encoders need; all of it is decoded before the first sound
+    const int delay = m_audioStream->codecpar->initial_padding;
+    return isDemuxerOneOf("matroska") && delay > 0 && delay <= longest ? delay : 0;
 }
 
 std::string_view FFmpegInput::demuxer() const

@@ -49,6 +49,10 @@ public:
     };
     [[nodiscard]] std::optional<SoundRange> soundRange() const { return m_soundRange; }
 
+    /// Frames of encoder delay by the "CodecDelay" of Matroska (RFC 9559), whose length counts them. 0 if none is
+    /// stated, or if other containers state it.
+    [[nodiscard]] int codecDelay() const;
+
     /// Length in seconds, not negative and at most three years; nothing if the container does not tell.
     [[nodiscard]] std::optional<double> duration() const;
 
