@@ -27,6 +27,8 @@ constexpr double EnoughToBegin = 0.05; // seconds
 
 constexpr int LowestRate = 44'100; // of a stream
 
+constexpr long MostOpenings = 8; // of successors, each of which a medium may hold up for ever
+
 /// What an output takes for a file, whatever follows that: a song behind a mono recording of 8 kHz loses nothing.
 AudioFormat streamFormat(AudioFormat own)
 {
@@ -331,8 +333,11 @@ void Session::setSuccessor(const QUrl &url, const SoundLabel &label)
         forgetSuccessor();
         m_successor.stop = stop;
     }
+    static const auto openings = std::make_shared<int>(); // those that go on have a copy
+    if (openings.use_count() > MostOpenings)
+        return;
     const auto open = [former = weak_from_this(), module = module.value(), makeOutput = m_makeOutput,
-                          format = m_format, stop, url, label] {
+                          format = m_format, stop, url, label, opening = openings] {
         auto decoder = openDecoder(*module, url, stop, [format](AudioFormat) { return format; });
         const auto session = former.lock();
         if (session && !decoder.isError())

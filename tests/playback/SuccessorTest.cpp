@@ -7,6 +7,7 @@
 #include "tests/playback/WavFile.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QTemporaryDir>
 #include <cmath>
 #include <random>
@@ -268,6 +269,25 @@ private Q_SLOTS:
         QVERIFY(hearUntil([&] { return m_delegate->finishes() > 0; }));
         QVERIFY(isUncut(30000));
         QVERIFY(!first->takeSuccessor());
+    }
+
+    void mediumThatDoesNotAnswerHoldsUpAFewThreadsAtMost()
+    {
+        const auto threads = [] { return QDir(QStringLiteral("/proc/self/task")).entryList().size(); };
+        const auto first = begin(cut(0, 30000));
+        const QUrl url = cut(30000, 40000);
+        const auto before = threads();
+        {
+            FaultyMedium medium(url.toLocalFile().toUtf8());
+            medium.set(FaultyMedium::Fault::Silence);
+            for (int change = 1; change < 20; ++change) {
+                first->setSuccessor(url, {});
+                QVERIFY(isSoon([&] { return medium.faults() == std::min(change, 8); }));
+            }
+            QVERIFY(threads() <= before + 8);
+        }
+        QVERIFY(isSoon([&] { return threads() <= before; }));
+        QVERIFY(prepare(*first, url));
     }
 
     void droppedSuccessorIsNotReadAnyMore()
