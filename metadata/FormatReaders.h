@@ -1,5 +1,6 @@
 #pragma once
 
+#include "decoder/GaplessComment.h"
 #include "decoder/MediaSource.h"
 #include "metadata/MediaAsset.h"
 
@@ -68,8 +69,9 @@ MediaTime scannedDuration(MediaSource &source);
 ///
 /// Written out here because a reader for strangers' files must not inflate a compressed frame of 40 KB to 40
 /// MB nor follow frames embedded in frames: compressed and encrypted frames are passed over, all others but
-/// the four are not looked into.
-QList<MetadataItem> id3v2Items(QByteArrayView tag);
+/// the four are not looked into, nor are comments unless `comment` asks for the first GaplessComment among them and is
+/// still empty.
+QList<MetadataItem> id3v2Items(QByteArrayView tag, std::optional<GaplessComment> *comment = nullptr);
 
 /// Title, artist, album and pictures of the Vorbis comment in `block` (xiph.org, "Ogg Vorbis I: comment
 /// field"), in stored order.

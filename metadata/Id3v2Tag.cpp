@@ -53,11 +53,13 @@ qsizetype endOfText(char encoding, QByteArrayView data, qsizetype begin)
 /// Walks the frames of one tag.
 class FrameReader {
 public:
-    /// `isUnsynchronised` is what the tag's header says, which in 2.4 counts for each frame alone.
-    FrameReader(int version, bool isUnsynchronised, QByteArrayView frames)
+    /// `isUnsynchronised` is what the tag's header says, which in 2.4 counts for each frame alone. `comment` may be null.
+    FrameReader(
+        int version, bool isUnsynchronised, QByteArrayView frames, std::optional<GaplessComment> *comment)
         : m_version(version)
         , m_isUnsynchronised(isUnsynchronised)
         , m_rest(frames)
+        , m_comment(comment)
     {
     }
 
@@ -78,11 +80,15 @@ private:
     void readFrame()
     {
         constexpr FieldNames names{"TIT2", "TPE1", "TALB", "APIC"}, shortNames{"TT2", "TP1", "TAL", "PIC"};
-        const auto identifier = identifierOf(m_rest.first(idSize()), m_version == 2 ? shortNames : names);
+        const QByteArrayView name = m_rest.first(idSize());
+        const auto identifier = identifierOf(name, m_version == 2 ? shortNames : names);
         const quint8 flags = m_version == 2 ? 0 : static_cast<quint8>(m_rest[9]);
         const qsizetype size = std::min(frameSize(), m_rest.size() - headerSize());
+        const QByteArrayView content = m_rest.sliced(headerSize(), size);
         if (identifier)
-            readContent(*identifier, flags, m_rest.sliced(headerSize(), size));
+            readContent(*identifier, flags, content);
+        else if (m_comment && !*m_comment && name == (m_version == 2 ? "COM" : "COMM"))
+            *m_comment = gaplessComment(content);
         m_rest = m_rest.sliced(headerSize() + size);
     }
 
@@ -138,6 +144,7 @@ private:
     int m_version;
     bool m_isUnsynchronised;
     QByteArrayView m_rest;
+    std::optional<GaplessComment> *m_comment;
     QList<MetadataItem> m_items;
 };
 
@@ -156,7 +163,7 @@ QByteArrayView withoutExtendedHeader(int version, QByteArrayView body)
 
 } // namespace
 
-QList<MetadataItem> id3v2Items(QByteArrayView tag)
+QList<MetadataItem> id3v2Items(QByteArrayView tag, std::optional<GaplessComment> *comment)
 {
     if (id3v2TagSize(tag) == 0)
         return {};
@@ -174,5 +181,5 @@ QList<MetadataItem> id3v2Items(QByteArrayView tag)
     }
     if ((flags & Extended) && version > 2)
         body = withoutExtendedHeader(version, body);
-    return FrameReader(version, isUnsynchronised, body).items();
+    return FrameReader(version, isUnsynchronised, body, comment).items();
 }

@@ -1,7 +1,6 @@
 #include "metadata/MediaAsset.h"
 
 #include "decoder/DecoderModule.h"
-#include "decoder/GaplessComment.h"
 #include "decoder/Id3v2Header.h"
 #include "decoder/MediaSource.h"
 #include "files/DetachedThread.h"
@@ -67,10 +66,7 @@ QList<MetadataItem> takeId3v2Tags(MediaSource &source, std::optional<GaplessComm
         const qint64 size = id3v2TagSize(source.read(0, Id3v2HeaderSize));
         if (size == 0)
             break;
-        const QByteArray tag = source.readTag(0, size);
-        tags.append(id3v2Items(tag));
-        if (!comment)
-            comment = gaplessComment(tag);
+        tags.append(id3v2Items(source.readTag(0, size), &comment));
         source.dropFront(size);
     }
     return mergedTags(tags);

@@ -1283,17 +1283,26 @@ private Q_SLOTS:
 
     void commentTellsTheLength_data()
     {
-        QTest::addColumn<QByteArray>("numbers");
+        QTest::addColumn<QByteArray>("tag");
         QTest::addColumn<int>("frames");
-        QTest::newRow("right") << " 00000000 00000240 000004B9 0000000000005C07"_ba << 23'559;
-        QTest::newRow("wrong") << " 00000000 00000240 000004B9 0000000000000001"_ba << 22 * 1152;
+        constexpr int whole = 22 * 1152;
+        const QByteArray right = "\0engiTunSMPB\0 00000000 00000240 000004B9 0000000000005C07"_ba;
+        const QByteArray wrong = "\0engiTunSMPB\0 00000000 00000240 000004B9 0000000000000001"_ba;
+        const QByteArray other = "\0engA comment\0"_ba;
+        QTest::newRow("right") << id3v2Tag(id3v2Frame("COMM", right)) << 23'559;
+        QTest::newRow("wrong") << id3v2Tag(id3v2Frame("COMM", wrong)) << whole;
+        QTest::newRow("behind another")
+            << id3v2Tag(id3v2Frame("COMM", other) + id3v2Frame("COMM", right)) << 23'559;
+        QTest::newRow("before another")
+            << id3v2Tag(id3v2Frame("COMM", right) + id3v2Frame("COMM", other)) << 23'559;
+        QTest::newRow("no comment") << id3v2Tag(id3v2Frame("PRIV", right)) << whole;
+        QTest::newRow("ID3v2.2") << id3v24Tag("COM\0\0"_ba + char(right.size()) + right, 2) << 23'559;
     }
 
     void commentTellsTheLength()
     {
-        QFETCH(QByteArray, numbers);
+        QFETCH(QByteArray, tag);
         QFETCH(int, frames);
-        const QByteArray tag = id3v2Tag(id3v2Frame("COMM", "\0engiTunSMPB\0"_ba + numbers));
         const QByteArray sound = mediaFile("piece-23559.mp3").replace("Lavf", "    ");
         QCOMPARE(read(temporaryFile(u"comment.mp3"_s, tag + sound)).duration.value, frames);
     }
