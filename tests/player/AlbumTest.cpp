@@ -134,6 +134,7 @@ private:
             // Time stands still for those who handle an end and prepare what follows.
             const auto canGoOn = [&] {
                 HandOutput &output = *m_outputs.back();
+                output.advance(0); // wakes its session, as a server does that looks again
                 return !output.status().isEndHeard && (!isPrepared || output.hasNext());
             };
             while (player.isPlaying() && !(isLast() && player.position() > 0.5)) {
