@@ -106,14 +106,13 @@ private:
             if (atom.name == "moof")
                 last = atom;
         });
-        last.end = std::min(last.end, last.begin + LongestFragment);
         m_track.media.units = NAN;
+        if (m_tracks != 1 || last.end - last.begin > LongestFragment)
+            return;
         m_walk.forEach(last, [this](const Mp4Atom &part) {
             if (part.name == "traf")
                 m_walk.forEach(part, [this](const Mp4Atom &field) { readFragmentField(field); });
         });
-        if (m_tracks != 1)
-            m_track.media.units = NAN;
     }
 
     void readFragmentField(const Mp4Atom &atom)

@@ -1238,6 +1238,8 @@ private Q_SLOTS:
         QTest::newRow("MP4, fragment without a begin")
             << fragmentedMp4(QByteArray(fragment).replace("tfdt", "free")) << unknown;
         QTest::newRow("MP4, fragments of two tracks") << fragmentedMp4(fragment, atom("trak", {})) << unknown;
+        const QByteArray megabytes = atom("free", QByteArray(5 << 20, '\0'));
+        QTest::newRow("MP4, fragment of megabytes") << fragmentedMp4(mp4Fragment(megabytes + run)) << unknown;
         QTest::newRow("MP4, far too many fragments") << fragmentedMp4(fragment.repeated(10'000)) << unknown;
         QTest::newRow("Vorbis, no rate") << vorbisHead(0) + oggPage(1, 20'000, "x") << unknown;
         QTest::newRow("Vorbis, no samples") << vorbisHead() + oggPage(1, 0, "x") << unknown;
