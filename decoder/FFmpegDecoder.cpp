@@ -95,13 +95,17 @@ std::optional<Error> FFmpegDecoder::openCodec()
 
 std::optional<Error> FFmpegDecoder::decodeFirstFrame()
 {
-    if (decodeFrame() != Step::Frame)
+    const Step step = decodeFrame();
+    if (step == Step::End && isEmpty()) {
+        const AVCodecParameters &codec = *m_input->audioStream()->codecpar;
+        setOwnFormat(FrameConverter::formatOf(codec.sample_rate, codec.ch_layout.nb_channels));
+        return std::nullopt;
+    }
+    if (step != Step::Frame)
         return m_input->hasReadError() ? failure()
                                        : Error{u"El audio del archivo no se puede decodificar."_s};
     m_origin = m_frame->best_effort_timestamp == AV_NOPTS_VALUE ? 0 : m_frame->best_effort_timestamp;
-    const AudioFormat own = FrameConverter::formatOf(*m_frame);
-    m_format = m_chooseFormat ? m_chooseFormat(own) : own;
-    m_converter.setOutput(m_format);
+    setOwnFormat(FrameConverter::formatOf(m_frame->sample_rate, m_frame->ch_layout.nb_channels));
     if (const auto range = m_input->soundRange()) {
         m_origin = std::max(m_origin, range->begin);
         m_end = av_rescale_q(range->length, m_input->audioStream()->time_base, {1, m_format.rate});
@@ -112,6 +116,19 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
     if (m_canSeek && m_chunkPosition < -m_format.frames(UsualRunUp))
         seekContainer(m_origin - std::int64_t(UsualRunUp / av_q2d(m_input->audioStream()->time_base)));
     return std::nullopt;
+}
+
+void FFmpegDecoder::setOwnFormat(AudioFormat own)
+{
+    m_format = m_chooseFormat ? m_chooseFormat(own) : own;
+    m_converter.setOutput(m_format);
+}
+
+/// Whether the file has no sound and does not say that it has any: what is left of a longer one is no track.
+bool FFmpegDecoder::isEmpty() const
+{
+    const AVCodecParameters &codec = *m_input->audioStream()->codecpar;
+    return m_isFirstPacket && duration() <= 0 && codec.sample_rate > 0 && codec.ch_layout.nb_channels > 0;
 }
 
 double FFmpegDecoder::duration() const
@@ -341,6 +358,8 @@ Error FFmpegDecoder::failure() const
 
 bool FFmpegDecoder::seek(std::int64_t frame, const IsObsolete &isObsolete)
 {
+    if (isEmpty())
+        return true;
     // Whether its numbers jump is seen by the second frame, and no more behind that.
     if (m_canSeek && m_chunkPosition == 0)
         fillChunk();

@@ -45,6 +45,8 @@ private:
 
     std::optional<Error> openCodec();
     std::optional<Error> decodeFirstFrame();
+    void setOwnFormat(AudioFormat own);
+    [[nodiscard]] bool isEmpty() const;
     Step decodeFrame();
     Step receiveFrame();
     Step sendPacket();

@@ -56,9 +56,9 @@ FrameConverter::~FrameConverter()
     reset();
 }
 
-AudioFormat FrameConverter::formatOf(const AVFrame &frame)
+AudioFormat FrameConverter::formatOf(int rate, int channels)
 {
-    return {std::clamp(frame.sample_rate, 1, 192'000), std::clamp(frame.ch_layout.nb_channels, 1, 2)};
+    return {std::clamp(rate, 1, 192'000), std::clamp(channels, 1, 2)};
 }
 
 bool FrameConverter::convert(AVFrame &frame, std::vector<float> &samples)

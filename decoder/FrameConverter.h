@@ -17,8 +17,8 @@ public:
     FrameConverter(const FrameConverter &) = delete;
     FrameConverter &operator=(const FrameConverter &) = delete;
 
-    /// The own format of a file whose first frame is `frame`: its rate up to 192 kHz, mono or stereo.
-    [[nodiscard]] static AudioFormat formatOf(const AVFrame &frame);
+    /// The own format of a file with this rate and these channels: the rate up to 192 kHz, mono or stereo.
+    [[nodiscard]] static AudioFormat formatOf(int rate, int channels);
 
     void setOutput(AudioFormat format) { m_output = format; }
 

@@ -352,6 +352,23 @@ private Q_SLOTS:
         QVERIFY(DecoderModule::load().value()->open(file.open(), nullptr).isError());
     }
 
+    void fileThatSaysItHasNoSoundIsAnEmptyTrack()
+    {
+        constexpr qsizetype flacTotal = 4 + 4 + 14, flacHeader = 4 + 4 + 34;
+        QByteArray flac = mediaFile("piece-12291.flac").first(flacHeader);
+        flac[4] = char(0x80); // nothing behind it
+        QVERIFY(DecoderModule::load().value()->open(MemoryFile(flac).open(), nullptr).isError());
+        flac.replace(flacTotal, 4, QByteArray(4, '\0'));
+        for (const QByteArray &bytes : {flac, WavFile::encoded({}, 22'050, 2)}) {
+            const auto decoder = decoderOf(bytes);
+            QCOMPARE(decoder->format().rate, 22'050);
+            QCOMPARE(decoder->duration(), 0.0);
+            QVERIFY(decoder->read().value().samples.empty());
+            QVERIFY(decoder->seek(0, {}));
+            QVERIFY(decoder->read().value().samples.empty());
+        }
+    }
+
     void fileThatIsCutOffEndsThere()
     {
         for (const char *name : {"piece-23559.mp3", "piece-66151.ogg", "piece-12291.flac"}) {

@@ -62,8 +62,8 @@ private:
         for (const int length : lengths) {
             const auto samples = std::span(m_recording).subspan(from * 2, std::size_t(length) * 2);
             const QString path = m_folder.filePath(QString::number(urls.size() + 1));
-            if (!WavFile::save(
-                    path, length > 0 ? WavFile::encoded(samples, albumRate, 2) : trackOfNoFrames()))
+            const bool isWave = length > 0 || urls.size() % 2 == 0;
+            if (!WavFile::save(path, isWave ? WavFile::encoded(samples, albumRate, 2) : delayAlone()))
                 qFatal("%s cannot be written.", qPrintable(path));
             urls.append(QUrl::fromLocalFile(path));
             from += std::size_t(length);
@@ -72,7 +72,7 @@ private:
     }
 
     /// An MP3 file that says of itself that all its frames are an encoder's delay.
-    static QByteArray trackOfNoFrames()
+    static QByteArray delayAlone()
     {
         QFile sound(QStringLiteral(TEST_MEDIA "/constant-rate-no-header.mp3"));
         if (!sound.open(QIODevice::ReadOnly))
