@@ -99,6 +99,7 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
     if (step == Step::End && isEmpty()) {
         const AVCodecParameters &codec = *m_input->audioStream()->codecpar;
         setOwnFormat(FrameConverter::formatOf(codec.sample_rate, codec.ch_layout.nb_channels));
+        m_end = 0;
         return std::nullopt;
     }
     if (step != Step::Frame)
@@ -358,7 +359,7 @@ Error FFmpegDecoder::failure() const
 
 bool FFmpegDecoder::seek(std::int64_t frame, const IsObsolete &isObsolete)
 {
-    if (isEmpty())
+    if (m_end <= 0)
         return true;
     // Whether its numbers jump is seen by the second frame, and no more behind that.
     if (m_canSeek && m_chunkPosition == 0)

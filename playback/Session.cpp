@@ -25,6 +25,9 @@ constexpr double ReadAhead = 2; // seconds
 // What has to be ready before the sound of another position begins.
 constexpr double EnoughToBegin = 0.05; // seconds
 
+// A track without frames counts as playing for so long: a list of these can be paused, and keeps no core busy.
+constexpr auto EmptyTurn = 50ms;
+
 constexpr int LowestRate = 44'100; // of a stream
 
 constexpr long MostOpenings = 8; // of successors, each of which a medium may hold up for ever
@@ -157,6 +160,8 @@ bool Session::play()
     if (m_isAtEnd)
         requestPosition(0);
     const bool isResumed = !std::exchange(m_mix.isPlaying, true);
+    if (isResumed)
+        m_turnStart = std::chrono::steady_clock::now();
     if ((m_isFallback && isResumed) || m_output->status().state == AudioOutput::State::Failed)
         makeOutput();
     else
@@ -245,7 +250,11 @@ std::optional<std::chrono::milliseconds> Session::watchOutput()
         offerSuccessor();
     if (!m_mix.isPlaying)
         return std::nullopt;
-    if (status.isEndHeard && status.heard.generation == m_successor.generation) {
+    const bool isFollowed = status.isEndHeard && status.heard.generation == m_successor.generation;
+    const auto rest = isFollowed || isEnded ? restOfTurn() : 0ms;
+    if (rest > 0ms)
+        return rest;
+    if (isFollowed) {
         handOver();
     } else if (isEnded) {
         m_isAtEnd = true;
@@ -255,6 +264,13 @@ std::optional<std::chrono::milliseconds> Session::watchOutput()
         return FallbackPolling;
     }
     return std::nullopt;
+}
+
+/// How much longer a track plays that has been heard to its end; positive only if it has no frames.
+std::chrono::milliseconds Session::restOfTurn() const
+{
+    const auto rest = m_turnStart + EmptyTurn - std::chrono::steady_clock::now();
+    return m_duration > 0 ? 0ms : std::chrono::ceil<std::chrono::milliseconds>(rest);
 }
 
 void Session::makeOutput()
@@ -421,6 +437,7 @@ void Session::takeOver(
     m_isFallback = isFallback;
     m_reconnect = reconnect;
     m_isUnderWay = true;
+    m_turnStart = std::chrono::steady_clock::now();
     m_readyRing.reset();
     m_former.reset();
     m_output->handOver(m_wakeup, m_label);

@@ -131,6 +131,7 @@ private:
     void fallBack();
     std::optional<std::chrono::milliseconds> recoverOutput();
     [[nodiscard]] double heardTime() const;
+    [[nodiscard]] std::chrono::milliseconds restOfTurn() const;
 
     bool startDecoding();
     std::shared_ptr<RingBuffer> prepareToFollow(std::shared_ptr<Wakeup> former);
@@ -168,6 +169,7 @@ private:
     Ending m_ending; ///< of the newest request; means something once its end is heard
     bool m_isAtEnd = false; ///< the end was reported, and no other position requested since
     bool m_isUnderWay = false; ///< has taken over as a successor, and nobody has asked it to play yet
+    std::chrono::steady_clock::time_point m_turnStart; ///< when it began to play, for the first time or again
     Successor m_successor;
     std::shared_ptr<RingBuffer> m_readyRing; ///< of a session without an output: what it would offer
     std::shared_ptr<Wakeup> m_former; ///< whom that is told

@@ -7,6 +7,7 @@
 #include "tests/playback/WavFile.h"
 #include "tests/player/Journal.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <cmath>
 
@@ -181,6 +182,26 @@ private Q_SLOTS:
         QCOMPARE(play(urls, true), unprepared);
         QVERIFY(isWhole());
         QVERIFY2(m_outputs.size() <= lengths.size() - joints, qPrintable(QString::number(m_outputs.size())));
+    }
+
+    void emptyTracksTakeTurnsOfWhichEachCanBePaused()
+    {
+        PlayerManager player;
+        withoutTicks(player);
+        player.addFiles(cut({0, 0}));
+        auto current = player.currentIndex();
+        int turns = 0;
+        const auto hasChanged = [&] {
+            const auto former = std::exchange(current, player.currentIndex());
+            return current != former;
+        };
+        QElapsedTimer time;
+        time.start();
+        player.play();
+        QVERIFY(QTest::qWaitFor([&] { return (turns += hasChanged() ? 1 : 0) == 5; }));
+        QVERIFY2(time.elapsed() >= 250, qPrintable(QString::number(time.elapsed())));
+        player.pause();
+        QVERIFY(!QTest::qWaitFor([&] { return player.isPlaying() || hasChanged(); }, 200));
     }
 
     void successorThatCannotBeOpenedIsToldOnceAtTheEnd_data()
