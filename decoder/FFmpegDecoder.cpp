@@ -128,8 +128,7 @@ void FFmpegDecoder::setOwnFormat(AudioFormat own)
 /// Whether the file has no sound and does not say that it has any: what is left of a longer one is no track.
 bool FFmpegDecoder::isEmpty() const
 {
-    const AVCodecParameters &codec = *m_input->audioStream()->codecpar;
-    return m_isFirstPacket && duration() <= 0 && codec.sample_rate > 0 && codec.ch_layout.nb_channels > 0;
+    return m_isFirstPacket && duration() <= 0 && m_input->mayBeEmpty();
 }
 
 double FFmpegDecoder::duration() const

@@ -303,6 +303,15 @@ bool FFmpegInput::keepsTime() const
     return isDemuxerOneOf("mov,matroska,asf,ogg");
 }
 
+bool FFmpegInput::mayBeEmpty() const
+{
+    constexpr qint64 mostHeaderBytes = 64 << 10;
+    // Of WAV, FFmpeg counts what is there, not what is stated.
+    if (demuxer() == "wav")
+        return MediaSource(m_file.get()).read(m_begin, mostHeaderBytes).contains("data\0\0\0\0"_ba);
+    return isDemuxerOneOf("aiff,au,flac");
+}
+
 int FFmpegInput::readPacket(AVPacket *packet)
 {
     for (;;) {

@@ -74,6 +74,9 @@ public:
     /// is the sum of what the packets last, or a number that nothing depends on.
     [[nodiscard]] bool keepsTime() const;
 
+    /// Whether a file with neither packets nor a duration() is whole, rather than the beginning of a longer one.
+    [[nodiscard]] bool mayBeEmpty() const;
+
     [[nodiscard]] bool isOgg() const { return demuxer() == "ogg"; }
 
     /// The next packet of the audio stream; 0 or an AVERROR code.
