@@ -115,7 +115,7 @@ std::optional<Error> FFmpegDecoder::decodeFirstFrame()
     if (convertFrame() != Step::Frame)
         return Error{u"El audio del archivo no se puede decodificar."_s};
     if (m_canSeek && m_chunkPosition < -m_format.frames(UsualRunUp))
-        seekContainer(m_origin - std::int64_t(UsualRunUp / av_q2d(m_input->audioStream()->time_base)));
+        seekBefore(0, UsualRunUp);
     return std::nullopt;
 }
 
@@ -364,7 +364,8 @@ bool FFmpegDecoder::seek(std::int64_t frame, const IsObsolete &isObsolete)
     if (m_canSeek && m_chunkPosition == 0)
         fillChunk();
     for (const double runUp : {firstRunUp(frame), LongerRunUp, LongestRunUp}) {
-        if (m_canSeek && frame > m_format.frames(runUp) && seekWithRunUp(frame, runUp, isObsolete))
+        if (m_canSeek && frame > m_format.frames(runUp) && seekBefore(frame, runUp)
+            && decodeUntil(frame, isObsolete))
             return true;
     }
     return startOver() && decodeUntil(frame, isObsolete);
@@ -377,12 +378,11 @@ double FFmpegDecoder::firstRunUp(std::int64_t frame) const
     return m_codec->codec_id == AV_CODEC_ID_MP3 ? LongRunUp : UsualRunUp;
 }
 
-bool FFmpegDecoder::seekWithRunUp(std::int64_t frame, double runUp, const IsObsolete &isObsolete)
+bool FFmpegDecoder::seekBefore(std::int64_t frame, double runUp)
 {
     const AVRational timeBase = m_input->audioStream()->time_base;
     const std::int64_t target = av_sat_add64(m_origin, av_rescale_q(frame, {1, m_format.rate}, timeBase));
-    const std::int64_t start = av_sat_sub64(target, std::int64_t(runUp / av_q2d(timeBase)));
-    return seekContainer(start) && decodeUntil(frame, isObsolete);
+    return seekContainer(av_sat_sub64(target, std::int64_t(runUp / av_q2d(timeBase))));
 }
 
 bool FFmpegDecoder::seekContainer(std::int64_t timestamp)

@@ -66,7 +66,7 @@ private:
     [[nodiscard]] Error failure() const;
 
     [[nodiscard]] double firstRunUp(std::int64_t frame) const;
-    bool seekWithRunUp(std::int64_t frame, double runUp, const IsObsolete &isObsolete);
+    bool seekBefore(std::int64_t frame, double runUp);
     bool seekContainer(std::int64_t timestamp);
     bool startOver();
     void forgetChunk();

@@ -351,7 +351,7 @@ void Session::setSuccessor(const QUrl &url, const SoundLabel &label)
     }
     static const auto openings = std::make_shared<int>(); // those that go on have a copy
     if (openings.use_count() > MostOpenings)
-        return;
+        return dropSuccessor();
     const auto open = [former = weak_from_this(), module = module.value(), makeOutput = m_makeOutput,
                           format = m_format, stop, url, label, opening = openings] {
         auto decoder = openDecoder(*module, url, stop, [format](AudioFormat) { return format; });
