@@ -5,6 +5,7 @@
 #include "tests/NumberBytes.h"
 #include "tests/OggPage.h"
 #include "tests/TestProgram.h"
+#include "tests/decoder/ReadAll.h"
 #include "tests/files/FaultyMedium.h"
 
 #include <QDir>
@@ -21,19 +22,6 @@ namespace {
 void append(std::vector<float> &samples, std::span<const float> more)
 {
     samples.insert(samples.end(), more.data(), more.data() + more.size());
-}
-
-/// All samples from where the decoder stands.
-std::vector<float> decode(Decoder &decoder)
-{
-    std::vector<float> samples;
-    for (;;) {
-        const auto block = decoder.read();
-        if (block.isError() || block.value().samples.empty())
-            break;
-        append(samples, block.value().samples);
-    }
-    return samples;
 }
 
 Result<std::unique_ptr<Decoder>> tryDecoder(const QString &name)
@@ -204,7 +192,7 @@ private Q_SLOTS:
     void gaplessFilesHaveTheirExactLength()
     {
         QFETCH(qint64, frames);
-        QCOMPARE(qint64(decode(*openMedia(QString::fromUtf8(QTest::currentDataTag()))).size()), frames);
+        QCOMPARE(qint64(readAll(*openMedia(QString::fromUtf8(QTest::currentDataTag()))).size()), frames);
     }
 
     void everyFileIsPlayedAgainFromAnywhere_data()
@@ -230,7 +218,7 @@ private Q_SLOTS:
         QFETCH(double, tolerance);
         const QString name = QString::fromUtf8(QTest::currentDataTag());
         const auto played = openMedia(name);
-        const auto whole = decode(*played);
+        const auto whole = readAll(*played);
         const AudioFormat format = played->format();
         const qint64 frames = qint64(whole.size()) / format.channels;
         const qint64 slackSamples = slack * (format.rate / 1000 + 1) * format.channels;
@@ -244,7 +232,7 @@ private Q_SLOTS:
                 QCOMPARE(block.value().position, target);
                 std::vector<float> samples;
                 append(samples, block.value().samples);
-                append(samples, decode(*decoder));
+                append(samples, readAll(*decoder));
                 const bool isSame = samples.size() == rest.size()
                     && std::memcmp(samples.data(), rest.data(), rest.size_bytes()) == 0;
                 QVERIFY(isSame || target > 0);
@@ -334,13 +322,13 @@ private Q_SLOTS:
     {
         const MemoryFile file(mediaFile(u"vorbis.ogg"_s) + mediaFile(u"coverart.ogg"_s));
         const auto decoder = DecoderModule::load().value()->open(file.open(), nullptr).take();
-        const auto whole = decode(*decoder);
+        const auto whole = readAll(*decoder);
         QVERIFY(whole.size() > 88'200 + 40'000);
         QVERIFY(decoder->seek(100'000, {}));
         const auto block = decoder->read().take();
         QCOMPARE(block.position, qint64(100'000));
         QVERIFY(std::ranges::equal(block.samples, std::span(whole).subspan(100'000, block.samples.size())));
-        QCOMPARE(block.samples.size() + decode(*decoder).size(), whole.size() - 100'000);
+        QCOMPARE(block.samples.size() + readAll(*decoder).size(), whole.size() - 100'000);
     }
 
     void lateSeekInOggDecodesLittleOfWhatLiesBefore()
@@ -397,7 +385,7 @@ private Q_SLOTS:
     {
         const auto decoder = openMedia(u"musepack8.mpc"_s);
         QVERIFY(decoder->isDurationGuessed());
-        QVERIFY(decoder->duration() >= decoder->format().seconds(qint64(decode(*decoder).size()) / 2));
+        QVERIFY(decoder->duration() >= decoder->format().seconds(qint64(readAll(*decoder).size()) / 2));
     }
 
     void obsoleteSeekIsGivenUp()
@@ -407,7 +395,7 @@ private Q_SLOTS:
         QVERIFY(!decoder->seek(16'000, [&asked] { return ++asked == 3; }));
         QCOMPARE(asked, 3);
         QVERIFY(decoder->seek(16'000, [] { return false; }));
-        QCOMPARE(decode(*decoder).size(), std::size_t(384));
+        QCOMPARE(readAll(*decoder).size(), std::size_t(384));
     }
 };
 

@@ -6,6 +6,7 @@
 #include "tests/OggPage.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
+#include "tests/decoder/ReadAll.h"
 #include "tests/playback/WavFile.h"
 
 #include <QDir>
@@ -395,15 +396,8 @@ void verifyBounded(const QByteArray &bytes, const QByteArray &name)
 std::vector<float> soundOf(const QByteArray &bytes)
 {
     const MemoryFile file(bytes);
-    std::vector<float> sound;
-    auto opened = DecoderModule::load().value()->open(file.open(), nullptr);
-    while (!opened.isError()) {
-        const auto block = opened.value()->read();
-        if (block.isError() || block.value().samples.empty())
-            break;
-        sound.insert(sound.end(), block.value().samples.begin(), block.value().samples.end());
-    }
-    return sound;
+    const auto opened = DecoderModule::load().value()->open(file.open(), nullptr);
+    return opened.isError() ? std::vector<float>() : readAll(*opened.value());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "decoder/DecoderModule.h"
 #include "player/PayerManager.h"
+#include "tests/MediaFile.h"
 #include "tests/TaggedFile.h"
 #include "tests/TestProgram.h"
 #include "tests/files/FaultyMedium.h"
@@ -75,11 +76,8 @@ private:
     /// An MP3 file that says of itself that all its frames are an encoder's delay.
     static QByteArray delayAlone()
     {
-        QFile sound(QStringLiteral(TEST_MEDIA "/constant-rate-no-header.mp3"));
-        if (!sound.open(QIODevice::ReadOnly))
-            qFatal("%s cannot be read.", qPrintable(sound.fileName()));
         const QByteArray comment = "iTunSMPB\0 00000000 00015EFE 00000000 0000000000000000"_ba;
-        return id3v2Tag(id3v2Frame("COMM", "\0eng"_ba + comment)) + sound.readAll();
+        return id3v2Tag(id3v2Frame("COMM", "\0eng"_ba + comment)) + mediaFile("constant-rate-no-header.mp3");
     }
 
     /// How often those write depends on how long a test takes.

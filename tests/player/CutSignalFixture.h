@@ -10,10 +10,19 @@ protected:
 
     void stopSound() override { m_player.reset(); }
 
-    /// Fills the playlist with the signal cut at `ends`, in seconds, as one file a piece.
-    void addCut(const std::vector<double> &ends)
+    /// Fills the playlist of a new player with files, the first one ready to play.
+    void add(const QList<QUrl> &urls)
     {
         m_player = std::make_unique<PlayerManager>();
+        m_player->addFiles(urls);
+        m_player->volume = 1;
+        QCOMPARE(m_player->playlist().size(), urls.size());
+        QVERIFY(capture().record(0.3));
+    }
+
+    /// The same with the signal cut at `ends`, in seconds, as one file a piece.
+    void addCut(const std::vector<double> &ends)
+    {
         const auto signal = WavFile::positionCodedSamples(Capture::rate, PositionCapture::length);
         QList<QUrl> urls;
         std::int64_t from = 0;
@@ -25,9 +34,6 @@ protected:
             urls.append(QUrl::fromLocalFile(path));
             from = to;
         }
-        m_player->addFiles(urls);
-        m_player->volume = 1;
-        QCOMPARE(m_player->playlist().size(), urls.size());
-        QVERIFY(capture().record(0.3));
+        add(urls);
     }
 };

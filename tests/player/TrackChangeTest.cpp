@@ -9,25 +9,21 @@ class TrackChangeTest : public CutSignalFixture {
 
 private:
     /// Fills the playlist with `count` tracks of that length, the first one ready to play.
-    void add(int count, double seconds)
+    void addTracks(int count, double seconds)
     {
-        m_player = std::make_unique<PlayerManager>();
         QList<QUrl> urls;
         for (int number = 1; number <= count; ++number) {
             const QString path = filePath(QString::number(number) + u".wav"_s);
             QVERIFY(PositionCapture::saveTrack(path, seconds));
             urls.append(QUrl::fromLocalFile(path));
         }
-        m_player->addFiles(urls);
-        m_player->volume = 1;
-        QCOMPARE(m_player->playlist().size(), count);
-        QVERIFY(capture().record(0.3));
+        add(urls);
     }
 
 private Q_SLOTS:
     void nextTrackTakesOverWithoutAClickOrAHole()
     {
-        add(2, 10);
+        addTracks(2, 10);
         m_player->play();
         QVERIFY(capture().record(1));
         const std::int64_t first = capture().firstFrame(0, true);
@@ -53,7 +49,7 @@ private Q_SLOTS:
 
     void trackThatCannotBeLoadedLeavesTheOtherSounding()
     {
-        add(2, 10);
+        addTracks(2, 10);
         m_player->play();
         QVERIFY(capture().record(0.5));
         QVERIFY(WavFile::save(filePath(u"2.wav"_s), "no sound"));
